@@ -1,0 +1,41 @@
+# SPDX-License-Identifier: Apache-2.0
+# What an installation holds: both libraries, their headers, the tool, the CMake package.
+include_guard(GLOBAL)
+include(CMakePackageConfigHelpers)
+
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KestovaFoundation")
+
+foreach(library IN ITEMS KestovaPlatform KestovaFoundation)
+  if(TARGET ${library})
+    install(TARGETS ${library} EXPORT KestovaTargets FILE_SET HEADERS)
+  endif()
+endforeach()
+if(TARGET kestova)
+  install(TARGETS kestova)
+endif()
+
+# A libdispatch that no package provides travels with the libraries, as a prefix of its own.
+if(libdispatch_IS_PRIVATE)
+  install(DIRECTORY "${libdispatch_private_root}/include" "${libdispatch_private_root}/lib"
+          DESTINATION "${KESTOVA_INSTALL_DISPATCHDIR}")
+endif()
+
+if(TARGET KestovaPlatform)
+  install(
+    EXPORT KestovaTargets
+    NAMESPACE Kestova::
+    DESTINATION "${package_dir}")
+endif()
+configure_package_config_file(
+  "${PROJECT_SOURCE_DIR}/cmake/KestovaFoundationConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/KestovaFoundationConfig.cmake"
+  INSTALL_DESTINATION "${package_dir}"
+  PATH_VARS KESTOVA_INSTALL_DISPATCHDIR
+  NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/KestovaFoundationConfigVersion.cmake"
+                                 COMPATIBILITY SameMajorVersion)
+install(
+  FILES "${PROJECT_BINARY_DIR}/KestovaFoundationConfig.cmake"
+        "${PROJECT_BINARY_DIR}/KestovaFoundationConfigVersion.cmake"
+        "${PROJECT_SOURCE_DIR}/cmake/Findlibdispatch.cmake"
+  DESTINATION "${package_dir}")
