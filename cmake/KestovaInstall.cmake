@@ -18,6 +18,7 @@ endif()
 if(libdispatch_IS_PRIVATE)
   install(DIRECTORY "${libdispatch_private_root}/include" "${libdispatch_private_root}/lib"
           DESTINATION "${KESTOVA_INSTALL_DISPATCHDIR}")
+  install(FILES "${libdispatch_private_root}/LICENSE" DESTINATION "${KESTOVA_INSTALL_DISPATCHDIR}")
 endif()
 
 if(TARGET KestovaPlatform)
