@@ -50,7 +50,7 @@ include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(
   libdispatch
   REQUIRED_VARS libdispatch_LIBRARY libdispatch_INCLUDE_DIR
-  REASON_FAILURE_MESSAGE "scripts/setup builds it; KESTOVA_DISPATCH_ROOT names another prefix")
+  REASON_FAILURE_MESSAGE "scripts/setup builds it, KESTOVA_DISPATCH_ROOT names another prefix")
 
 cmake_path(IS_PREFIX libdispatch_private_root "${libdispatch_LIBRARY}" libdispatch_IS_PRIVATE)
 if(libdispatch_FOUND AND NOT TARGET libdispatch::libdispatch)
