@@ -1,0 +1,8 @@
+# SPDX-License-Identifier: Apache-2.0
+.PHONY: setup demo test bench fuzz install
+setup: ; scripts/setup
+demo: ; scripts/demo
+test: ; scripts/test
+bench: ; scripts/bench
+fuzz: ; scripts/fuzz
+install: ; scripts/install

@@ -1,0 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/KestovaPlatform.h>
+
+kestova::Ref<kestova::NSString> greeting() {
+  return kestova::NSString::stringWithFormat("%@, %d", "Grüße", 2);
+}
