@@ -1,0 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// Marks a class, function or constant as part of KestovaPlatform's binary interface. Everything
+/// else stays inside the shared library.
+#define KESTOVA_PLATFORM_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSKeyValueObserving.h>
+#include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSString.h>
+
+#include "object/ObjectExtras.h"
+
+#include <memory>
+
+namespace kestova {
+
+constinit const StringConstant NSKeyValueChangeKindKey{"kind"};
+constinit const StringConstant NSKeyValueChangeNewKey{"new"};
+constinit const StringConstant NSKeyValueChangeOldKey{"old"};
+constinit const StringConstant NSKeyValueChangeNotificationIsPriorKey{"notificationIsPrior"};
+
+namespace {
+
+void endRegistration(NSObject& object, const NSObject* observer, const Ref<NSString>& keyPath,
+                     void* const* context) {
+  ObjectExtras* extras = ObjectExtras::existing(object);
+  const auto registration =
+      extras == nullptr ? nullptr : extras->observers.find(observer, keyPath, context);
+  if (registration == nullptr) {
+    throw NSException(
+        NSRangeException,
+        NSString::stringWithFormat("%p does not observe the key path \"%@\" of %p.",
+                                   static_cast<const void*>(observer), keyPath,
+                                   static_cast<const void*>(&object)));
+  }
+  registration->end();
+}
+
+}  // namespace
+
+void NSObject::addObserver_forKeyPath_options_context(NSObject* observer,
+                                                      const Ref<NSString>& keyPath,
+                                                      NSUInteger options, void* context) {
+  std::make_shared<KeyPathRegistration>(*this, observer, keyPath, options, context)->begin();
+}
+
+void NSObject::removeObserver_forKeyPath(NSObject* observer, const Ref<NSString>& keyPath) {
+  endRegistration(*this, observer, keyPath, nullptr);
+}
+
+void NSObject::removeObserver_forKeyPath_context(NSObject* observer, const Ref<NSString>& keyPath,
+                                                 void* context) {
+  endRegistration(*this, observer, keyPath, &context);
+}
+
+void NSObject::observeValueForKeyPath_ofObject_change_context(const Ref<NSString>& keyPath,
+                                                              const id&, const Ref<NSDictionary>&,
+                                                              void*) {
+  throw NSException(
+      NSInternalInconsistencyException,
+      NSString::stringWithFormat("%@ observes the key path \"%@\" but does not handle its changes.",
+                                 self(), keyPath));
+}
+
+bool NSObject::hasObservers() const noexcept {
+  const ObjectExtras* extras = ObjectExtras::existing(*this);
+  return extras != nullptr && !extras->observers.isEmpty();
+}
+
+void NSObject::willChangeValueForKey(const Ref<NSString>& key) {
+  if (hasObservers()) {
+    ObjectExtras::of(*this).observers.willChange(key);
+  }
+}
+
+void NSObject::didChangeValueForKey(const Ref<NSString>& key) {
+  if (hasObservers()) {
+    ObjectExtras::of(*this).observers.didChange(key);
+  }
+}
+
+void KeyValueChange::begin() {
+  begun_ = true;
+  object_.willChangeValueForKey(key_);
+}
+
+void KeyValueChange::end() { object_.didChangeValueForKey(key_); }
+
+}  // namespace kestova
