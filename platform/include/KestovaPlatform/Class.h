@@ -143,7 +143,7 @@ class ClassBuilder {
   }
 
   static constexpr Class::Maker maker() {
-    if constexpr (requires { { T::init() } -> std::convertible_to<id>; }) {
+    if constexpr (requires { { T::init() } -> std::convertible_to<Ref<T>>; }) {
       return [] { return id(T::init()); };
     } else if constexpr (std::is_default_constructible_v<T>) {
       return [] { return id(kestova::make<T>()); };

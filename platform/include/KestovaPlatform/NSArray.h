@@ -43,8 +43,6 @@ class KESTOVA_PLATFORM_EXPORT NSArray : public NSObject {
   KESTOVA_CLASS(NSArray, NSObject)
 
  public:
-  class Iterator;
-
   /// \name Making
   /// Null among the objects throws NSInvalidArgumentException.
   /// @{
@@ -105,7 +103,7 @@ class KESTOVA_PLATFORM_EXPORT NSArray : public NSObject {
   /// \name Walking
   /// @{
 
-  Iterator begin() const;
+  MemberIterator begin() const;
   static constexpr std::default_sentinel_t end() noexcept { return {}; }
 
   Ref<NSEnumerator> objectEnumerator() const;
@@ -175,53 +173,7 @@ class KESTOVA_PLATFORM_EXPORT NSArray : public NSObject {
   /// The objects, where they lie side by side in memory; else null, as here. Valid until the array
   /// changes.
   virtual const id* contiguousObjects() const { return nullptr; }
-
-  /// The objects as a vector, for building others.
-  std::vector<id> objects() const;
 };
-
-/// A walk through an array, for range-`for`: over its memory where it lies in one piece, else by
-/// index. What `*` answers is valid until the walk goes on.
-class NSArray::Iterator {
- public:
-  using iterator_concept = std::input_iterator_tag;
-  using value_type = id;
-  using difference_type = std::ptrdiff_t;
-
-  explicit Iterator(const NSArray& array)
-      : array_(&array), contiguous_(array.contiguousObjects()), count_(array.count()) {
-    fetch();
-  }
-
-  const id& operator*() const noexcept {
-    return contiguous_ != nullptr ? contiguous_[index_] : current_;
-  }
-  Iterator& operator++() {
-    ++index_;
-    fetch();
-    return *this;
-  }
-  void operator++(int) { ++*this; }
-
-  friend bool operator==(const Iterator& at, std::default_sentinel_t) noexcept {
-    return at.index_ == at.count_;
-  }
-
- private:
-  void fetch() {
-    if (contiguous_ == nullptr && index_ < count_) {
-      current_ = array_->objectAtIndex(index_);
-    }
-  }
-
-  const NSArray* array_;
-  const id* contiguous_;
-  NSUInteger index_ = 0;
-  NSUInteger count_;
-  id current_;
-};
-
-inline NSArray::Iterator NSArray::begin() const { return Iterator(*this); }
 
 /// An array that grows, shrinks and changes.
 ///

@@ -93,7 +93,7 @@ class KESTOVA_PLATFORM_EXPORT NSDictionary : public NSObject {
   virtual Ref<NSEnumerator> objectEnumerator() const;
 
   /// Range-`for` walks through the keys.
-  NSEnumerator::Iterator begin() const { return keyEnumerator()->begin(); }
+  MemberIterator begin() const { return MemberIterator(keyEnumerator()); }
   static constexpr std::default_sentinel_t end() noexcept { return {}; }
 
   /// Calls the block for each entry, on this thread, until it sets its last argument. The cheapest

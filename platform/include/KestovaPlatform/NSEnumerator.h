@@ -6,8 +6,11 @@
 
 #include <cstddef>
 #include <iterator>
+#include <utility>
 
 namespace kestova {
+
+class MemberIterator;
 
 /// Hands out the members of a collection, one after the other, once.
 ///
@@ -22,47 +25,54 @@ class KESTOVA_PLATFORM_EXPORT NSEnumerator : public NSObject {
   KESTOVA_CLASS(NSEnumerator, NSObject)
 
  public:
-  class Iterator;
-
   /// The next member; nothing once there is none left, and ever after.
   virtual id nextObject() = 0;
 
   /// The members that are left, which are then used up.
   Ref<NSArray> allObjects();
 
-  Iterator begin();
+  MemberIterator begin();
   static constexpr std::default_sentinel_t end() noexcept { return {}; }
 
  protected:
   NSEnumerator() = default;
 };
 
-/// A walk over the members that are left, for range-`for`. It keeps the enumerator alive.
-class NSEnumerator::Iterator {
+/// A walk through the members of any collection, for range-`for`: over its memory where they lie
+/// there side by side, else by an enumerator. What `*` answers is valid until the walk goes on.
+class MemberIterator {
  public:
   using iterator_concept = std::input_iterator_tag;
   using value_type = id;
   using difference_type = std::ptrdiff_t;
 
-  explicit Iterator(Ref<NSEnumerator> enumerator) : enumerator_(std::move(enumerator)) { ++*this; }
+  MemberIterator(const id* first, NSUInteger count) noexcept : at_(first), end_(first + count) {}
+  explicit MemberIterator(Ref<NSEnumerator> enumerator)
+      : enumerator_(std::move(enumerator)), current_(enumerator_->nextObject()) {}
 
-  const id& operator*() const noexcept { return current_; }
-  Iterator& operator++() {
-    current_ = enumerator_->nextObject();
+  const id& operator*() const noexcept { return enumerator_ ? current_ : *at_; }
+  MemberIterator& operator++() {
+    if (enumerator_) {
+      current_ = enumerator_->nextObject();
+    } else {
+      ++at_;
+    }
     return *this;
   }
   void operator++(int) { ++*this; }
 
-  friend bool operator==(const Iterator& at, std::default_sentinel_t) noexcept {
-    return at.current_ == nullptr;
+  friend bool operator==(const MemberIterator& walk, std::default_sentinel_t) noexcept {
+    return walk.enumerator_ ? walk.current_ == nullptr : walk.at_ == walk.end_;
   }
 
  private:
+  const id* at_ = nullptr;
+  const id* end_ = nullptr;
   Ref<NSEnumerator> enumerator_;
   id current_;
 };
 
-inline NSEnumerator::Iterator NSEnumerator::begin() { return Iterator(Ref<NSEnumerator>(this)); }
+inline MemberIterator NSEnumerator::begin() { return MemberIterator(Ref<NSEnumerator>(this)); }
 
 /// \name Range-`for` over a reference
 /// `for (const id& member : collection)`, also when `collection` is the result of a call. A null

@@ -23,7 +23,8 @@ namespace kestova {
 /// are to be taken. Every walk through one set has the same order until it changes.
 ///
 /// A subclass overrides the primitives `count`, `member` and `objectEnumerator`, and has every
-/// other operation then.
+/// other operation then; a subclass whose members lie in one piece of memory overrides
+/// `contiguousObjects` as well.
 ///
 /// Threads: any number of them may read an immutable set at a time. Changing a set while it is
 /// walked through is the caller's error. Looking for a member takes constant time on average.
@@ -81,7 +82,7 @@ class KESTOVA_PLATFORM_EXPORT NSSet : public NSObject {
   /// The members. A primitive.
   virtual Ref<NSEnumerator> objectEnumerator() const = 0;
 
-  NSEnumerator::Iterator begin() const { return objectEnumerator()->begin(); }
+  MemberIterator begin() const;
   static constexpr std::default_sentinel_t end() noexcept { return {}; }
 
   /// Calls the block for each member, on this thread, until it sets its last argument.
@@ -125,6 +126,10 @@ class KESTOVA_PLATFORM_EXPORT NSSet : public NSObject {
 
  protected:
   NSSet() = default;
+
+  /// The members, where they lie side by side in memory; else null, as here. Valid until the set
+  /// changes.
+  virtual const id* contiguousObjects() const { return nullptr; }
 };
 
 /// A set that changes.
