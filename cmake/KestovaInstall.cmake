@@ -5,11 +5,7 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KestovaFoundation")
 
-foreach(library IN ITEMS KestovaPlatform KestovaFoundation)
-  if(TARGET ${library})
-    install(TARGETS ${library} EXPORT KestovaTargets FILE_SET HEADERS)
-  endif()
-endforeach()
+install(TARGETS KestovaPlatform KestovaFoundation EXPORT KestovaTargets FILE_SET HEADERS)
 if(TARGET kestova)
   install(TARGETS kestova)
 endif()
@@ -21,12 +17,10 @@ if(libdispatch_IS_PRIVATE)
   install(FILES "${libdispatch_private_root}/LICENSE" DESTINATION "${KESTOVA_INSTALL_DISPATCHDIR}")
 endif()
 
-if(TARGET KestovaPlatform)
-  install(
-    EXPORT KestovaTargets
-    NAMESPACE Kestova::
-    DESTINATION "${package_dir}")
-endif()
+install(
+  EXPORT KestovaTargets
+  NAMESPACE Kestova::
+  DESTINATION "${package_dir}")
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/KestovaFoundationConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/KestovaFoundationConfig.cmake"

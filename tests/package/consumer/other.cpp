@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/KestovaFoundation.h>
 #include <KestovaPlatform/KestovaPlatform.h>
 
 kestova::Ref<kestova::NSString> greeting() {
