@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// \file
+/// All of KestovaFoundation.
+
+#include <KestovaFoundation/Additions/NSErrorAdditions.h>
+#include <KestovaFoundation/Export.h>
+#include <KestovaFoundation/OVBinaryDataStream.h>
+#include <KestovaFoundation/OVBinaryFileStream.h>
+#include <KestovaFoundation/OVBinaryStream.h>
+#include <KestovaFoundation/OVFileOperation.h>
+#include <KestovaFoundation/OVNSErrorBuilder.h>

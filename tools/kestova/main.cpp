@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Command.h"
+#include "TransferCommand.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+
+namespace kestova::tool {
+namespace {
+
+int runCommand(const Commands& commands) {
+  for (const auto& command : commands) {
+    if (command->isAskedFor()) {
+      return command->run();
+    }
+  }
+  return kUsedWrongly;
+}
+
+int runTool(int argc, char** argv) {
+  CLI::App app("KestovaFoundation from the command line.", "kestova");
+  app.set_version_flag("--version", "kestova " KESTOVA_VERSION);
+  app.require_subcommand(1);
+  app.footer("Exit status: 0 success, 1 failure, 2 wrong use, 130 interrupted.");
+  Commands commands;
+  addTransferCommands(app, commands);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kSucceeded : kUsedWrongly;
+  }
+  return runCommand(commands);
+}
+
+}  // namespace
+}  // namespace kestova::tool
+
+int main(int argc, char** argv) {
+  try {
+    return kestova::tool::runTool(argc, argv);
+  } catch (const std::exception& exception) {
+    std::fprintf(stderr, "kestova: %s\n", exception.what());
+    return kestova::tool::kFailed;
+  }
+}
