@@ -16,10 +16,10 @@ std::string_view unitOf(std::string_view file) {
 
 }  // namespace
 
-void failContract(const char* message, std::source_location where) {
-  const std::string_view unit = unitOf(where.file_name());
-  std::fprintf(stderr, "Assertion failure in %s, %.*s:%u: %s\n", where.function_name(),
-               static_cast<int>(unit.size()), unit.data(), where.line(), message);
+void failContract(const char* message, SourcePlace where) {
+  const std::string_view unit = unitOf(where.file);
+  std::fprintf(stderr, "Assertion failure in %s, %.*s:%u: %s\n", where.function,
+               static_cast<int>(unit.size()), unit.data(), where.line, message);
   std::abort();
 }
 

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "files/WholeFile.h"
+
+#include "files/FileDescriptor.h"
+#include "files/FileSystemCalls.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+
+namespace kestova {
+namespace {
+
+constexpr NSUInteger kSmallestPiece = NSUInteger{64} << 10;
+constexpr NSUInteger kLargestPiece = NSUInteger{16} << 20;
+
+/// How much to ask for next: what the file claims to have left, and one byte more to see its end
+/// there, within bounds: the claim is not believed further than one piece.
+NSUInteger nextPiece(int file, NSUInteger alreadyRead) {
+  struct stat facts;
+  const bool tellsSize = fstat(file, &facts) == 0 && facts.st_size > 0;
+  const auto size = tellsSize ? static_cast<NSUInteger>(facts.st_size) : 0;
+  const NSUInteger left = size > alreadyRead ? size - alreadyRead + 1 : 0;
+  return std::clamp(left, kSmallestPiece, kLargestPiece);
+}
+
+int writeAll(int file, std::span<const std::byte> contents) {
+  while (!contents.empty()) {
+    const auto written =
+        uninterrupted([&] { return write(file, contents.data(), contents.size()); });
+    if (written < 0) {
+      return errno;
+    }
+    contents = contents.subspan(static_cast<std::size_t>(written));
+  }
+  return 0;
+}
+
+FileDescriptor openFile(const std::string& path, int flags, mode_t mode = 0) {
+  return FileDescriptor(uninterrupted([&] { return open(path.c_str(), flags | O_CLOEXEC, mode); }));
+}
+
+/// The name behind symbolic links; the name itself where there is none yet.
+std::string resolved(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
+                                                         &std::free);
+  return real ? real.get() : path;
+}
+
+std::string newNameBeside(const std::string& path) {
+  std::uint64_t number;
+  while (getrandom(&number, sizeof number, 0) != sizeof number) {
+  }
+  char name[40];
+  std::snprintf(name, sizeof name, ".kestova-write-%016llx",
+                static_cast<unsigned long long>(number));
+  return path.substr(0, path.rfind('/') + 1) + name;
+}
+
+/// A new file beside the one that it is to replace, removed again unless it took that one's name.
+class Replacement {
+ public:
+  explicit Replacement(const std::string& path) : path_(path), name_(newNameBeside(path)) {}
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
+  ~Replacement() {
+    if (file_) {
+      unlink(name_.c_str());
+    }
+  }
+
+  /// `old` holds what is known of the old file; nothing when there is none. A new one gets the mode
+  /// that the process gives to new files.
+  int create(const std::optional<struct stat>& old) {
+    const mode_t mode = old ? old->st_mode & 07777 : 0666;
+    file_ = openFile(name_, O_WRONLY | O_CREAT | O_EXCL, mode);
+    if (!file_) {
+      return errno;
+    }
+    if (!old) {
+      return 0;
+    }
+    // Only a privileged process may keep another owner; it does so before it sets the mode, which a
+    // change of owner may narrow.
+    const bool isOwned = fchown(file_.get(), old->st_uid, old->st_gid) == 0;
+    return fchmod(file_.get(), isOwned ? mode : mode & 0777) == 0 ? 0 : errno;
+  }
+
+  int fill(std::span<const std::byte> contents) {
+    if (const int error = writeAll(file_.get(), contents); error != 0) {
+      return error;
+    }
+    return FileSystemCalls::current().fdatasync(file_.get()) == 0 ? 0 : errno;
+  }
+
+  int takeName() {
+    if (rename(name_.c_str(), path_.c_str()) != 0) {
+      return errno;
+    }
+    return file_.close();
+  }
+
+ private:
+  const std::string& path_;
+  std::string name_;
+  FileDescriptor file_;
+};
+
+}  // namespace
+
+int readWholeFile(const std::string& path, NSMutableData& contents) {
+  const FileDescriptor file = openFile(path, O_RDONLY);
+  if (!file) {
+    return errno;
+  }
+  const NSUInteger start = contents.length();
+  for (;;) {
+    const NSUInteger end = contents.length();
+    const NSUInteger piece = nextPiece(file.get(), end - start);
+    std::byte* buffer = contents.extend(piece);
+    const auto count = uninterrupted([&] { return read(file.get(), buffer, piece); });
+    const int error = count < 0 ? errno : 0;
+    contents.setLength(end + static_cast<NSUInteger>(std::max<ssize_t>(count, 0)));
+    if (count <= 0) {
+      return error;
+    }
+  }
+}
+
+int writeWholeFile(const std::string& path, std::span<const std::byte> contents) {
+  FileDescriptor file = openFile(path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  if (!file) {
+    return errno;
+  }
+  const int error = writeAll(file.get(), contents);
+  const int closeError = file.close();
+  return error != 0 ? error : closeError;
+}
+
+int replaceWholeFile(const std::string& path, std::span<const std::byte> contents) {
+  const std::string target = resolved(path);
+  struct stat facts;
+  const bool exists = stat(target.c_str(), &facts) == 0;
+  if (exists && !S_ISREG(facts.st_mode)) {
+    return writeWholeFile(target, contents);
+  }
+  Replacement replacement(target);
+  int error = replacement.create(exists ? std::optional(facts) : std::nullopt);
+  if (error == 0) {
+    error = replacement.fill(contents);
+  }
+  return error == 0 ? replacement.takeName() : error;
+}
+
+}  // namespace kestova

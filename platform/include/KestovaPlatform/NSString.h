@@ -1,0 +1,340 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <KestovaPlatform/Export.h>
+#include <KestovaPlatform/FormatArgument.h>
+#include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSRange.h>
+#include <KestovaPlatform/NSTypes.h>
+
+#include <atomic>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+namespace kestova {
+
+/// A text: a sequence of UTF-16 code units, immutable here.
+///
+///     Ref<NSString> greeting = "Grüße";                       // UTF-8 literals box themselves
+///     Ref<NSString> line = NSString::stringWithFormat("%@: %ld of %ld", greeting, 3L, 10L);
+///     std::cout << line << '\n';
+///     if (line == "Grüße: 3 of 10") …                         // compares the text
+///
+/// Every length, index and range counts UTF-16 units. The units are kept in one of two storages:
+/// 8-bit where every one of them is ASCII, UTF-16 otherwise or where the maker asked for it; the
+/// storage never shows but through `eightBitCharacters`, `utf16Characters` and speed. Unpaired
+/// surrogates are kept as they are; only the conversion to UTF-8 refuses them.
+///
+/// Threads: immutable, so any number of threads may read one string at a time.
+class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
+  KESTOVA_CLASS(NSString, NSObject)
+
+ public:
+  /// \name Making
+  /// @{
+
+  /// The empty string.
+  static Ref<NSString> string();
+
+  /// The text of well-formed UTF-8 (a NUL is a character like others); null when it is not
+  /// well-formed. Nothing is repaired in silence.
+  static Ref<NSString> stringWithUTF8String(std::string_view utf8);
+
+  /// The given UTF-16 units; ASCII text goes into 8-bit storage.
+  static Ref<NSString> stringWithCharacters_length(const unichar* characters, NSUInteger length);
+
+  /// The given UTF-16 units kept in UTF-16 storage, whatever they are.
+  static Ref<NSString> stringWithUTF16Storage(std::u16string characters);
+
+  /// An immutable string of the same text; null for null.
+  static Ref<NSString> stringWithString(const Ref<NSString>& string);
+
+  /// The text of a file name's bytes. Bytes that are no UTF-8 become the unpaired surrogates
+  /// U+DC80…U+DCFF, which `fileSystemRepresentation` turns back: every name survives the round trip.
+  static Ref<NSString> stringWithFileSystemRepresentation(std::string_view bytes);
+
+  /// Formats as printf does, and `%@` as the argument's description ("(null)" for nothing). The
+  /// conversions are d D i u U o O x X c C s S f F e E g G a A p @ and %%, with flags, width,
+  /// precision (also `*`), length modifiers and positions ("%2$@"). Decimal points are points in every
+  /// locale. Without a length modifier an integer counts with its low 32 bits.
+  ///
+  /// `%s` takes a C string in UTF-8 (its precision counts bytes, and what is not well-formed shows as
+  /// U+FFFD), `%S` a UTF-16 one, `%C` a UTF-16 unit, `%c` one of the first 256 characters. The
+  /// precision of `%S` and `%@`, and every width, counts units. Widths and precisions of numbers end
+  /// at 65535.
+  ///
+  /// An argument that does not fit its conversion is converted where numbers are concerned, else
+  /// printed as its own kind; a missing one prints as nothing, and what is no conversion prints as it
+  /// stands. A null format throws NSInvalidArgumentException.
+  template <class... Arguments>
+  static Ref<NSString> stringWithFormat(const Ref<NSString>& format, const Arguments&... arguments) {
+    return initWithFormat_arguments(format, {FormatArgument(arguments)...});
+  }
+  static Ref<NSString> initWithFormat_arguments(const Ref<NSString>& format,
+                                                const FormatArguments& arguments);
+
+  /// The names joined with one slash between, as `stringByAppendingPathComponent` joins; "/" as the
+  /// first one makes the path absolute, "/" or "" as the last one gives it a trailing slash. No names
+  /// give "", null gives null. The reverse of `pathComponents`.
+  static Ref<NSString> pathWithComponents(const Ref<NSArray>& components);
+
+  /// @}
+  /// \name Reading
+  /// @{
+
+  NSUInteger length() const noexcept {
+    return isEightBit() ? std::get<std::string>(storage_).size()
+                        : std::get<std::u16string>(storage_).size();
+  }
+
+  /// The unit at an index; throws NSRangeException past the end.
+  unichar characterAtIndex(NSUInteger index) const;
+
+  /// Copies the units of a range out; throws NSRangeException past the end.
+  void getCharacters_range(unichar* buffer, NSRange range) const;
+
+  /// Which storage the text is in.
+  bool isEightBit() const noexcept { return storage_.index() == 0; }
+
+  /// The units as ASCII bytes, without copying; null when the text is in UTF-16 storage. Valid until
+  /// the string changes or goes.
+  const char* eightBitCharacters() const noexcept {
+    return isEightBit() ? std::get<std::string>(storage_).data() : nullptr;
+  }
+
+  /// The units, without copying; null when the text is in 8-bit storage.
+  const unichar* utf16Characters() const noexcept {
+    return isEightBit() ? nullptr : std::get<std::u16string>(storage_).data();
+  }
+
+  /// The text in UTF-8; nothing when it holds unpaired surrogates.
+  std::optional<std::string> UTF8String() const;
+
+  /// The text in UTF-8 for showing it: unpaired surrogates become U+FFFD.
+  std::string displayUTF8() const;
+
+  /// The text as UTF-16 units.
+  std::u16string utf16() const;
+
+  /// The bytes by which the file system knows the path: UTF-8, the surrogates of
+  /// `stringWithFileSystemRepresentation` as the bytes that they stand for. Throws
+  /// NSInvalidArgumentException for other unpaired surrogates or a NUL.
+  std::string fileSystemRepresentation() const;
+
+  /// @}
+  /// \name Comparing
+  /// @{
+
+  /// Whether both have the same units. Null is equal to nothing.
+  bool isEqualToString(const Ref<NSString>& other) const;
+
+  /// Orders by UTF-16 units. Null throws NSInvalidArgumentException.
+  NSComparisonResult compare(const Ref<NSString>& other) const;
+
+  /// Whether the text begins or ends with another; every text does with the empty one, none with
+  /// null.
+  bool hasPrefix(const Ref<NSString>& prefix) const;
+  bool hasSuffix(const Ref<NSString>& suffix) const;
+
+  bool isEqual(const id& other) const override;
+  NSUInteger hash() const override;
+
+  /// @}
+  /// \name Taking apart and putting together
+  /// Ranges past the end throw NSRangeException.
+  /// @{
+
+  Ref<NSString> substringWithRange(NSRange range) const;
+  Ref<NSString> substringFromIndex(NSUInteger index) const;
+  Ref<NSString> substringToIndex(NSUInteger index) const;
+
+  /// Where the text of `other` first stands, unit by unit; {NSNotFound, 0} when it does not, or when
+  /// it is empty. Null throws NSInvalidArgumentException.
+  NSRange rangeOfString(const Ref<NSString>& other) const;
+
+  /// This text followed by the other. Null throws NSInvalidArgumentException.
+  Ref<NSString> stringByAppendingString(const Ref<NSString>& other) const;
+
+  template <class... Arguments>
+  Ref<NSString> stringByAppendingFormat(const Ref<NSString>& format,
+                                        const Arguments&... arguments) const {
+    return stringByAppendingString(stringWithFormat(format, arguments...));
+  }
+
+  /// The pieces between the separators, always one more than there are separators; an empty
+  /// separator is found nowhere. Null throws NSInvalidArgumentException.
+  Ref<NSArray> componentsSeparatedByString(const Ref<NSString>& separator) const;
+
+  /// @}
+  /// \name Paths
+  ///
+  /// Paths use "/". Trailing slashes and doubled ones don't count and don't appear in results, except
+  /// that the root stays "/". Nothing here asks the file system. A null component or extension throws
+  /// NSInvalidArgumentException.
+  /// @{
+
+  /// Whether it begins with a slash.
+  bool isAbsolutePath() const;
+
+  /// The root as "/" and every name; a trailing slash gives a last "/". Empty for "".
+  Ref<NSArray> pathComponents() const;
+
+  /// "/tmp/a.txt" and "/tmp/a.txt/" give "a.txt", "/" gives "/", "" gives "".
+  Ref<NSString> lastPathComponent() const;
+
+  /// "/tmp/a.txt" gives "/tmp", "/tmp" gives "/", "/" gives "/", "a.txt" gives "".
+  Ref<NSString> stringByDeletingLastPathComponent() const;
+
+  /// Joins with one slash between: "/tmp" and "a" or "/a" give "/tmp/a", "" and "a" give "a".
+  Ref<NSString> stringByAppendingPathComponent(const Ref<NSString>& component) const;
+
+  /// What follows the last full stop of the last component; empty for ".profile", "a." and "a".
+  Ref<NSString> pathExtension() const;
+
+  /// The path without its extension and the full stop before it; a path without one as it is, but
+  /// for its slashes.
+  Ref<NSString> stringByDeletingPathExtension() const;
+
+  /// The path with "." and the extension added, which may be empty. Null for the root and for "",
+  /// which have no name to extend, and for an extension that holds a slash.
+  Ref<NSString> stringByAppendingPathExtension(const Ref<NSString>& extension) const;
+
+  /// @}
+
+  Ref<NSString> description() const override;
+  id copy() const override;
+  id mutableCopy() const override;
+
+ protected:
+  using Storage = std::variant<std::string, std::u16string>;
+
+  explicit NSString(Storage storage) noexcept : storage_(std::move(storage)) {}
+
+  /// The storage that suits the units: 8-bit if all of them are ASCII.
+  static Storage storageFor(std::u16string_view units);
+
+  /// Invariant: bytes of the 8-bit storage are all below 0x80.
+  Storage storage_;
+};
+
+/// A string that changes. A setter that stores strings by copy stores an immutable one of it.
+///
+/// Threads: one at a time.
+class KESTOVA_PLATFORM_EXPORT NSMutableString : public NSString {
+  KESTOVA_CLASS(NSMutableString, NSString)
+
+ public:
+  /// An empty one.
+  static Ref<NSMutableString> string();
+  static Ref<NSMutableString> init() { return string(); }
+
+  /// One with that text; null for null.
+  static Ref<NSMutableString> stringWithString(const Ref<NSString>& string);
+
+  void appendString(const Ref<NSString>& string);
+
+  template <class... Arguments>
+  void appendFormat(const Ref<NSString>& format, const Arguments&... arguments) {
+    appendString(stringWithFormat(format, arguments...));
+  }
+
+  /// Puts `string` in place of a range; the other editing operations are told in its terms. Null
+  /// throws NSInvalidArgumentException, a range past the end NSRangeException.
+  void replaceCharactersInRange_withString(NSRange range, const Ref<NSString>& string);
+
+  void insertString_atIndex(const Ref<NSString>& string, NSUInteger index);
+  void deleteCharactersInRange(NSRange range);
+  void setString(const Ref<NSString>& string);
+
+  id copy() const override;
+
+ protected:
+  explicit NSMutableString(Storage storage) noexcept : NSString(std::move(storage)) {}
+};
+
+/// A string known at compile time that becomes one shared NSString on first use: what the platform's
+/// keys, names and domains are. It needs no code before `main` and is never destroyed.
+class KESTOVA_PLATFORM_EXPORT StringConstant {
+ public:
+  constexpr explicit StringConstant(const char* utf8) noexcept : utf8_(utf8) {}
+  StringConstant(const StringConstant&) = delete;
+  StringConstant& operator=(const StringConstant&) = delete;
+
+  /// The string, the same object every time.
+  Ref<NSString> string() const;
+  Ref<NSString> operator->() const { return string(); }
+
+  const char* utf8() const noexcept { return utf8_; }
+
+ private:
+  const char* utf8_;
+  mutable std::atomic<NSString*> object_{nullptr};
+};
+
+/// Texts box themselves where a string or any object is expected; text that is not well-formed, and a
+/// null C string, become nothing.
+struct TextBoxing {
+  template <class T>
+  static constexpr bool into = std::is_same_v<T, NSString> || std::is_same_v<T, NSObject>;
+
+  static Ref<NSString> box(const char* utf8) {
+    return utf8 == nullptr ? nullptr : NSString::stringWithUTF8String(utf8);
+  }
+  static Ref<NSString> box(std::string_view utf8) { return NSString::stringWithUTF8String(utf8); }
+  static Ref<NSString> box(std::u16string_view units) {
+    return NSString::stringWithCharacters_length(units.data(), units.size());
+  }
+  static Ref<NSString> box(const StringConstant& constant) { return constant.string(); }
+};
+
+template <>
+struct Boxing<const char*> : TextBoxing {};
+template <>
+struct Boxing<char*> : TextBoxing {};
+template <>
+struct Boxing<std::string> : TextBoxing {};
+template <>
+struct Boxing<std::string_view> : TextBoxing {};
+template <>
+struct Boxing<const char16_t*> : TextBoxing {};
+template <>
+struct Boxing<char16_t*> : TextBoxing {};
+template <>
+struct Boxing<std::u16string> : TextBoxing {};
+template <>
+struct Boxing<std::u16string_view> : TextBoxing {};
+template <>
+struct Boxing<StringConstant> : TextBoxing {};
+
+/// \name Comparing a string reference with text compares the text; nothing equals no text.
+/// @{
+KESTOVA_PLATFORM_EXPORT bool operator==(const Ref<NSString>& string, std::string_view utf8);
+KESTOVA_PLATFORM_EXPORT bool operator==(const Ref<NSString>& string, std::u16string_view units);
+inline bool operator==(const Ref<NSString>& string, const char* utf8) {
+  return string == std::string_view(utf8);
+}
+inline bool operator==(const Ref<NSString>& string, const StringConstant& constant) {
+  return string == std::string_view(constant.utf8());
+}
+/// @}
+
+/// Prints the text in UTF-8, "(null)" for nothing.
+KESTOVA_PLATFORM_EXPORT std::ostream& operator<<(std::ostream& stream, const Ref<NSString>& string);
+
+/// Prints an object's description, "(null)" for nothing.
+KESTOVA_PLATFORM_EXPORT std::ostream& operator<<(std::ostream& stream, const id& object);
+
+}  // namespace kestova
+
+/// Strings hash by their text.
+template <>
+struct std::hash<kestova::Ref<kestova::NSString>> {
+  std::size_t operator()(const kestova::Ref<kestova::NSString>& string) const noexcept {
+    return string == nullptr ? 0 : string->hash();
+  }
+};

@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSNumber.h>
+#include <KestovaPlatform/NSString.h>
+
+#include "text/TextStorage.h"
+#include "text/UnicodeConversion.h"
+#include "values/RangeCheck.h"
+
+#include <ostream>
+
+namespace kestova {
+
+KESTOVA_DEFINE_CLASS(NSString, .property<&NSString::length>("length"))
+
+namespace {
+
+/// Hands the units of two strings to a function that takes every pair of views.
+template <class Function>
+auto withBoth(const NSString& a, const NSString& b, Function&& function) {
+  return withUnits(a, [&](auto x) { return withUnits(b, [&](auto y) { return function(x, y); }); });
+}
+
+/// Mixes four units at a time, so that the number depends on the units and not on their storage.
+template <class Unit>
+NSUInteger hashOf(std::basic_string_view<Unit> units) noexcept {
+  constexpr NSUInteger kFactor = 0x9E3779B97F4A7C15U;
+  NSUInteger hash = units.size() * kFactor;
+  const auto mix = [&](NSUInteger block) {
+    hash = (hash ^ block) * kFactor;
+    hash ^= hash >> 32;
+  };
+  std::size_t index = 0;
+  for (; units.size() - index >= 4; index += 4) {
+    const Unit* unit = units.data() + index;
+    mix(NSUInteger{static_cast<unichar>(unit[0])} |
+        NSUInteger{static_cast<unichar>(unit[1])} << 16 |
+        NSUInteger{static_cast<unichar>(unit[2])} << 32 |
+        NSUInteger{static_cast<unichar>(unit[3])} << 48);
+  }
+  for (; index < units.size(); ++index) {
+    mix(static_cast<unichar>(units[index]));
+  }
+  return hash;
+}
+
+NSComparisonResult orderOf(int difference) {
+  return difference < 0 ? NSOrderedAscending : difference > 0 ? NSOrderedDescending : NSOrderedSame;
+}
+
+/// Where two views first differ decides, and after that their lengths. In the 8-bit storage chars
+/// are never negative, so units of both kinds compare as they are.
+template <class A, class B>
+NSComparisonResult compareUnits(std::basic_string_view<A> a, std::basic_string_view<B> b) {
+  const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+  const bool bothGoOn = x != a.end() && y != b.end();
+  return bothGoOn ? orderOf(int{*x} - int{*y}) : orderOf((x != a.end()) - (y != b.end()));
+}
+
+Ref<NSString> pieceOf(std::string_view ascii) { return NSString::stringWithUTF8String(ascii); }
+Ref<NSString> pieceOf(std::u16string_view units) {
+  return NSString::stringWithCharacters_length(units.data(), units.size());
+}
+
+}  // namespace
+
+NSString::Storage NSString::storageFor(std::u16string_view units) {
+  if (isASCII(units)) {
+    return std::string(units.begin(), units.end());
+  }
+  return std::u16string(units);
+}
+
+Ref<NSString> NSString::string() {
+  static const auto& empty = *new Ref<NSString>(make<NSString>(std::string()));
+  return empty;
+}
+
+Ref<NSString> NSString::stringWithUTF8String(std::string_view utf8) {
+  if (isASCII(utf8)) {
+    return make<NSString>(std::string(utf8));
+  }
+  auto units = utf16FromUTF8(utf8);
+  return units ? make<NSString>(std::move(*units)) : nullptr;
+}
+
+Ref<NSString> NSString::stringWithCharacters_length(const unichar* characters, NSUInteger length) {
+  return make<NSString>(storageFor({characters, length}));
+}
+
+Ref<NSString> NSString::stringWithUTF16Storage(std::u16string characters) {
+  return make<NSString>(std::move(characters));
+}
+
+Ref<NSString> NSString::stringWithString(const Ref<NSString>& string) { return copyOf(string); }
+
+unichar NSString::characterAtIndex(NSUInteger index) const {
+  if (index >= length()) [[unlikely]] {
+    checkRange(*this, "characterAtIndex:", {index, 1}, length());
+  }
+  return withUnits(*this, [&](auto units) { return static_cast<unichar>(units[index]); });
+}
+
+void NSString::getCharacters_range(unichar* buffer, NSRange range) const {
+  checkRange(*this, "getCharacters:range:", range, length());
+  withUnits(*this, [&](auto units) {
+    const auto piece = units.substr(range.location, range.length);
+    std::copy(piece.begin(), piece.end(), buffer);
+  });
+}
+
+std::optional<std::string> NSString::UTF8String() const {
+  return isEightBit() ? std::get<std::string>(storage_)
+                      : utf8FromUTF16(std::get<std::u16string>(storage_));
+}
+
+std::string NSString::displayUTF8() const {
+  return isEightBit() ? std::get<std::string>(storage_)
+                      : displayUTF8FromUTF16(std::get<std::u16string>(storage_));
+}
+
+std::u16string NSString::utf16() const {
+  return withUnits(*this, [](auto units) { return std::u16string(units.begin(), units.end()); });
+}
+
+bool NSString::isEqualToString(const Ref<NSString>& other) const {
+  return other && withBoth(*this, *other, [](auto a, auto b) { return equalUnits(a, b); });
+}
+
+NSComparisonResult NSString::compare(const Ref<NSString>& other) const {
+  checkArgument(*this, "compare:", other != nullptr);
+  return withBoth(*this, *other, [](auto a, auto b) { return compareUnits(a, b); });
+}
+
+bool NSString::hasPrefix(const Ref<NSString>& prefix) const {
+  return prefix && withBoth(*this, *prefix, [](auto text, auto wanted) {
+           return equalUnits(text.substr(0, wanted.size()), wanted);
+         });
+}
+
+bool NSString::hasSuffix(const Ref<NSString>& suffix) const {
+  return suffix && suffix->length() <= length() &&
+         withBoth(*this, *suffix, [](auto text, auto wanted) {
+           return equalUnits(text.substr(text.size() - wanted.size()), wanted);
+         });
+}
+
+bool NSString::isEqual(const id& other) const {
+  return other == this->self() || isEqualToString(cast<NSString>(other));
+}
+
+NSUInteger NSString::hash() const {
+  return withUnits(*this, [](auto units) { return hashOf(units); });
+}
+
+Ref<NSString> NSString::substringWithRange(NSRange range) const {
+  checkRange(*this, "substringWithRange:", range, length());
+  return withUnits(*this,
+                   [&](auto units) { return pieceOf(units.substr(range.location, range.length)); });
+}
+
+Ref<NSString> NSString::substringFromIndex(NSUInteger index) const {
+  checkRange(*this, "substringFromIndex:", {index, 0}, length());
+  return substringWithRange({index, length() - index});
+}
+
+Ref<NSString> NSString::substringToIndex(NSUInteger index) const {
+  return substringWithRange({0, index});
+}
+
+NSRange NSString::rangeOfString(const Ref<NSString>& other) const {
+  checkArgument(*this, "rangeOfString:", other != nullptr);
+  const auto found =
+      withBoth(*this, *other, [](auto text, auto wanted) { return findUnits(text, wanted); });
+  const bool isThere = found != std::string::npos && other->length() > 0;
+  return isThere ? NSRange{found, other->length()} : NSRange{NSNotFound, 0};
+}
+
+Ref<NSString> NSString::stringByAppendingString(const Ref<NSString>& other) const {
+  checkArgument(*this, "stringByAppendingString:", other != nullptr);
+  Storage joined = storage_;
+  withUnits(*other, [&](auto units) { appendUnits(joined, units); });
+  return make<NSString>(std::move(joined));
+}
+
+Ref<NSArray> NSString::componentsSeparatedByString(const Ref<NSString>& separator) const {
+  checkArgument(*this, "componentsSeparatedByString:", separator != nullptr);
+  const auto pieces = NSMutableArray::array();
+  withBoth(*this, *separator, [&](auto text, auto mark) {
+    std::size_t start = 0;
+    if (!mark.empty()) {
+      for (std::size_t end; (end = findUnits(text, mark, start)) != text.npos;) {
+        pieces->addObject(pieceOf(text.substr(start, end - start)));
+        start = end + mark.size();
+      }
+    }
+    pieces->addObject(pieceOf(text.substr(start)));
+  });
+  return pieces;
+}
+
+Ref<NSString> NSString::description() const { return cast<NSString>(copy()); }
+
+id NSString::copy() const { return self(); }
+
+id NSString::mutableCopy() const {
+  return NSMutableString::stringWithString(cast<NSString>(self()));
+}
+
+bool operator==(const Ref<NSString>& string, std::string_view utf8) {
+  if (!string) {
+    return false;
+  }
+  if (const char* bytes = string->eightBitCharacters()) {
+    return std::string_view(bytes, string->length()) == utf8;
+  }
+  const auto units = utf16FromUTF8(utf8);
+  return units && string == std::u16string_view(*units);
+}
+
+bool operator==(const Ref<NSString>& string, std::u16string_view units) {
+  return string && withUnits(*string, [&](auto own) { return equalUnits(own, units); });
+}
+
+std::ostream& operator<<(std::ostream& stream, const Ref<NSString>& string) {
+  return stream << (string ? string->displayUTF8() : "(null)");
+}
+
+std::ostream& operator<<(std::ostream& stream, const id& object) {
+  return stream << (object ? object->description() : Ref<NSString>());
+}
+
+}  // namespace kestova

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSString.h>
+
+#include "text/TextStorage.h"
+#include "values/RangeCheck.h"
+
+namespace kestova {
+namespace {
+
+Ref<NSString> slash() { return "/"; }
+
+/// The path without doubled and trailing slashes.
+Ref<NSString> tidied(const NSString& path) {
+  return withUnits(path, [](auto units) {
+    std::basic_string<typename decltype(units)::value_type> result;
+    for (const auto unit : units) {
+      if (unit != '/' || result.empty() || result.back() != '/') {
+        result.push_back(unit);
+      }
+    }
+    if (result.size() > 1 && result.back() == '/') {
+      result.pop_back();
+    }
+    return Ref<NSString>(result);
+  });
+}
+
+/// Where the last component of a tidied path begins; the root is a component itself.
+NSUInteger startOfLastComponent(const NSString& tidyPath) {
+  NSUInteger start = tidyPath.length();
+  while (start > 0 && tidyPath.characterAtIndex(start - 1) != '/') {
+    --start;
+  }
+  return start == tidyPath.length() ? 0 : start;
+}
+
+/// Where the full stop before the extension of a tidied path stands; NSNotFound without one. A full
+/// stop at either end of the name is no such one.
+NSUInteger extensionMark(const NSString& tidyPath) {
+  const NSUInteger first = startOfLastComponent(tidyPath) + 1;
+  for (NSUInteger index = tidyPath.length(); index-- > first;) {
+    if (tidyPath.characterAtIndex(index) == '.') {
+      return index + 1 < tidyPath.length() ? index : NSNotFound;
+    }
+  }
+  return NSNotFound;
+}
+
+}  // namespace
+
+Ref<NSString> NSString::pathWithComponents(const Ref<NSArray>& components) {
+  if (!components) {
+    return nullptr;
+  }
+  Ref<NSString> path = string();
+  Ref<NSString> last;
+  for (const id& component : *components) {
+    last = cast<NSString>(component);
+    path = path->stringByAppendingPathComponent(last);
+  }
+  const bool endsInSlash = components->count() > 1 && (last == "" || last == "/");
+  return endsInSlash && path != "/" ? path->stringByAppendingString(slash()) : path;
+}
+
+bool NSString::isAbsolutePath() const { return length() > 0 && characterAtIndex(0) == '/'; }
+
+Ref<NSArray> NSString::pathComponents() const {
+  const auto components = NSMutableArray::array();
+  const auto path = tidied(*this);
+  if (isAbsolutePath()) {
+    components->addObject(slash());
+  }
+  const auto names = path->componentsSeparatedByString(slash());
+  for (const id& name : *names) {
+    if (!name->isEqual(string())) {
+      components->addObject(name);
+    }
+  }
+  if (path->length() > 1 && hasSuffix(slash())) {
+    components->addObject(slash());
+  }
+  return components;
+}
+
+Ref<NSString> NSString::lastPathComponent() const {
+  const auto path = tidied(*this);
+  return path->substringFromIndex(startOfLastComponent(*path));
+}
+
+Ref<NSString> NSString::stringByDeletingLastPathComponent() const {
+  const auto path = tidied(*this);
+  const NSUInteger start = startOfLastComponent(*path);
+  if (start <= 1) {
+    return path->isAbsolutePath() ? slash() : string();
+  }
+  return path->substringToIndex(start - 1);
+}
+
+Ref<NSString> NSString::stringByAppendingPathComponent(const Ref<NSString>& component) const {
+  checkArgument(*this, "stringByAppendingPathComponent:", component != nullptr);
+  if (length() == 0) {
+    return tidied(*component);
+  }
+  return tidied(*stringByAppendingString(slash())->stringByAppendingString(component));
+}
+
+Ref<NSString> NSString::pathExtension() const {
+  const auto path = tidied(*this);
+  const NSUInteger mark = extensionMark(*path);
+  return mark == NSNotFound ? string() : path->substringFromIndex(mark + 1);
+}
+
+Ref<NSString> NSString::stringByDeletingPathExtension() const {
+  auto path = tidied(*this);
+  const NSUInteger mark = extensionMark(*path);
+  return mark == NSNotFound ? path : path->substringToIndex(mark);
+}
+
+Ref<NSString> NSString::stringByAppendingPathExtension(const Ref<NSString>& extension) const {
+  checkArgument(*this, "stringByAppendingPathExtension:", extension != nullptr);
+  const auto path = tidied(*this);
+  const bool hasName = path->length() > 0 && !path->hasSuffix(slash());
+  if (!hasName || extension->rangeOfString(slash()).location != NSNotFound) {
+    return nullptr;
+  }
+  return path->stringByAppendingString(".")->stringByAppendingString(extension);
+}
+
+}  // namespace kestova

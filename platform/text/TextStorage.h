@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <KestovaPlatform/NSString.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace kestova {
+
+/// What strings keep their text in, as NSString::Storage: ASCII bytes or UTF-16 units.
+using TextStorage = std::variant<std::string, std::u16string>;
+
+/// Hands the units of a string, as they are stored, to a function that takes either view of them.
+template <class Function>
+decltype(auto) withUnits(const NSString& string, Function&& function) {
+  return string.isEightBit()
+             ? function(std::string_view(string.eightBitCharacters(), string.length()))
+             : function(std::u16string_view(string.utf16Characters(), string.length()));
+}
+
+/// \name Reading two storages against each other, without widening either
+/// @{
+
+/// Whether both views hold the same units.
+template <class A, class B>
+bool equalUnits(std::basic_string_view<A> a, std::basic_string_view<B> b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin());
+}
+
+/// Where the units of `wanted` first stand in `text`; npos when they don't.
+template <class A, class B>
+std::size_t findUnits(std::basic_string_view<A> text, std::basic_string_view<B> wanted,
+                      std::size_t from = 0) {
+  if constexpr (std::is_same_v<A, B>) {
+    return text.find(wanted, from);
+  } else {
+    const auto found = std::search(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(),
+                                   wanted.begin(), wanted.end());
+    return found == text.end() && !wanted.empty() ? text.npos
+                                                  : static_cast<std::size_t>(found - text.begin());
+  }
+}
+
+/// @}
+
+/// Puts units in place of a range of a storage, which widens for units that don't fit it. The range
+/// lies in the storage.
+void replaceUnits(TextStorage& storage, NSRange range, std::string_view ascii);
+void replaceUnits(TextStorage& storage, NSRange range, std::u16string_view units);
+
+/// Adds units at the end of a storage, which widens for units that don't fit it.
+void appendUnits(TextStorage& storage, std::string_view ascii);
+void appendUnits(TextStorage& storage, std::u16string_view units);
+
+}  // namespace kestova

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kestova {
+
+/// Whether every unit is below 0x80; true for none.
+bool isASCII(std::string_view bytes) noexcept;
+bool isASCII(std::u16string_view units) noexcept;
+
+/// Well-formed UTF-8 as UTF-16; nothing when it is not well-formed.
+std::optional<std::u16string> utf16FromUTF8(std::string_view utf8);
+
+/// UTF-16 as UTF-8; nothing when a surrogate stands alone.
+std::optional<std::string> utf8FromUTF16(std::u16string_view units);
+
+/// The same for showing: what is not well-formed becomes U+FFFD.
+std::u16string displayUTF16FromUTF8(std::string_view utf8);
+std::string displayUTF8FromUTF16(std::u16string_view units);
+
+/// The text without its last character if that lacks bytes: what remains of well-formed UTF-8 that
+/// was cut anywhere.
+std::string_view withoutCutCharacter(std::string_view utf8) noexcept;
+
+}  // namespace kestova

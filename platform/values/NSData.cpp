@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/NSData.h>
+#include <KestovaPlatform/NSNumber.h>
+#include <KestovaPlatform/NSString.h>
+
+#include "files/WholeFile.h"
+#include "values/RangeCheck.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace kestova {
+
+KESTOVA_DEFINE_CLASS(NSData, .property<&NSData::length>("length"))
+
+namespace {
+
+/// The copying functions of C refuse null even for no bytes.
+void copyBytes(void* to, const void* from, NSUInteger length) {
+  if (length > 0) {
+    std::memmove(to, from, length);
+  }
+}
+
+/// FNV-1a over eight bytes at a time.
+NSUInteger hashOf(std::span<const std::byte> bytes) {
+  constexpr NSUInteger kPrime = 0x100000001B3U;
+  NSUInteger hash = 0xCBF29CE484222325U ^ bytes.size();
+  while (!bytes.empty()) {
+    NSUInteger block = 0;
+    const auto count = std::min(bytes.size(), sizeof block);
+    std::memcpy(&block, bytes.data(), count);
+    hash = (hash ^ block) * kPrime;
+    hash ^= hash >> 32;
+    bytes = bytes.subspan(count);
+  }
+  return hash;
+}
+
+}  // namespace
+
+NSData::NSData(const void* bytes, NSUInteger length) {
+  reserve(length);
+  copyBytes(bytes_, bytes, length);
+  length_ = length;
+}
+
+NSData::~NSData() { std::free(bytes_); }
+
+void NSData::reserve(NSUInteger capacity) {
+  if (capacity <= capacity_) {
+    return;
+  }
+  void* grown = std::realloc(bytes_, capacity);
+  if (grown == nullptr) {
+    throw std::bad_alloc();
+  }
+  bytes_ = static_cast<std::byte*>(grown);
+  capacity_ = capacity;
+}
+
+Ref<NSData> NSData::data() { return make<NSData>(); }
+
+Ref<NSData> NSData::dataWithBytes_length(const void* bytes, NSUInteger length) {
+  return make<NSData>(bytes, length);
+}
+
+Ref<NSData> NSData::dataWithData(const Ref<NSData>& data) { return copyOf(data); }
+
+Ref<NSData> NSData::dataWithContentsOfFile(const Ref<NSString>& path) {
+  const auto contents = NSMutableData::data();
+  const bool isRead = path && readWholeFile(path->fileSystemRepresentation(), *contents) == 0;
+  return isRead ? taking(*contents) : nullptr;
+}
+
+Ref<NSData> NSData::taking(NSMutableData& other) {
+  auto data = make<NSData>();
+  std::swap(data->bytes_, other.bytes_);
+  std::swap(data->length_, other.length_);
+  std::swap(data->capacity_, other.capacity_);
+  return data;
+}
+
+void NSData::getBytes_range(void* buffer, NSRange range) const {
+  checkRange(*this, "getBytes:range:", range, length_);
+  copyBytes(buffer, bytes_ + range.location, range.length);
+}
+
+Ref<NSData> NSData::subdataWithRange(NSRange range) const {
+  checkRange(*this, "subdataWithRange:", range, length_);
+  return dataWithBytes_length(bytes_ + range.location, range.length);
+}
+
+bool NSData::isEqualToData(const Ref<NSData>& other) const {
+  return other && std::ranges::equal(span(), other->span());
+}
+
+bool NSData::writeToFile_atomically(const Ref<NSString>& path, bool atomically) const {
+  if (!path) {
+    return false;
+  }
+  const auto name = path->fileSystemRepresentation();
+  return (atomically ? replaceWholeFile(name, span()) : writeWholeFile(name, span())) == 0;
+}
+
+bool NSData::isEqual(const id& other) const {
+  return other == self() || isEqualToData(cast<NSData>(other));
+}
+
+NSUInteger NSData::hash() const { return hashOf(span()); }
+
+Ref<NSString> NSData::description() const {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string text = "<";
+  for (NSUInteger index = 0; index < length_; ++index) {
+    const auto byte = std::to_integer<unsigned>(bytes_[index]);
+    if (index > 0 && index % 4 == 0) {
+      text.push_back(' ');
+    }
+    text.append({kDigits[byte >> 4], kDigits[byte & 0xF]});
+  }
+  return text + '>';
+}
+
+id NSData::copy() const { return self(); }
+
+id NSData::mutableCopy() const { return NSMutableData::dataWithBytes_length(bytes_, length_); }
+
+}  // namespace kestova
