@@ -80,7 +80,8 @@ class KESTOVA_PLATFORM_EXPORT NSDate : public NSObject {
 
   /// @}
 
-  /// "2001-01-01 00:00:00 +0000", always in UTC, the fraction of the second cut off.
+  /// "2001-01-01 00:00:00 +0000", always in UTC, the fraction of the second cut off; outside the
+  /// years 1 to 10000 the seconds as a number.
   Ref<NSString> description() const override;
 
   /// This date itself.

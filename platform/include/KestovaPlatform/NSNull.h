@@ -15,6 +15,9 @@ class KESTOVA_PLATFORM_EXPORT NSNull : public NSObject {
   static Ref<NSNull> null();
   static Ref<NSNull> init() { return null(); }
 
+  /// This object itself, whatever the key: a path through collections goes on over what they lack.
+  id valueForKey(const Ref<NSString>& key) const override;
+
   /// "<null>".
   Ref<NSString> description() const override;
 

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/Selector.h>
+
+#include <span>
+#include <vector>
+
+namespace kestova {
+
+/// The objects of an array in their order; none for null.
+std::vector<id> objectsOf(const Ref<NSArray>& array);
+
+/// For a key "@name" the property that a collection itself has under that name: what `valueForKey`
+/// of a collection answers before it turns to the members. Null for every other key.
+Ref<NSString> ownPropertyNamedBy(const Ref<NSString>& key);
+
+/// Performs the operation on every member of a collection.
+template <class Collection>
+void performOnMembers(const Collection& collection, SEL selector, std::span<const id> arguments) {
+  for (const id& member : collection) {
+    (void)selector->perform(*member, arguments);
+  }
+}
+
+}  // namespace kestova

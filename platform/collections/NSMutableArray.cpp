@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSSet.h>
+
+#include "collections/Members.h"
+#include "collections/VectorArray.h"
+#include "values/RangeCheck.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace kestova {
+
+KESTOVA_DEFINE_CLASS(NSMutableArray)
+
+namespace {
+
+/// Every operation lets go of what it removes last, when the array is as it will be: what goes then
+/// may use the array.
+class MutableArray final : public VectorArray<NSMutableArray> {
+ public:
+  using VectorArray::VectorArray;
+
+  void reserve(NSUInteger capacity) { objects_.reserve(capacity); }
+
+  void insertObject_atIndex(const id& object, NSUInteger index) override {
+    checkArgument(*this, "insertObject:atIndex:", object != nullptr);
+    checkRange(*this, "insertObject:atIndex:", {index, 0}, objects_.size());
+    objects_.insert(at(index), object);
+  }
+
+  void removeObjectAtIndex(NSUInteger index) override {
+    checkIndex(*this, "removeObjectAtIndex:", index, objects_.size());
+    const id removed = std::move(objects_[index]);
+    objects_.erase(at(index));
+  }
+
+  void replaceObjectAtIndex_withObject(NSUInteger index, const id& object) override {
+    checkArgument(*this, "replaceObjectAtIndex:withObject:", object != nullptr);
+    checkIndex(*this, "replaceObjectAtIndex:withObject:", index, objects_.size());
+    id other = object;
+    std::swap(objects_[index], other);
+  }
+
+  void addObject(const id& object) override {
+    checkArgument(*this, "addObject:", object != nullptr);
+    objects_.push_back(object);
+  }
+
+  void removeAllObjects() override { const std::vector<id> removed = std::exchange(objects_, {}); }
+
+ protected:
+  void splice(NSRange range, std::vector<id> objects) override {
+    const auto first = at(range.location);
+    const auto last = at(NSMaxRange(range));
+    const std::vector<id> removed(std::make_move_iterator(first), std::make_move_iterator(last));
+    objects_.insert(objects_.erase(first, last), std::make_move_iterator(objects.begin()),
+                    std::make_move_iterator(objects.end()));
+  }
+
+  void removeObjectsPassingTest(const std::function<bool(const id&)>& test) override {
+    std::vector<id> kept;
+    std::ranges::remove_copy_if(objects_, std::back_inserter(kept), std::ref(test));
+    objects_.swap(kept);
+  }
+
+ private:
+  std::vector<id>::iterator at(NSUInteger index) {
+    return objects_.begin() + static_cast<std::ptrdiff_t>(index);
+  }
+};
+
+}  // namespace
+
+Ref<NSMutableArray> NSMutableArray::array() { return arrayWithObjects({}); }
+
+Ref<NSMutableArray> NSMutableArray::arrayWithCapacity(NSUInteger capacity) {
+  const auto array = make<MutableArray>(std::vector<id>());
+  array->reserve(capacity);
+  return array;
+}
+
+Ref<NSMutableArray> NSMutableArray::arrayWithObject(const id& object) {
+  return arrayWithObjects({object});
+}
+
+Ref<NSMutableArray> NSMutableArray::arrayWithObjects(std::vector<id> objects) {
+  return make<MutableArray>(std::move(objects));
+}
+
+Ref<NSMutableArray> NSMutableArray::arrayWithObjects_count(const id* objects, NSUInteger count) {
+  return arrayWithObjects(std::vector<id>(objects, objects + count));
+}
+
+Ref<NSMutableArray> NSMutableArray::arrayWithArray(const Ref<NSArray>& array) {
+  return arrayWithObjects(objectsOf(array));
+}
+
+void NSMutableArray::addObject(const id& object) { insertObject_atIndex(object, count()); }
+
+void NSMutableArray::removeLastObject() {
+  const NSUInteger size = count();
+  checkIndex(*this, "removeLastObject", 0, size);
+  removeObjectAtIndex(size - 1);
+}
+
+void NSMutableArray::addObjectsFromArray(const Ref<NSArray>& other) {
+  splice({count(), 0}, objectsOf(other));
+}
+
+void NSMutableArray::replaceObjectsInRange_withObjectsFromArray(NSRange range,
+                                                                const Ref<NSArray>& other) {
+  checkRange(*this, "replaceObjectsInRange:withObjectsFromArray:", range, count());
+  splice(range, objectsOf(other));
+}
+
+void NSMutableArray::exchangeObjectAtIndex_withObjectAtIndex(NSUInteger first, NSUInteger second) {
+  const id object = objectAtIndex(first);
+  const id other = objectAtIndex(second);
+  replaceObjectAtIndex_withObject(first, other);
+  replaceObjectAtIndex_withObject(second, object);
+}
+
+void NSMutableArray::setArray(const Ref<NSArray>& other) { splice({0, count()}, objectsOf(other)); }
+
+void NSMutableArray::removeObject(const id& object) {
+  // By value: the argument may lie in this array itself.
+  removeObjectsPassingTest([object](const id& member) {
+    return member == object || (object && member->isEqual(object));
+  });
+}
+
+void NSMutableArray::removeObjectIdenticalTo(const id& object) {
+  removeObjectsPassingTest([object](const id& member) { return member == object; });
+}
+
+void NSMutableArray::removeObjectsInArray(const Ref<NSArray>& other) {
+  const Ref<NSSet> removed = NSSet::setWithArray(other);
+  removeObjectsPassingTest([&](const id& member) { return removed->containsObject(member); });
+}
+
+void NSMutableArray::removeObjectsInRange(NSRange range) {
+  checkRange(*this, "removeObjectsInRange:", range, count());
+  splice(range, {});
+}
+
+void NSMutableArray::removeAllObjects() { splice({0, count()}, {}); }
+
+void NSMutableArray::sortUsingComparator(const NSComparator& comparator) {
+  setArray(sortedArrayUsingComparator(comparator));
+}
+
+void NSMutableArray::sortUsingFunction_context(NSComparisonResult (*function)(const id&, const id&,
+                                                                              void*),
+                                               void* context) {
+  setArray(sortedArrayUsingFunction_context(function, context));
+}
+
+void NSMutableArray::sortUsingSelector(SEL selector) {
+  setArray(sortedArrayUsingSelector(selector));
+}
+
+void NSMutableArray::splice(NSRange range, std::vector<id> objects) {
+  const NSUInteger replaced = std::min<NSUInteger>(range.length, objects.size());
+  for (NSUInteger index = 0; index < replaced; ++index) {
+    replaceObjectAtIndex_withObject(range.location + index, objects[index]);
+  }
+  for (NSUInteger index = range.length; index > replaced; --index) {
+    removeObjectAtIndex(range.location + index - 1);
+  }
+  for (NSUInteger index = replaced; index < objects.size(); ++index) {
+    insertObject_atIndex(objects[index], range.location + index);
+  }
+}
+
+void NSMutableArray::removeObjectsPassingTest(const std::function<bool(const id&)>& test) {
+  for (NSUInteger index = count(); index > 0; --index) {
+    if (test(objectAtIndex(index - 1))) {
+      removeObjectAtIndex(index - 1);
+    }
+  }
+}
+
+}  // namespace kestova

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <KestovaPlatform/NSEnumerator.h>
+#include <KestovaPlatform/NSObject.h>
+
+#include <tsl/ordered_map.h>
+#include <tsl/ordered_set.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace kestova {
+
+/// The hash tables behind dictionaries and sets are those of the ordered-map library: their members
+/// lie side by side in a vector, in the order of their arrival (a removed one's place is taken by
+/// the last one). Walking is as fast as through an array, an enumerator needs no more than an index
+/// and stays within bounds whatever happens to the table, and results don't depend on addresses.
+/// The standard's tables have a node per member and give none of it.
+
+struct ObjectHash {
+  /// Spreads what `hash` answers over all bits: addresses and small numbers differ in few.
+  std::size_t operator()(const id& object) const {
+    const std::uint64_t spread = object->hash() * 0x9E3779B97F4A7C15U;
+    return spread ^ (spread >> 32);
+  }
+};
+
+struct ObjectEqual {
+  bool operator()(const id& a, const id& b) const { return a == b || a->isEqual(b); }
+};
+
+using ObjectMap =
+    tsl::ordered_map<id, id, ObjectHash, ObjectEqual, std::allocator<std::pair<id, id>>,
+                     std::vector<std::pair<id, id>>>;
+using ObjectSet =
+    tsl::ordered_set<id, ObjectHash, ObjectEqual, std::allocator<id>, std::vector<id>>;
+
+/// Hands out what `Part` answers for each place of a table that belongs to an object.
+template <class Table, class Part>
+class TableEnumerator final : public NSEnumerator {
+ public:
+  TableEnumerator(const NSObject& owner, const Table& table, Part part)
+      : owner_(&owner), table_(table), part_(part) {}
+
+  id nextObject() override {
+    const auto& places = table_.values_container();
+    return next_ < places.size() ? part_(places[next_++]) : nullptr;
+  }
+
+ private:
+  Ref<const NSObject> owner_;
+  const Table& table_;
+  Part part_;
+  std::size_t next_ = 0;
+};
+
+}  // namespace kestova
