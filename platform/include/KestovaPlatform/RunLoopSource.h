@@ -23,15 +23,15 @@ class RunLoopMode;
 ///     …                       // on the worker, as often as it likes
 ///     source->signal();
 ///
-/// Signals coalesce: however many arrive before the block runs, it runs once for all of them, and it
-/// sees everything that was written before each. A source in several modes or run loops runs in the
-/// first of them that takes its turn. One that belongs to no run loop keeps its signal until it is
-/// added to one.
+/// Signals coalesce: however many arrive before the block runs, it runs once for all of them, and
+/// it sees everything that was written before each. A source in several modes or run loops runs in
+/// the first of them that takes its turn. One that belongs to no run loop keeps its signal until it
+/// is added to one.
 ///
 /// Threads: everything may be called from any thread. The block runs on the thread of the run loop,
-/// with no lock held, and may do anything, also invalidate or remove its own source. On the run loop's
-/// own thread no call begins after the source was removed or invalidated. Another thread that removes
-/// it may meet a call that has begun already, or is just beginning.
+/// with no lock held, and may do anything, also invalidate or remove its own source. On the run
+/// loop's own thread no call begins after the source was removed or invalidated. Another thread
+/// that removes it may meet a call that has begun already, or is just beginning.
 ///
 /// Ownership: run loops hold their sources until these are removed or invalidated, or the loop's
 /// thread ends. The block goes with the source or its invalidation, whichever is first.

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/Dispatch.h>
+
+#include <utility>
+
+#include "dispatch/Submission.h"
+
+namespace kestova {
+
+DispatchGroup::DispatchGroup()
+    : group_(DispatchObject<dispatch_group_t>::adopt(dispatch_group_create())) {}
+
+void DispatchGroup::async(dispatch_queue_t queue, Block<void()> block) const {
+  const dispatch_group_t group = group_;
+  dispatch_group_async_f(group, queue, Submission::make(queue, std::move(block), nullptr, group),
+                         &Submission::run);
+}
+
+void DispatchGroup::enter() const noexcept { dispatch_group_enter(group_); }
+
+void DispatchGroup::leave() const noexcept {
+  const dispatch_group_t group = group_;
+  tellReleased(group);
+  dispatch_group_leave(group);
+}
+
+void DispatchGroup::wait() const noexcept {
+  const dispatch_group_t group = group_;
+  dispatch_group_wait(group, DISPATCH_TIME_FOREVER);
+  tellAcquired(group);
+}
+
+bool DispatchGroup::waitFor(NSTimeInterval seconds) const noexcept {
+  const dispatch_group_t group = group_;
+  if (dispatch_group_wait(group, dispatchTimeAfter(seconds)) != 0) {
+    return false;
+  }
+  tellAcquired(group);
+  return true;
+}
+
+void DispatchGroup::notify(dispatch_queue_t queue, Block<void()> block) const {
+  const dispatch_group_t group = group_;
+  dispatch_group_notify_f(group, queue, Submission::make(queue, std::move(block), group),
+                          &Submission::run);
+}
+
+}  // namespace kestova
