@@ -291,7 +291,8 @@ TEST_F(FileTransferTest, EndsWhenItIsDestroyed) {
   std::atomic<int> reportsAtTheEnd = 0;
   ASSERT_EQ(transfer->start([&, running = transfer.get()] {
     reportsAtTheEnd += running->snapshot().status == userCanceledErr;
-  }), noErr);
+  }),
+            noErr);
   begun.wait();
   std::thread destroyer([&] { transfer.reset(); });
   released.count_down();

@@ -15,10 +15,10 @@ TEST(StatusForErrnoTest, ErrorsOfTheSystemHaveTheirStatus) {
     int error;
     OSStatus status;
   } kRows[] = {
-      {ENOENT, -43},  {ELOOP, -43},         {EEXIST, -48},  {EACCES, -5000}, {EPERM, -54},
-      {ENOSPC, -34},  {EDQUOT, -34},        {EROFS, -44},   {EIO, -36},      {ENAMETOOLONG, -37},
-      {ENOTDIR, -120}, {EMFILE, -42},       {ENFILE, -42},  {ENOMEM, -108},  {EBUSY, -47},
-      {ETXTBSY, -47}, {EXDEV, -1303},       {EFBIG, -1309}, {EINVAL, -50},   {ECANCELED, -128},
+      {ENOENT, -43},   {ELOOP, -43},   {EEXIST, -48},  {EACCES, -5000}, {EPERM, -54},
+      {ENOSPC, -34},   {EDQUOT, -34},  {EROFS, -44},   {EIO, -36},      {ENAMETOOLONG, -37},
+      {ENOTDIR, -120}, {EMFILE, -42},  {ENFILE, -42},  {ENOMEM, -108},  {EBUSY, -47},
+      {ETXTBSY, -47},  {EXDEV, -1303}, {EFBIG, -1309}, {EINVAL, -50},   {ECANCELED, -128},
   };
   for (const auto& row : kRows) EXPECT_EQ(statusForErrno(row.error), row.status) << row.error;
 }

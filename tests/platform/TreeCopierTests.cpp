@@ -55,15 +55,18 @@ TEST_F(TreeCopierTest, CopiesFilesAndFolders) {
 
 TEST_F(TreeCopierTest, CopiesAFolderOfSeveralBatches) {
   makeFolder("tree");
-  for (int file = 0; file < 5000; ++file) write("tree/file with a long name " + std::to_string(file), "x");
-  for (int folder = 0; folder < 2000; ++folder) makeFolder("tree/folder " + std::to_string(folder) + "/x");
+  for (int file = 0; file < 5000; ++file)
+    write("tree/file with a long name " + std::to_string(file), "x");
+  for (int folder = 0; folder < 2000; ++folder)
+    makeFolder("tree/folder " + std::to_string(folder) + "/x");
   expectFaithfulCopy();
   EXPECT_EQ(last().figures.objects.complete, 9001u);
 }
 
 TEST_F(TreeCopierTest, KeepsPermissionsOfAllKinds) {
   makeFolder("tree");
-  for (const mode_t mode : {0u, 0400u, 0444u, 0600u, 0755u, 0777u, 01644u, 02755u, 04755u, 06711u}) {
+  for (const mode_t mode :
+       {0u, 0400u, 0444u, 0600u, 0755u, 0777u, 01644u, 02755u, 04755u, 06711u}) {
     const std::string file = "tree/file" + std::to_string(mode);
     write(file, "text");
     ::chmod(at(file).c_str(), mode);
@@ -111,7 +114,8 @@ TEST_F(TreeCopierTest, KeepsTimesToTheNanosecond) {
 TEST_F(TreeCopierTest, KeepsOwners) {
   manyFiles("tree/folder", 3);
   std::filesystem::create_symlink("x", at("tree/link"));
-  run("chown 65534:1234 tree/folder tree/folder/1 && chown -h 12:13 tree/link && chmod 4755 tree/folder/1");
+  run("chown 65534:1234 tree/folder tree/folder/1 && chown -h 12:13 tree/link && chmod 4755 "
+      "tree/folder/1");
   expectFaithfulCopy();
   EXPECT_EQ(facts("into/copy/folder/1").st_uid, 65534u);
   EXPECT_EQ(facts("into/copy/folder/1").st_mode & 07777, 04755u);
@@ -242,9 +246,8 @@ TEST_F(TreeCopierTest, KeepsLinksOfAnItemNamedLikeItsOwnFolderOfLinks) {
 
 TEST_F(TreeCopierTest, CopiesNamesOfAnyBytes) {
   makeFolder("tree");
-  for (const std::string name :
-       {"\xff\xfe not text", "new\nline", "tab\t", " blank ", "*?[", "-rf", "\xe4", "caf\xc3\xa9",
-        "cafe\xcc\x81", "..."}) {
+  for (const std::string name : {"\xff\xfe not text", "new\nline", "tab\t", " blank ", "*?[", "-rf",
+                                 "\xe4", "caf\xc3\xa9", "cafe\xcc\x81", "..."}) {
     write("tree/" + name, name);
     makeFolder("tree/folder " + name);
   }
@@ -413,13 +416,15 @@ class PermissionTest : public TreeCopierTest {
     manyFiles("tree/open", 3);
     manyFiles("tree/closed", 2);
     write("tree/secret", "secret");
-    run("chown -R 65534:65534 . && chmod 755 . && chown root tree/closed tree/secret && chmod 0 tree/closed tree/secret");
+    run("chown -R 65534:65534 . && chmod 755 . && chown root tree/closed tree/secret && chmod 0 "
+        "tree/closed tree/secret");
   }
   // The parts of the outcome that fit into an exit code.
   int copyAsNobody(std::uint32_t options) {
     return testing::runAsNobody([&] {
       const OSStatus status = copy("tree", "copy", options);
-      if (status == afpAccessDenied) return last().item == at("tree/secret") || last().item == at("tree/closed") ? 50 : 51;
+      if (status == afpAccessDenied)
+        return last().item == at("tree/secret") || last().item == at("tree/closed") ? 50 : 51;
       if (status != noErr) return 1;
       const TransferCount& objects = last().figures.objects;
       return objects.complete == 5 && objects.total == 5 && last().figures.bytes.total == 3 ? 0 : 2;

@@ -9,7 +9,8 @@
 
 namespace kestova::testing {
 
-/// Runs `body` in a child process and answers its wait status; the child ends with what body returns.
+/// Runs `body` in a child process and answers its wait status; the child ends with what body
+/// returns.
 inline int runInChild(const std::function<int()>& body) {
   const pid_t child = ::fork();
   if (child == 0) ::_exit(body());
@@ -22,8 +23,8 @@ inline int runInChild(const std::function<int()>& body) {
 inline int runAsNobody(const std::function<int()>& body) {
   constexpr uid_t kNobody = 65534;
   const int status = runInChild([&] {
-    const bool dropped = ::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 &&
-                         ::setuid(kNobody) == 0;
+    const bool dropped =
+        ::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 && ::setuid(kNobody) == 0;
     return dropped ? body() : 255;
   });
   return WIFEXITED(status) && WEXITSTATUS(status) != 255 ? WEXITSTATUS(status) : -1;

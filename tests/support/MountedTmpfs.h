@@ -10,8 +10,8 @@
 
 namespace kestova::testing {
 
-/// A file system of its own in memory, mounted on a folder that it makes; unmounted at the end. Only
-/// root can have one: ask `isMounted`.
+/// A file system of its own in memory, mounted on a folder that it makes; unmounted at the end.
+/// Only root can have one: ask `isMounted`.
 class MountedTmpfs {
  public:
   /// `options` as for mount, such as "size=1m".

@@ -10,8 +10,9 @@
 
 namespace kestova::testing {
 
-/// System calls that a test has scripted: each hook that is set is asked first, and what it answers is
-/// the answer of the call; without an answer the real call is made. In use from its making to its end.
+/// System calls that a test has scripted: each hook that is set is asked first, and what it answers
+/// is the answer of the call; without an answer the real call is made. In use from its making to
+/// its end.
 ///
 /// Hooks run on the threads of the transfer.
 class ScriptedFileSystemCalls : public FileSystemCalls {
@@ -103,7 +104,8 @@ class ScriptedFileSystemCalls : public FileSystemCalls {
 
  private:
   template <typename Result, typename... Parameters, typename... Arguments>
-  static std::optional<Result> ask(const Hook<Result, Parameters...>& hook, Arguments... arguments) {
+  static std::optional<Result> ask(const Hook<Result, Parameters...>& hook,
+                                   Arguments... arguments) {
     return hook ? hook(arguments...) : std::nullopt;
   }
 };

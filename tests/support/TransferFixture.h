@@ -19,7 +19,8 @@
 
 namespace kestova::testing {
 
-/// The verbs of tests that copy and move: a folder with the sources and, in it, the destination `into`.
+/// The verbs of tests that copy and move: a folder with the sources and, in it, the destination
+/// `into`.
 class TransferFixture : public ::testing::Test {
  protected:
   TransferFixture() { makeFolder("into"); }
@@ -72,11 +73,11 @@ class TransferFixture : public ::testing::Test {
     return names;
   }
 
-  /// What a second opinion finds different between two trees: nothing when they are alike in content,
-  /// holes, links, owners, modes, times, attributes and access lists.
+  /// What a second opinion finds different between two trees: nothing when they are alike in
+  /// content, holes, links, owners, modes, times, attributes and access lists.
   static std::string differences(const std::string& a, const std::string& b) {
-    const std::string command =
-        "rsync -aHAXS --checksum --delete --dry-run --itemize-changes '" + a + "/' '" + b + "/' 2>&1";
+    const std::string command = "rsync -aHAXS --checksum --delete --dry-run --itemize-changes '" +
+                                a + "/' '" + b + "/' 2>&1";
     std::string output;
     std::FILE* const pipe = ::popen(command.c_str(), "r");
     std::array<char, 4096> part{};
