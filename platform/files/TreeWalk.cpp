@@ -168,7 +168,12 @@ TreeWalk::Open TreeWalk::opened(WalkFolder& folder, TreeVisitor& visitor) {
 
 TreeWalk::Open TreeWalk::openBelow(WalkFolder& folder, const OpenFolder& parent,
                                    TreeVisitor& visitor) {
-  if (!folder.entered) return keepOpen(folder, visitor.enter(folder, parent));
+  if (!folder.entered) {
+    // Only the thread that took the folder from the stack for the first time gets here.
+    Open first = visitor.enter(folder, parent);
+    folder.entered = first != nullptr;
+    return keepOpen(folder, std::move(first));
+  }
   Open open = visitor.reopen(folder, parent);
   struct stat facts {};
   if (open && ::fstat(open->source.get(), &facts) == 0) {
@@ -184,7 +189,6 @@ TreeWalk::Open TreeWalk::keepOpen(WalkFolder& folder, Open open) {
   if (!open) return nullptr;
   Open closing;  // released after the lock
   const std::lock_guard lock(mutex_);
-  folder.entered = true;
   if (folder.open) return folder.open;  // another thread was quicker
   folder.open = std::move(open);
   open_.push_back(&folder);

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <functional>
 
 namespace kestova::testing {
@@ -12,6 +13,7 @@ namespace kestova::testing {
 /// Runs `body` in a child process and answers its wait status; the child ends with what body
 /// returns.
 inline int runInChild(const std::function<int()>& body) {
+  std::fflush(nullptr);  // or the child would print once more what is still buffered
   const pid_t child = ::fork();
   if (child == 0) ::_exit(body());
   int status = -1;
