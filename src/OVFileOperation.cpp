@@ -7,6 +7,7 @@
 #include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSLog.h>
 #include <KestovaPlatform/NSNumber.h>
+#include <KestovaPlatform/NSURL.h>
 
 #include <array>
 #include <chrono>

@@ -6,9 +6,9 @@
 #include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSRunLoop.h>
 #include <KestovaPlatform/NSString.h>
-#include <KestovaPlatform/NSURL.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 /// \file
@@ -28,10 +28,27 @@
 
 namespace kestova {
 
-class FSFileOperation;
+class FileOperationRun;
+class NSURL;
 
-/// A file operation, shared. It belongs to the thread that starts it, but for
-/// `FSFileOperationCancel` and `FSFileOperationCopyStatus`, which any thread may call.
+/// One copy or move at work, behind the functions below.
+///
+/// It belongs to the thread that starts it, but for `FSFileOperationCancel` and
+/// `FSFileOperationCopyStatus`, which any thread may call. One that goes while it works is cancelled;
+/// its last reference then waits until what was half-made is removed.
+class KESTOVA_PLATFORM_EXPORT FSFileOperation : public NSObject {
+  KESTOVA_CLASS(FSFileOperation, NSObject)
+
+ protected:
+  FSFileOperation();
+  ~FSFileOperation() override;
+
+ private:
+  friend class SystemFileOperationService;
+
+  std::unique_ptr<FileOperationRun> run_;
+};
+
 using FSFileOperationRef = Ref<FSFileOperation>;
 
 using OptionBits = std::uint32_t;
