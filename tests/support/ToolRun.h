@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <fcntl.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "TemporaryFolder.h"
+
+namespace kestova::testing {
+
+/// What a run of the tool answered.
+struct ToolResult {
+  int exitStatus = -1;  // -1 when a signal ended it
+  std::string output;
+  std::string errors;
+
+  std::vector<std::string> lines() const {
+    std::vector<std::string> result;
+    std::size_t start = 0;
+    while (start < output.size()) {
+      const std::size_t end = output.find('\n', start);
+      result.push_back(output.substr(start, end - start));
+      start = end == std::string::npos ? output.size() : end + 1;
+    }
+    return result;
+  }
+};
+
+/// A run of the tool as a process of its own.
+class ToolRun {
+ public:
+  explicit ToolRun(const std::vector<std::string>& arguments) {
+    process_ = ::fork();
+    if (process_ == 0) {
+      ::dup2(::creat(files_.at("out").c_str(), 0600), STDOUT_FILENO);
+      ::dup2(::creat(files_.at("err").c_str(), 0600), STDERR_FILENO);
+      execute(arguments);
+    }
+  }
+  ToolRun(const ToolRun&) = delete;
+  ToolRun& operator=(const ToolRun&) = delete;
+
+  void send(int signal) const { ::kill(process_, signal); }
+
+  /// What has been printed so far.
+  std::string output() const { return files_.read("out"); }
+
+  ToolResult wait() {
+    int status = 0;
+    ::waitpid(process_, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, files_.read("out"), files_.read("err")};
+  }
+
+  [[noreturn]] static void execute(const std::vector<std::string>& arguments) {
+    std::vector<char*> words = {const_cast<char*>("kestova")};
+    for (const std::string& argument : arguments) {
+      words.push_back(const_cast<char*>(argument.c_str()));
+    }
+    words.push_back(nullptr);
+    ::execv(KESTOVA_TOOL_PATH, words.data());
+    ::_exit(127);
+  }
+
+ private:
+  TemporaryFolder files_;
+  pid_t process_ = -1;
+};
+
+inline ToolResult runTool(const std::vector<std::string>& arguments) {
+  return ToolRun(arguments).wait();
+}
+
+/// The same on a terminal of so many columns, where both streams are one.
+inline ToolResult runToolOnTerminal(const std::vector<std::string>& arguments,
+                                    unsigned short columns) {
+  int terminal = -1;
+  const winsize size{24, columns, 0, 0};
+  const pid_t process = ::forkpty(&terminal, nullptr, nullptr, &size);
+  if (process == 0) {
+    ToolRun::execute(arguments);
+  }
+  ToolResult result;
+  std::array<char, 4096> buffer{};
+  for (ssize_t n = 0; (n = ::read(terminal, buffer.data(), buffer.size())) > 0;) {
+    result.output.append(buffer.data(), static_cast<std::size_t>(n));
+  }
+  ::close(terminal);
+  int status = 0;
+  ::waitpid(process, &status, 0);
+  result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return result;
+}
+
+}  // namespace kestova::testing
