@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "MutableSetSuite.h"
+#include "PrimitiveCollections.h"
+#include "SetSuite.h"
+
+#include <utility>
+#include <vector>
+
+namespace kestova::testing {
+namespace {
+
+struct Immutable {
+  static Ref<NSSet> make(std::vector<id> members) {
+    return NSSet::setWithArray(NSArray::arrayWithObjects(std::move(members)));
+  }
+};
+
+struct Mutable {
+  static Ref<NSMutableSet> make(std::vector<id> members) {
+    return NSMutableSet::setWithArray(NSArray::arrayWithObjects(std::move(members)));
+  }
+};
+
+struct UsersOwn {
+  static Ref<NSSet> make(std::vector<id> members) {
+    return kestova::make<PrimitiveSet>(std::move(members));
+  }
+};
+
+struct UsersOwnMutable {
+  static Ref<NSMutableSet> make(std::vector<id> members) {
+    return kestova::make<PrimitiveMutableSet>(std::move(members));
+  }
+};
+
+using Sets = ::testing::Types<Immutable, Mutable, UsersOwn, UsersOwnMutable>;
+INSTANTIATE_TYPED_TEST_SUITE_P(Platform, SetSuite, Sets);
+
+using MutableSets = ::testing::Types<Mutable, UsersOwnMutable>;
+INSTANTIATE_TYPED_TEST_SUITE_P(Platform, MutableSetSuite, MutableSets);
+
+}  // namespace
+}  // namespace kestova::testing
