@@ -7,6 +7,7 @@
 #include <KestovaPlatform/NSString.h>
 
 #include "collections/Members.h"
+#include "object/Reference.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -115,7 +116,7 @@ class Writer {
   template <class List>
   void writeList(const List& list) {
     bool isFirst = true;
-    for (const id& member : list) {
+    for (const id& member : reference(list)) {
       text_ += isFirst ? u"" : u",";
       isFirst = false;
       startLine();

@@ -4,6 +4,8 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/Selector.h>
 
+#include "object/Reference.h"
+
 #include <span>
 #include <vector>
 
@@ -19,7 +21,7 @@ Ref<NSString> ownPropertyNamedBy(const Ref<NSString>& key);
 /// Performs the operation on every member of a collection.
 template <class Collection>
 void performOnMembers(const Collection& collection, SEL selector, std::span<const id> arguments) {
-  for (const id& member : collection) {
+  for (const id& member : reference(collection)) {
     (void)selector->perform(*member, arguments);
   }
 }

@@ -6,6 +6,7 @@
 #include "collections/CollectionDescription.h"
 #include "collections/Members.h"
 #include "collections/VectorArray.h"
+#include "object/Reference.h"
 #include "values/RangeCheck.h"
 
 #include <algorithm>
@@ -54,7 +55,7 @@ class ReverseArrayEnumerator final : public NSEnumerator {
 template <class Test>
 NSUInteger indexOfFirst(const NSArray& array, const Test& test) {
   NSUInteger index = 0;
-  for (const id& member : array) {
+  for (const id& member : reference(array)) {
     if (test(member)) {
       return index;
     }
@@ -69,9 +70,6 @@ Ref<NSArray> sorted(std::vector<id> objects, const Order& order) {
       objects, [&](const id& a, const id& b) { return order(a, b) == NSOrderedAscending; });
   return NSArray::arrayWithObjects(std::move(objects));
 }
-
-/// A typed reference to what a const member function runs on.
-Ref<NSArray> reference(const NSArray& array) { return Ref<NSArray>(const_cast<NSArray*>(&array)); }
 
 }  // namespace
 
@@ -138,7 +136,7 @@ Ref<NSArray> NSArray::subarrayWithRange(NSRange range) const {
 Ref<NSString> NSArray::componentsJoinedByString(const Ref<NSString>& separator) const {
   const Ref<NSMutableString> joined = NSMutableString::string();
   bool isFirst = true;
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     if (!isFirst && separator) {
       joined->appendString(separator);
     }
@@ -148,7 +146,7 @@ Ref<NSString> NSArray::componentsJoinedByString(const Ref<NSString>& separator) 
   return NSString::stringWithString(joined);
 }
 
-MemberIterator NSArray::begin() const {
+MemberIterator NSArray::members() const {
   const id* objects = contiguousObjects();
   return objects != nullptr ? MemberIterator(objects, count()) : MemberIterator(objectEnumerator());
 }
@@ -163,7 +161,7 @@ void NSArray::enumerateObjectsUsingBlock(
     const Block<void(const id&, NSUInteger, bool*)>& block) const {
   NSUInteger index = 0;
   bool stop = false;
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     block(member, index++, &stop);
     if (stop) {
       return;
@@ -226,7 +224,7 @@ id NSArray::valueForKey(const Ref<NSString>& key) const {
   }
   std::vector<id> values;
   values.reserve(count());
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     const id value = member->valueForKey(key);
     values.push_back(value ? value : NSNull::null());
   }
@@ -234,7 +232,7 @@ id NSArray::valueForKey(const Ref<NSString>& key) const {
 }
 
 void NSArray::setValue_forKey(const id& value, const Ref<NSString>& key) {
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     member->setValue_forKey(value, key);
   }
 }
@@ -243,7 +241,7 @@ bool NSArray::isEqualToArray(const Ref<NSArray>& other) const {
   if (!other || count() != other->count()) {
     return false;
   }
-  auto theirs = other->begin();
+  auto theirs = other->members();
   return indexOfFirst(*this, [&](const id& member) {
            const bool isSame = isEqualOrBothNull(member, *theirs);
            ++theirs;

@@ -6,6 +6,7 @@
 #include "collections/CollectionDescription.h"
 #include "collections/Members.h"
 #include "collections/TableDictionary.h"
+#include "object/Reference.h"
 
 #include <utility>
 #include <vector>
@@ -36,11 +37,6 @@ class ObjectEnumerator final : public NSEnumerator {
   Ref<const NSDictionary> dictionary_;
   Ref<NSEnumerator> keys_;
 };
-
-/// A typed reference to what a const member function runs on.
-Ref<NSDictionary> reference(const NSDictionary& dictionary) {
-  return Ref<NSDictionary>(const_cast<NSDictionary*>(&dictionary));
-}
 
 }  // namespace
 
@@ -101,7 +97,7 @@ Ref<NSEnumerator> NSDictionary::objectEnumerator() const { return make<ObjectEnu
 void NSDictionary::enumerateKeysAndObjectsUsingBlock(
     const Block<void(const id&, const id&, bool*)>& block) const {
   bool stop = false;
-  for (const id& key : *this) {
+  for (const id& key : reference(*this)) {
     block(key, objectForKey(key), &stop);
     if (stop) {
       return;
@@ -133,7 +129,7 @@ bool NSDictionary::isEqual(const id& other) const {
 /// Of the keys only, in whatever order they come.
 NSUInteger NSDictionary::hash() const {
   NSUInteger sum = count();
-  for (const id& key : *this) {
+  for (const id& key : reference(*this)) {
     sum += ObjectHash()(key);
   }
   return sum;

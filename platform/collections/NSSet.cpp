@@ -5,6 +5,7 @@
 #include "collections/CollectionDescription.h"
 #include "collections/Members.h"
 #include "collections/TableSet.h"
+#include "object/Reference.h"
 
 #include <utility>
 
@@ -18,9 +19,6 @@ class ImmutableSet final : public TableSet<NSSet> {
  public:
   using TableSet::TableSet;
 };
-
-/// A typed reference to what a const member function runs on.
-Ref<NSSet> reference(const NSSet& set) { return Ref<NSSet>(const_cast<NSSet*>(&set)); }
 
 /// An immutable set of the members of any collection, which may be null.
 template <class Collection>
@@ -62,7 +60,7 @@ bool NSSet::isSubsetOfSet(const Ref<NSSet>& other) const {
   if (count() > (other ? other->count() : 0)) {
     return false;
   }
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     if (!other->containsObject(member)) {
       return false;
     }
@@ -74,7 +72,7 @@ bool NSSet::intersectsSet(const Ref<NSSet>& other) const {
   if (!other) {
     return false;
   }
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     if (other->containsObject(member)) {
       return true;
     }
@@ -82,14 +80,14 @@ bool NSSet::intersectsSet(const Ref<NSSet>& other) const {
   return false;
 }
 
-MemberIterator NSSet::begin() const {
+MemberIterator NSSet::members() const {
   const id* members = contiguousObjects();
   return members != nullptr ? MemberIterator(members, count()) : MemberIterator(objectEnumerator());
 }
 
 void NSSet::enumerateObjectsUsingBlock(const Block<void(const id&, bool*)>& block) const {
   bool stop = false;
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     block(member, &stop);
     if (stop) {
       return;
@@ -124,7 +122,7 @@ id NSSet::valueForKey(const Ref<NSString>& key) const {
     return NSObject::valueForKey(own);
   }
   const auto values = NSMutableSet::set();
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     if (const id value = member->valueForKey(key)) {
       values->addObject(value);
     }
@@ -133,7 +131,7 @@ id NSSet::valueForKey(const Ref<NSString>& key) const {
 }
 
 void NSSet::setValue_forKey(const id& value, const Ref<NSString>& key) {
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     member->setValue_forKey(value, key);
   }
 }
@@ -149,7 +147,7 @@ bool NSSet::isEqual(const id& other) const {
 /// Of all members, in whatever order they come.
 NSUInteger NSSet::hash() const {
   NSUInteger sum = count();
-  for (const id& member : *this) {
+  for (const id& member : reference(*this)) {
     sum += ObjectHash()(member);
   }
   return sum;

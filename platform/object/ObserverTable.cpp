@@ -18,7 +18,7 @@ namespace {
 
 std::vector<Ref<NSString>> keysOf(const Ref<NSString>& keyPath) {
   std::vector<Ref<NSString>> keys;
-  for (const id& key : *keyPath->componentsSeparatedByString(".")) {
+  for (const id& key : keyPath->componentsSeparatedByString(".")) {
     keys.push_back(cast<NSString>(key));
   }
   return keys;

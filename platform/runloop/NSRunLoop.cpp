@@ -167,7 +167,7 @@ void NSRunLoop::performInModes_block(const Ref<NSArray>& modes, Block<void()> bl
   require(modes != nullptr, "modes != nullptr");
   require(block != nullptr, "block != nullptr");
   const auto once = std::make_shared<OnceBlock>(std::move(block));
-  for (const id& mode : *modes) {
+  for (const id& mode : modes) {
     if (const auto target = modeNamed(cast<NSString>(mode))) {
       target->addBlock(once);
     }

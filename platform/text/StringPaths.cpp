@@ -56,7 +56,7 @@ Ref<NSString> NSString::pathWithComponents(const Ref<NSArray>& components) {
   }
   Ref<NSString> path = string();
   Ref<NSString> last;
-  for (const id& component : *components) {
+  for (const id& component : components) {
     last = cast<NSString>(component);
     path = path->stringByAppendingPathComponent(last);
   }
@@ -73,7 +73,7 @@ Ref<NSArray> NSString::pathComponents() const {
     components->addObject(slash());
   }
   const auto names = path->componentsSeparatedByString(slash());
-  for (const id& name : *names) {
+  for (const id& name : names) {
     if (!name->isEqual(string())) {
       components->addObject(name);
     }

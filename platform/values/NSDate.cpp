@@ -4,6 +4,7 @@
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSString.h>
 
+#include "object/Reference.h"
 #include "values/NumberText.h"
 #include "values/RangeCheck.h"
 
@@ -24,9 +25,6 @@ constexpr NSTimeInterval kTwoThousandYears = 730485 * 86400.0;
 bool isWithinCalendar(NSTimeInterval seconds) {
   return seconds >= -kTwoThousandYears && seconds < 4 * kTwoThousandYears;
 }
-
-/// A typed reference to what a const member function runs on.
-Ref<NSDate> reference(const NSDate& date) { return Ref<NSDate>(const_cast<NSDate*>(&date)); }
 
 }  // namespace
 

@@ -196,7 +196,7 @@ void dispatch_once(dispatch_once_t* predicate, Callable&& callable) {
 /// Several tasks to be waited for together.
 ///
 ///     DispatchGroup group;
-///     for (const id& item : *items) group.async(queue, [=] { process(item); });
+///     for (const id& item : items) group.async(queue, [=] { process(item); });
 ///     group.wait();
 ///
 /// Copies share one group. It may go while tasks run: they keep what they need. What a task did is

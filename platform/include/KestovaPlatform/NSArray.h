@@ -11,9 +11,7 @@
 #include <KestovaPlatform/NSTypes.h>
 #include <KestovaPlatform/Selector.h>
 
-#include <cstddef>
 #include <functional>
-#include <iterator>
 #include <vector>
 
 namespace kestova {
@@ -103,8 +101,8 @@ class KESTOVA_PLATFORM_EXPORT NSArray : public NSObject {
   /// \name Walking
   /// @{
 
-  MemberIterator begin() const;
-  static constexpr std::default_sentinel_t end() noexcept { return {}; }
+  /// What range-`for` over a reference walks with.
+  MemberIterator members() const;
 
   Ref<NSEnumerator> objectEnumerator() const;
   Ref<NSEnumerator> reverseObjectEnumerator() const;

@@ -9,9 +9,7 @@
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/NSTypes.h>
 
-#include <cstddef>
 #include <initializer_list>
-#include <iterator>
 
 namespace kestova {
 
@@ -92,9 +90,8 @@ class KESTOVA_PLATFORM_EXPORT NSDictionary : public NSObject {
   /// The objects in the order of their keys.
   virtual Ref<NSEnumerator> objectEnumerator() const;
 
-  /// Range-`for` walks through the keys.
-  MemberIterator begin() const { return MemberIterator(keyEnumerator()); }
-  static constexpr std::default_sentinel_t end() noexcept { return {}; }
+  /// What range-`for` over a reference walks with: the keys.
+  MemberIterator members() const { return MemberIterator(keyEnumerator()); }
 
   /// Calls the block for each entry, on this thread, until it sets its last argument. The cheapest
   /// walk through keys and objects.

@@ -31,8 +31,9 @@ class KESTOVA_PLATFORM_EXPORT NSEnumerator : public NSObject {
   /// The members that are left, which are then used up.
   Ref<NSArray> allObjects();
 
-  MemberIterator begin();
-  static constexpr std::default_sentinel_t end() noexcept { return {}; }
+  /// What range-`for` over a reference walks with: the members that are left, which are then used
+  /// up.
+  MemberIterator members();
 
  protected:
   NSEnumerator() = default;
@@ -72,18 +73,19 @@ class MemberIterator {
   id current_;
 };
 
-inline MemberIterator NSEnumerator::begin() { return MemberIterator(Ref<NSEnumerator>(this)); }
+inline MemberIterator NSEnumerator::members() { return MemberIterator(Ref<NSEnumerator>(this)); }
 
 /// \name Range-`for` over a reference
-/// `for (const id& member : collection)`, also when `collection` is the result of a call. A null
-/// reference is a broken contract.
+/// `for (const id& member : collection)`. The reference may be the result of a call, which is kept
+/// for as long as the walk takes; there is no walk over a plain collection, because the result of a
+/// call would be gone by then. A null reference is a broken contract.
 /// @{
 template <class Collection>
-requires requires(Collection& collection) { collection.begin(); }
-auto begin(const Ref<Collection>& collection) { return collection->begin(); }
+requires requires(Collection& collection) { collection.members(); }
+MemberIterator begin(const Ref<Collection>& collection) { return collection->members(); }
 template <class Collection>
-requires requires(Collection& collection) { collection.end(); }
-auto end(const Ref<Collection>& collection) { return collection->end(); }
+requires requires(Collection& collection) { collection.members(); }
+constexpr std::default_sentinel_t end(const Ref<Collection>&) noexcept { return {}; }
 /// @}
 
 }  // namespace kestova

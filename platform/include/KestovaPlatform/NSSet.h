@@ -8,9 +8,6 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSTypes.h>
 
-#include <cstddef>
-#include <iterator>
-
 namespace kestova {
 
 /// Objects of which no two are equal, in no order, immutable here.
@@ -82,8 +79,8 @@ class KESTOVA_PLATFORM_EXPORT NSSet : public NSObject {
   /// The members. A primitive.
   virtual Ref<NSEnumerator> objectEnumerator() const = 0;
 
-  MemberIterator begin() const;
-  static constexpr std::default_sentinel_t end() noexcept { return {}; }
+  /// What range-`for` over a reference walks with.
+  MemberIterator members() const;
 
   /// Calls the block for each member, on this thread, until it sets its last argument.
   void enumerateObjectsUsingBlock(const Block<void(const id& object, bool* stop)>& block) const;
