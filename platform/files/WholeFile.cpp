@@ -43,7 +43,9 @@ int writeAll(int file, std::span<const std::byte> contents) {
 }
 
 FileDescriptor openFile(const std::string& path, int flags, mode_t mode = 0) {
-  return FileDescriptor(uninterrupted([&] { return open(path.c_str(), flags | O_CLOEXEC, mode); }));
+  return FileDescriptor(uninterrupted([&] {
+    return FileSystemCalls::current().openat(AT_FDCWD, path.c_str(), flags | O_CLOEXEC, mode);
+  }));
 }
 
 /// The name behind symbolic links; the name itself where there is none yet.
@@ -100,10 +102,9 @@ class Replacement {
   }
 
   int takeName() {
-    if (rename(name_.c_str(), path_.c_str()) != 0) {
-      return errno;
-    }
-    return file_.close();
+    const int renamed =
+        FileSystemCalls::current().renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, path_.c_str(), 0);
+    return renamed == 0 ? file_.close() : errno;
   }
 
  private:

@@ -7,6 +7,7 @@
 
 #include "text/TextStorage.h"
 #include "text/UnicodeConversion.h"
+#include "values/BlockHash.h"
 #include "values/RangeCheck.h"
 
 #include <ostream>
@@ -23,27 +24,22 @@ auto withBoth(const NSString& a, const NSString& b, Function&& function) {
   return withUnits(a, [&](auto x) { return withUnits(b, [&](auto y) { return function(x, y); }); });
 }
 
-/// Mixes four units at a time, so that the number depends on the units and not on their storage.
+/// Hashes four units at a time, so that the number depends on the units and not on their storage.
 template <class Unit>
 NSUInteger hashOf(std::basic_string_view<Unit> units) noexcept {
-  constexpr NSUInteger kFactor = 0x9E3779B97F4A7C15U;
-  NSUInteger hash = units.size() * kFactor;
-  const auto mix = [&](NSUInteger block) {
-    hash = (hash ^ block) * kFactor;
-    hash ^= hash >> 32;
-  };
+  BlockHash hash(units.size());
   std::size_t index = 0;
   for (; units.size() - index >= 4; index += 4) {
     const Unit* unit = units.data() + index;
-    mix(NSUInteger{static_cast<unichar>(unit[0])} |
-        NSUInteger{static_cast<unichar>(unit[1])} << 16 |
-        NSUInteger{static_cast<unichar>(unit[2])} << 32 |
-        NSUInteger{static_cast<unichar>(unit[3])} << 48);
+    hash.add(NSUInteger{static_cast<unichar>(unit[0])} |
+             NSUInteger{static_cast<unichar>(unit[1])} << 16 |
+             NSUInteger{static_cast<unichar>(unit[2])} << 32 |
+             NSUInteger{static_cast<unichar>(unit[3])} << 48);
   }
   for (; index < units.size(); ++index) {
-    mix(static_cast<unichar>(units[index]));
+    hash.add(static_cast<unichar>(units[index]));
   }
-  return hash;
+  return hash.value();
 }
 
 NSComparisonResult orderOf(int difference) {

@@ -72,13 +72,12 @@ Ref<NSArray> NSString::pathComponents() const {
   if (isAbsolutePath()) {
     components->addObject(slash());
   }
-  const auto names = path->componentsSeparatedByString(slash());
-  for (const id& name : names) {
+  for (const id& name : path->componentsSeparatedByString(slash())) {
     if (!name->isEqual(string())) {
       components->addObject(name);
     }
   }
-  if (path->length() > 1 && hasSuffix(slash())) {
+  if (path != "/" && hasSuffix(slash())) {
     components->addObject(slash());
   }
   return components;

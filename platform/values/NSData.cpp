@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSString.h>
 
 #include "files/WholeFile.h"
+#include "values/BlockHash.h"
 #include "values/RangeCheck.h"
 
 #include <algorithm>
@@ -26,19 +27,16 @@ void copyBytes(void* to, const void* from, NSUInteger length) {
   }
 }
 
-/// FNV-1a over eight bytes at a time.
 NSUInteger hashOf(std::span<const std::byte> bytes) {
-  constexpr NSUInteger kPrime = 0x100000001B3U;
-  NSUInteger hash = 0xCBF29CE484222325U ^ bytes.size();
+  BlockHash hash(bytes.size());
   while (!bytes.empty()) {
     NSUInteger block = 0;
     const auto count = std::min(bytes.size(), sizeof block);
     std::memcpy(&block, bytes.data(), count);
-    hash = (hash ^ block) * kPrime;
-    hash ^= hash >> 32;
+    hash.add(block);
     bytes = bytes.subspan(count);
   }
-  return hash;
+  return hash.value();
 }
 
 }  // namespace

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSData.h>
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSString.h>
+#include <gtest/gtest.h>
+
+#include "Bytes.h"
+#include "ExceptionExpectation.h"
+#include "TemporaryFolder.h"
+
+#include <array>
+#include <unordered_set>
+
+namespace kestova {
+namespace {
+
+using testing::dataOf;
+using testing::expectException;
+using testing::hex;
+using testing::TemporaryFolder;
+
+Ref<NSData> dataOf(const std::string& bytes) {
+  return NSData::dataWithBytes_length(bytes.data(), bytes.size());
+}
+
+std::string textOf(const Ref<NSData>& data) {
+  return {reinterpret_cast<const char*>(data->bytes()), data->length()};
+}
+
+TEST(NSDataTests, HoldsACopyOfItsBytes) {
+  std::string bytes = "abc";
+  const auto data = dataOf(bytes);
+  bytes[0] = 'x';
+  EXPECT_EQ(data->length(), 3U);
+  EXPECT_EQ(hex(data), "61 62 63");
+  EXPECT_EQ(data->span().data(), data->bytes());
+}
+
+TEST(NSDataTests, MayBeEmpty) {
+  for (const auto& data : {NSData::data(), NSData::dataWithBytes_length(nullptr, 0), dataOf("")}) {
+    EXPECT_EQ(data->length(), 0U);
+    EXPECT_TRUE(data->span().empty());
+    EXPECT_TRUE(data->isEqual(NSData::data()));
+    EXPECT_EQ(data->hash(), NSData::data()->hash());
+    EXPECT_EQ(data->description(), "<>");
+    EXPECT_EQ(data->subdataWithRange({0, 0})->length(), 0U);
+  }
+}
+
+TEST(NSDataTests, PartsAreCopiedOut) {
+  const auto data = dataOf("abcdef");
+  std::array<char, 4> buffer{'-', '-', '-', '-'};
+  data->getBytes_range(buffer.data(), {2, 3});
+  EXPECT_EQ(std::string_view(buffer.data(), 4), "cde-");
+  EXPECT_EQ(textOf(data->subdataWithRange({4, 2})), "ef");
+  EXPECT_EQ(textOf(data->subdataWithRange({6, 0})), "");
+}
+
+TEST(NSDataTests, RangesPastTheEndThrow) {
+  const auto data = dataOf("abc");
+  char buffer[8];
+  expectException(NSRangeException, [&] { data->getBytes_range(buffer, {2, 2}); });
+  expectException(NSRangeException, [&] { (void)data->subdataWithRange({4, 0}); });
+  expectException(NSRangeException, [&] { (void)data->subdataWithRange({1, NSNotFound * 2 + 1}); });
+}
+
+TEST(NSDataTests, EqualBytesAreEqual) {
+  EXPECT_TRUE(dataOf("abc")->isEqual(dataOf("abc")));
+  EXPECT_TRUE(dataOf("abc")->isEqualToData(NSMutableData::dataWithData(dataOf("abc"))));
+  EXPECT_EQ(dataOf("abc")->hash(), dataOf("abc")->hash());
+  EXPECT_FALSE(dataOf("abc")->isEqual(dataOf("abd")));
+  EXPECT_FALSE(dataOf("abc")->isEqual(dataOf("ab")));
+  EXPECT_FALSE(dataOf("abc")->isEqual(nullptr));
+  EXPECT_FALSE(dataOf("abc")->isEqualToData(nullptr));
+  EXPECT_FALSE(dataOf("abc")->isEqual("abc"));
+}
+
+TEST(NSDataTests, HashesTellBytesOfEveryLengthApart) {
+  std::unordered_set<NSUInteger> hashes;
+  for (int length = 0; length < 40; ++length) {
+    std::string bytes(static_cast<std::size_t>(length), '\0');
+    hashes.insert(dataOf(bytes)->hash());
+    for (char& byte : bytes) {
+      byte = 1;
+      hashes.insert(dataOf(bytes)->hash());
+      byte = 0;
+    }
+  }
+  EXPECT_EQ(hashes.size(), 40U + 39U * 40U / 2U);
+}
+
+TEST(NSDataTests, DescriptionIsHexInGroupsOfFour) {
+  EXPECT_EQ(dataOf({0x7F})->description(), "<7f>");
+  EXPECT_EQ(dataOf({0x7F, 0x45, 0x4C, 0x46})->description(), "<7f454c46>");
+  EXPECT_EQ(dataOf({0x7F, 0x45, 0x4C, 0x46, 0x02})->description(), "<7f454c46 02>");
+  EXPECT_EQ(dataOf({0, 1, 2, 3, 4, 5, 6, 7, 0xFF})->description(), "<00010203 04050607 ff>");
+}
+
+TEST(NSDataTests, CopiesOfImmutableDataAreItself) {
+  const auto data = dataOf("abc");
+  EXPECT_EQ(data->copy(), data);
+  EXPECT_EQ(NSData::dataWithData(data), data);
+  EXPECT_EQ(NSData::dataWithData(nullptr), nullptr);
+  const auto changed = cast<NSMutableData>(data->mutableCopy());
+  ASSERT_NE(changed, nullptr);
+  changed->setLength(1);
+  EXPECT_EQ(textOf(data), "abc");
+}
+
+class NSDataFileTests : public ::testing::Test {
+ protected:
+  Ref<NSString> pathOf(const std::string& name) {
+    return NSString::stringWithFileSystemRepresentation(folder_.at(name));
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(NSDataFileTests, ReadsAWholeFile) {
+  const std::string big(300000, 'x');
+  for (const std::string& contents :
+       {std::string(), std::string("abc"), std::string(65536, 'y'), big}) {
+    folder_.write("file", contents);
+    const auto data = NSData::dataWithContentsOfFile(pathOf("file"));
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(textOf(data), contents);
+    EXPECT_EQ(cast<NSMutableData>(data), nullptr);
+  }
+}
+
+TEST_F(NSDataFileTests, ReadsFilesThatTellNoSize) {
+  const auto data = NSData::dataWithContentsOfFile("/proc/self/status");
+  ASSERT_NE(data, nullptr);
+  EXPECT_EQ(textOf(data).substr(0, 5), "Name:");
+}
+
+TEST_F(NSDataFileTests, WhatCannotBeReadIsNothing) {
+  EXPECT_EQ(NSData::dataWithContentsOfFile(pathOf("missing")), nullptr);
+  EXPECT_EQ(NSData::dataWithContentsOfFile(pathOf(".")), nullptr);
+  EXPECT_EQ(NSData::dataWithContentsOfFile(nullptr), nullptr);
+  EXPECT_EQ(NSData::dataWithContentsOfFile(""), nullptr);
+}
+
+TEST_F(NSDataFileTests, WritesAtOnceAndInPlace) {
+  for (const bool atomically : {true, false}) {
+    EXPECT_TRUE(dataOf("long contents")->writeToFile_atomically(pathOf("file"), atomically));
+    EXPECT_EQ(folder_.read("file"), "long contents");
+    EXPECT_TRUE(dataOf("short")->writeToFile_atomically(pathOf("file"), atomically));
+    EXPECT_EQ(folder_.read("file"), "short");
+    EXPECT_FALSE(dataOf("x")->writeToFile_atomically(pathOf("no/file"), atomically));
+    EXPECT_FALSE(dataOf("x")->writeToFile_atomically(nullptr, atomically));
+  }
+}
+
+TEST_F(NSDataFileTests, NamesThatAreNoUTF8AreReadAndWritten) {
+  EXPECT_TRUE(dataOf("abc")->writeToFile_atomically(pathOf("\xE4\xFF"), true));
+  EXPECT_EQ(folder_.read("\xE4\xFF"), "abc");
+  EXPECT_EQ(textOf(NSData::dataWithContentsOfFile(pathOf("\xE4\xFF"))), "abc");
+}
+
+}  // namespace
+}  // namespace kestova
