@@ -58,9 +58,19 @@ void OVBinaryDataStream::requireData() const {
   }
 }
 
-/// The next `count` bytes for writing, and moves behind them. Bytes between the end and a position
-/// behind it become zero; those that the caller overwrites are not cleared first.
-std::byte* OVBinaryDataStream::placeFor(NSUInteger count) {
+/// The next `count` bytes for writing, and moves behind them. Writing at the end of a growable buffer
+/// is what streams are mostly for.
+inline std::byte* OVBinaryDataStream::placeFor(NSUInteger count) {
+  if (growable_ != nullptr && growable_->length() == mPosition) [[likely]] {
+    mPosition += count;
+    return growable_->extend(count);
+  }
+  return placeWithin(count);
+}
+
+/// The same anywhere. Bytes between the end and a position behind it become zero; those that the
+/// caller overwrites are not cleared first.
+std::byte* OVBinaryDataStream::placeWithin(NSUInteger count) {
   requireData();
   NSMutableData& buffer = growable();
   const NSUInteger length = buffer.length();

@@ -91,6 +91,7 @@ class KESTOVA_FOUNDATION_EXPORT OVBinaryDataStream : public OVBinaryStream {
   template <class T>
   T readValue();
   std::byte* placeFor(NSUInteger count);
+  std::byte* placeWithin(NSUInteger count);
   const std::byte* take(NSUInteger count);
   NSMutableData& growable() const;
   void requireData() const;

@@ -193,7 +193,7 @@ TEST(OVMakeStandardMacErrorStringTests, ShowsFourASCIICharacters) {
 TEST(OVMakeStandardMacErrorStringTests, AnUnknownStatusEndsAfterTheNumber) {
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 1), "Error code 1.");           // zero bytes
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, -7), "Error code -7.");         // no ASCII
-  EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0x66006D74), "Error code 1711303028.");
+  EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0x66006D74), "Error code 1711304052.");
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0), "Error code 0.");
 }
 

@@ -86,7 +86,7 @@ TEST_F(TransferCommandTests, SeveralSourcesNeedAFolder) {
 TEST_F(TransferCommandTests, AMissingSourceIsOneLineThatNamesIt) {
   const ToolResult result = runTool({"copy", at("missing"), at("into")});
   EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_EQ(result.errors, "kestova: Copying " + at("missing") +
+  EXPECT_EQ(result.errors, "kestova: Copying " + at("missing") + " to " + at("into/missing") +
                                " failed with error code -43 (fnfErr). File not found.\n");
 }
 
@@ -100,7 +100,7 @@ TEST_F(TransferCommandTests, AnExistingDestinationIsKeptUnlessAskedFor) {
   write("into/a", "old");
   const ToolResult refused = runTool({"copy", write("a", "new"), at("into")});
   EXPECT_EQ(refused.exitStatus, 1);
-  EXPECT_EQ(refused.errors, "kestova: Copying " + at("a") +
+  EXPECT_EQ(refused.errors, "kestova: Copying " + at("a") + " to " + at("into/a") +
                                 " failed with error code -48 (dupFNErr). A file of that name exists "
                                 "already.\n");
   EXPECT_EQ(folder_.read("into/a"), "old");

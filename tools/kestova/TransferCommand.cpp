@@ -204,7 +204,8 @@ class TransferCommand final : public Command {
 
   static void explain(const TransferItem& item, const std::string& path, OSStatus status) {
     const Ref<NSString> operation = NSString::stringWithFormat(
-        item.kind == TransferKind::kCopy ? "Copying %s" : "Moving %s", displayText(path));
+        item.kind == TransferKind::kCopy ? "Copying %s to %s" : "Moving %s to %s", displayText(path),
+        displayText(item.destination));
     std::fprintf(stderr, "kestova: %s\n",
                  OVMakeStandardMacErrorString(operation, status)->displayUTF8().c_str());
   }
