@@ -3,13 +3,12 @@
 
 #include "files/FileDescriptor.h"
 #include "files/FileSystemCalls.h"
+#include "files/ItemRenaming.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -56,13 +55,7 @@ std::string resolved(const std::string& path) {
 }
 
 std::string newNameBeside(const std::string& path) {
-  std::uint64_t number;
-  while (getrandom(&number, sizeof number, 0) != sizeof number) {
-  }
-  char name[40];
-  std::snprintf(name, sizeof name, ".kestova-write-%016llx",
-                static_cast<unsigned long long>(number));
-  return path.substr(0, path.rfind('/') + 1) + name;
+  return path.substr(0, path.rfind('/') + 1) + ".kestova-write-" + randomHexDigits();
 }
 
 /// A new file beside the one that it is to replace, removed again unless it took that one's name.
