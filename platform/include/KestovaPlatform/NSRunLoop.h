@@ -42,7 +42,7 @@ enum CFRunLoopRunResult : std::int32_t {
 ///
 ///     Ref<NSRunLoop> loop = NSRunLoop::currentRunLoop();
 ///     loop->addSource_forMode(source, NSRunLoopCommonModes);
-///     NSTimer::scheduledTimerWithTimeInterval_repeats_block(60, true, [](auto&) { save(); });
+///     loop->performBlock([=] { loop->stop(); });   // from any thread
 ///     loop->run();                                 // until `stop`
 ///
 /// Each thread has one run loop, made when somebody first asks for it. What it serves is sorted
