@@ -434,9 +434,9 @@ TEST_F(OVFileOperationReportTests, AFailedReportBeepsLogsAndGoesOn) {
   class CountingSound : public AlertSound {
    public:
     int beeps = 0;
-    void beep() override { ++beeps; }
+    void play() override { ++beeps; }
   } sound;
-  AlertSound* const before = AlertSound::setShared(&sound);
+  AlertSound::setCurrent(&sound);
   const CapturedLog log;
   beginSingle();
   service_.report(0, kFirst, kFSOperationStageRunning, -5000);
@@ -447,7 +447,7 @@ TEST_F(OVFileOperationReportTests, AFailedReportBeepsLogsAndGoesOn) {
   service_.report(0, kFirst, kFSOperationStageComplete);
   EXPECT_EQ(listener_.ends, 1);
   EXPECT_EQ(sound.beeps, 1);
-  AlertSound::setShared(before);
+  AlertSound::setCurrent(nullptr);
 }
 
 TEST_F(OVFileOperationReportTests, FiguresAreAnnouncedInOrderAndThroughputIsNot) {

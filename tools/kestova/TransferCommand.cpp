@@ -8,6 +8,7 @@
 
 #include <KestovaFoundation/OVFileOperation.h>
 #include <KestovaFoundation/OVNSErrorBuilder.h>
+#include <KestovaPlatform/NSBeep.h>
 #include <KestovaPlatform/NSLog.h>
 #include <KestovaPlatform/NSRunLoop.h>
 
@@ -17,6 +18,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -61,6 +63,24 @@ std::unique_ptr<TransferReporter> makeReporter(const TransferOptions& options) {
   }
   return isatty(STDOUT_FILENO) != 0 ? makeLiveReporter() : makePlainReporter();
 }
+
+/// Neither log nor bell while it lives: the library logs every failed report, and the tool has its own
+/// line for each failure.
+class Silence final : private LogSink, private AlertSound {
+ public:
+  Silence() {
+    LogSink::setCurrent(this);
+    AlertSound::setCurrent(this);
+  }
+  ~Silence() override {
+    LogSink::setCurrent(nullptr);
+    AlertSound::setCurrent(nullptr);
+  }
+
+ private:
+  void write(std::string_view) override {}
+  void play() override {}
+};
 
 /// Carries one item to its end on this thread's run loop.
 class Transfer final : private OVFileOperationDelegate {
@@ -147,7 +167,7 @@ class TransferCommand final : public Command {
   }
 
   int run() override {
-    NSLogSink silence = silenceLog();
+    const Silence silence;
     const std::string destination = options_.paths.back();
     options_.paths.pop_back();
     const bool isFolder = fs::is_directory(destination);
