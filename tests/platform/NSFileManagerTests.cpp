@@ -61,7 +61,7 @@ TEST_F(NSFileManagerTests, TellsWhatExistsAndWhatIsAFolder) {
   bool isDirectory = true;
   EXPECT_TRUE(files_->fileExistsAtPath_isDirectory(at("a"), &isDirectory));
   EXPECT_FALSE(isDirectory);
-  EXPECT_TRUE(files_->fileExistsAtPath_isDirectory(folder_.path(), &isDirectory));
+  EXPECT_TRUE(files_->fileExistsAtPath_isDirectory(folder_.path().string(), &isDirectory));
   EXPECT_TRUE(isDirectory);
   EXPECT_FALSE(files_->fileExistsAtPath_isDirectory(at("none"), &isDirectory));
   EXPECT_FALSE(isDirectory);
@@ -140,7 +140,7 @@ TEST_F(NSFileManagerTests, ListsTheNamesInAFolder) {
   folder_.write("a", "");
   folder_.write(".hidden", "");
   folder_.write("odd\xFF", "");
-  const auto names = files_->contentsOfDirectoryAtPath_error(folder_.path());
+  const auto names = files_->contentsOfDirectoryAtPath_error(folder_.path().string());
   EXPECT_EQ(names->count(), 3U);
   EXPECT_TRUE(names->containsObject("a"));
   EXPECT_TRUE(names->containsObject(".hidden"));
@@ -182,8 +182,8 @@ TEST_F(NSFileManagerTests, MakesAndReadsLinks) {
   EXPECT_TRUE(files_->createSymbolicLinkAtPath_withDestinationPath_error(at("link"), "some/where"));
   EXPECT_EQ(files_->destinationOfSymbolicLinkAtPath_error(at("link")), "some/where");
   Ref<NSError> error;
-  EXPECT_EQ(files_->destinationOfSymbolicLinkAtPath_error(folder_.path(), &error), nullptr);
-  expectError(error, NSFileReadUnknownError, EINVAL, folder_.path());
+  EXPECT_EQ(files_->destinationOfSymbolicLinkAtPath_error(folder_.path().string(), &error), nullptr);
+  expectError(error, NSFileReadUnknownError, EINVAL, folder_.path().string());
 }
 
 TEST_F(NSFileManagerTests, TellsWhatAUserMayDo) {
@@ -223,7 +223,7 @@ TEST_F(NSFileManagerTests, AStickyFolderGuardsWhatOthersOwn) {
 
 TEST_F(NSFileManagerTests, KnowsTheWorkingFolder) {
   const auto before = files_->currentDirectoryPath();
-  EXPECT_TRUE(files_->changeCurrentDirectoryPath(folder_.path()));
+  EXPECT_TRUE(files_->changeCurrentDirectoryPath(folder_.path().string()));
   EXPECT_EQ(files_->currentDirectoryPath(), folder_.path().string());
   EXPECT_FALSE(files_->changeCurrentDirectoryPath(at("none")));
   EXPECT_TRUE(files_->changeCurrentDirectoryPath(before));
