@@ -87,17 +87,16 @@ dispatch_time_t dispatchTimeAfter(NSTimeInterval seconds) noexcept {
 }
 
 void dispatch_async(dispatch_queue_t queue, Block<void()> block) {
-  dispatch_async_f(queue, Submission::make(queue, std::move(block)), &Submission::run);
+  dispatch_async_f(queue, Submission::send({queue, std::move(block)}), &Submission::run);
 }
 
 void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, Block<void()> block) {
-  dispatch_after_f(when, queue, Submission::make(queue, std::move(block)), &Submission::run);
+  dispatch_after_f(when, queue, Submission::send({queue, std::move(block)}), &Submission::run);
 }
 
 void dispatch_barrier_async(dispatch_queue_t queue, Block<void()> block) {
-  auto* submission = Submission::make(queue, std::move(block));
-  submission->kind = TaskKind::barrier;
-  dispatch_barrier_async_f(queue, submission, &Submission::run);
+  dispatch_barrier_async_f(queue, Submission::send({queue, std::move(block), TaskKind::barrier}),
+                           &Submission::run);
 }
 
 void detail::runSync(dispatch_queue_t queue, void* context, DispatchFunction function) {

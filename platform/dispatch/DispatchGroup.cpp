@@ -12,8 +12,8 @@ DispatchGroup::DispatchGroup()
 
 void DispatchGroup::async(dispatch_queue_t queue, Block<void()> block) const {
   const dispatch_group_t group = group_;
-  dispatch_group_async_f(group, queue, Submission::make(queue, std::move(block), nullptr, group),
-                         &Submission::run);
+  void* submission = Submission::send({queue, std::move(block), TaskKind::plain, group});
+  dispatch_group_async_f(group, queue, submission, &Submission::run);
 }
 
 void DispatchGroup::enter() const noexcept { dispatch_group_enter(group_); }
@@ -40,9 +40,14 @@ bool DispatchGroup::waitFor(NSTimeInterval seconds) const noexcept {
 }
 
 void DispatchGroup::notify(dispatch_queue_t queue, Block<void()> block) const {
-  const dispatch_group_t group = group_;
-  dispatch_group_notify_f(group, queue, Submission::make(queue, std::move(block), group),
-                          &Submission::run);
+  require(block != nullptr, "block != nullptr");
+  // The notification keeps the group, as its tag for the sanitizer lasts no longer.
+  auto notified = [group = group_, block = std::move(block)] {
+    tellAcquired(static_cast<dispatch_group_t>(group));
+    block();
+  };
+  void* submission = Submission::send({queue, std::move(notified)});
+  dispatch_group_notify_f(group_, queue, submission, &Submission::run);
 }
 
 }  // namespace kestova

@@ -2,7 +2,6 @@
 #include <KestovaPlatform/Dispatch.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <mutex>
 #include <utility>
@@ -38,23 +37,25 @@ struct DispatchTimer::Handlers {
   }
 
   void perform(Block<void()> Handlers::*which) {
-    tellAcquired(this);
-    {
-      const QueueOrder order(queue, TaskKind::plain);
-      if (const Block<void()> block = get(which)) {
-        performSubmitted(block);
-      }
+    const QueueOrder order(queue, TaskKind::plain);
+    if (const Block<void()> block = get(which)) {
+      performSubmitted(block);
     }
-    tellReleased(this);
   }
 
-  static void fired(void* pointer) { static_cast<Handlers*>(pointer)->perform(&Handlers::event); }
+  static void fired(void* pointer) {
+    tellAcquired(pointer);
+    static_cast<Handlers*>(pointer)->perform(&Handlers::event);
+    tellReleased(pointer);
+  }
 
   static void cancelled(void* pointer) {
+    tellAcquired(pointer);
     auto& handlers = *static_cast<Handlers*>(pointer);
     handlers.replace(&Handlers::event, nullptr);
     handlers.perform(&Handlers::cancel);
     handlers.replace(&Handlers::cancel, nullptr);
+    tellReleased(pointer);
   }
 
   static void finished(void* pointer) {
@@ -64,8 +65,7 @@ struct DispatchTimer::Handlers {
 
   /// Unowned: the source holds it.
   const dispatch_queue_t queue;
-  std::atomic<bool> resumed{false};
-  /// Guards the two blocks, never while one of them runs.
+  /// Guards the two blocks, never while one of them runs or goes.
   std::mutex mutex;
   Block<void()> event;
   Block<void()> cancel;
@@ -86,6 +86,7 @@ DispatchTimer::~DispatchTimer() {
   cancel();
   // libdispatch refuses to let go of a source at rest.
   resume();
+  tellReleased(handlers_);
 }
 
 void DispatchTimer::setEventHandler(Block<void()> handler) {
@@ -105,7 +106,7 @@ void DispatchTimer::setTimer(dispatch_time_t start, NSTimeInterval interval,
 }
 
 void DispatchTimer::resume() {
-  if (!handlers_->resumed.exchange(true)) {
+  if (!resumed_.exchange(true)) {
     tellReleased(handlers_);
     dispatch_resume(dispatch_source_t(source_));
   }

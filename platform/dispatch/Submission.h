@@ -30,33 +30,30 @@ void performSubmitted(Callable&& callable) noexcept {
 /// A block on its way through libdispatch: what it is called with, and what the thread sanitizer is
 /// told when it runs.
 struct Submission {
-  Block<void()> block;
   dispatch_queue_t queue;
+  Block<void()> block;
   TaskKind kind = TaskKind::plain;
-  /// Tags beyond those of the queue: a group is acquired by those who wait for it.
-  const void* acquired = nullptr;
-  const void* released = nullptr;
+  /// The group that it is a task of; null for none.
+  dispatch_group_t group = nullptr;
 
-  /// Makes one that `run` will take over; it is no longer touched once libdispatch has it.
-  static Submission* make(dispatch_queue_t queue, Block<void()> block,
-                          const void* acquired = nullptr, const void* released = nullptr) {
-    require(queue != nullptr, "queue != nullptr");
-    require(block != nullptr, "block != nullptr");
-    auto* submission = new Submission{std::move(block), queue, TaskKind::plain, acquired, released};
-    tellReleased(submission);
-    return submission;
+  /// Checks it and puts it where `run` will find it and let go of it.
+  static void* send(Submission submission) {
+    require(submission.queue != nullptr, "queue != nullptr");
+    require(submission.block != nullptr, "block != nullptr");
+    auto* sent = new Submission(std::move(submission));
+    tellReleased(sent);
+    return sent;
   }
 
   static void run(void* pointer) {
+    tellAcquired(pointer);
     const std::unique_ptr<Submission> submission(static_cast<Submission*>(pointer));
-    tellAcquired(submission.get());
-    tellAcquired(submission->acquired);
     {
       const QueueOrder order(submission->queue, submission->kind);
       performSubmitted(submission->block);
       submission->block = nullptr;
     }
-    tellReleased(submission->released);
+    tellReleased(submission->group);
   }
 };
 

@@ -30,8 +30,8 @@
 #undef __has_extension
 #endif
 
+#include <atomic>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <type_traits>
 #include <utility>
@@ -274,6 +274,7 @@ class KESTOVA_PLATFORM_EXPORT DispatchTimer {
 
   /// Goes with the source, after the last handler.
   Handlers* handlers_;
+  std::atomic<bool> resumed_{false};
   DispatchObject<dispatch_source_t> source_;
 };
 
