@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/FoundationErrors.h>
 #include <KestovaPlatform/NSPropertyListSerialization.h>
 
 #include "preferences/PropertyListReading.h"

@@ -9,9 +9,6 @@
 
 namespace kestova {
 
-/// The code, in NSCocoaErrorDomain, of data that is no property list.
-inline constexpr NSInteger NSPropertyListReadCorruptError = 3840;
-
 /// How much of what is read can be changed.
 enum NSPropertyListMutabilityOptions : NSUInteger {
   NSPropertyListImmutable = 0,
