@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/FoundationErrors.h>
 #include <KestovaPlatform/NSDate.h>
-#include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSNumber.h>
 
-#include "files/ItemRenaming.h"
+#include "files/FileError.h"
+#include "files/FileSystemCalls.h"
+#include "files/FileTransfer.h"
+#include "files/NativePath.h"
 #include "files/TreeRemover.h"
 
 #include <fcntl.h>
@@ -13,153 +16,75 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
-#include <cerrno>
-#include <climits>
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <string>
-#include <system_error>
-#include <utility>
+#include <vector>
 
 namespace kestova {
 
 constinit const StringConstant NSFileType{"NSFileType"};
 constinit const StringConstant NSFileSize{"NSFileSize"};
 constinit const StringConstant NSFileModificationDate{"NSFileModificationDate"};
+constinit const StringConstant NSFileCreationDate{"NSFileCreationDate"};
 constinit const StringConstant NSFilePosixPermissions{"NSFilePosixPermissions"};
-constinit const StringConstant NSFileOwnerAccountID{"NSFileOwnerAccountID"};
-constinit const StringConstant NSFileGroupOwnerAccountID{"NSFileGroupOwnerAccountID"};
 constinit const StringConstant NSFileReferenceCount{"NSFileReferenceCount"};
 constinit const StringConstant NSFileSystemNumber{"NSFileSystemNumber"};
 constinit const StringConstant NSFileSystemFileNumber{"NSFileSystemFileNumber"};
+constinit const StringConstant NSFileOwnerAccountID{"NSFileOwnerAccountID"};
+constinit const StringConstant NSFileGroupOwnerAccountID{"NSFileGroupOwnerAccountID"};
 
-constinit const StringConstant NSFileTypeRegular{"NSFileTypeRegular"};
 constinit const StringConstant NSFileTypeDirectory{"NSFileTypeDirectory"};
+constinit const StringConstant NSFileTypeRegular{"NSFileTypeRegular"};
 constinit const StringConstant NSFileTypeSymbolicLink{"NSFileTypeSymbolicLink"};
 constinit const StringConstant NSFileTypeSocket{"NSFileTypeSocket"};
 constinit const StringConstant NSFileTypeCharacterSpecial{"NSFileTypeCharacterSpecial"};
 constinit const StringConstant NSFileTypeBlockSpecial{"NSFileTypeBlockSpecial"};
 constinit const StringConstant NSFileTypeUnknown{"NSFileTypeUnknown"};
 
+KESTOVA_DEFINE_CLASS(NSFileManager)
+
 namespace {
 
 namespace fs = std::filesystem;
 
-/// Whether an operation that failed was reading or writing: the platform's codes tell these apart.
-enum class Access { kReading, kWriting };
-
-std::string bytesOf(const Ref<NSString>& path) {
-  if (!path) {
-    throw NSException(NSInvalidArgumentException, "A path is needed.");
-  }
-  return path->fileSystemRepresentation();
-}
-
-NSInteger codeFor(int number, Access access) {
-  const bool reads = access == Access::kReading;
-  switch (number) {
-    case ENOENT:
-    case ENOTDIR:
-      return reads ? NSFileReadNoSuchFileError : NSFileNoSuchFileError;
-    case EACCES:
-    case EPERM:
-      return reads ? NSFileReadNoPermissionError : NSFileWriteNoPermissionError;
-    case ENAMETOOLONG:
-      return reads ? NSFileReadInvalidFileNameError : NSFileWriteInvalidFileNameError;
-    case EFBIG:
-      return reads ? NSFileReadTooLargeError : NSFileWriteUnknownError;
-    case EEXIST:
-    case ENOTEMPTY:
-      return NSFileWriteFileExistsError;
-    case ENOSPC:
-    case EDQUOT:
-      return NSFileWriteOutOfSpaceError;
-    case EROFS:
-      return NSFileWriteVolumeReadOnlyError;
-    default:
-      return reads ? NSFileReadUnknownError : NSFileWriteUnknownError;
-  }
-}
-
-Ref<NSError> errorFor(int number, Access access, const Ref<NSString>& path) {
-  const Ref<NSString> reason = strerrordesc_np(number);
-  const auto underlying = NSError::errorWithDomain_code_userInfo(
-      NSPOSIXErrorDomain, number, NSDictionary::of({{NSLocalizedDescriptionKey, reason}}));
-  const Ref<NSString> description =
-      access == Access::kReading
-          ? NSString::stringWithFormat("The item \"%@\" could not be read.", path)
-          : NSString::stringWithFormat("The item \"%@\" could not be written.", path);
-  return NSError::errorWithDomain_code_userInfo(
-      NSCocoaErrorDomain, codeFor(number, access),
-      NSDictionary::of({{NSLocalizedDescriptionKey, description},
-                        {NSLocalizedFailureReasonErrorKey, reason},
-                        {NSFilePathErrorKey, path},
-                        {NSUnderlyingErrorKey, underlying}}));
-}
-
-/// Answers whether `number` is 0, and fills the error where it is not.
-bool succeeded(int number, Access access, const Ref<NSString>& path, Ref<NSError>* error) {
-  if (number != 0 && error != nullptr) {
-    *error = errorFor(number, access, path);
-  }
-  return number == 0;
-}
-
-std::string withoutTrailingSlashes(std::string path) {
-  while (path.size() > 1 && path.back() == '/') {
-    path.pop_back();
-  }
-  return path;
-}
-
-bool isFolder(const std::string& path) {
-  struct stat facts {};
-  return ::stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
-}
+/// What a path that can name nothing fails with.
+constexpr int kBadName = EILSEQ;
 
 bool mayAccess(const Ref<NSString>& path, int mode) {
-  return ::faccessat(AT_FDCWD, bytesOf(path).c_str(), mode, AT_EACCESS) == 0;
+  const auto native = nativePath(path);
+  return native && faccessat(AT_FDCWD, native->c_str(), mode, AT_EACCESS) == 0;
 }
 
-int makeFolder(const std::string& path) { return ::mkdir(path.c_str(), 0777) == 0 ? 0 : errno; }
+/// The last name of a path and the folder that it is in: "a" is in ".".
+struct Place {
+  std::string folder;
+  std::string name;
 
-/// Makes a folder and those missing above it. Somebody else may make one of them meanwhile.
-int makeFolders(const std::string& path) {
-  const int error = makeFolder(path);
-  if (error == EEXIST && isFolder(path)) {
-    return 0;
-  }
-  const std::string above = withoutTrailingSlashes(path.substr(0, path.rfind('/') + 1));
-  if (error != ENOENT || above.empty() || above == path) {
-    return error;
-  }
-  if (const int failed = makeFolders(above)) {
-    return failed;
-  }
-  const int again = makeFolder(path);
-  return again == EEXIST && isFolder(path) ? 0 : again;
+  /// Whether the name is one that an item can be given, or lose.
+  bool isChangeable() const { return !name.empty() && name != "." && name != ".."; }
+};
+
+Place placeOf(const std::string& path) {
+  const std::string bare = withoutTrailingSlashes(path);
+  const auto slash = bare.rfind('/');
+  return slash == bare.npos ? Place{".", bare}
+                            : Place{bare.substr(0, slash + 1), bare.substr(slash + 1)};
 }
 
-int setPermissions(const std::string& path, const Ref<NSDictionary>& attributes) {
-  const auto mode = attributes
-                        ? cast<NSNumber>(attributes->objectForKey(NSFilePosixPermissions))
-                        : nullptr;
-  if (!mode) {
-    return 0;
-  }
-  return ::chmod(path.c_str(), static_cast<mode_t>(mode->unsignedIntegerValue() & 07777)) == 0
-             ? 0
-             : errno;
+/// Whether the sticky bit of a folder keeps this process from removing an item in it.
+bool isHeldBySticky(const struct stat& folder, const struct stat& item) {
+  const uid_t self = geteuid();
+  return (folder.st_mode & S_ISVTX) != 0 && self != 0 && self != folder.st_uid &&
+         self != item.st_uid;
 }
 
 const StringConstant& typeOf(mode_t mode) {
   switch (mode & S_IFMT) {
-    case S_IFREG:
-      return NSFileTypeRegular;
     case S_IFDIR:
       return NSFileTypeDirectory;
+    case S_IFREG:
+      return NSFileTypeRegular;
     case S_IFLNK:
       return NSFileTypeSymbolicLink;
     case S_IFSOCK:
@@ -173,31 +98,155 @@ const StringConstant& typeOf(mode_t mode) {
   }
 }
 
-Ref<NSDate> modificationDate(const struct stat& facts) {
-  return NSDate::dateWithTimeIntervalSince1970(static_cast<double>(facts.st_mtim.tv_sec) +
-                                               static_cast<double>(facts.st_mtim.tv_nsec) * 1e-9);
+Ref<NSDate> dateOf(const statx_timestamp& time) {
+  return NSDate::dateWithTimeIntervalSinceReferenceDate(static_cast<double>(time.tv_sec) -
+                                                        NSTimeIntervalSince1970 +
+                                                        static_cast<double>(time.tv_nsec) * 1e-9);
 }
 
-Ref<NSDictionary> attributesFrom(const struct stat& facts) {
-  return NSDictionary::of({{NSFileType, typeOf(facts.st_mode)},
-                           {NSFileSize, static_cast<NSUInteger>(facts.st_size)},
-                           {NSFileModificationDate, modificationDate(facts)},
-                           {NSFilePosixPermissions, static_cast<NSUInteger>(facts.st_mode & 07777)},
-                           {NSFileOwnerAccountID, static_cast<NSUInteger>(facts.st_uid)},
-                           {NSFileGroupOwnerAccountID, static_cast<NSUInteger>(facts.st_gid)},
-                           {NSFileReferenceCount, static_cast<NSUInteger>(facts.st_nlink)},
-                           {NSFileSystemNumber, static_cast<NSUInteger>(facts.st_dev)},
-                           {NSFileSystemFileNumber, static_cast<NSUInteger>(facts.st_ino)}});
+Ref<NSDictionary> attributesOf(const struct statx& facts) {
+  const auto attributes = NSMutableDictionary::of({
+      {NSFileType, typeOf(facts.stx_mode)},
+      {NSFileSize, facts.stx_size},
+      {NSFileModificationDate, dateOf(facts.stx_mtime)},
+      {NSFilePosixPermissions, facts.stx_mode & 07777},
+      {NSFileReferenceCount, facts.stx_nlink},
+      {NSFileSystemNumber, NSUInteger{facts.stx_dev_major} << 32 | facts.stx_dev_minor},
+      {NSFileSystemFileNumber, facts.stx_ino},
+      {NSFileOwnerAccountID, facts.stx_uid},
+      {NSFileGroupOwnerAccountID, facts.stx_gid},
+  });
+  if ((facts.stx_mask & STATX_BTIME) != 0) {
+    attributes->setObject_forKey(dateOf(facts.stx_btime), NSFileCreationDate);
+  }
+  return attributes;
+}
+
+std::optional<mode_t> permissionsIn(const Ref<NSDictionary>& attributes) {
+  const auto number =
+      attributes ? cast<NSNumber>(attributes->objectForKey(NSFilePosixPermissions)) : nullptr;
+  return number ? std::optional(static_cast<mode_t>(number->unsignedIntValue() & 07777))
+                : std::nullopt;
+}
+
+/// Makes one folder, for now with permissions that let its owner go on in it. 0 or the error
+/// number.
+int makeFolder(const std::string& path, std::optional<mode_t> permissions) {
+  const mode_t mode = permissions ? (*permissions & 0777) | 0300 : 0777;
+  return mkdir(path.c_str(), mode) == 0 ? 0 : errno;
+}
+
+/// Gives the folders that were made their permissions, from the inside out, for these may forbid to
+/// go on. 0 or the first error number.
+int finishFolders(const std::vector<std::string>& made, std::optional<mode_t> permissions) {
+  int error = 0;
+  for (auto folder = made.rbegin(); permissions && folder != made.rend(); ++folder) {
+    if (chmod(folder->c_str(), *permissions) != 0 && error == 0) {
+      error = errno;
+    }
+  }
+  return error;
+}
+
+/// Makes a folder and those that lead to it. Each is first made and only then looked at, because
+/// another process may make it at any instant. 0 or the error number.
+int makeFolders(const std::string& path, std::optional<mode_t> permissions) {
+  std::vector<std::string> made;
+  int error = 0;
+  for (std::size_t end = 0; end != path.npos && error == 0;) {
+    end = path.find('/', end + 1);
+    const std::string folder = path.substr(0, end);
+    error = makeFolder(folder, permissions);
+    if (error == 0) {
+      made.push_back(folder);
+    } else if (isFolder(folder)) {
+      error = 0;
+    }
+  }
+  const int finishing = finishFolders(made, permissions);
+  return error != 0 ? error : finishing;
+}
+
+int removeAt(const Place& place) {
+  if (!place.isChangeable()) {
+    return EINVAL;
+  }
+  const FileDescriptor folder(open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  return folder ? removeTree(folder.get(), place.name) : errno;
+}
+
+bool succeedOrFail(int number, const Ref<NSString>& path, Ref<NSError>* error) {
+  return number == 0 || failWith(error, fileError(FileAccess::writing, path, number));
+}
+
+/// The system's number that a file transfer's status stands for.
+int numberOf(OSStatus status) {
+  switch (status) {
+    case fnfErr:
+    case dirNFErr:
+      return ENOENT;
+    case dupFNErr:
+      return EEXIST;
+    case afpAccessDenied:
+      return EACCES;
+    case permErr:
+      return EPERM;
+    case dskFulErr:
+      return ENOSPC;
+    case wPrErr:
+      return EROFS;
+    case bdNamErr:
+      return ENAMETOOLONG;
+    case paramErr:
+    case badMovErr:
+      return EINVAL;
+    case memFullErr:
+      return ENOMEM;
+    case fBsyErr:
+      return EBUSY;
+    case tmfoErr:
+      return EMFILE;
+    case fileBoundsErr:
+      return EFBIG;
+    default:
+      return status > kPOSIXErrorBase ? status - kPOSIXErrorBase : EIO;
+  }
+}
+
+bool transfer(TransferKind kind, const Ref<NSString>& path, const Ref<NSString>& toPath,
+              Ref<NSError>* error) {
+  const auto source = nativePath(path);
+  const auto destination = nativePath(toPath);
+  if (!source || !destination) {
+    return succeedOrFail(kBadName, source ? toPath : path, error);
+  }
+  const Place place = placeOf(*destination);
+  FileTransfer transfer({*source, place.folder, place.name, kind});
+  OSStatus status = transfer.start();
+  status = status == noErr ? transfer.wait() : status;
+  return status == noErr ||
+         succeedOrFail(numberOf(status), status == dupFNErr ? toPath : path, error);
+}
+
+/// The home folder of this process's account, as the account says.
+std::string accountHome() {
+  passwd account;
+  passwd* found = nullptr;
+  std::vector<char> buffer(1024);
+  while (getpwuid_r(geteuid(), &account, buffer.data(), buffer.size(), &found) == ERANGE) {
+    buffer.resize(2 * buffer.size());
+  }
+  return found != nullptr && found->pw_dir[0] == '/' ? found->pw_dir : "/";
 }
 
 }  // namespace
 
-KESTOVA_DEFINE_CLASS(NSFileManager)
-
 Ref<NSFileManager> NSFileManager::defaultManager() {
-  static const Ref<NSFileManager>& manager = *new Ref<NSFileManager>(make<NSFileManager>());
-  return manager;
+  static const auto& shared = *new Ref<NSFileManager>(make<NSFileManager>());
+  return shared;
 }
+
+Ref<NSFileManager> NSFileManager::init() { return make<NSFileManager>(); }
 
 bool NSFileManager::fileExistsAtPath(const Ref<NSString>& path) const {
   return fileExistsAtPath_isDirectory(path, nullptr);
@@ -205,8 +254,9 @@ bool NSFileManager::fileExistsAtPath(const Ref<NSString>& path) const {
 
 bool NSFileManager::fileExistsAtPath_isDirectory(const Ref<NSString>& path,
                                                  bool* isDirectory) const {
-  struct stat facts {};
-  const bool exists = ::stat(bytesOf(path).c_str(), &facts) == 0;
+  const auto native = nativePath(path);
+  struct stat facts;
+  const bool exists = native && stat(native->c_str(), &facts) == 0;
   if (isDirectory != nullptr) {
     *isDirectory = exists && S_ISDIR(facts.st_mode);
   }
@@ -216,118 +266,135 @@ bool NSFileManager::fileExistsAtPath_isDirectory(const Ref<NSString>& path,
 bool NSFileManager::isReadableFileAtPath(const Ref<NSString>& path) const {
   return mayAccess(path, R_OK);
 }
-
 bool NSFileManager::isWritableFileAtPath(const Ref<NSString>& path) const {
   return mayAccess(path, W_OK);
 }
-
 bool NSFileManager::isExecutableFileAtPath(const Ref<NSString>& path) const {
   return mayAccess(path, X_OK);
 }
 
 bool NSFileManager::isDeletableFileAtPath(const Ref<NSString>& path) const {
-  const std::string item = withoutTrailingSlashes(bytesOf(path));
-  const std::string folder = item.substr(0, item.rfind('/') + 1) + ".";
-  struct stat above {};
-  struct stat facts {};
-  if (::lstat(item.c_str(), &facts) != 0 || ::stat(folder.c_str(), &above) != 0 ||
-      ::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
-    return false;
-  }
-  const uid_t user = ::geteuid();
-  const bool mayIgnoreSticky = user == 0 || user == above.st_uid || user == facts.st_uid;
-  return (above.st_mode & S_ISVTX) == 0 || mayIgnoreSticky;
-}
-
-Ref<NSDictionary> NSFileManager::attributesOfItemAtPath_error(const Ref<NSString>& path,
-                                                              Ref<NSError>* error) const {
-  struct stat facts {};
-  const int number = ::lstat(bytesOf(path).c_str(), &facts) == 0 ? 0 : errno;
-  return succeeded(number, Access::kReading, path, error) ? attributesFrom(facts) : nullptr;
+  const auto native = nativePath(path);
+  const Place place = placeOf(native.value_or(""));
+  struct stat item;
+  struct stat folder;
+  return place.isChangeable() && lstat((place.folder + '/' + place.name).c_str(), &item) == 0 &&
+         stat(place.folder.c_str(), &folder) == 0 && !isHeldBySticky(folder, item) &&
+         faccessat(AT_FDCWD, place.folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 Ref<NSArray> NSFileManager::contentsOfDirectoryAtPath_error(const Ref<NSString>& path,
                                                             Ref<NSError>* error) const {
-  const auto names = NSMutableArray::array();
-  std::error_code failure;
-  for (fs::directory_iterator entry(bytesOf(path), failure), end; !failure && entry != end;
-       entry.increment(failure)) {
-    names->addObject(
-        NSString::stringWithFileSystemRepresentation(entry->path().filename().native()));
+  const auto native = nativePath(path);
+  std::error_code failure(native ? 0 : kBadName, std::generic_category());
+  std::vector<std::string> names;
+  if (native) {
+    for (fs::directory_iterator walk(*native, failure), end; !failure && walk != end;
+         walk.increment(failure)) {
+      names.push_back(walk->path().filename().string());
+    }
   }
-  if (!succeeded(failure.value(), Access::kReading, path, error)) {
+  if (failure) {
+    failWith(error, fileError(FileAccess::reading, path, failure.value()));
     return nullptr;
   }
-  return names;
-}
-
-bool NSFileManager::createDirectoryAtPath_withIntermediateDirectories_attributes_error(
-    const Ref<NSString>& path, bool createIntermediates, const Ref<NSDictionary>& attributes,
-    Ref<NSError>* error) const {
-  const std::string folder = withoutTrailingSlashes(bytesOf(path));
-  int number = createIntermediates ? makeFolders(folder) : makeFolder(folder);
-  if (number == 0) {
-    number = setPermissions(folder, attributes);
+  std::sort(names.begin(), names.end());
+  const auto contents = NSMutableArray::arrayWithCapacity(names.size());
+  for (const auto& name : names) {
+    contents->addObject(NSString::stringWithFileSystemRepresentation(name));
   }
-  return succeeded(number, Access::kWriting, path, error);
+  return contents;
 }
 
-bool NSFileManager::removeItemAtPath_error(const Ref<NSString>& path, Ref<NSError>* error) const {
-  const int number = removeTree(AT_FDCWD, withoutTrailingSlashes(bytesOf(path)));
-  return succeeded(number, Access::kWriting, path, error);
-}
-
-bool NSFileManager::moveItemAtPath_toPath_error(const Ref<NSString>& from, const Ref<NSString>& to,
-                                                Ref<NSError>* error) const {
-  const std::string source = withoutTrailingSlashes(bytesOf(from));
-  const std::string target = withoutTrailingSlashes(bytesOf(to));
-  const int number = renameToNew({AT_FDCWD, source}, {AT_FDCWD, target});
-  return succeeded(number, Access::kWriting, number == EEXIST ? to : from, error);
-}
-
-bool NSFileManager::createSymbolicLinkAtPath_withDestinationPath_error(
-    const Ref<NSString>& path, const Ref<NSString>& destination, Ref<NSError>* error) const {
-  const int number =
-      ::symlink(bytesOf(destination).c_str(), bytesOf(path).c_str()) == 0 ? 0 : errno;
-  return succeeded(number, Access::kWriting, path, error);
+Ref<NSDictionary> NSFileManager::attributesOfItemAtPath_error(const Ref<NSString>& path,
+                                                              Ref<NSError>* error) const {
+  const auto native = nativePath(path);
+  struct statx facts;
+  if (native && statx(AT_FDCWD, native->c_str(), AT_SYMLINK_NOFOLLOW,
+                      STATX_BASIC_STATS | STATX_BTIME, &facts) == 0) {
+    return attributesOf(facts);
+  }
+  failWith(error, fileError(FileAccess::reading, path, native ? errno : kBadName));
+  return nullptr;
 }
 
 Ref<NSString> NSFileManager::destinationOfSymbolicLinkAtPath_error(const Ref<NSString>& path,
                                                                    Ref<NSError>* error) const {
-  std::array<char, PATH_MAX> text{};
-  const ssize_t length = ::readlink(bytesOf(path).c_str(), text.data(), text.size());
-  if (!succeeded(length < 0 ? errno : 0, Access::kReading, path, error)) {
+  const auto native = nativePath(path);
+  std::error_code failure(native ? 0 : kBadName, std::generic_category());
+  const fs::path destination = native ? fs::read_symlink(*native, failure) : fs::path();
+  if (failure) {
+    failWith(error, fileError(FileAccess::reading, path, failure.value()));
     return nullptr;
   }
-  return NSString::stringWithFileSystemRepresentation(
-      {text.data(), static_cast<std::size_t>(length)});
+  return NSString::stringWithFileSystemRepresentation(destination.native());
+}
+
+bool NSFileManager::changeCurrentDirectoryPath(const Ref<NSString>& path) const {
+  const auto native = nativePath(path);
+  return native && chdir(native->c_str()) == 0;
 }
 
 Ref<NSString> NSFileManager::currentDirectoryPath() const {
   std::error_code failure;
-  const fs::path folder = fs::current_path(failure);
-  return failure ? nullptr : NSString::stringWithFileSystemRepresentation(folder.native());
+  const fs::path current = fs::current_path(failure);
+  return failure ? nullptr : NSString::stringWithFileSystemRepresentation(current.native());
 }
 
-bool NSFileManager::changeCurrentDirectoryPath(const Ref<NSString>& path) const {
-  return ::chdir(bytesOf(path).c_str()) == 0;
+bool NSFileManager::createDirectoryAtPath_withIntermediateDirectories_attributes_error(
+    const Ref<NSString>& path, bool withIntermediateDirectories,
+    const Ref<NSDictionary>& attributes, Ref<NSError>* error) const {
+  const auto native = nativePath(path);
+  if (!native) {
+    return succeedOrFail(kBadName, path, error);
+  }
+  const auto permissions = permissionsIn(attributes);
+  if (withIntermediateDirectories) {
+    return succeedOrFail(makeFolders(withoutTrailingSlashes(*native), permissions), path, error);
+  }
+  int failure = makeFolder(*native, permissions);
+  failure = failure == 0 ? finishFolders({*native}, permissions) : failure;
+  return succeedOrFail(failure, path, error);
+}
+
+bool NSFileManager::createSymbolicLinkAtPath_withDestinationPath_error(
+    const Ref<NSString>& path, const Ref<NSString>& destination, Ref<NSError>* error) const {
+  const auto native = nativePath(path);
+  const auto target = nativePath(destination);
+  if (!native || !target) {
+    return succeedOrFail(kBadName, path, error);
+  }
+  return succeedOrFail(symlink(target->c_str(), native->c_str()) == 0 ? 0 : errno, path, error);
+}
+
+bool NSFileManager::removeItemAtPath_error(const Ref<NSString>& path, Ref<NSError>* error) const {
+  const auto native = nativePath(path);
+  return succeedOrFail(native ? removeAt(placeOf(*native)) : kBadName, path, error);
+}
+
+bool NSFileManager::moveItemAtPath_toPath_error(const Ref<NSString>& path,
+                                                const Ref<NSString>& toPath,
+                                                Ref<NSError>* error) const {
+  return transfer(TransferKind::move, path, toPath, error);
+}
+
+bool NSFileManager::copyItemAtPath_toPath_error(const Ref<NSString>& path,
+                                                const Ref<NSString>& toPath,
+                                                Ref<NSError>* error) const {
+  return transfer(TransferKind::copy, path, toPath, error);
 }
 
 Ref<NSString> NSTemporaryDirectory() {
-  const char* folder = std::getenv("TMPDIR");
+  const char* chosen = std::getenv("TMPDIR");
+  const bool isUsable = chosen != nullptr && chosen[0] == '/' && isFolder(chosen);
   return NSString::stringWithFileSystemRepresentation(
-      folder == nullptr || *folder == '\0' ? "/tmp" : folder);
+      withTrailingSlash(isUsable ? chosen : "/tmp"));
 }
 
 Ref<NSString> NSHomeDirectory() {
-  if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') {
-    return NSString::stringWithFileSystemRepresentation(home);
-  }
-  std::array<char, 4096> buffer{};
-  passwd entry{};
-  passwd* found = nullptr;
-  ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
-  return NSString::stringWithFileSystemRepresentation(found == nullptr ? "/" : found->pw_dir);
+  const char* home = std::getenv("HOME");
+  return NSString::stringWithFileSystemRepresentation(
+      home != nullptr && home[0] == '/' ? std::string(home) : accountHome());
 }
 
 }  // namespace kestova

@@ -12,4 +12,11 @@ namespace kestova {
 /// file can have.
 std::optional<std::string> nativePath(const Ref<NSString>& path);
 
+/// The path without slashes at its end, or with one; the root is "/" to both.
+std::string withoutTrailingSlashes(std::string path);
+std::string withTrailingSlash(std::string path);
+
+/// Whether there is a folder now, behind symbolic links too.
+bool isFolder(const std::string& path);
+
 }  // namespace kestova

@@ -35,21 +35,6 @@ Ref<NSString> stringOf(const std::optional<std::string>& part) {
   return part ? Ref<NSString>(*part) : nullptr;
 }
 
-bool isFolder(const std::string& path) {
-  std::error_code ignored;
-  return std::filesystem::is_directory(path, ignored);
-}
-
-/// The path without slashes at its end; the root stays.
-std::string withoutTrailingSlashes(std::string path) {
-  while (path.size() > 1 && path.back() == '/') {
-    path.pop_back();
-  }
-  return path;
-}
-
-std::string withTrailingSlash(std::string path) { return path.ends_with('/') ? path : path + '/'; }
-
 /// A relative path from the current folder on; nothing when that folder is gone.
 std::optional<std::string> absolutePath(const std::string& path) {
   std::error_code error;

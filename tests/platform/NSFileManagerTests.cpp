@@ -1,247 +1,512 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/FoundationErrors.h>
 #include <KestovaPlatform/NSDate.h>
-#include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSNumber.h>
-#include <KestovaPlatform/NSSet.h>
 #include <gtest/gtest.h>
 
 #include "ChildProcess.h"
-#include "ExceptionExpectation.h"
-#include "FileAttributes.h"
+#include "MountedTmpfs.h"
 #include "TemporaryFolder.h"
 
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <cstdlib>
 #include <filesystem>
-#include <string>
+#include <functional>
+#include <latch>
+#include <thread>
+#include <vector>
 
 namespace kestova {
 namespace {
 
+using testing::MountedTmpfs;
+using testing::runAsNobody;
+using testing::runInChild;
+using testing::TemporaryFolder;
 namespace fs = std::filesystem;
-using testing::expectException;
 
 class NSFileManagerTests : public ::testing::Test {
  protected:
-  std::string at(const std::string& name) const { return folder_.at(name); }
+  Ref<NSString> pathOf(const std::string& name) {
+    return NSString::stringWithFileSystemRepresentation(folder_.at(name));
+  }
+  void makeFile(const std::string& name, const std::string& contents = "") {
+    folder_.write(name, contents);
+  }
+  void makeFolder(const std::string& name) { fs::create_directory(folder_.at(name)); }
+  void makeLink(const std::string& name, const std::string& destination) {
+    fs::create_symlink(destination, folder_.at(name));
+  }
+  Ref<NSString> newFile(const std::string& name, const std::string& contents = "") {
+    makeFile(name, contents);
+    return pathOf(name);
+  }
+  Ref<NSString> newFolder(const std::string& name) {
+    makeFolder(name);
+    return pathOf(name);
+  }
+  Ref<NSString> newLink(const std::string& name, const std::string& destination) {
+    makeLink(name, destination);
+    return pathOf(name);
+  }
+  bool isThere(const std::string& name) { return fs::exists(fs::symlink_status(folder_.at(name))); }
 
-  void expectError(const Ref<NSError>& error, NSInteger code, int number, const std::string& path) {
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(error->domain(), "NSCocoaErrorDomain");
-    EXPECT_EQ(error->code(), code);
-    EXPECT_TRUE(error->userInfo()->objectForKey(NSFilePathErrorKey)->isEqual(path));
-    const auto underlying = cast<NSError>(error->userInfo()->objectForKey(NSUnderlyingErrorKey));
+  mode_t modeOf(const std::string& name) {
+    struct stat facts {};
+    lstat(folder_.at(name).c_str(), &facts);
+    return facts.st_mode & 07777;
+  }
+
+  bool createFolders(const Ref<NSString>& path, bool intermediates,
+                     const Ref<NSDictionary>& attributes = nullptr) {
+    return files_->createDirectoryAtPath_withIntermediateDirectories_attributes_error(
+        path, intermediates, attributes, &error_);
+  }
+
+  /// Expects the last error to be the platform's for a path, with the system's number behind it.
+  void expectError(NSInteger code, const Ref<NSString>& path, int number) {
+    ASSERT_NE(error_, nullptr);
+    EXPECT_EQ(error_->domain(), NSCocoaErrorDomain);
+    EXPECT_EQ(error_->code(), code);
+    EXPECT_TRUE(isEqualOrBothNull(error_->userInfo()->objectForKey(NSFilePathErrorKey), path));
+    const auto underlying = cast<NSError>(error_->userInfo()->objectForKey(NSUnderlyingErrorKey));
     ASSERT_NE(underlying, nullptr);
-    EXPECT_EQ(underlying->domain(), "NSPOSIXErrorDomain");
+    EXPECT_EQ(underlying->domain(), NSPOSIXErrorDomain);
     EXPECT_EQ(underlying->code(), number);
-  }
-  bool createFolders(const std::string& name, Ref<NSError>* error = nullptr) {
-    return files_->createDirectoryAtPath_withIntermediateDirectories_attributes_error(
-        at(name), true, nullptr, error);
-  }
-  bool createFolder(const std::string& name, Ref<NSError>* error = nullptr) {
-    return files_->createDirectoryAtPath_withIntermediateDirectories_attributes_error(
-        at(name), false, nullptr, error);
+    EXPECT_GT(error_->localizedDescription()->length(), 0U);
+    EXPECT_NE(error_->localizedFailureReason(), nullptr);
+    error_ = nullptr;
   }
 
-  testing::TemporaryFolder folder_;
-  Ref<NSFileManager> files_ = NSFileManager::defaultManager();
+  const TemporaryFolder folder_;
+  const Ref<NSFileManager> files_ = NSFileManager::defaultManager();
+  Ref<NSError> error_;
 };
 
-TEST_F(NSFileManagerTests, ThereIsOneDefaultManager) {
+/// Paths that name nothing.
+const std::vector<Ref<NSString>> kNoPaths = {nullptr, "", std::string("a\0b", 3),
+                                             std::u16string{0xD800}};
+
+TEST_F(NSFileManagerTests, TheDefaultManagerIsShared) {
   EXPECT_EQ(files_, NSFileManager::defaultManager());
+  EXPECT_NE(files_, NSFileManager::init());
 }
 
-TEST_F(NSFileManagerTests, TellsWhatExistsAndWhatIsAFolder) {
-  folder_.write("a", "x");
-  fs::create_symlink("nowhere", at("broken"));
-  bool isDirectory = true;
-  EXPECT_TRUE(files_->fileExistsAtPath_isDirectory(at("a"), &isDirectory));
-  EXPECT_FALSE(isDirectory);
-  EXPECT_TRUE(files_->fileExistsAtPath_isDirectory(folder_.path().string(), &isDirectory));
-  EXPECT_TRUE(isDirectory);
-  EXPECT_FALSE(files_->fileExistsAtPath_isDirectory(at("none"), &isDirectory));
-  EXPECT_FALSE(isDirectory);
-  EXPECT_FALSE(files_->fileExistsAtPath(at("broken")));
-  EXPECT_FALSE(files_->fileExistsAtPath(""));
+TEST_F(NSFileManagerTests, TellsWhatExistsAndWhetherItIsAFolder) {
+  const struct {
+    Ref<NSString> path;
+    bool exists;
+    bool isDirectory;
+  } kRows[] = {
+      {newFile("file"), true, false},
+      {newFolder("folder"), true, true},
+      {newLink("link to file", "file"), true, false},
+      {newLink("link to folder", "folder"), true, true},
+      {newLink("broken link", "missing"), false, false},
+      {pathOf("missing"), false, false},
+      {pathOf("file/below"), false, false},
+      {pathOf("folder/"), true, true},
+  };
+  for (const auto& row : kRows) {
+    bool isDirectory = !row.isDirectory;
+    EXPECT_EQ(files_->fileExistsAtPath(row.path), row.exists) << row.path;
+    EXPECT_EQ(files_->fileExistsAtPath_isDirectory(row.path, &isDirectory), row.exists);
+    EXPECT_EQ(isDirectory, row.isDirectory) << row.path;
+    EXPECT_EQ(files_->fileExistsAtPath_isDirectory(row.path, nullptr), row.exists);
+  }
 }
 
-TEST_F(NSFileManagerTests, APathIsNeeded) {
-  expectException(NSInvalidArgumentException, [&] { files_->fileExistsAtPath(nullptr); });
-  expectException(NSInvalidArgumentException, [&] { files_->removeItemAtPath_error(nullptr); });
+TEST_F(NSFileManagerTests, WhatNamesNothingDoesNotExistAndCannotBeUsed) {
+  for (const auto& path : kNoPaths) {
+    EXPECT_FALSE(files_->fileExistsAtPath(path));
+    EXPECT_FALSE(files_->isReadableFileAtPath(path));
+    EXPECT_FALSE(files_->isDeletableFileAtPath(path));
+    EXPECT_EQ(files_->contentsOfDirectoryAtPath_error(path, &error_), nullptr);
+    expectError(NSFileReadInvalidFileNameError, path, EILSEQ);
+    EXPECT_EQ(files_->attributesOfItemAtPath_error(path, &error_), nullptr);
+    expectError(NSFileReadInvalidFileNameError, path, EILSEQ);
+    EXPECT_EQ(files_->destinationOfSymbolicLinkAtPath_error(path, &error_), nullptr);
+    expectError(NSFileReadInvalidFileNameError, path, EILSEQ);
+    EXPECT_FALSE(createFolders(path, true));
+    expectError(NSFileWriteInvalidFileNameError, path, EILSEQ);
+    EXPECT_FALSE(files_->createSymbolicLinkAtPath_withDestinationPath_error(path, "a", &error_));
+    expectError(NSFileWriteInvalidFileNameError, path, EILSEQ);
+    EXPECT_FALSE(files_->removeItemAtPath_error(path, &error_));
+    expectError(NSFileWriteInvalidFileNameError, path, EILSEQ);
+    EXPECT_FALSE(files_->moveItemAtPath_toPath_error(path, pathOf("x"), &error_));
+    expectError(NSFileWriteInvalidFileNameError, path, EILSEQ);
+    EXPECT_FALSE(files_->copyItemAtPath_toPath_error(newFile("x"), path, &error_));
+    expectError(NSFileWriteInvalidFileNameError, path, EILSEQ);
+    EXPECT_TRUE(isThere("x"));
+  }
 }
 
-TEST_F(NSFileManagerTests, MakesFoldersWithThoseAbove) {
-  EXPECT_TRUE(createFolders("a/b/c"));
-  EXPECT_TRUE(fs::is_directory(at("a/b/c")));
-  EXPECT_TRUE(createFolders("a/b/c"));
-  EXPECT_TRUE(createFolders("a/b/d///"));
-  EXPECT_TRUE(fs::is_directory(at("a/b/d")));
+TEST_F(NSFileManagerTests, ErrorsNeedNotBeAskedFor) {
+  EXPECT_FALSE(files_->removeItemAtPath_error(pathOf("missing")));
+  EXPECT_EQ(files_->contentsOfDirectoryAtPath_error(pathOf("missing")), nullptr);
 }
 
-TEST_F(NSFileManagerTests, WithoutIntermediateFoldersAnExistingOneIsAnError) {
-  Ref<NSError> error;
-  EXPECT_TRUE(createFolder("a"));
-  EXPECT_FALSE(createFolder("a", &error));
-  expectError(error, NSFileWriteFileExistsError, EEXIST, at("a"));
-  EXPECT_FALSE(createFolder("x/y", &error));
-  expectError(error, NSFileNoSuchFileError, ENOENT, at("x/y"));
+TEST_F(NSFileManagerTests, TellsWhatThisProcessMayDo) {
+  const auto file = newFile("file");
+  chmod(folder_.at("file").c_str(), 0644);
+  chmod(folder_.path().c_str(), 0755);
+  const auto asNobody = [&](const std::function<bool()>& question) {
+    return runAsNobody([&] { return question() ? 1 : 0; }) == 1;
+  };
+  EXPECT_TRUE(asNobody([&] { return files_->isReadableFileAtPath(file); }));
+  EXPECT_FALSE(asNobody([&] { return files_->isWritableFileAtPath(file); }));
+  EXPECT_FALSE(asNobody([&] { return files_->isExecutableFileAtPath(file); }));
+  EXPECT_FALSE(asNobody([&] { return files_->isDeletableFileAtPath(file); }));
+  chmod(folder_.at("file").c_str(), 0003);
+  EXPECT_FALSE(asNobody([&] { return files_->isReadableFileAtPath(file); }));
+  EXPECT_TRUE(asNobody([&] { return files_->isWritableFileAtPath(file); }));
+  EXPECT_TRUE(asNobody([&] { return files_->isExecutableFileAtPath(file); }));
+  chmod(folder_.path().c_str(), 0777);
+  EXPECT_TRUE(asNobody([&] { return files_->isDeletableFileAtPath(file); }));
+  chmod(folder_.path().c_str(), 01777);
+  EXPECT_FALSE(asNobody([&] { return files_->isDeletableFileAtPath(file); }));
+  EXPECT_TRUE(files_->isDeletableFileAtPath(file)) << "the owner of a sticky folder may";
+  EXPECT_TRUE(files_->isDeletableFileAtPath(newLink("broken", "missing")));
+  EXPECT_FALSE(files_->isDeletableFileAtPath(pathOf("missing")));
+  EXPECT_FALSE(files_->isDeletableFileAtPath("/"));
+}
+
+TEST_F(NSFileManagerTests, ListsNamesInOrder) {
+  makeFile("b");
+  makeFolder("a");
+  makeFile("a/below");
+  makeFile(".hidden");
+  makeFile("\xE4\xFF");
+  const auto names = files_->contentsOfDirectoryAtPath_error(folder_.path().string());
+  ASSERT_EQ(names->count(), 4U);
+  EXPECT_TRUE(names->objectAtIndex(0)->isEqual(".hidden"));
+  EXPECT_TRUE(names->objectAtIndex(1)->isEqual("a"));
+  EXPECT_TRUE(names->objectAtIndex(2)->isEqual("b"));
+  EXPECT_EQ(cast<NSString>(names->objectAtIndex(3))->fileSystemRepresentation(), "\xE4\xFF");
+  EXPECT_EQ(files_->contentsOfDirectoryAtPath_error(newFolder("empty"))->count(), 0U);
+}
+
+TEST_F(NSFileManagerTests, ListingFailsWithTheReason) {
+  EXPECT_EQ(files_->contentsOfDirectoryAtPath_error(pathOf("missing"), &error_), nullptr);
+  expectError(NSFileReadNoSuchFileError, pathOf("missing"), ENOENT);
+  EXPECT_EQ(files_->contentsOfDirectoryAtPath_error(newFile("file"), &error_), nullptr);
+  expectError(NSFileReadNoSuchFileError, pathOf("file"), ENOTDIR);
+  chmod(folder_.path().c_str(), 0700);
+  EXPECT_EQ(runAsNobody([&] {
+              (void)files_->contentsOfDirectoryAtPath_error(folder_.path().string(), &error_);
+              return error_->code() == NSFileReadNoPermissionError ? 7 : 8;
+            }),
+            7);
+}
+
+TEST_F(NSFileManagerTests, AttributesTellWhatTheSystemKnows) {
+  const auto file = newFile("file", "12345");
+  chmod(folder_.at("file").c_str(), 04751);
+  fs::create_hard_link(folder_.at("file"), folder_.at("second"));
+  const timespec times[] = {{1, 0}, {978307200 + 7, 500000000}};
+  utimensat(AT_FDCWD, folder_.at("file").c_str(), times, 0);
+  struct stat facts {};
+  stat(folder_.at("file").c_str(), &facts);
+
+  const auto attributes = files_->attributesOfItemAtPath_error(file);
+  ASSERT_NE(attributes, nullptr);
+  const auto number = [&](const StringConstant& key) {
+    return cast<NSNumber>(attributes->objectForKey(key))->unsignedLongLongValue();
+  };
+  EXPECT_TRUE(attributes->objectForKey(NSFileType)->isEqual(NSFileTypeRegular));
+  EXPECT_EQ(number(NSFileSize), 5U);
+  EXPECT_EQ(number(NSFilePosixPermissions), 04751U);
+  EXPECT_EQ(number(NSFileReferenceCount), 2U);
+  EXPECT_EQ(number(NSFileSystemFileNumber), facts.st_ino);
+  EXPECT_EQ(number(NSFileOwnerAccountID), facts.st_uid);
+  EXPECT_EQ(number(NSFileGroupOwnerAccountID), facts.st_gid);
+  EXPECT_EQ(cast<NSDate>(attributes->objectForKey(NSFileModificationDate))
+                ->timeIntervalSinceReferenceDate(),
+            7.5);
+  const auto created = cast<NSDate>(attributes->objectForKey(NSFileCreationDate));
+  ASSERT_NE(created, nullptr);
+  EXPECT_GT(created->timeIntervalSinceReferenceDate(), 7.5);
+}
+
+TEST_F(NSFileManagerTests, TwoItemsOfOneFileSystemShareItsNumber) {
+  const auto numberOf = [&](const Ref<NSString>& path) {
+    return files_->attributesOfItemAtPath_error(path)->objectForKey(NSFileSystemNumber);
+  };
+  EXPECT_TRUE(numberOf(newFile("a"))->isEqual(numberOf(newFile("b"))));
+  EXPECT_FALSE(numberOf(pathOf("a"))->isEqual(numberOf("/proc")));
+}
+
+TEST_F(NSFileManagerTests, EveryKindOfItemHasItsType) {
+  const auto typeOf = [&](const Ref<NSString>& path) {
+    return cast<NSString>(files_->attributesOfItemAtPath_error(path)->objectForKey(NSFileType));
+  };
+  EXPECT_EQ(typeOf(newFolder("folder")), NSFileTypeDirectory);
+  EXPECT_EQ(typeOf(newLink("link", "missing")), NSFileTypeSymbolicLink);
+  EXPECT_EQ(typeOf("/dev/null"), NSFileTypeCharacterSpecial);
+  mkfifo(folder_.at("pipe").c_str(), 0600);
+  EXPECT_EQ(typeOf(pathOf("pipe")), NSFileTypeUnknown);
+  mknod(folder_.at("block").c_str(), S_IFBLK | 0600, 0);
+  EXPECT_EQ(typeOf(pathOf("block")), NSFileTypeBlockSpecial);
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{AF_UNIX, {}};
+  folder_.at("socket").copy(address.sun_path, sizeof address.sun_path - 1);
+  ASSERT_EQ(bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  EXPECT_EQ(typeOf(pathOf("socket")), NSFileTypeSocket);
+  close(socket);
+  EXPECT_EQ(files_->attributesOfItemAtPath_error(pathOf("missing"), &error_), nullptr);
+  expectError(NSFileReadNoSuchFileError, pathOf("missing"), ENOENT);
+}
+
+TEST_F(NSFileManagerTests, MakesOneFolder) {
+  EXPECT_TRUE(createFolders(pathOf("new"), false));
+  EXPECT_TRUE(fs::is_directory(folder_.at("new")));
+  EXPECT_FALSE(createFolders(pathOf("new"), false));
+  expectError(NSFileWriteFileExistsError, pathOf("new"), EEXIST);
+  EXPECT_FALSE(createFolders(pathOf("a/b"), false));
+  expectError(NSFileNoSuchFileError, pathOf("a/b"), ENOENT);
+  EXPECT_FALSE(createFolders(pathOf(std::string(300, 'x')), false));
+  expectError(NSFileWriteInvalidFileNameError, pathOf(std::string(300, 'x')), ENAMETOOLONG);
+}
+
+TEST_F(NSFileManagerTests, MakesTheFoldersThatLeadToIt) {
+  EXPECT_TRUE(createFolders(pathOf("a//b/c/"), true));
+  EXPECT_TRUE(fs::is_directory(folder_.at("a/b/c")));
+  EXPECT_TRUE(createFolders(pathOf("a/b/c"), true)) << "a folder that is there is a success";
+  EXPECT_TRUE(createFolders("/", true));
+  makeLink("link", "a");
+  EXPECT_TRUE(createFolders(pathOf("link/d"), true));
+  EXPECT_TRUE(fs::is_directory(folder_.at("a/d")));
+  EXPECT_TRUE(createFolders(pathOf("link"), true));
+  EXPECT_EQ(error_, nullptr);
 }
 
 TEST_F(NSFileManagerTests, AFileInTheWayIsAnError) {
-  folder_.write("a", "x");
-  Ref<NSError> error;
-  EXPECT_FALSE(createFolders("a", &error));
-  expectError(error, NSFileWriteFileExistsError, EEXIST, at("a"));
-  EXPECT_FALSE(createFolders("a/b", &error));
-  expectError(error, NSFileNoSuchFileError, ENOTDIR, at("a/b"));
-  EXPECT_FALSE(createFolders("a/b"));
+  makeFile("file");
+  EXPECT_FALSE(createFolders(pathOf("file"), true));
+  expectError(NSFileWriteFileExistsError, pathOf("file"), EEXIST);
+  EXPECT_FALSE(createFolders(pathOf("file/a/b"), true));
+  expectError(NSFileWriteFileExistsError, pathOf("file/a/b"), EEXIST);
+  makeLink("broken", "missing");
+  EXPECT_FALSE(createFolders(pathOf("broken"), true));
+  expectError(NSFileWriteFileExistsError, pathOf("broken"), EEXIST);
 }
 
-TEST_F(NSFileManagerTests, AFolderGetsItsPermissions) {
-  EXPECT_TRUE(files_->createDirectoryAtPath_withIntermediateDirectories_attributes_error(
-      at("private"), false, NSDictionary::of({{NSFilePosixPermissions, 0700}})));
-  struct stat facts {};
-  ::stat(at("private").c_str(), &facts);
-  EXPECT_EQ(facts.st_mode & 07777, 0700U);
+TEST_F(NSFileManagerTests, FoldersGetTheModeAskedForWhateverItForbids) {
+  const mode_t mask = umask(077);
+  const auto attributes = NSDictionary::of({{NSFilePosixPermissions, 0555}});
+  EXPECT_TRUE(createFolders(pathOf("a/b"), true, attributes));
+  EXPECT_TRUE(createFolders(pathOf("c"), false, attributes));
+  EXPECT_TRUE(createFolders(pathOf("plain/below"), true));
+  umask(mask);
+  EXPECT_EQ(modeOf("a"), 0555U);
+  EXPECT_EQ(modeOf("a/b"), 0555U);
+  EXPECT_EQ(modeOf("c"), 0555U);
+  EXPECT_EQ(modeOf("plain"), 0700U);
+  EXPECT_EQ(modeOf("plain/below"), 0700U);
 }
 
-TEST_F(NSFileManagerTests, TellsTheAttributesOfTheItemItself) {
-  folder_.write("a", "12345");
-  ::chmod(at("a").c_str(), 0640);
-  testing::setTimes(at("a"), {1000000000, 0}, {1000000000, 500000000});
-  const auto attributes = files_->attributesOfItemAtPath_error(at("a"));
-  EXPECT_TRUE(attributes->objectForKey(NSFileType)->isEqual("NSFileTypeRegular"));
-  EXPECT_TRUE(attributes->objectForKey(NSFileSize)->isEqual(5));
-  EXPECT_TRUE(attributes->objectForKey(NSFilePosixPermissions)->isEqual(0640));
-  EXPECT_TRUE(attributes->objectForKey(NSFileReferenceCount)->isEqual(1));
-  EXPECT_TRUE(attributes->objectForKey(NSFileModificationDate)
-                  ->isEqual(NSDate::dateWithTimeIntervalSince1970(1000000000.5)));
-
-  fs::create_symlink("nowhere", at("link"));
-  const auto ofLink = files_->attributesOfItemAtPath_error(at("link"));
-  EXPECT_TRUE(ofLink->objectForKey(NSFileType)->isEqual("NSFileTypeSymbolicLink"));
-  ::mkfifo(at("fifo").c_str(), 0600);
-  EXPECT_TRUE(files_->attributesOfItemAtPath_error(at("fifo"))
-                  ->objectForKey(NSFileType)
-                  ->isEqual("NSFileTypeUnknown"));
+TEST_F(NSFileManagerTests, FoldersThatWereThereKeepTheirMode) {
+  makeFolder("a");
+  chmod(folder_.at("a").c_str(), 0750);
+  EXPECT_TRUE(
+      createFolders(pathOf("a/b"), true, NSDictionary::of({{NSFilePosixPermissions, 0700}})));
+  EXPECT_EQ(modeOf("a"), 0750U);
+  EXPECT_EQ(modeOf("a/b"), 0700U);
 }
 
-TEST_F(NSFileManagerTests, AMissingItemHasNoAttributes) {
-  Ref<NSError> error;
-  EXPECT_EQ(files_->attributesOfItemAtPath_error(at("none"), &error), nullptr);
-  expectError(error, NSFileReadNoSuchFileError, ENOENT, at("none"));
-}
-
-TEST_F(NSFileManagerTests, ListsTheNamesInAFolder) {
-  folder_.write("a", "");
-  folder_.write(".hidden", "");
-  folder_.write("odd\xFF", "");
-  const auto names = files_->contentsOfDirectoryAtPath_error(folder_.path().string());
-  EXPECT_EQ(names->count(), 3U);
-  EXPECT_TRUE(names->containsObject("a"));
-  EXPECT_TRUE(names->containsObject(".hidden"));
-  EXPECT_TRUE(names->containsObject(NSString::stringWithFileSystemRepresentation("odd\xFF")));
-}
-
-TEST_F(NSFileManagerTests, WhatIsNoFolderCannotBeListed) {
-  Ref<NSError> error;
-  EXPECT_EQ(files_->contentsOfDirectoryAtPath_error(folder_.write("a", ""), &error), nullptr);
-  expectError(error, NSFileReadNoSuchFileError, ENOTDIR, at("a"));
-}
-
-TEST_F(NSFileManagerTests, RemovesATreeAndNoLinksTarget) {
-  createFolders("tree/sub");
-  folder_.write("kept", "kept");
-  fs::create_symlink(at("kept"), at("tree/sub/link"));
-  EXPECT_TRUE(files_->removeItemAtPath_error(at("tree/")));
-  EXPECT_FALSE(fs::exists(at("tree")));
-  EXPECT_EQ(folder_.read("kept"), "kept");
-  Ref<NSError> error;
-  EXPECT_FALSE(files_->removeItemAtPath_error(at("tree"), &error));
-  expectError(error, NSFileNoSuchFileError, ENOENT, at("tree"));
-}
-
-TEST_F(NSFileManagerTests, MovesButNeverOverAnything) {
-  folder_.write("a", "a");
-  folder_.write("b", "b");
-  Ref<NSError> error;
-  EXPECT_FALSE(files_->moveItemAtPath_toPath_error(at("a"), at("b"), &error));
-  expectError(error, NSFileWriteFileExistsError, EEXIST, at("b"));
-  EXPECT_EQ(folder_.read("b"), "b");
-  EXPECT_TRUE(files_->moveItemAtPath_toPath_error(at("a"), at("c")));
-  EXPECT_EQ(folder_.read("c"), "a");
-  EXPECT_FALSE(files_->moveItemAtPath_toPath_error(at("none"), at("d"), &error));
-  expectError(error, NSFileNoSuchFileError, ENOENT, at("none"));
-}
-
-TEST_F(NSFileManagerTests, MakesAndReadsLinks) {
-  EXPECT_TRUE(files_->createSymbolicLinkAtPath_withDestinationPath_error(at("link"), "some/where"));
-  EXPECT_EQ(files_->destinationOfSymbolicLinkAtPath_error(at("link")), "some/where");
-  Ref<NSError> error;
-  EXPECT_EQ(files_->destinationOfSymbolicLinkAtPath_error(folder_.path().string(), &error), nullptr);
-  expectError(error, NSFileReadUnknownError, EINVAL, folder_.path().string());
-}
-
-TEST_F(NSFileManagerTests, TellsWhatAUserMayDo) {
-  if (::geteuid() != 0) {
-    GTEST_SKIP() << "only root can become another user";
+TEST_F(NSFileManagerTests, ThreadsThatMakeTheSameFoldersAllSucceed) {
+  for (int round = 0; round < 20; ++round) {
+    const auto path = pathOf(std::to_string(round) + "/a/b/c/d");
+    std::latch start(4);
+    std::atomic<int> successes = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+      threads.emplace_back([&] {
+        start.arrive_and_wait();
+        successes += files_->createDirectoryAtPath_withIntermediateDirectories_attributes_error(
+            path, true, nullptr);
+      });
+    }
+    for (auto& thread : threads) {
+      thread.join();
+    }
+    EXPECT_EQ(successes, 4);
   }
-  createFolders("open");
-  createFolders("closed");
-  folder_.write("open/readable", "x");
-  folder_.write("closed/kept", "x");
-  ::chmod(folder_.path().c_str(), 0755);
-  ::chmod(at("open").c_str(), 0777);
-  ::chmod(at("open/readable").c_str(), 0644);
-  const int answers = testing::runAsNobody([&] {
-    int bits = 0;
-    bits |= files_->isReadableFileAtPath(at("open/readable")) ? 1 : 0;
-    bits |= files_->isWritableFileAtPath(at("open/readable")) ? 2 : 0;
-    bits |= files_->isExecutableFileAtPath(at("open/readable")) ? 4 : 0;
-    bits |= files_->isDeletableFileAtPath(at("open/readable")) ? 8 : 0;
-    bits |= files_->isDeletableFileAtPath(at("closed/kept")) ? 16 : 0;
-    bits |= files_->isDeletableFileAtPath(at("none")) ? 32 : 0;
-    return bits;
+}
+
+TEST_F(NSFileManagerTests, LinksAreMadeAndRead) {
+  EXPECT_TRUE(
+      files_->createSymbolicLinkAtPath_withDestinationPath_error(pathOf("link"), "../ä", &error_));
+  EXPECT_EQ(files_->destinationOfSymbolicLinkAtPath_error(pathOf("link"), &error_), "../ä");
+  EXPECT_EQ(error_, nullptr);
+  EXPECT_FALSE(
+      files_->createSymbolicLinkAtPath_withDestinationPath_error(pathOf("link"), "x", &error_));
+  expectError(NSFileWriteFileExistsError, pathOf("link"), EEXIST);
+  EXPECT_EQ(files_->destinationOfSymbolicLinkAtPath_error(newFile("file"), &error_), nullptr);
+  expectError(NSFileReadUnknownError, pathOf("file"), EINVAL);
+  EXPECT_EQ(files_->destinationOfSymbolicLinkAtPath_error(pathOf("missing"), &error_), nullptr);
+  expectError(NSFileReadNoSuchFileError, pathOf("missing"), ENOENT);
+}
+
+TEST_F(NSFileManagerTests, RemovesItemsOfEveryKind) {
+  makeFolder("kept");
+  makeFile("kept/file");
+  makeFolder("folder");
+  makeFolder("folder/sub");
+  makeFile("folder/sub/file");
+  makeLink("folder/link", "../kept");
+  for (const auto& path :
+       {newFile("file"), newLink("link", "kept"), pathOf("folder/"), newFile("\xFF")}) {
+    EXPECT_TRUE(files_->removeItemAtPath_error(path, &error_)) << path;
+  }
+  EXPECT_EQ(error_, nullptr);
+  EXPECT_EQ(files_->contentsOfDirectoryAtPath_error(folder_.path().string())->count(), 1U);
+  EXPECT_TRUE(isThere("kept/file")) << "a link is removed, not what it points at";
+}
+
+TEST_F(NSFileManagerTests, RemovingFailsWithTheReason) {
+  EXPECT_FALSE(files_->removeItemAtPath_error(pathOf("missing"), &error_));
+  expectError(NSFileNoSuchFileError, pathOf("missing"), ENOENT);
+  EXPECT_FALSE(files_->removeItemAtPath_error(pathOf("missing/a"), &error_));
+  expectError(NSFileNoSuchFileError, pathOf("missing/a"), ENOENT);
+  makeFile("file");
+  EXPECT_FALSE(files_->removeItemAtPath_error(pathOf("file/a"), &error_));
+  expectError(NSFileNoSuchFileError, pathOf("file/a"), ENOTDIR);
+  chmod(folder_.path().c_str(), 0755);
+  EXPECT_EQ(runAsNobody([&] {
+              files_->removeItemAtPath_error(pathOf("file"), &error_);
+              return error_->code() == NSFileWriteNoPermissionError ? 7 : 8;
+            }),
+            7);
+  EXPECT_TRUE(isThere("file"));
+}
+
+TEST_F(NSFileManagerTests, TheRootAndDotNamesAreNeverRemoved) {
+  // In a child without rights, so that a fault here does no harm.
+  EXPECT_EQ(runAsNobody([&] {
+              for (const char* path : {"/", "//", ".", "..", "/tmp/.", "/tmp/.."}) {
+                if (files_->removeItemAtPath_error(path, &error_) ||
+                    cast<NSError>(error_->userInfo()->objectForKey(NSUnderlyingErrorKey))->code() !=
+                        EINVAL) {
+                  return 8;
+                }
+              }
+              return 7;
+            }),
+            7);
+}
+
+TEST_F(NSFileManagerTests, MovesAndCopiesToANewName) {
+  makeFolder("from");
+  makeFile("from/file", "contents");
+  EXPECT_TRUE(files_->copyItemAtPath_toPath_error(pathOf("from"), pathOf("copy/"), &error_));
+  EXPECT_EQ(folder_.read("copy/file"), "contents");
+  EXPECT_EQ(folder_.read("from/file"), "contents");
+  EXPECT_TRUE(files_->moveItemAtPath_toPath_error(pathOf("from"), pathOf("to"), &error_));
+  EXPECT_EQ(folder_.read("to/file"), "contents");
+  EXPECT_FALSE(isThere("from"));
+  EXPECT_EQ(error_, nullptr);
+}
+
+TEST_F(NSFileManagerTests, NothingIsEverReplaced) {
+  makeFile("from", "new");
+  makeFile("to", "old");
+  EXPECT_FALSE(files_->moveItemAtPath_toPath_error(pathOf("from"), pathOf("to"), &error_));
+  expectError(NSFileWriteFileExistsError, pathOf("to"), EEXIST);
+  EXPECT_FALSE(files_->copyItemAtPath_toPath_error(pathOf("from"), pathOf("to"), &error_));
+  expectError(NSFileWriteFileExistsError, pathOf("to"), EEXIST);
+  EXPECT_EQ(folder_.read("from"), "new");
+  EXPECT_EQ(folder_.read("to"), "old");
+}
+
+TEST_F(NSFileManagerTests, MovingFailsWithTheReason) {
+  EXPECT_FALSE(files_->moveItemAtPath_toPath_error(pathOf("missing"), pathOf("to"), &error_));
+  expectError(NSFileNoSuchFileError, pathOf("missing"), ENOENT);
+  makeFile("from");
+  EXPECT_FALSE(files_->moveItemAtPath_toPath_error(pathOf("from"), pathOf("missing/to"), &error_));
+  expectError(NSFileNoSuchFileError, pathOf("from"), ENOENT);
+  makeFolder("folder");
+  EXPECT_FALSE(files_->moveItemAtPath_toPath_error(pathOf("folder"), pathOf("folder/in"), &error_));
+  expectError(NSFileWriteUnknownError, pathOf("folder"), EINVAL);
+}
+
+TEST_F(NSFileManagerTests, MovesToAnotherVolumeAndTellsOfAFullOne) {
+  const MountedTmpfs disk(folder_.at("disk"), "size=1m");
+  ASSERT_TRUE(disk.isMounted()) << "only root can mount a small disk";
+  makeFile("small", "contents");
+  EXPECT_TRUE(files_->moveItemAtPath_toPath_error(pathOf("small"), pathOf("disk/small"), &error_));
+  EXPECT_EQ(folder_.read("disk/small"), "contents");
+  EXPECT_FALSE(isThere("small"));
+  makeFile("large", std::string(3U << 20, 'x'));
+  EXPECT_FALSE(files_->moveItemAtPath_toPath_error(pathOf("large"), pathOf("disk/large"), &error_));
+  expectError(NSFileWriteOutOfSpaceError, pathOf("large"), ENOSPC);
+  EXPECT_TRUE(isThere("large"));
+  EXPECT_FALSE(isThere("disk/large"));
+  disk.makeReadOnly();
+  EXPECT_FALSE(createFolders(pathOf("disk/new"), false));
+  expectError(NSFileWriteVolumeReadOnlyError, pathOf("disk/new"), EROFS);
+  EXPECT_TRUE(createFolders(pathOf("disk"), true)) << "there already, and so no change";
+}
+
+TEST_F(NSFileManagerTests, KnowsTheCurrentFolder) {
+  EXPECT_EQ(files_->currentDirectoryPath(), fs::current_path().string());
+  const int status = runInChild([&] {
+    fs::create_directory(folder_.at("gone"));
+    fs::current_path(folder_.at("gone"));
+    fs::remove(folder_.at("gone"));
+    return files_->currentDirectoryPath() == nullptr ? 7 : 8;
   });
-  EXPECT_EQ(answers, 1 | 8);
+  EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
-TEST_F(NSFileManagerTests, AStickyFolderGuardsWhatOthersOwn) {
-  if (::geteuid() != 0) {
-    GTEST_SKIP() << "only root can become another user";
-  }
-  ::chmod(folder_.path().c_str(), 01777);
-  folder_.write("mine", "x");
-  EXPECT_TRUE(files_->isDeletableFileAtPath(at("mine")));
-  EXPECT_EQ(testing::runAsNobody([&] { return files_->isDeletableFileAtPath(at("mine")) ? 1 : 0; }),
-            0);
-}
-
-TEST_F(NSFileManagerTests, KnowsTheWorkingFolder) {
+TEST_F(NSFileManagerTests, ChangesTheCurrentFolder) {
   const auto before = files_->currentDirectoryPath();
   EXPECT_TRUE(files_->changeCurrentDirectoryPath(folder_.path().string()));
   EXPECT_EQ(files_->currentDirectoryPath(), folder_.path().string());
-  EXPECT_FALSE(files_->changeCurrentDirectoryPath(at("none")));
+  EXPECT_FALSE(files_->changeCurrentDirectoryPath(pathOf("missing")));
+  EXPECT_FALSE(files_->changeCurrentDirectoryPath(nullptr));
+  EXPECT_EQ(files_->currentDirectoryPath(), folder_.path().string());
   EXPECT_TRUE(files_->changeCurrentDirectoryPath(before));
 }
 
-TEST(NSFileManagerFolderTests, KnowsTheTemporaryAndTheHomeFolder) {
-  ::setenv("TMPDIR", "/some/tmp", 1);
-  EXPECT_EQ(NSTemporaryDirectory(), "/some/tmp");
-  ::unsetenv("TMPDIR");
-  EXPECT_EQ(NSTemporaryDirectory(), "/tmp");
-  const std::string home = ::getenv("HOME") == nullptr ? "" : ::getenv("HOME");
-  ::setenv("HOME", "/home/somebody", 1);
-  EXPECT_EQ(NSHomeDirectory(), "/home/somebody");
-  ::unsetenv("HOME");
-  EXPECT_TRUE(NSHomeDirectory()->hasPrefix("/"));
-  if (!home.empty()) {
-    ::setenv("HOME", home.c_str(), 1);
+/// What a question answers in a child process whose environment was changed first.
+bool holdsInChild(const std::function<void()>& prepare, const std::function<bool()>& question) {
+  return WEXITSTATUS(runInChild([&] {
+           prepare();
+           return question() ? 7 : 8;
+         })) == 7;
+}
+
+TEST_F(NSFileManagerTests, TheTemporaryFolderIsTheChosenOneWhileItIsThere) {
+  const auto chosen = [](const std::string& value) {
+    return [value] { setenv("TMPDIR", value.c_str(), 1); };
+  };
+  const std::string own = folder_.path();
+  EXPECT_TRUE(holdsInChild(chosen(own), [&] { return NSTemporaryDirectory() == own + "/"; }));
+  EXPECT_TRUE(holdsInChild(chosen(own + "/"), [&] { return NSTemporaryDirectory() == own + "/"; }));
+  EXPECT_TRUE(holdsInChild(chosen("/"), [] { return NSTemporaryDirectory() == "/"; }));
+  for (const char* value : {"", "relative", "/no/such/folder", "/dev/null"}) {
+    EXPECT_TRUE(holdsInChild(chosen(value), [] { return NSTemporaryDirectory() == "/tmp/"; }))
+        << value;
   }
+  EXPECT_TRUE(
+      holdsInChild([] { unsetenv("TMPDIR"); }, [] { return NSTemporaryDirectory() == "/tmp/"; }));
+}
+
+TEST_F(NSFileManagerTests, TheHomeFolderIsTheChosenOneOrTheAccounts) {
+  const std::string account = getpwuid(geteuid())->pw_dir;
+  EXPECT_TRUE(holdsInChild([] { setenv("HOME", "/my/home", 1); },
+                           [] { return NSHomeDirectory() == "/my/home"; }));
+  EXPECT_TRUE(holdsInChild([] { setenv("HOME", "relative", 1); },
+                           [&] { return NSHomeDirectory() == account; }));
+  EXPECT_TRUE(holdsInChild([] { unsetenv("HOME"); }, [&] { return NSHomeDirectory() == account; }));
 }
 
 }  // namespace

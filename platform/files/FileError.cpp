@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "files/FileError.h"
+
+#include <KestovaPlatform/FoundationErrors.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace kestova {
+namespace {
+
+NSInteger codeForReading(int number) {
+  switch (number) {
+    case ENOENT:
+    case ENOTDIR:
+      return NSFileReadNoSuchFileError;
+    case EACCES:
+    case EPERM:
+      return NSFileReadNoPermissionError;
+    case EILSEQ:
+    case ENAMETOOLONG:
+      return NSFileReadInvalidFileNameError;
+    case EFBIG:
+      return NSFileReadTooLargeError;
+    default:
+      return NSFileReadUnknownError;
+  }
+}
+
+NSInteger codeForWriting(int number) {
+  switch (number) {
+    case ENOENT:
+    case ENOTDIR:
+      return NSFileNoSuchFileError;
+    case EACCES:
+    case EPERM:
+      return NSFileWriteNoPermissionError;
+    case EILSEQ:
+    case ENAMETOOLONG:
+      return NSFileWriteInvalidFileNameError;
+    case EEXIST:
+    case ENOTEMPTY:
+      return NSFileWriteFileExistsError;
+    case ENOSPC:
+    case EDQUOT:
+      return NSFileWriteOutOfSpaceError;
+    case EROFS:
+      return NSFileWriteVolumeReadOnlyError;
+    default:
+      return NSFileWriteUnknownError;
+  }
+}
+
+}  // namespace
+
+Ref<NSError> fileError(FileAccess access, const Ref<NSString>& path, int number) {
+  const bool reads = access == FileAccess::reading;
+  const auto userInfo = NSMutableDictionary::of({
+      {NSLocalizedDescriptionKey,
+       NSString::stringWithFormat("\"%@\" could not be %s.", path, reads ? "read" : "changed")},
+      {NSUnderlyingErrorKey,
+       NSError::errorWithDomain_code_userInfo(NSPOSIXErrorDomain, number, nullptr)},
+  });
+  if (path) {
+    userInfo->setObject_forKey(path, NSFilePathErrorKey);
+  }
+  if (const char* reason = strerrordesc_np(number)) {
+    userInfo->setObject_forKey(reason, NSLocalizedFailureReasonErrorKey);
+  }
+  return NSError::errorWithDomain_code_userInfo(
+      NSCocoaErrorDomain, reads ? codeForReading(number) : codeForWriting(number), userInfo);
+}
+
+bool failWith(Ref<NSError>* location, Ref<NSError> error) {
+  if (location != nullptr) {
+    *location = std::move(error);
+  }
+  return false;
+}
+
+}  // namespace kestova

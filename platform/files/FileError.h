@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <KestovaPlatform/NSError.h>
+
+namespace kestova {
+
+/// Whether a file was to be looked at or to be changed: the same number means different codes.
+enum class FileAccess { reading, writing };
+
+/// The platform's error for an error number of the system (not 0) at a path: its code in
+/// NSCocoaErrorDomain, texts, the path, and the number itself as the underlying error.
+Ref<NSError> fileError(FileAccess access, const Ref<NSString>& path, int number);
+
+/// Stores the error in the location that a caller gave, which may be null, and answers false.
+bool failWith(Ref<NSError>* location, Ref<NSError> error);
+
+}  // namespace kestova
