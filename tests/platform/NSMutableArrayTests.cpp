@@ -103,12 +103,7 @@ TEST(NSMutableArrayTests, ReplacingAnObjectByItselfKeepsIt) {
 TEST(NSMutableArrayTests, InsertingAnObjectOfItsOwnWhileItGrowsKeepsIt) {
   const auto array = NSMutableArray::of(counted(7));
   for (int round = 0; round < 100; ++round) {
-    const id* first = nullptr;
-    for (const id& object : array) {
-      first = &object;
-      break;
-    }
-    array->insertObject_atIndex(*first, 0);
+    array->insertObject_atIndex(*begin(array), 0);  // a reference into the array's own storage
   }
   for (const id& object : array) {
     EXPECT_EQ(testing::valueOf(object), 7);
