@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <latch>
 #include <limits>
+#include <semaphore>
 #include <string>
 #include <thread>
 #include <vector>
@@ -302,7 +303,6 @@ TEST_F(NSRunLoopTest, ARunWithinATaskOfTheMainQueueLeavesTheOtherTasksForLater) 
 }
 
 TEST_F(NSRunLoopTest, ASyncToTheMainQueueIsAnswered) {
-  std::latch done(1);
   int answer = 0;
   std::thread worker([&] {
     answer = dispatch_sync(dispatch_get_main_queue(), [] { return 42; });
@@ -314,47 +314,50 @@ TEST_F(NSRunLoopTest, ASyncToTheMainQueueIsAnswered) {
 }
 
 TEST_F(NSRunLoopTest, AnIdleRunLoopTakesNoTurns) {
-  RunLoopThread thread;
-  const auto source = RunLoopSource::sourceWithBlock([] {});
-  thread.runLoop()->addSource_forMode(source, NSRunLoopCommonModes);
-  const auto timer =
-      NSTimer::timerWithTimeInterval_repeats_block(3600, true, [](const Ref<NSTimer>&) {});
-  thread.runLoop()->addTimer_forMode(timer, NSRunLoopCommonModes);
-  thread.waitUntilIdle();
-  const NSUInteger before = thread.runLoop()->turnCount();
-  std::latch passed(1);
-  dispatch_after(dispatchTimeAfter(0.05), dispatch_get_global_queue(0, 0),
-                 [&] { passed.count_down(); });
-  passed.wait();
-  EXPECT_EQ(thread.runLoop()->turnCount(), before);
-  EXPECT_TRUE(thread.runLoop()->isWaiting());
+  const auto quiet = added([] {}, NSRunLoopCommonModes);
+  const auto distant =
+      NSTimer::scheduledTimerWithTimeInterval_repeats_block(3600, true, [](const Ref<NSTimer>&) {});
+  loop->turn();
+  const NSUInteger before = loop->turnCount();
+  EXPECT_EQ(runFor(0.05), kCFRunLoopRunTimedOut);
+  // The first one, which doesn't wait, and the one at the end of the time.
+  EXPECT_EQ(loop->turnCount() - before, 2u);
+  distant->invalidate();
 }
 
-TEST_F(NSRunLoopTest, EachEventWakesItOnce) {
-  RunLoopThread thread;
+TEST_F(NSRunLoopTest, EachEventTakesOneTurn) {
+  constexpr int events = 20;
   int calls = 0;
-  const auto source = RunLoopSource::sourceWithBlock([&] { ++calls; });
-  thread.runLoop()->addSource_forMode(source, NSRunLoopCommonModes);
-  for (int i = 0; i < 20; ++i) {
-    thread.waitUntilIdle();
-    const NSUInteger before = thread.runLoop()->turnCount();
-    source->signal();
-    while (source->isSignalled() || !thread.runLoop()->isWaiting()) {
-      std::this_thread::yield();
+  std::counting_semaphore<events> served(1);
+  const auto source = added([&] {
+    if (++calls == events) {
+      loop->stop();
+    } else {
+      served.release();
     }
-    EXPECT_EQ(thread.runLoop()->turnCount(), before + 1);
-  }
-  thread.stop();
-  EXPECT_EQ(calls, 20);
+  });
+  std::thread worker([&] {
+    for (int i = 0; i < events; ++i) {
+      served.acquire();
+      source->signal();
+    }
+  });
+  const NSUInteger before = loop->turnCount();
+  EXPECT_EQ(runFor(60), kCFRunLoopRunStopped);
+  worker.join();
+  // One more may be the first, which doesn't wait.
+  EXPECT_LE(loop->turnCount() - before, events + 1u);
 }
 
 TEST_F(NSRunLoopTest, WakeUpGivesATurn) {
   RunLoopThread thread;
-  thread.waitUntilIdle();
-  const NSUInteger before = thread.runLoop()->turnCount();
-  CFRunLoopWakeUp(thread.runLoop());
-  while (thread.runLoop()->turnCount() == before) {
-    std::this_thread::yield();
+  for (int i = 0; i < 20; ++i) {
+    thread.waitUntilWaiting();
+    const NSUInteger before = thread.runLoop()->turnCount();
+    CFRunLoopWakeUp(thread.runLoop());
+    while (thread.runLoop()->turnCount() == before) {
+      std::this_thread::yield();
+    }
   }
 }
 

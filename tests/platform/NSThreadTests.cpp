@@ -210,7 +210,7 @@ TEST(NSThread, WhatGoesWithAThreadMayAskForItsRunLoop) {
     thread_local Asker variable;
     variable.thread = NSThread::currentThread();
     variable.gone = &goneByVariable;
-    const auto asker = std::make_shared<Asker>(NSThread::currentThread(), &goneByBlock);
+    const std::shared_ptr<Asker> asker(new Asker{NSThread::currentThread(), &goneByBlock});
     NSRunLoop::currentRunLoop()->performBlock([asker] {});
   }).join();
   EXPECT_TRUE(goneByBlock);

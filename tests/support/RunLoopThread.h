@@ -47,9 +47,8 @@ class RunLoopThread {
     perform([] {});
   }
 
-  /// Waits until the thread sleeps in its run loop with nothing left to do.
-  void waitUntilIdle() {
-    settle();
+  /// Waits until the thread waits in its run loop.
+  void waitUntilWaiting() const {
     while (!runLoop()->isWaiting()) {
       std::this_thread::yield();
     }
