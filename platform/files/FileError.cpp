@@ -72,6 +72,20 @@ Ref<NSError> fileError(FileAccess access, const Ref<NSString>& path, int number)
       NSCocoaErrorDomain, reads ? codeForReading(number) : codeForWriting(number), userInfo);
 }
 
+Ref<NSError> schemeError(FileAccess access, const Ref<NSURL>& url) {
+  const auto userInfo =
+      NSMutableDictionary::of({{NSLocalizedDescriptionKey,
+                                NSString::stringWithFormat("\"%@\" is the URL of no file.", url)}});
+  if (url) {
+    userInfo->setObject_forKey(url, NSURLErrorKey);
+  }
+  return NSError::errorWithDomain_code_userInfo(NSCocoaErrorDomain,
+                                                access == FileAccess::reading
+                                                    ? NSFileReadUnsupportedSchemeError
+                                                    : NSFileWriteUnsupportedSchemeError,
+                                                userInfo);
+}
+
 bool failWith(Ref<NSError>* location, Ref<NSError> error) {
   if (location != nullptr) {
     *location = std::move(error);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <KestovaPlatform/NSError.h>
+#include <KestovaPlatform/NSURL.h>
 
 namespace kestova {
 
@@ -11,6 +12,9 @@ enum class FileAccess { reading, writing };
 /// The platform's error for an error number of the system (not 0) at a path: its code in
 /// NSCocoaErrorDomain, texts, the path, and the number itself as the underlying error.
 Ref<NSError> fileError(FileAccess access, const Ref<NSString>& path, int number);
+
+/// The same for a URL that is none of a file; null is one, too.
+Ref<NSError> schemeError(FileAccess access, const Ref<NSURL>& url);
 
 /// Stores the error in the location that a caller gave, which may be null, and answers false.
 bool failWith(Ref<NSError>* location, Ref<NSError> error);

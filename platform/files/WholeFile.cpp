@@ -47,6 +47,12 @@ FileDescriptor openFile(const std::string& path, int flags, mode_t mode = 0) {
   }));
 }
 
+int writeAndClose(FileDescriptor& file, std::span<const std::byte> contents) {
+  const int error = writeAll(file.get(), contents);
+  const int closeError = file.close();
+  return error != 0 ? error : closeError;
+}
+
 /// The name behind symbolic links; the name itself where there is none yet.
 std::string resolved(const std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
@@ -129,12 +135,19 @@ int readWholeFile(const std::string& path, NSMutableData& contents) {
 
 int writeWholeFile(const std::string& path, std::span<const std::byte> contents) {
   FileDescriptor file = openFile(path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  return file ? writeAndClose(file, contents) : errno;
+}
+
+int createWholeFile(const std::string& path, std::span<const std::byte> contents) {
+  FileDescriptor file = openFile(path, O_WRONLY | O_CREAT | O_EXCL, 0666);
   if (!file) {
     return errno;
   }
-  const int error = writeAll(file.get(), contents);
-  const int closeError = file.close();
-  return error != 0 ? error : closeError;
+  const int error = writeAndClose(file, contents);
+  if (error != 0) {
+    unlink(path.c_str());
+  }
+  return error;
 }
 
 int replaceWholeFile(const std::string& path, std::span<const std::byte> contents) {

@@ -20,6 +20,9 @@ int readWholeFile(const std::string& path, NSMutableData& contents);
 /// Writes over the file in place, or makes it.
 int writeWholeFile(const std::string& path, std::span<const std::byte> contents);
 
+/// Makes the file; EEXIST when there is something by that name. After any other error there is not.
+int createWholeFile(const std::string& path, std::span<const std::byte> contents);
+
 /// Puts a complete new file in place of the old one or of none: at every instant, also after a
 /// crash, the name stands for the whole of either. A symbolic link stays and the file behind it is
 /// replaced, with its permissions kept. What is no regular file, such as a device, is written in

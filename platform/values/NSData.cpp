@@ -4,7 +4,6 @@
 #include <KestovaPlatform/NSNumber.h>
 #include <KestovaPlatform/NSString.h>
 
-#include "files/WholeFile.h"
 #include "values/BlockHash.h"
 #include "values/RangeCheck.h"
 
@@ -69,12 +68,6 @@ Ref<NSData> NSData::dataWithBytes_length(const void* bytes, NSUInteger length) {
 
 Ref<NSData> NSData::dataWithData(const Ref<NSData>& data) { return copyOf(data); }
 
-Ref<NSData> NSData::dataWithContentsOfFile(const Ref<NSString>& path) {
-  const auto contents = NSMutableData::data();
-  const bool isRead = path && readWholeFile(path->fileSystemRepresentation(), *contents) == 0;
-  return isRead ? taking(*contents) : nullptr;
-}
-
 Ref<NSData> NSData::taking(NSMutableData& other) {
   auto data = make<NSData>();
   std::swap(data->bytes_, other.bytes_);
@@ -95,14 +88,6 @@ Ref<NSData> NSData::subdataWithRange(NSRange range) const {
 
 bool NSData::isEqualToData(const Ref<NSData>& other) const {
   return other && std::ranges::equal(span(), other->span());
-}
-
-bool NSData::writeToFile_atomically(const Ref<NSString>& path, bool atomically) const {
-  if (!path) {
-    return false;
-  }
-  const auto name = path->fileSystemRepresentation();
-  return (atomically ? replaceWholeFile(name, span()) : writeWholeFile(name, span())) == 0;
 }
 
 bool NSData::isEqual(const id& other) const {

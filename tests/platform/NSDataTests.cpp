@@ -7,7 +7,6 @@
 
 #include "Bytes.h"
 #include "ExceptionExpectation.h"
-#include "TemporaryFolder.h"
 
 #include <array>
 #include <unordered_set>
@@ -18,7 +17,6 @@ namespace {
 using testing::dataOf;
 using testing::expectException;
 using testing::hex;
-using testing::TemporaryFolder;
 
 Ref<NSData> dataOf(const std::string& bytes) {
   return NSData::dataWithBytes_length(bytes.data(), bytes.size());
@@ -106,57 +104,6 @@ TEST(NSDataTests, CopiesOfImmutableDataAreItself) {
   ASSERT_NE(changed, nullptr);
   changed->setLength(1);
   EXPECT_EQ(textOf(data), "abc");
-}
-
-class NSDataFileTests : public ::testing::Test {
- protected:
-  Ref<NSString> pathOf(const std::string& name) {
-    return NSString::stringWithFileSystemRepresentation(folder_.at(name));
-  }
-
-  TemporaryFolder folder_;
-};
-
-TEST_F(NSDataFileTests, ReadsAWholeFile) {
-  const std::string big(300000, 'x');
-  for (const std::string& contents :
-       {std::string(), std::string("abc"), std::string(65536, 'y'), big}) {
-    folder_.write("file", contents);
-    const auto data = NSData::dataWithContentsOfFile(pathOf("file"));
-    ASSERT_NE(data, nullptr);
-    EXPECT_EQ(textOf(data), contents);
-    EXPECT_EQ(cast<NSMutableData>(data), nullptr);
-  }
-}
-
-TEST_F(NSDataFileTests, ReadsFilesThatTellNoSize) {
-  const auto data = NSData::dataWithContentsOfFile("/proc/self/status");
-  ASSERT_NE(data, nullptr);
-  EXPECT_EQ(textOf(data).substr(0, 5), "Name:");
-}
-
-TEST_F(NSDataFileTests, WhatCannotBeReadIsNothing) {
-  EXPECT_EQ(NSData::dataWithContentsOfFile(pathOf("missing")), nullptr);
-  EXPECT_EQ(NSData::dataWithContentsOfFile(pathOf(".")), nullptr);
-  EXPECT_EQ(NSData::dataWithContentsOfFile(nullptr), nullptr);
-  EXPECT_EQ(NSData::dataWithContentsOfFile(""), nullptr);
-}
-
-TEST_F(NSDataFileTests, WritesAtOnceAndInPlace) {
-  for (const bool atomically : {true, false}) {
-    EXPECT_TRUE(dataOf("long contents")->writeToFile_atomically(pathOf("file"), atomically));
-    EXPECT_EQ(folder_.read("file"), "long contents");
-    EXPECT_TRUE(dataOf("short")->writeToFile_atomically(pathOf("file"), atomically));
-    EXPECT_EQ(folder_.read("file"), "short");
-    EXPECT_FALSE(dataOf("x")->writeToFile_atomically(pathOf("no/file"), atomically));
-    EXPECT_FALSE(dataOf("x")->writeToFile_atomically(nullptr, atomically));
-  }
-}
-
-TEST_F(NSDataFileTests, NamesThatAreNoUTF8AreReadAndWritten) {
-  EXPECT_TRUE(dataOf("abc")->writeToFile_atomically(pathOf("\xE4\xFF"), true));
-  EXPECT_EQ(folder_.read("\xE4\xFF"), "abc");
-  EXPECT_EQ(textOf(NSData::dataWithContentsOfFile(pathOf("\xE4\xFF"))), "abc");
 }
 
 }  // namespace

@@ -95,6 +95,16 @@ TEST_F(WholeFileTests, ASymbolicLinkStaysAndItsFileIsReplaced) {
   EXPECT_EQ(folder_.read("file"), "new");
 }
 
+TEST_F(WholeFileTests, CreatingLeavesWhatIsThereAndNoPart) {
+  EXPECT_EQ(createWholeFile(folder_.at("file"), bytesOf("new")), 0);
+  EXPECT_EQ(createWholeFile(folder_.at("file"), bytesOf("other")), EEXIST);
+  EXPECT_EQ(folder_.read("file"), "new");
+  const testing::MountedTmpfs disk(folder_.at("disk"), "size=64k");
+  ASSERT_TRUE(disk.isMounted()) << "only root can mount a small disk";
+  EXPECT_EQ(createWholeFile(disk.at("file"), bytesOf(std::string(200000, 'x'))), ENOSPC);
+  EXPECT_FALSE(fs::exists(disk.at("file")));
+}
+
 TEST_F(WholeFileTests, ADeviceIsWrittenInPlace) {
   EXPECT_EQ(replaceWholeFile("/dev/null", bytesOf("x")), 0);
   EXPECT_TRUE(fs::is_character_file("/dev/null"));

@@ -15,6 +15,7 @@ enum : NSInteger {
   NSFileReadInvalidFileNameError = 258,
   NSFileReadCorruptFileError = 259,
   NSFileReadNoSuchFileError = 260,
+  NSFileReadUnsupportedSchemeError = 262,  ///< a URL of no file
   NSFileReadTooLargeError = 263,
 
   // Writing
@@ -22,6 +23,7 @@ enum : NSInteger {
   NSFileWriteNoPermissionError = 513,
   NSFileWriteInvalidFileNameError = 514,
   NSFileWriteFileExistsError = 516,
+  NSFileWriteUnsupportedSchemeError = 518,  ///< a URL of no file
   NSFileWriteOutOfSpaceError = 640,
   NSFileWriteVolumeReadOnlyError = 642,
 

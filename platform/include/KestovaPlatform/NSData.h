@@ -10,7 +10,15 @@
 
 namespace kestova {
 
+class NSError;
 class NSMutableData;
+class NSURL;
+
+/// How data is written to a file, as a sum of bits.
+enum NSDataWritingOptions : NSUInteger {
+  NSDataWritingAtomic = 1,              ///< whole or not at all
+  NSDataWritingWithoutOverwriting = 2,  ///< only where there is nothing yet
+};
 
 /// A run of bytes, immutable here.
 ///
@@ -30,9 +38,6 @@ class KESTOVA_PLATFORM_EXPORT NSData : public NSObject {
   /// A copy of another's bytes; null for null.
   static Ref<NSData> dataWithData(const Ref<NSData>& data);
 
-  /// A file's whole contents; null when it can't be read, and for a null path. Blocks.
-  static Ref<NSData> dataWithContentsOfFile(const Ref<NSString>& path);
-
   NSUInteger length() const noexcept { return length_; }
 
   /// The first byte; null or not, it must not be read when the length is 0. Valid until the data
@@ -49,11 +54,39 @@ class KESTOVA_PLATFORM_EXPORT NSData : public NSObject {
 
   bool isEqualToData(const Ref<NSData>& other) const;
 
-  /// Writes the bytes to a file, whole or not at all when `atomically` is true: under another name in
-  /// the same folder first. False when that fails, and for a null path; the old file is then as it
-  /// was. Permissions of an old file and symbolic links to it are kept. When `atomically` is false the
-  /// file is written in place, and a failure may leave a part. Blocks.
+  /// \name Files
+  ///
+  /// All of these block. What fails answers null or false and, where it takes one, an error in
+  /// NSCocoaErrorDomain (see FoundationErrors.h) with the path and the system's own error in it; so
+  /// do a null path or URL and a URL of no file.
+  /// @{
+
+  /// A file's whole contents.
+  static Ref<NSData> dataWithContentsOfFile(const Ref<NSString>& path);
+
+  /// The same; `options` is 0.
+  static Ref<NSData> dataWithContentsOfFile_options_error(const Ref<NSString>& path,
+                                                          NSUInteger options,
+                                                          Ref<NSError>* error = nullptr);
+  static Ref<NSData> dataWithContentsOfURL(const Ref<NSURL>& url);
+  static Ref<NSData> dataWithContentsOfURL_options_error(const Ref<NSURL>& url, NSUInteger options,
+                                                         Ref<NSError>* error = nullptr);
+
+  /// Writes the bytes to a file, whole or not at all when `atomically` is true: under another name
+  /// in the same folder first. When that fails the old file is as it was. Permissions of an old
+  /// file and symbolic links to it are kept. When `atomically` is false the file is written in
+  /// place, and a failure may leave a part.
   bool writeToFile_atomically(const Ref<NSString>& path, bool atomically) const;
+  bool writeToURL_atomically(const Ref<NSURL>& url, bool atomically) const;
+
+  /// The same; `options` is a sum of NSDataWritingOptions. Both bits at once throw
+  /// NSInvalidArgumentException.
+  bool writeToFile_options_error(const Ref<NSString>& path, NSUInteger options,
+                                 Ref<NSError>* error = nullptr) const;
+  bool writeToURL_options_error(const Ref<NSURL>& url, NSUInteger options,
+                                Ref<NSError>* error = nullptr) const;
+
+  /// @}
 
   bool isEqual(const id& other) const override;
   NSUInteger hash() const override;
@@ -118,8 +151,8 @@ class KESTOVA_PLATFORM_EXPORT NSMutableData : public NSData {
   /// the range begins behind the end. `bytes` must not lie in this data.
   void replaceBytesInRange_withBytes(NSRange range, const void* bytes);
 
-  /// Puts `length` bytes in place of a range; throws NSRangeException past the end. `bytes` must not
-  /// lie in this data. The bytes behind the range move.
+  /// Puts `length` bytes in place of a range; throws NSRangeException past the end. `bytes` must
+  /// not lie in this data. The bytes behind the range move.
   void replaceBytesInRange_withBytes_length(NSRange range, const void* bytes, NSUInteger length);
 
   /// Overwrites a range with zero bytes, on the same terms.
