@@ -33,32 +33,38 @@ bool FileOperationRun::isBusy() const {
   return isCancelled_ || (transfer_ && transfer_->snapshot().stage != TransferStage::complete);
 }
 
+/// A run that cannot start leaves the one before it, its client and its end as they are.
 OSStatus FileOperationRun::start(TransferKind kind, const FileOperationService::Request& request) {
   if (isBusy()) {
     return paramErr;
   }
-  letGoOfClient();
   const std::string name = request.destinationName
                                ? request.destinationName->fileSystemRepresentation()
                                : lastComponent(request.source);
   auto transfer = std::make_unique<FileTransfer>(TransferRequest{
       request.source, request.destinationFolder, name, kind, request.options});
-  lastStage_ = kFSOperationStageUndefined;
-  interval_ = std::chrono::duration<double>(request.statusChangeInterval);
   const OSStatus status = transfer->start([source = source_] { source->signal(); });
   if (status != noErr) {
     return status;
   }
-  callback_ = request.callback;
-  if (request.context != nullptr) {
-    context_ = *request.context;
-    if (context_.retain != nullptr) {
-      context_.retain(context_.info);
-    }
-  }
+  letGoOfClient();
+  holdOnToClient(request);
+  lastStage_ = kFSOperationStageUndefined;
   const std::scoped_lock lock(mutex_);
   transfer_.swap(transfer);
   return noErr;
+}
+
+void FileOperationRun::holdOnToClient(const FileOperationService::Request& request) {
+  callback_ = request.callback;
+  interval_ = std::chrono::duration<double>(request.statusChangeInterval);
+  if (request.context == nullptr) {
+    return;
+  }
+  context_ = *request.context;
+  if (context_.retain != nullptr) {
+    context_.retain(context_.info);
+  }
 }
 
 void FileOperationRun::cancel() {

@@ -45,6 +45,7 @@ class FileOperationRun {
   bool isBusy() const;
   void deliver();
   bool isDue(FSFileOperationStage stage, Time now) const;
+  void holdOnToClient(const FileOperationService::Request& request);
   void letGoOfClient();
 
   FSFileOperation& operation_;

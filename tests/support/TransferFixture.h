@@ -6,13 +6,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <set>
 #include <string>
 
 #include "TemporaryFolder.h"
+#include "TreeDifferences.h"
 #include "files/FileTransfer.h"
 #include "files/StagingArea.h"
 #include "files/TreeRemover.h"
@@ -73,17 +72,8 @@ class TransferFixture : public ::testing::Test {
     return names;
   }
 
-  /// What a second opinion finds different between two trees: nothing when they are alike in
-  /// content, holes, links, owners, modes, times, attributes and access lists.
   static std::string differences(const std::string& a, const std::string& b) {
-    const std::string command = "rsync -aHAXS --checksum --delete --dry-run --itemize-changes '" +
-                                a + "/' '" + b + "/' 2>&1";
-    std::string output;
-    std::FILE* const pipe = ::popen(command.c_str(), "r");
-    std::array<char, 4096> part{};
-    while (std::fgets(part.data(), part.size(), pipe) != nullptr) output += part.data();
-    const int status = ::pclose(pipe);
-    return status == 0 ? output : output + "rsync failed";
+    return treeDifferences(a, b);
   }
 
  private:
