@@ -8,6 +8,7 @@
 #include "values/RangeCheck.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -52,7 +53,9 @@ void NSData::reserve(NSUInteger capacity) {
   if (capacity <= capacity_) {
     return;
   }
-  void* grown = std::realloc(bytes_, capacity);
+  // No object may be larger: differences of addresses in it must be countable.
+  constexpr NSUInteger kLargest = PTRDIFF_MAX;
+  void* grown = capacity <= kLargest ? std::realloc(bytes_, capacity) : nullptr;
   if (grown == nullptr) {
     throw std::bad_alloc();
   }
