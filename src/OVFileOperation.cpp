@@ -11,7 +11,6 @@
 
 #include <array>
 #include <chrono>
-#include <ranges>
 #include <string>
 #include <thread>
 #include <utility>
@@ -357,7 +356,8 @@ void OVFileOperation::applyToItem(NSUInteger index, const Ref<NSDictionary>& sta
 
 void OVFileOperation::updateStatus() {
   Figures sum;
-  for (const Item& item : mOperations | std::views::take(mNumberOfOperations)) {
+  for (NSUInteger i = 0; i < mNumberOfOperations; ++i) {
+    const Item& item = mOperations[i];
     sum.totalBytes += item.figures.totalBytes;
     sum.bytesComplete += item.figures.bytesComplete;
     sum.bytesRemaining += item.figures.bytesRemaining;
