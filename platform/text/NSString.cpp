@@ -205,19 +205,19 @@ id NSString::mutableCopy() const {
   return NSMutableString::stringWithString(cast<NSString>(self()));
 }
 
-bool operator==(const Ref<NSString>& string, std::string_view utf8) {
-  if (!string) {
+bool detail::isText(const NSString* string, std::string_view utf8) {
+  if (string == nullptr) {
     return false;
   }
   if (const char* bytes = string->eightBitCharacters()) {
     return std::string_view(bytes, string->length()) == utf8;
   }
   const auto units = utf16FromUTF8(utf8);
-  return units && string == std::u16string_view(*units);
+  return units && isText(string, std::u16string_view(*units));
 }
 
-bool operator==(const Ref<NSString>& string, std::u16string_view units) {
-  return string && withUnits(*string, [&](auto own) { return equalUnits(own, units); });
+bool detail::isText(const NSString* string, std::u16string_view units) {
+  return string != nullptr && withUnits(*string, [&](auto own) { return equalUnits(own, units); });
 }
 
 std::ostream& operator<<(std::ostream& stream, const Ref<NSString>& string) {

@@ -329,6 +329,13 @@ TEST(NSStringTests, LiteralsCompareAsText) {
   EXPECT_TRUE(none == nullptr);
 }
 
+TEST(NSStringTests, PlainTextsKeepTheirOwnComparison) {
+  const std::string noUTF8 = "\x9E";
+  EXPECT_TRUE(noUTF8 == std::string_view(noUTF8));
+  EXPECT_TRUE(std::u16string(u"\xD800") == std::u16string_view(u"\xD800"));
+  EXPECT_TRUE(NSMutableString::stringWithString("ä") == "ä");
+}
+
 TEST(NSStringTests, PrintsItself) {
   std::ostringstream stream;
   const id object = Ref<NSString>("ö");

@@ -8,6 +8,7 @@
 #include <KestovaPlatform/NSTypes.h>
 
 #include <atomic>
+#include <concepts>
 #include <iosfwd>
 #include <optional>
 #include <string>
@@ -311,15 +312,36 @@ struct Boxing<std::u16string_view> : TextBoxing {};
 template <>
 struct Boxing<StringConstant> : TextBoxing {};
 
+namespace detail {
+
+/// Whether there is a string, and its text is that one.
+KESTOVA_PLATFORM_EXPORT bool isText(const NSString* string, std::string_view utf8);
+KESTOVA_PLATFORM_EXPORT bool isText(const NSString* string, std::u16string_view units);
+
+}  // namespace detail
+
+/// A string class as a reference's own. What merely boxes as a string, such as std::string, is none:
+/// plain texts keep their own comparison.
+template <class T>
+concept StringClass = std::convertible_to<T*, NSString*>;
+
 /// \name Comparing a string reference with text compares the text; nothing equals no text.
 /// @{
-KESTOVA_PLATFORM_EXPORT bool operator==(const Ref<NSString>& string, std::string_view utf8);
-KESTOVA_PLATFORM_EXPORT bool operator==(const Ref<NSString>& string, std::u16string_view units);
-inline bool operator==(const Ref<NSString>& string, const char* utf8) {
-  return string == std::string_view(utf8);
+template <StringClass T>
+bool operator==(const Ref<T>& string, std::string_view utf8) {
+  return detail::isText(string.get(), utf8);
 }
-inline bool operator==(const Ref<NSString>& string, const StringConstant& constant) {
-  return string == std::string_view(constant.utf8());
+template <StringClass T>
+bool operator==(const Ref<T>& string, std::u16string_view units) {
+  return detail::isText(string.get(), units);
+}
+template <StringClass T>
+bool operator==(const Ref<T>& string, const char* utf8) {
+  return detail::isText(string.get(), std::string_view(utf8));
+}
+template <StringClass T>
+bool operator==(const Ref<T>& string, const StringConstant& constant) {
+  return detail::isText(string.get(), std::string_view(constant.utf8()));
 }
 /// @}
 
