@@ -7,6 +7,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -14,6 +15,7 @@ namespace kestova::tool {
 namespace {
 
 constexpr int kBarColumns = 20;
+constexpr std::size_t kGap = 2;
 
 std::size_t terminalColumns() {
   winsize size{};
@@ -29,16 +31,29 @@ std::string bar(double fraction) {
   return text + "]";
 }
 
-std::string figuresText(const OVFileOperation& operation) {
-  const double fraction = fractionDone(operation);
-  std::string text = bar(fraction) + " " + std::to_string(static_cast<int>(fraction * 100)) + "% " +
-                     byteText(static_cast<double>(operation.bytesComplete())) + " of " +
-                     byteText(static_cast<double>(operation.totalBytes()));
-  if (operation.throughput() > 0) {
-    text += ", " + byteText(operation.throughput()) + "/s, " +
-            clockText(static_cast<double>(operation.bytesRemaining()) / operation.throughput()) +
-            " left";
+std::string rateText(const OVFileOperation& operation) {
+  if (operation.throughput() <= 0) {
+    return {};
   }
+  return ", " + byteText(operation.throughput()) + "/s, " +
+         clockText(static_cast<double>(operation.bytesRemaining()) / operation.throughput()) +
+         " left";
+}
+
+/// As much of the figures as there are columns for: the share done is always told, then bytes, rate
+/// and the bar.
+std::string figuresText(const OVFileOperation& operation, std::size_t columns) {
+  const double fraction = fractionDone(operation);
+  std::string text = std::to_string(static_cast<int>(fraction * 100)) + "%";
+  const auto widen = [&](const std::string& wider) {
+    if (columnsOf(wider) <= columns) {
+      text = wider;
+    }
+  };
+  widen(text + " " + byteText(static_cast<double>(operation.bytesComplete())) + " of " +
+        byteText(static_cast<double>(operation.totalBytes())));
+  widen(text + rateText(operation));
+  widen(bar(fraction) + " " + text);
   return text;
 }
 
@@ -49,11 +64,12 @@ class LiveReporter final : public TransferReporter {
     if (item.count > 1) {
       line = "(" + std::to_string(item.number) + "/" + std::to_string(item.count) + ") ";
     }
-    line += figuresText(operation) + "  ";
     const std::size_t room = terminalColumns() - 1;  // the last column would wrap the line
-    if (operation.currentFile() && columnsOf(line) < room) {
-      line += shortenedFront(displayText(operation.currentFile()->fileSystemRepresentation()),
-                             room - columnsOf(line));
+    line += figuresText(operation, room - std::min(room, columnsOf(line)));
+    if (operation.currentFile() && columnsOf(line) + kGap < room) {
+      line += std::string(kGap, ' ') +
+              shortenedFront(displayText(operation.currentFile()->fileSystemRepresentation()),
+                             room - columnsOf(line) - kGap);
     }
     std::printf("\r%s\033[K", line.c_str());
     std::fflush(stdout);
