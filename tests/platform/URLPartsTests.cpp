@@ -35,7 +35,7 @@ TEST(URLPartsTests, WellFormedReferencesGoRound) {
            "news:comp.infosystems.www.servers.unix",
            "tel:+1-816-555-1212",
            "telnet://192.0.2.16:80/",
-           "urn:oasis:names:specification:docbook:dtd:xml:4.1.2",
+           "urn:example:names:a:b:xml:4.1.2",
            "file:///etc/fstab",
            "//host/path",
            "/path",
