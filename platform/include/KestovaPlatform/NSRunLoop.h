@@ -51,10 +51,11 @@ enum CFRunLoopRunResult : std::int32_t {
 /// common modes, which share what is added to NSRunLoopCommonModes. The main thread's run loop also
 /// runs what is submitted to the main dispatch queue, in its common modes.
 ///
-/// A turn serves, in this order: blocks (oldest first), timers that are due, sources that are
-/// signalled or ready (oldest first), blocks that came meanwhile. It takes each once and leaves
-/// what is asked for during the turn to the next, those last blocks apart. While there is nothing
-/// to do the thread sleeps in the kernel; nothing wakes it periodically.
+/// A turn serves, in this order: blocks as they were handed in, timers by their moments, sources
+/// that are signalled or ready (those of the mode itself before those of the common modes), blocks
+/// that came meanwhile. It takes each once and leaves what is asked for during the turn to the
+/// next, those last blocks apart. While there is nothing to do the thread sleeps in the kernel;
+/// nothing wakes it periodically.
 ///
 /// **In another program's loop.** A program that has a loop already (GTK, Qt, epoll) watches
 /// `fileDescriptor` for reading there and calls `turn` whenever it is readable. Nothing else is
