@@ -79,8 +79,8 @@ class FileOperationTest : public ::testing::Test {
       ASSERT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 60, true), kCFRunLoopRunHandledSource);
     }
   }
-  /// So many files of all lengths up to a few kilobytes, a hundred to a folder, and what else a tree
-  /// may hold.
+  /// So many files of all lengths up to a few kilobytes, a hundred to a folder, and what else a
+  /// tree may hold.
   void makeTree(const std::string& name, int count) const {
     for (int file = 0; file < count; ++file) {
       const std::string folder = name + "/" + std::to_string(file / 100);

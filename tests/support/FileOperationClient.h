@@ -66,7 +66,8 @@ class FileOperationClient {
   static void release(const void* info) { ++from(info).released; }
 };
 
-/// Serves this thread's run loop in a mode until `condition`; a failure when nothing comes any more.
+/// Serves this thread's run loop in a mode until `condition`; a failure when nothing comes any
+/// more.
 inline void serveUntil(const Ref<NSString>& mode, const std::function<bool()>& condition) {
   while (!condition()) {
     ASSERT_EQ(CFRunLoopRunInMode(mode, 60, true), kCFRunLoopRunHandledSource);

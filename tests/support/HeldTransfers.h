@@ -24,8 +24,8 @@ class Gate {
 };
 
 /// While it lives, transfers wait where a test wants to look at them: before they list their first
-/// folder, and before they open a file named "held". Open both gates and end the transfers before it
-/// goes.
+/// folder, and before they open a file named "held". Open both gates and end the transfers before
+/// it goes.
 class HeldTransfers {
  public:
   HeldTransfers() {
