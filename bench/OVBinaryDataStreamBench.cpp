@@ -2,10 +2,10 @@
 // Typed values in memory, beside QDataStream on a QByteArray.
 #include <KestovaFoundation/OVBinaryDataStream.h>
 
+#include <benchmark/benchmark.h>
 #include <QByteArray>
 #include <QDataStream>
 #include <QIODevice>
-#include <benchmark/benchmark.h>
 
 #include <cstdint>
 
@@ -105,7 +105,8 @@ void ReadQDataStream(benchmark::State& state) {
   countValues(state);
 }
 
-#define IN_BOTH_ORDERS(name) BENCHMARK(name)->ArgName("little")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)
+#define IN_BOTH_ORDERS(name) \
+  BENCHMARK(name)->ArgName("little")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)
 
 IN_BOTH_ORDERS(WriteHere);
 IN_BOTH_ORDERS(WriteQDataStream);

@@ -118,7 +118,8 @@ class Client : public kestova::OVFileOperationDelegate {
   void fileOperationStatusChanged(const Ref<kestova::OVFileOperation>& operation) override {
     benchmark::DoNotOptimize(operation->bytesComplete());
   }
-  void fileOperationDidFinish_error(const Ref<kestova::OVFileOperation>&, kestova::OSStatus) override {
+  void fileOperationDidFinish_error(const Ref<kestova::OVFileOperation>&,
+                                    kestova::OSStatus) override {
     isDone_ = true;
   }
 
@@ -132,8 +133,8 @@ void copyHere(const std::string& from, const std::string& to) { Client().copy(fr
 void copyUnreported(const std::string& from, const std::string& to) {
   const FSFileOperationRef operation = kestova::FSFileOperationCreate();
   const fs::path target(to);
-  kestova::FSPathCopyObjectAsync(operation, from, target.parent_path(), target.filename().string(), 0,
-                                 nullptr, 0.0, nullptr);
+  kestova::FSPathCopyObjectAsync(operation, from, target.parent_path(), target.filename().string(),
+                                 0, nullptr, 0.0, nullptr);
   kestova::FSFileOperationStage stage = kestova::kFSOperationStageUndefined;
   while (stage != kestova::kFSOperationStageComplete) {
     std::this_thread::sleep_for(std::chrono::microseconds(500));
@@ -141,7 +142,9 @@ void copyUnreported(const std::string& from, const std::string& to) {
   }
 }
 
-void copyWithCp(const std::string& from, const std::string& to) { runCommand({"cp", "-a", from, to}); }
+void copyWithCp(const std::string& from, const std::string& to) {
+  runCommand({"cp", "-a", from, to});
+}
 
 void copyWithRsync(const std::string& from, const std::string& to) {
   runCommand({"rsync", "-a", "-W", fs::is_directory(from) ? from + "/" : from, to});
@@ -150,7 +153,8 @@ void copyWithRsync(const std::string& from, const std::string& to) {
 void copyWithGIO(const std::string& from, const std::string& to) {
   GFile* source = g_file_new_for_path(from.c_str());
   GFile* target = g_file_new_for_path(to.c_str());
-  if (g_file_copy(source, target, G_FILE_COPY_ALL_METADATA, nullptr, nullptr, nullptr, nullptr) == 0) {
+  if (g_file_copy(source, target, G_FILE_COPY_ALL_METADATA, nullptr, nullptr, nullptr, nullptr) ==
+      0) {
     std::abort();
   }
   g_object_unref(source);

@@ -9,9 +9,10 @@ namespace kestova {
 
 #ifdef __GLIBC__
 
-/// The same shortcut that the C library's own putc_unlocked and getc_unlocked take, for several bytes
-/// at once: what fits into the file's buffer goes there directly. In the other direction of a file
-/// that is both read and written the buffer shows no room, so that the library sees every turn.
+/// The same shortcut that the C library's own putc_unlocked and getc_unlocked take, for several
+/// bytes at once: what fits into the file's buffer goes there directly. In the other direction of a
+/// file that is both read and written the buffer shows no room, so that the library sees every
+/// turn.
 inline bool putIntoBuffer(std::FILE* file, const void* bytes, std::size_t count) {
   if (count == 0 || static_cast<std::size_t>(file->_IO_write_end - file->_IO_write_ptr) < count) {
     return false;

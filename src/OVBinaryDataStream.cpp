@@ -58,8 +58,8 @@ void OVBinaryDataStream::requireData() const {
   }
 }
 
-/// The next `count` bytes for writing, and moves behind them. Writing at the end of a growable buffer
-/// is what streams are mostly for.
+/// The next `count` bytes for writing, and moves behind them. Writing at the end of a growable
+/// buffer is what streams are mostly for.
 inline std::byte* OVBinaryDataStream::placeFor(NSUInteger count) {
   if (growable_ != nullptr && growable_->length() == mPosition) [[likely]] {
     mPosition += count;

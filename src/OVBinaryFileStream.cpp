@@ -18,8 +18,8 @@ namespace {
 
 constexpr std::size_t kBufferSize = 64 * 1024;
 
-/// The C library's mode: the letter e keeps the descriptor from programs that are started meanwhile.
-/// Neither reading nor writing gives a mode that `fopen` refuses.
+/// The C library's mode: the letter e keeps the descriptor from programs that are started
+/// meanwhile. Neither reading nor writing gives a mode that `fopen` refuses.
 const char* modeFor(NSInteger options) {
   const bool reads = (options & OVBinaryStreamOpenForReading) != 0;
   const bool writes = (options & OVBinaryStreamOpenForWriting) != 0;
@@ -35,8 +35,8 @@ Ref<NSError> openError(const Ref<NSString>& path, int number) {
       NSDictionary::of(
           {{NSLocalizedDescriptionKey, NSString::stringWithFormat("Could not open file %@", path)},
            {NSLocalizedFailureReasonErrorKey,
-            NSString::stringWithFormat("OVBinaryStream: failed to open %@. Error (%d) %s", path, number,
-                                       strerror(number))}}));
+            NSString::stringWithFormat("OVBinaryStream: failed to open %@. Error (%d) %s", path,
+                                       number, strerror(number))}}));
 }
 
 }  // namespace

@@ -26,10 +26,15 @@ constexpr const char* kScheduleFailure =
     "FSFileOperationScheduleWithRunLoop failed with %s on the file %@.";
 
 /// The figures' keys in the order of their announcement; throughput changes without one.
-constexpr std::array kFigureKeys = {
-    "totalBytes",       "bytesComplete",          "bytesRemaining",
-    "totalObjects",     "objectsComplete",        "objectsRemaining",
-    "totalUserVisibleObjects", "userVisibleObjectsComplete", "userVisibleObjectsRemaining"};
+constexpr std::array kFigureKeys = {"totalBytes",
+                                    "bytesComplete",
+                                    "bytesRemaining",
+                                    "totalObjects",
+                                    "objectsComplete",
+                                    "objectsRemaining",
+                                    "totalUserVisibleObjects",
+                                    "userVisibleObjectsComplete",
+                                    "userVisibleObjectsRemaining"};
 
 /// The folder that a destination lies in; the working folder for a bare name.
 Ref<NSString> folderOf(const Ref<NSString>& path) {
@@ -78,11 +83,12 @@ void MyFSFileOperationStatusProc(const FSFileOperationRef& operation, const char
                                  const Ref<NSDictionary>& status, void* info) {
   const id client(static_cast<NSObject*>(info));
   const auto userInfo = cast<NSDictionary>(client);
-  const auto target = cast<OVFileOperation>(userInfo ? userInfo->objectForKey("OVFileOperation") : client);
+  const auto target =
+      cast<OVFileOperation>(userInfo ? userInfo->objectForKey("OVFileOperation") : client);
   const Ref<NSString> path =
       currentItem == nullptr ? nullptr : NSString::stringWithFileSystemRepresentation(currentItem);
-  target->operation_statusChanged_currentItemPath_stage_error_userInfo(operation, status, path, stage,
-                                                                       error, userInfo);
+  target->operation_statusChanged_currentItemPath_stage_error_userInfo(operation, status, path,
+                                                                       stage, error, userInfo);
 }
 
 KESTOVA_DEFINE_CLASS(
@@ -109,7 +115,8 @@ KESTOVA_DEFINE_CLASS(
 
 OVFileOperation::OVFileOperation(FSFileOperationRef operation) : mOperation(std::move(operation)) {}
 
-/// A run of many items holds the object, so that only the operation for one item can still be at work.
+/// A run of many items holds the object, so that only the operation for one item can still be at
+/// work.
 OVFileOperation::~OVFileOperation() {
   if (mOperation) {
     stop(mOperation);
@@ -201,12 +208,12 @@ void OVFileOperation::enterRunning() {
 OSStatus OVFileOperation::startSingle(Starter start, FSPathFileOperationStatusProcPtr callback,
                                       const FSFileOperationClientContext* context) {
   return start(mOperation, mFromPath->fileSystemRepresentation(),
-               folderOf(mToPath)->fileSystemRepresentation(), mToPath->lastPathComponent(), mOptions,
-               callback, 0.0, context);
+               folderOf(mToPath)->fileSystemRepresentation(), mToPath->lastPathComponent(),
+               mOptions, callback, 0.0, context);
 }
 
-/// Looks until the operation is complete or has failed. The handle is kept: a cancelled operation lets
-/// go of its own, but still has a last status.
+/// Looks until the operation is complete or has failed. The handle is kept: a cancelled operation
+/// lets go of its own, but still has a last status.
 OSStatus OVFileOperation::handleSynchronousStatusChanges() {
   const FSFileOperationRef operation = mOperation;
   OSStatus error = noErr;
@@ -254,8 +261,8 @@ bool OVFileOperation::beginItem(Starter start, const Ref<NSString>& source,
   const Ref<NSFileManager> files = NSFileManager::defaultManager();
   const Ref<NSString> folder = folderOf(destination);
   if (!files->fileExistsAtPath(folder) &&
-      !files->createDirectoryAtPath_withIntermediateDirectories_attributes_error(folder, true, nullptr,
-                                                                                 error)) {
+      !files->createDirectoryAtPath_withIntermediateDirectories_attributes_error(folder, true,
+                                                                                 nullptr, error)) {
     return false;
   }
   const FSFileOperationRef operation = FSFileOperationCreate();
@@ -263,8 +270,8 @@ bool OVFileOperation::beginItem(Starter start, const Ref<NSString>& source,
     setError(error, statusError(kStartFailure, status, source));
     return false;
   }
-  const OSStatus status = FSFileOperationScheduleWithRunLoop(operation, CFRunLoopGetCurrent(),
-                                                             kCFRunLoopCommonModes);
+  const OSStatus status =
+      FSFileOperationScheduleWithRunLoop(operation, CFRunLoopGetCurrent(), kCFRunLoopCommonModes);
   if (status != noErr) {
     stop(operation);
     setError(error, statusError(kScheduleFailure, status, source));
@@ -288,8 +295,8 @@ OSStatus OVFileOperation::startItem(const FSFileOperationRef& operation, Starter
   const FSFileOperationClientContext context{.info = static_cast<NSObject*>(userInfo.get()),
                                              .retain = &retainClient,
                                              .release = &releaseClient};
-  return start(operation, source->fileSystemRepresentation(), folder->fileSystemRepresentation(), name,
-               mOptions, &MyFSFileOperationStatusProc, 0.0, &context);
+  return start(operation, source->fileSystemRepresentation(), folder->fileSystemRepresentation(),
+               name, mOptions, &MyFSFileOperationStatusProc, 0.0, &context);
 }
 
 /// Takes a run back that could not be started as a whole.

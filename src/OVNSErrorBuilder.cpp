@@ -12,7 +12,8 @@
 namespace kestova {
 namespace {
 
-/// The four bytes of a status from the most significant down; empty unless all are ASCII characters.
+/// The four bytes of a status from the most significant down; empty unless all are ASCII
+/// characters.
 std::string fourCharacterCode(OSStatus status) {
   const auto bits = static_cast<std::uint32_t>(status);
   std::string code;
@@ -76,8 +77,7 @@ OVNSErrorBuilder::OVNSErrorBuilder()
       userInfo_(NSDictionary::dictionary()),
       localizedDescription_("Unknown error.") {}
 
-Ref<NSError> OVNSErrorBuilder::buildError(
-    const Block<void(const Ref<OVNSErrorBuilder>&)>& block) {
+Ref<NSError> OVNSErrorBuilder::buildError(const Block<void(const Ref<OVNSErrorBuilder>&)>& block) {
   const Ref<OVNSErrorBuilder> builder = OVNSErrorBuilder::errorBuilder();
   block(builder);
   return builder->error();

@@ -16,8 +16,8 @@ namespace kestova {
 ///     stream->writeDouble(2.5);
 ///     if (stream->lastErrorCode() != 0) { … }        // writes report here, they don't throw
 ///
-/// Closed, open, closed: opening again closes first, so one stream may write a file and then read it.
-/// Closed, its length and position are 0, it is at its end, its error code is -1, and reads and
+/// Closed, open, closed: opening again closes first, so one stream may write a file and then read
+/// it. Closed, its length and position are 0, it is at its end, its error code is -1, and reads and
 /// writes throw NSInternalInconsistencyException.
 ///
 /// A read that gets less than it asked for throws OVBinaryStreamEndOfStreamException at the end of

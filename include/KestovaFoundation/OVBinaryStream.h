@@ -38,9 +38,9 @@ enum OVBinaryStreamOpenOptions : NSInteger {
 ///     stream->readUInt32();   // 0xCAFE
 ///     stream->readString();   // "Grüße"
 ///
-/// Integers are two's complement, floating-point numbers IEEE 754 bit patterns, booleans one byte (1
-/// or 0; any other than 0 reads as true). A stream that was never opened is big-endian. The string
-/// record is described in docs/formats/binary-stream.md.
+/// Integers are two's complement, floating-point numbers IEEE 754 bit patterns, booleans one byte
+/// (1 or 0; any other than 0 reads as true). A stream that was never opened is big-endian. The
+/// string record is described in docs/formats/binary-stream.md.
 ///
 /// A read past the end throws OVBinaryStreamEndOfStreamException.
 ///
@@ -131,8 +131,8 @@ class KESTOVA_FOUNDATION_EXPORT OVBinaryStream : public NSObject {
 
   /// Reads a string record; null for bytes that are no UTF-8, which are consumed all the same.
   ///
-  /// Null is also answered for a record of nothing, of which only the flag is consumed: the writer's
-  /// four bytes of count are left for the next read. Existing files rely on it.
+  /// Null is also answered for a record of nothing, of which only the flag is consumed: the
+  /// writer's four bytes of count are left for the next read. Existing files rely on it.
   Ref<NSString> readString();
 
   /// Reads that many bytes into a new buffer. A length beyond what is left throws before memory of

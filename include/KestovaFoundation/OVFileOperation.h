@@ -34,14 +34,16 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperationDelegate {
 ///     auto operation = OVFileOperation::init();
 ///     operation->setDelegate(this);
 ///     Ref<NSError> error;
-///     if (!operation->beginCopyItemsAtPaths_toPaths_options_error(sources, destinations, 0, &error)) {
+///     if (!operation->beginCopyItemsAtPaths_toPaths_options_error(sources, destinations, 0,
+///     &error)) {
 ///       …
-///     }                                       // progress arrives while this thread's run loop runs
+///     }                                       // progress arrives while this thread's run loop
+///     runs
 ///
 /// Three shapes: a blocking copy or move of one item, which looks five times a second; a
-/// non-blocking one of one item, and one of many, whose reports arrive on the run loop of the calling
-/// thread in the common modes. One object carries one run at a time; a cancelled one carries no
-/// single-item run any more.
+/// non-blocking one of one item, and one of many, whose reports arrive on the run loop of the
+/// calling thread in the common modes. One object carries one run at a time; a cancelled one
+/// carries no single-item run any more.
 ///
 /// Paths to an item name the item itself: "toPath" is the full destination with the new name. What
 /// arrives and when it appears is told in FSFileOperation.h; `options` is its sum of bits.
@@ -50,8 +52,8 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperationDelegate {
 /// changes without notice.
 ///
 /// Threads: begin, cancel and release it on one thread; only a blocking run may be cancelled from
-/// another. A run of many items keeps the object alive until it has ended; an object that goes while
-/// one item runs stops it.
+/// another. A run of many items keeps the object alive until it has ended; an object that goes
+/// while one item runs stops it.
 class KESTOVA_FOUNDATION_EXPORT OVFileOperation : public NSObject {
   KESTOVA_CLASS(OVFileOperation, NSObject)
 
@@ -61,8 +63,8 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperation : public NSObject {
 
   /// \name Blocking
   /// Answer 0 for success, else the status that ended it; no error value is made. They hold the
-  /// calling thread, looking every 0.2 s, also once after the end. The delegate is called from within.
-  /// A run that fails at its start leaves the object executing.
+  /// calling thread, looking every 0.2 s, also once after the end. The delegate is called from
+  /// within. A run that fails at its start leaves the object executing.
   /// @{
   OSStatus copyFromPath_toPath_options(const Ref<NSString>& fromPath, const Ref<NSString>& toPath,
                                        OptionBits options);
@@ -85,8 +87,8 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperation : public NSObject {
   /// with those above it. When an item can't be started, the ones before it are stopped, the three
   /// state flags become false, and false is answered with an error of NSOSStatusErrorDomain (of the
   /// file manager, where a folder can't be made). Destinations fewer than sources throw
-  /// NSRangeException. With no items at all true is answered and the run stays executing for ever: it
-  /// has nothing to end it.
+  /// NSRangeException. With no items at all true is answered and the run stays executing for ever:
+  /// it has nothing to end it.
   /// @{
   bool beginCopyItemsAtPaths_toPaths_options_error(const Ref<NSArray>& fromPaths,
                                                    const Ref<NSArray>& toPaths, OptionBits options,
@@ -96,8 +98,8 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperation : public NSObject {
                                                    Ref<NSError>* error = nullptr);
   /// @}
 
-  /// Asks for the end: sets `isCancelled`, and the next report stops the work and is the last. The run
-  /// then stays executing and never finishes; its delegate is not told of an end.
+  /// Asks for the end: sets `isCancelled`, and the next report stops the work and is the last. The
+  /// run then stays executing and never finishes; its delegate is not told of an end.
   void cancel();
 
   /// Unowned: whoever sets it takes it back (null) before it goes.
@@ -128,8 +130,8 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperation : public NSObject {
   NSUInteger objectsRemaining() const noexcept { return mObjectsRemaining; }
   /// Those whose name has no leading full stop.
   NSUInteger totalUserVisibleObjects() const noexcept { return mTotalUserVisibleObjects; }
-  /// In a run of many items this is the items' totals from the start, not what is done: applications
-  /// rely on it. `objectsComplete` tells what is done.
+  /// In a run of many items this is the items' totals from the start, not what is done:
+  /// applications rely on it. `objectsComplete` tells what is done.
   NSUInteger userVisibleObjectsComplete() const noexcept { return mUserVisibleObjectsComplete; }
   NSUInteger userVisibleObjectsRemaining() const noexcept { return mUserVisibleObjectsRemaining; }
   /// Bytes per second.
@@ -183,7 +185,8 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperation : public NSObject {
                        OptionBits options);
   OSStatus begin(Starter start, const Ref<NSString>& fromPath, const Ref<NSString>& toPath,
                  OptionBits options);
-  void prepareSingle(const Ref<NSString>& fromPath, const Ref<NSString>& toPath, OptionBits options);
+  void prepareSingle(const Ref<NSString>& fromPath, const Ref<NSString>& toPath,
+                     OptionBits options);
   void enterRunning();
   OSStatus startSingle(Starter start, FSPathFileOperationStatusProcPtr callback,
                        const FSFileOperationClientContext* context);

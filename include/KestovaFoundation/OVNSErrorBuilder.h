@@ -141,10 +141,11 @@ KESTOVA_FOUNDATION_EXPORT Ref<NSError> OVMakeErrorWithPOSIXError(std::int32_t er
 KESTOVA_FOUNDATION_EXPORT Ref<NSString> OVMakeStandardMacErrorString(const Ref<NSString>& operation,
                                                                      OSStatus status);
 
-/// Puts a description in front of an error: domain and code stay, `description` (required) becomes the
-/// description, the old description with the old failure reason behind it becomes the failure reason,
-/// the recovery suggestion stays and the old error is the underlying one. Without an error (null): an
-/// error of the main bundle's identifier as domain, code 0, with that description alone. Any thread.
+/// Puts a description in front of an error: domain and code stay, `description` (required) becomes
+/// the description, the old description with the old failure reason behind it becomes the failure
+/// reason, the recovery suggestion stays and the old error is the underlying one. Without an error
+/// (null): an error of the main bundle's identifier as domain, code 0, with that description alone.
+/// Any thread.
 KESTOVA_FOUNDATION_EXPORT Ref<NSError> OVWrapErrorWithDescription(const Ref<NSError>& error,
                                                                   const Ref<NSString>& description);
 

@@ -41,8 +41,8 @@ OSStatus FileOperationRun::start(TransferKind kind, const FileOperationService::
   const std::string name = request.destinationName
                                ? request.destinationName->fileSystemRepresentation()
                                : lastComponent(request.source);
-  auto transfer = std::make_unique<FileTransfer>(TransferRequest{
-      request.source, request.destinationFolder, name, kind, request.options});
+  auto transfer = std::make_unique<FileTransfer>(
+      TransferRequest{request.source, request.destinationFolder, name, kind, request.options});
   const OSStatus status = transfer->start([source = source_] { source->signal(); });
   if (status != noErr) {
     return status;
@@ -91,8 +91,8 @@ bool FileOperationRun::isCancelled() const {
   return isCancelled_;
 }
 
-/// A stage that is new is told at once; within one, the client's interval decides. Nothing follows the
-/// end.
+/// A stage that is new is told at once; within one, the client's interval decides. Nothing follows
+/// the end.
 bool FileOperationRun::isDue(FSFileOperationStage stage, Time now) const {
   return stage != lastStage_ ||
          (stage != kFSOperationStageComplete && now - lastReport_ >= interval_);

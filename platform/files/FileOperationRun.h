@@ -16,8 +16,8 @@ namespace kestova {
 /// What lies between a transfer's worker and a client's status function.
 ///
 /// The worker signals a run-loop source; the source's block, on the thread that the operation is
-/// scheduled on, asks the transfer how it stands and tells the client. A transfer's end is told once,
-/// however many signals arrive after it.
+/// scheduled on, asks the transfer how it stands and tells the client. A transfer's end is told
+/// once, however many signals arrive after it.
 ///
 /// Threads: `cancel` and `status` from any, everything else from the operation's own.
 class FileOperationRun {

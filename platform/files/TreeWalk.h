@@ -38,7 +38,7 @@ struct WalkFolder {
   std::list<WalkFolder>::iterator self;
   std::shared_ptr<const OpenFolder> open;  // null while unopened or closed for want of descriptors
   std::size_t pending = 1;                 // one for the listing, one per batch and child at work
-  bool entered = false;  // set before a second thread can meet the folder
+  bool entered = false;                    // set before a second thread can meet the folder
   bool listed = false;
 };
 

@@ -71,8 +71,8 @@ constexpr std::array kStatusTexts = {
                "The socket address is not valid"},
 };
 
-/// The names of the error numbers, made once: the statuses above kPOSIXErrorBase answer C strings that
-/// must stay valid.
+/// The names of the error numbers, made once: the statuses above kPOSIXErrorBase answer C strings
+/// that must stay valid.
 class PosixNames {
  public:
   static constexpr int kCount = 256;
@@ -80,7 +80,8 @@ class PosixNames {
   PosixNames() {
     for (int number = 1; number < kCount; ++number) {
       const char* name = strerrorname_np(number);
-      names_[static_cast<std::size_t>(number)] = name == nullptr ? "" : std::string("kPOSIXError") + name;
+      names_[static_cast<std::size_t>(number)] =
+          name == nullptr ? "" : std::string("kPOSIXError") + name;
     }
   }
 

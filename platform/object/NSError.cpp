@@ -15,7 +15,8 @@ constinit const StringConstant NSOSStatusErrorDomain{"NSOSStatusErrorDomain"};
 
 constinit const StringConstant NSLocalizedDescriptionKey{"NSLocalizedDescription"};
 constinit const StringConstant NSLocalizedFailureReasonErrorKey{"NSLocalizedFailureReason"};
-constinit const StringConstant NSLocalizedRecoverySuggestionErrorKey{"NSLocalizedRecoverySuggestion"};
+constinit const StringConstant NSLocalizedRecoverySuggestionErrorKey{
+    "NSLocalizedRecoverySuggestion"};
 constinit const StringConstant NSLocalizedRecoveryOptionsErrorKey{"NSLocalizedRecoveryOptions"};
 constinit const StringConstant NSRecoveryAttempterErrorKey{"NSRecoveryAttempter"};
 constinit const StringConstant NSUnderlyingErrorKey{"NSUnderlyingError"};
@@ -23,16 +24,16 @@ constinit const StringConstant NSHelpAnchorErrorKey{"NSHelpAnchor"};
 constinit const StringConstant NSURLErrorKey{"NSURL"};
 constinit const StringConstant NSFilePathErrorKey{"NSFilePath"};
 
-KESTOVA_DEFINE_CLASS(NSError,
-                     .property<&NSError::domain>("domain")
-                         .property<&NSError::code>("code")
-                         .property<&NSError::userInfo>("userInfo")
-                         .property<&NSError::localizedDescription>("localizedDescription")
-                         .property<&NSError::localizedFailureReason>("localizedFailureReason")
-                         .property<&NSError::localizedRecoverySuggestion>("localizedRecoverySuggestion")
-                         .property<&NSError::localizedRecoveryOptions>("localizedRecoveryOptions")
-                         .property<&NSError::recoveryAttempter>("recoveryAttempter")
-                         .property<&NSError::helpAnchor>("helpAnchor"))
+KESTOVA_DEFINE_CLASS(
+    NSError, .property<&NSError::domain>("domain")
+                 .property<&NSError::code>("code")
+                 .property<&NSError::userInfo>("userInfo")
+                 .property<&NSError::localizedDescription>("localizedDescription")
+                 .property<&NSError::localizedFailureReason>("localizedFailureReason")
+                 .property<&NSError::localizedRecoverySuggestion>("localizedRecoverySuggestion")
+                 .property<&NSError::localizedRecoveryOptions>("localizedRecoveryOptions")
+                 .property<&NSError::recoveryAttempter>("recoveryAttempter")
+                 .property<&NSError::helpAnchor>("helpAnchor"))
 
 NSError::NSError(Ref<NSString> domain, NSInteger code, Ref<NSDictionary> userInfo) noexcept
     : domain_(std::move(domain)), code_(code), userInfo_(std::move(userInfo)) {}

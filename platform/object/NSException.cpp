@@ -23,8 +23,8 @@ NSException::NSException(Ref<NSString> name, Ref<NSString> reason, Ref<NSDiction
 void throwUnrecognizedSelector(const NSObject& object, const char* operation) {
   throw NSException(NSInvalidArgumentException,
                     NSString::stringWithFormat("-[%@ %s]: %p has no such operation",
-                                               NSStringFromClass(object.classDescriptor()), operation,
-                                               static_cast<const void*>(&object)));
+                                               NSStringFromClass(object.classDescriptor()),
+                                               operation, static_cast<const void*>(&object)));
 }
 
 }  // namespace kestova

@@ -20,8 +20,8 @@ const Property* propertyForKey(const NSObject& object, const Ref<NSString>& key)
     return property;
   }
   std::string question = "is" + *name;
-  question[2] = static_cast<char>(question[2] >= 'a' && question[2] <= 'z' ? question[2] - 32
-                                                                             : question[2]);
+  question[2] =
+      static_cast<char>(question[2] >= 'a' && question[2] <= 'z' ? question[2] - 32 : question[2]);
   return described.property(question);
 }
 

@@ -23,11 +23,10 @@ void endRegistration(NSObject& object, const NSObject* observer, const Ref<NSStr
   const auto registration =
       extras == nullptr ? nullptr : extras->observers.find(observer, keyPath, context);
   if (registration == nullptr) {
-    throw NSException(
-        NSRangeException,
-        NSString::stringWithFormat("%p does not observe the key path \"%@\" of %p.",
-                                   static_cast<const void*>(observer), keyPath,
-                                   static_cast<const void*>(&object)));
+    throw NSException(NSRangeException,
+                      NSString::stringWithFormat("%p does not observe the key path \"%@\" of %p.",
+                                                 static_cast<const void*>(observer), keyPath,
+                                                 static_cast<const void*>(&object)));
   }
   registration->end();
 }

@@ -48,7 +48,8 @@ void KeyPathRegistration::begin() {
     if (initial) {
       change->setObject_forKey(initial, NSKeyValueChangeNewKey);
     }
-    observer_->observeValueForKeyPath_ofObject_change_context(keyPath_, id(&root_), change, context_);
+    observer_->observeValueForKeyPath_ofObject_change_context(keyPath_, id(&root_), change,
+                                                              context_);
   }
 }
 
@@ -119,8 +120,8 @@ void KeyPathRegistration::unlinkBelow(std::size_t level) {
 
 id KeyPathRegistration::currentValue() const { return root_.valueForKeyPath(keyPath_); }
 
-/// The value before the change that this thread announced last; nothing when it announced none since
-/// the registration.
+/// The value before the change that this thread announced last; nothing when it announced none
+/// since the registration.
 id KeyPathRegistration::takeOldValue() {
   const std::scoped_lock lock(mutex_);
   const auto latest = std::find_if(pending_.rbegin(), pending_.rend(), [](const Pending& pending) {
@@ -151,8 +152,8 @@ void KeyPathRegistration::tell(const id& oldValue, bool isPrior) {
   observer_->observeValueForKeyPath_ofObject_change_context(keyPath_, id(&root_), change, context_);
 }
 
-/// The object goes: what is rooted in it ends. Deeper links hold their objects, so that none of those
-/// can be left here.
+/// The object goes: what is rooted in it ends. Deeper links hold their objects, so that none of
+/// those can be left here.
 ObserverTable::~ObserverTable() {
   std::vector<Link> links;
   {

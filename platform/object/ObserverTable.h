@@ -59,9 +59,9 @@ class KeyPathRegistration : public std::enable_shared_from_this<KeyPathRegistrat
   std::vector<Ref<NSString>> keys_;
   std::atomic<bool> ended_{false};
 
-  std::mutex mutex_;                // guards what follows; never held while other code runs
+  std::mutex mutex_;                  // guards what follows; never held while other code runs
   std::vector<Ref<NSObject>> below_;  // the objects of levels 1, 2, …
-  std::vector<Pending> pending_;    // values before changes that have been announced
+  std::vector<Pending> pending_;      // values before changes that have been announced
 };
 
 /// The registrations that one object's properties take part in.

@@ -102,16 +102,16 @@ TEST(OVBinaryDataStreamTests, AnyFlagButZeroAnnouncesAString) {
 }
 
 TEST(OVBinaryDataStreamTests, ACountThatClaimsMoreThanIsLeftFailsWithoutThatMemory) {
-  const auto stream = OVBinaryDataStream::initWithData(dataOf({1, 0xFF, 0xFF, 0xFF, 0xFF, 'a', 'b'}));
+  const auto stream =
+      OVBinaryDataStream::initWithData(dataOf({1, 0xFF, 0xFF, 0xFF, 0xFF, 'a', 'b'}));
   expectException(OVBinaryStreamEndOfStreamException, [&] { (void)stream->readString(); });
   EXPECT_EQ(stream->position(), 7);
 }
 
 TEST(OVBinaryDataStreamTests, ALengthBeyondAllMemoryFailsAsTheEndOfTheStream) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({1, 2, 3}));
-  expectException(OVBinaryStreamEndOfStreamException, [&] {
-    (void)stream->readDataOfLength(std::numeric_limits<NSUInteger>::max());
-  });
+  expectException(OVBinaryStreamEndOfStreamException,
+                  [&] { (void)stream->readDataOfLength(std::numeric_limits<NSUInteger>::max()); });
   EXPECT_TRUE(stream->isEndOfFile());
 }
 

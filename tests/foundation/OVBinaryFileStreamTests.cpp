@@ -267,7 +267,10 @@ TEST_F(OVBinaryFileStreamTests, AFullDeviceShowsWhenTheBufferIsHandedOver) {
 }
 
 TEST_F(OVBinaryFileStreamTests, AStringThatClaimsMoreThanIsLeftEndsTheStream) {
-  const auto stream = reading(std::string("\1\xFF\xFF\xFF\xFF" "abc", 8));
+  const auto stream =
+      reading(std::string("\1\xFF\xFF\xFF\xFF"
+                          "abc",
+                          8));
   expectException(OVBinaryStreamEndOfStreamException, [&] { (void)stream->readString(); });
   EXPECT_EQ(stream->position(), 8);
 }

@@ -45,7 +45,8 @@ class Listener : public OVFileOperationDelegate {
       whenChanged(operation);
     }
   }
-  void fileOperationDidFinish_error(const Ref<OVFileOperation>& operation, OSStatus error) override {
+  void fileOperationDidFinish_error(const Ref<OVFileOperation>& operation,
+                                    OSStatus error) override {
     ++ends;
     endStatus = error;
     if (whenFinished) {
@@ -64,10 +65,15 @@ class KeyRecorder : public NSObject {
   }
 };
 
-const Names kFigureKeys = {
-    "totalBytes",       "bytesComplete",          "bytesRemaining",
-    "totalObjects",     "objectsComplete",        "objectsRemaining",
-    "totalUserVisibleObjects", "userVisibleObjectsComplete", "userVisibleObjectsRemaining"};
+const Names kFigureKeys = {"totalBytes",
+                           "bytesComplete",
+                           "bytesRemaining",
+                           "totalObjects",
+                           "objectsComplete",
+                           "objectsRemaining",
+                           "totalUserVisibleObjects",
+                           "userVisibleObjectsComplete",
+                           "userVisibleObjectsRemaining"};
 
 void expectFlags(const OVFileOperation& operation, bool executing, bool finished, bool cancelled) {
   EXPECT_EQ(operation.isExecuting(), executing);
@@ -185,8 +191,7 @@ TEST_F(OVFileOperationTests, AnImpossibleDestinationFolderFailsWithTheFileManage
 }
 
 TEST_F(OVFileOperationTests, FewerDestinationsThanSourcesAreRefused) {
-  expectException(NSRangeException,
-                  [&] { copyItems(NSArray::of(source("a")), NSArray::array()); });
+  expectException(NSRangeException, [&] { copyItems(NSArray::of(source("a")), NSArray::array()); });
   expectFlags(*operation_, false, false, false);
 }
 
@@ -211,7 +216,8 @@ TEST_F(OVFileOperationTests, ABlockingMoveLeavesNoSource) {
 }
 
 TEST_F(OVFileOperationTests, ABlockingCopyThatCannotStartStaysExecuting) {
-  EXPECT_EQ(operation_->copyFromPath_toPath_options(folder_.at("from/missing"), target("b"), 0), -43);
+  EXPECT_EQ(operation_->copyFromPath_toPath_options(folder_.at("from/missing"), target("b"), 0),
+            -43);
   expectFlags(*operation_, true, false, false);
   EXPECT_EQ(listener_.reports, 0);
 }
@@ -223,9 +229,9 @@ TEST_F(OVFileOperationTests, AnExistingDestinationIsReportedAndKept) {
   EXPECT_EQ(operation_->copyFromPath_toPath_options(source("a"), target("b"), 0), -48);
   EXPECT_EQ(folder_.read("to/b"), "old");
   EXPECT_EQ(log.lines(), (Names{"Error -48"}));
-  EXPECT_EQ(operation_->copyFromPath_toPath_options(source("a"), target("b"),
-                                                    kFSFileOperationOverwrite),
-            0);
+  EXPECT_EQ(
+      operation_->copyFromPath_toPath_options(source("a"), target("b"), kFSFileOperationOverwrite),
+      0);
   EXPECT_EQ(folder_.read("to/b"), "contents");
 }
 
@@ -296,7 +302,8 @@ TEST_F(OVFileOperationTests, AnOperationThatGoesWhileItRunsLeavesNothingBehind) 
     source("file" + std::to_string(i));
   }
   auto short_lived = OVFileOperation::init();
-  EXPECT_EQ(short_lived->beginCopyFromPath_toPath_options(folder_.at("from"), target("copy"), 0), 0);
+  EXPECT_EQ(short_lived->beginCopyFromPath_toPath_options(folder_.at("from"), target("copy"), 0),
+            0);
   short_lived = nullptr;
   for (const auto& entry : fs::directory_iterator(folder_.at("to"))) {
     EXPECT_EQ(entry.path().filename(), "copy");
@@ -309,7 +316,8 @@ class OVFileOperationReportTests : public OVFileOperationTests {
  protected:
   void beginTwo() {
     fs::create_directories(folder_.at("to"));
-    ASSERT_TRUE(copyItems(NSArray::of("/from/a", "/from/b"), NSArray::of(target("a"), target("b"))));
+    ASSERT_TRUE(
+        copyItems(NSArray::of("/from/a", "/from/b"), NSArray::of(target("a"), target("b"))));
   }
   void beginSingle() {
     ASSERT_EQ(operation_->beginCopyFromPath_toPath_options("/from/a", target("a"), 9), 0);
@@ -467,8 +475,8 @@ TEST_F(OVFileOperationReportTests, FiguresAreAnnouncedInOrderAndThroughputIsNot)
 
 TEST_F(OVFileOperationReportTests, FlagsPathsAndCurrentFileCanBeObserved) {
   const auto recorder = make<KeyRecorder>();
-  const Names observed = {"isCancelled", "isExecuting", "isFinished", "fromPath",
-                          "toPath",      "currentFile"};
+  const Names observed = {"isCancelled", "isExecuting", "isFinished",
+                          "fromPath",    "toPath",      "currentFile"};
   for (const auto& key : observed) {
     operation_->addObserver_forKeyPath_options_context(recorder.get(), key, 0, nullptr);
   }
@@ -518,8 +526,8 @@ TEST_F(OVFileOperationReportTests, AFailedSchedulingIsToldWithItsOwnText) {
   service_.scheduleStatuses = {noErr, -50};
   fs::create_directories(folder_.at("to"));
   Ref<NSError> error;
-  EXPECT_FALSE(copyItems(NSArray::of("/from/a", "/from/b"), NSArray::of(target("a"), target("b")),
-                         &error));
+  EXPECT_FALSE(
+      copyItems(NSArray::of("/from/a", "/from/b"), NSArray::of(target("a"), target("b")), &error));
   EXPECT_EQ(error->code(), -50);
   EXPECT_EQ(error->localizedDescription(),
             "FSFileOperationScheduleWithRunLoop failed with paramErr on the file /from/b.");
@@ -578,11 +586,12 @@ TEST(OVFileOperationDescriptionTests, ItsPropertiesAreDescribed) {
   for (const Property& property : OVFileOperation::staticClass().properties()) {
     names.emplace_back(property.name);
   }
-  EXPECT_EQ(names, (Names{"delegate", "isCancelled", "isExecuting", "isFinished", "fromPath", "toPath",
-                          "currentFile", "fromPaths", "toPaths", "totalBytes", "bytesComplete",
-                          "bytesRemaining", "totalObjects", "objectsComplete", "objectsRemaining",
-                          "totalUserVisibleObjects", "userVisibleObjectsComplete",
-                          "userVisibleObjectsRemaining", "throughput"}));
+  EXPECT_EQ(
+      names,
+      (Names{"delegate", "isCancelled", "isExecuting", "isFinished", "fromPath", "toPath",
+             "currentFile", "fromPaths", "toPaths", "totalBytes", "bytesComplete", "bytesRemaining",
+             "totalObjects", "objectsComplete", "objectsRemaining", "totalUserVisibleObjects",
+             "userVisibleObjectsComplete", "userVisibleObjectsRemaining", "throughput"}));
 }
 
 }  // namespace

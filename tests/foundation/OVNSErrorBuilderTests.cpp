@@ -85,12 +85,14 @@ TEST(OVNSErrorBuilderTests, EveryPropertyFillsItsKey) {
   EXPECT_EQ(text(error, NSLocalizedDescriptionKey), "description");
   EXPECT_EQ(text(error, NSLocalizedFailureReasonErrorKey), "reason");
   EXPECT_EQ(text(error, NSLocalizedRecoverySuggestionErrorKey), "suggestion");
-  EXPECT_TRUE(error->userInfo()->objectForKey(NSLocalizedRecoveryOptionsErrorKey)
+  EXPECT_TRUE(error->userInfo()
+                  ->objectForKey(NSLocalizedRecoveryOptionsErrorKey)
                   ->isEqual(NSArray::of("Retry", "Cancel")));
   EXPECT_EQ(error->userInfo()->objectForKey(NSRecoveryAttempterErrorKey), attempter);
   EXPECT_TRUE(error->userInfo()->objectForKey(NSUnderlyingErrorKey)->isEqual(underlying));
   EXPECT_EQ(text(error, NSHelpAnchorErrorKey), "anchor");
-  EXPECT_TRUE(error->userInfo()->objectForKey(NSURLErrorKey)
+  EXPECT_TRUE(error->userInfo()
+                  ->objectForKey(NSURLErrorKey)
                   ->isEqual(NSURL::URLWithString("https://example.org/")));
   EXPECT_EQ(text(error, NSFilePathErrorKey), "/tmp/a");
 }
@@ -145,11 +147,11 @@ TEST(OVNSErrorBuilderTests, ItsPropertiesAreDescribedInOrder) {
   for (const Property& property : OVNSErrorBuilder::staticClass().properties()) {
     names.emplace_back(property.name);
   }
-  EXPECT_EQ(names, (std::vector<std::string>{
-                       "domain", "code", "userInfo", "localizedDescription",
-                       "localizedFailureReason", "localizedRecoverySuggestion",
-                       "localizedRecoveryOptions", "recoveryAttempter", "underlyingError",
-                       "helpAnchor", "URL", "filePath", "error"}));
+  EXPECT_EQ(names,
+            (std::vector<std::string>{
+                "domain", "code", "userInfo", "localizedDescription", "localizedFailureReason",
+                "localizedRecoverySuggestion", "localizedRecoveryOptions", "recoveryAttempter",
+                "underlyingError", "helpAnchor", "URL", "filePath", "error"}));
 }
 
 TEST(OVNSErrorBuilderTests, PropertiesAreReachedByName) {
@@ -191,8 +193,8 @@ TEST(OVMakeStandardMacErrorStringTests, ShowsFourASCIICharacters) {
 }
 
 TEST(OVMakeStandardMacErrorStringTests, AnUnknownStatusEndsAfterTheNumber) {
-  EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 1), "Error code 1.");           // zero bytes
-  EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, -7), "Error code -7.");         // no ASCII
+  EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 1), "Error code 1.");    // zero bytes
+  EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, -7), "Error code -7.");  // no ASCII
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0x66006D74), "Error code 1711304052.");
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0), "Error code 0.");
 }

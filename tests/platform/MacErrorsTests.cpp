@@ -19,9 +19,9 @@ TEST(MacErrorsTests, StatusesHaveTheirNameAndComment) {
 }
 
 TEST(MacErrorsTests, UnknownStatusesHaveNeither) {
-  for (const OSStatus status : {0, 1, -1, 99999, 100000, 100255, 100256,
-                                std::numeric_limits<OSStatus>::max(),
-                                std::numeric_limits<OSStatus>::min()}) {
+  for (const OSStatus status :
+       {0, 1, -1, 99999, 100000, 100255, 100256, std::numeric_limits<OSStatus>::max(),
+        std::numeric_limits<OSStatus>::min()}) {
     EXPECT_STREQ(GetMacOSStatusErrorString(status), "") << status;
     EXPECT_STREQ(GetMacOSStatusCommentString(status), "") << status;
   }
@@ -34,7 +34,8 @@ TEST(MacErrorsTests, SystemErrorNumbersHaveTheirs) {
 
 TEST(MacErrorsTests, EveryNamedStatusHasAComment) {
   for (OSStatus status = -61000; status < 0; ++status) {
-    EXPECT_EQ(*GetMacOSStatusErrorString(status) == '\0', *GetMacOSStatusCommentString(status) == '\0')
+    EXPECT_EQ(*GetMacOSStatusErrorString(status) == '\0',
+              *GetMacOSStatusCommentString(status) == '\0')
         << status;
   }
 }

@@ -37,12 +37,13 @@ class Person : public NSObject {
   Ref<Person> friend_;
 };
 
-KESTOVA_DEFINE_CLASS(Person, .property<&Person::name, &Person::setName>("name")
-                                 .property<&Person::age, &Person::setAge>("age")
-                                 .property<&Person::isReady, &Person::setReady>("isReady")
-                                 .property<&Person::frame, &Person::setFrame>("frame")
-                                 .property<&Person::friendOfMine, &Person::setFriendOfMine>("friend")
-                                 .property<&Person::height>("height"))
+KESTOVA_DEFINE_CLASS(Person,
+                     .property<&Person::name, &Person::setName>("name")
+                         .property<&Person::age, &Person::setAge>("age")
+                         .property<&Person::isReady, &Person::setReady>("isReady")
+                         .property<&Person::frame, &Person::setFrame>("frame")
+                         .property<&Person::friendOfMine, &Person::setFriendOfMine>("friend")
+                         .property<&Person::height>("height"))
 
 class Employee : public Person {
   KESTOVA_CLASS(Employee, Person)

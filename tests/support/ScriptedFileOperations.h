@@ -41,7 +41,8 @@ struct ScriptedFigures {
 };
 
 /// A file-operation service that does nothing but write down what it is asked, and reports what and
-/// when a test says. It shows what a client makes of reports that no healthy disk gives in that order.
+/// when a test says. It shows what a client makes of reports that no healthy disk gives in that
+/// order.
 class ScriptedFileOperations : public FileOperationService {
  public:
   struct Started {

@@ -100,9 +100,10 @@ TEST_F(TransferCommandTests, AnExistingDestinationIsKeptUnlessAskedFor) {
   write("into/a", "old");
   const ToolResult refused = runTool({"copy", write("a", "new"), at("into")});
   EXPECT_EQ(refused.exitStatus, 1);
-  EXPECT_EQ(refused.errors, "kestova: Copying " + at("a") + " to " + at("into/a") +
-                                " failed with error code -48 (dupFNErr). A file of that name exists "
-                                "already.\n");
+  EXPECT_EQ(refused.errors,
+            "kestova: Copying " + at("a") + " to " + at("into/a") +
+                " failed with error code -48 (dupFNErr). A file of that name exists "
+                "already.\n");
   EXPECT_EQ(folder_.read("into/a"), "old");
   EXPECT_EQ(runTool({"copy", "--overwrite", at("a"), at("into")}).exitStatus, 0);
   EXPECT_EQ(folder_.read("into/a"), "new");
@@ -223,8 +224,11 @@ TEST_F(TransferCommandTests, HelpAndVersionSucceed) {
 }
 
 TEST_F(TransferCommandTests, WrongUseIsExplained) {
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{}, {"copy"}, {"copy", "one"}, {"nosuch"}, {"copy", "--nosuch", "a", "b"}}) {
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
+                                                    {"copy"},
+                                                    {"copy", "one"},
+                                                    {"nosuch"},
+                                                    {"copy", "--nosuch", "a", "b"}}) {
     const ToolResult result = runTool(arguments);
     EXPECT_EQ(result.exitStatus, 2);
     EXPECT_NE(result.errors, "");

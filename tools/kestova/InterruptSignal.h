@@ -9,7 +9,8 @@ namespace kestova::tool {
 /// Turns the first Ctrl-C (or SIGTERM) into a call on this thread's run loop. A second one ends the
 /// process at once, as ever.
 ///
-/// To be made before the process has a second thread: threads inherit what signals they leave alone.
+/// To be made before the process has a second thread: threads inherit what signals they leave
+/// alone.
 class InterruptSignal {
  public:
   explicit InterruptSignal(Block<void()> interrupted);

@@ -19,12 +19,10 @@ void print(const JSON& object) {
 }
 
 JSON describing(const char* event, const TransferItem& item) {
-  return {{"event", event},
-          {"operation", item.kind == TransferKind::kCopy ? "copy" : "move"},
-          {"source", item.source},
-          {"destination", item.destination},
-          {"item", item.number},
-          {"items", item.count}};
+  return {
+      {"event", event},        {"operation", item.kind == TransferKind::kCopy ? "copy" : "move"},
+      {"source", item.source}, {"destination", item.destination},
+      {"item", item.number},   {"items", item.count}};
 }
 
 void addFigures(JSON& object, const OVFileOperation& operation) {

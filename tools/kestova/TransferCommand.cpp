@@ -43,8 +43,8 @@ std::string withoutTrailingSlashes(std::string path) {
   return path;
 }
 
-/// The name under which a source arrives: its last component; of "." and ".." the one that they stand
-/// for.
+/// The name under which a source arrives: its last component; of "." and ".." the one that they
+/// stand for.
 std::string nameOf(const std::string& source) {
   const fs::path name = fs::path(source).filename();
   if (!name.empty() && name != "." && name != "..") {
@@ -64,8 +64,8 @@ std::unique_ptr<TransferReporter> makeReporter(const TransferOptions& options) {
   return isatty(STDOUT_FILENO) != 0 ? makeLiveReporter() : makePlainReporter();
 }
 
-/// Neither log nor bell while it lives: the library logs every failed report, and the tool has its own
-/// line for each failure.
+/// Neither log nor bell while it lives: the library logs every failed report, and the tool has its
+/// own line for each failure.
 class Silence final : private LogSink, private AlertSound {
  public:
   Silence() {
@@ -85,7 +85,8 @@ class Silence final : private LogSink, private AlertSound {
 /// Carries one item to its end on this thread's run loop.
 class Transfer final : private OVFileOperationDelegate {
  public:
-  Transfer(const TransferItem& item, TransferReporter& reporter) : item_(item), reporter_(reporter) {}
+  Transfer(const TransferItem& item, TransferReporter& reporter)
+      : item_(item), reporter_(reporter) {}
   ~Transfer() {
     if (operation_) {
       operation_->setDelegate(nullptr);
@@ -153,8 +154,7 @@ class Transfer final : private OVFileOperationDelegate {
 
 class TransferCommand final : public Command {
  public:
-  TransferCommand(CLI::App* arguments, TransferKind kind)
-      : Command(arguments), kind_(kind) {
+  TransferCommand(CLI::App* arguments, TransferKind kind) : Command(arguments), kind_(kind) {
     arguments->add_option("paths", options_.paths, "What to take, and last where to put it")
         ->required()
         ->expected(2, -1)
@@ -208,8 +208,8 @@ class TransferCommand final : public Command {
     for (const TransferItem& item : items) {
       Transfer transfer(item, *reporter);
       current = &transfer;
-      const OSStatus status =
-          transfer.run(options_.overwrites ? kFSFileOperationOverwrite : kFSFileOperationDefaultOptions);
+      const OSStatus status = transfer.run(options_.overwrites ? kFSFileOperationOverwrite
+                                                               : kFSFileOperationDefaultOptions);
       current = nullptr;
       if (isInterrupted) {
         return kInterrupted;
@@ -224,8 +224,8 @@ class TransferCommand final : public Command {
 
   static void explain(const TransferItem& item, const std::string& path, OSStatus status) {
     const Ref<NSString> operation = NSString::stringWithFormat(
-        item.kind == TransferKind::kCopy ? "Copying %s to %s" : "Moving %s to %s", displayText(path),
-        displayText(item.destination));
+        item.kind == TransferKind::kCopy ? "Copying %s to %s" : "Moving %s to %s",
+        displayText(path), displayText(item.destination));
     std::fprintf(stderr, "kestova: %s\n",
                  OVMakeStandardMacErrorString(operation, status)->displayUTF8().c_str());
   }

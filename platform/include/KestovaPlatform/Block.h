@@ -31,8 +31,8 @@ class KESTOVA_PLATFORM_EXPORT NSBlock : public NSObject {
 /// Copying shares the callable; it is destroyed with its last copy, on the thread that drops it.
 /// `==` is identity: two copies of one block are the same block, two blocks made from equal lambdas
 /// are not. An empty block (default, null, or made from an empty std::function or a null function
-/// pointer) is nothing; calling it is a broken contract. Safe to call from several threads where the
-/// callable is.
+/// pointer) is nothing; calling it is a broken contract. Safe to call from several threads where
+/// the callable is.
 template <class Result, class... Arguments>
 class Block<Result(Arguments...)> {
  public:
@@ -40,9 +40,9 @@ class Block<Result(Arguments...)> {
   Block(std::nullptr_t) noexcept {}
 
   template <class Callable>
-    requires(!std::same_as<std::decay_t<Callable>, Block> &&
-             std::is_invocable_r_v<Result, std::decay_t<Callable>&, Arguments...>)
-  Block(Callable&& callable) {
+  requires(!std::same_as<std::decay_t<Callable>, Block> &&
+           std::is_invocable_r_v<Result, std::decay_t<Callable>&, Arguments...>)
+      Block(Callable&& callable) {
     if constexpr (requires { callable == nullptr; }) {
       if (callable == nullptr) {
         return;

@@ -46,7 +46,8 @@ class KESTOVA_PLATFORM_EXPORT Class {
  public:
   using Maker = id (*)();
 
-  Class(std::string_view name, const Class* superclass, std::vector<Property> properties, Maker maker);
+  Class(std::string_view name, const Class* superclass, std::vector<Property> properties,
+        Maker maker);
 
   std::string_view name() const noexcept { return name_; }
 
@@ -103,7 +104,8 @@ class KESTOVA_PLATFORM_EXPORT ClassRegistration {
 template <class T>
 class ClassBuilder {
  public:
-  ClassBuilder(std::string_view name, const Class* superclass) : name_(name), superclass_(superclass) {}
+  ClassBuilder(std::string_view name, const Class* superclass)
+      : name_(name), superclass_(superclass) {}
 
   /// A property that is only read. `Get` is a const member function without arguments.
   template <auto Get>
@@ -143,7 +145,9 @@ class ClassBuilder {
   }
 
   static constexpr Class::Maker maker() {
-    if constexpr (requires { { T::init() } -> std::convertible_to<Ref<T>>; }) {
+    if constexpr (requires {
+                    { T::init() } -> std::convertible_to<Ref<T>>;
+                  }) {
       return [] { return id(T::init()); };
     } else if constexpr (std::is_default_constructible_v<T>) {
       return [] { return id(kestova::make<T>()); };
@@ -159,12 +163,12 @@ class ClassBuilder {
 
 /// Defines what `KESTOVA_CLASS` declared. What follows the name are the properties, as calls of
 /// ClassBuilder. The description is never destroyed: objects may outlive the statics of their unit.
-#define KESTOVA_DEFINE_CLASS(Name, ...)                                                           \
-  const ::kestova::Class& Name::staticClass() {                                                   \
-    static const ::kestova::Class& description = *new ::kestova::Class(                           \
-        ::kestova::ClassBuilder<Name>(#Name, &Name::super::staticClass()) __VA_ARGS__.build());   \
-    return description;                                                                           \
-  }                                                                                               \
+#define KESTOVA_DEFINE_CLASS(Name, ...)                                                         \
+  const ::kestova::Class& Name::staticClass() {                                                 \
+    static const ::kestova::Class& description = *new ::kestova::Class(                         \
+        ::kestova::ClassBuilder<Name>(#Name, &Name::super::staticClass()) __VA_ARGS__.build()); \
+    return description;                                                                         \
+  }                                                                                             \
   static const ::kestova::ClassRegistration registrationOf##Name{#Name, &Name::staticClass};
 
 }  // namespace kestova

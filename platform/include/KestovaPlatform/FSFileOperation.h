@@ -14,17 +14,17 @@
 /// \file
 /// Asynchronous copy and move of files and folders.
 ///
-/// An operation is created, started with a source and a destination, and scheduled on a run loop; its
-/// status function is then called on that run loop's thread as the work goes on: at every change of
-/// the stage, a few dozen times a second in between, and once more, with the stage complete, at the
-/// end. An operation that is not scheduled works all the same and is asked with
+/// An operation is created, started with a source and a destination, and scheduled on a run loop;
+/// its status function is then called on that run loop's thread as the work goes on: at every
+/// change of the stage, a few dozen times a second in between, and once more, with the stage
+/// complete, at the end. An operation that is not scheduled works all the same and is asked with
 /// `FSFileOperationCopyStatus`.
 ///
 /// What arrives: contents with their holes, permissions, times to the nanosecond, extended
 /// attributes and access control lists, symbolic links as such, hard links within the tree, FIFOs,
-/// sockets, empty folders, and the owner where the process may set it. The destination's name appears
-/// only when its content is complete; a cancelled, failed or killed operation leaves nothing
-/// half-written under it. See docs/formats/staging.md.
+/// sockets, empty folders, and the owner where the process may set it. The destination's name
+/// appears only when its content is complete; a cancelled, failed or killed operation leaves
+/// nothing half-written under it. See docs/formats/staging.md.
 
 namespace kestova {
 
@@ -34,8 +34,8 @@ class NSURL;
 /// One copy or move at work, behind the functions below.
 ///
 /// It belongs to the thread that starts it, but for `FSFileOperationCancel` and
-/// `FSFileOperationCopyStatus`, which any thread may call. One that goes while it works is cancelled;
-/// its last reference then waits until what was half-made is removed.
+/// `FSFileOperationCopyStatus`, which any thread may call. One that goes while it works is
+/// cancelled; its last reference then waits until what was half-made is removed.
 class KESTOVA_PLATFORM_EXPORT FSFileOperation : public NSObject {
   KESTOVA_CLASS(FSFileOperation, NSObject)
 
@@ -77,7 +77,8 @@ enum : FSFileOperationStage {
 
 /// \name Keys of the status dictionary: unsigned 64-bit counts
 /// Bytes are logical sizes; objects are files, folders and links; user-visible ones are those whose
-/// name has no leading full stop. Complete counts never fall; at a successful end they are the totals.
+/// name has no leading full stop. Complete counts never fall; at a successful end they are the
+/// totals.
 /// @{
 extern KESTOVA_PLATFORM_EXPORT const StringConstant kFSOperationTotalBytesKey;
 extern KESTOVA_PLATFORM_EXPORT const StringConstant kFSOperationBytesCompleteKey;
@@ -112,37 +113,38 @@ struct FSFileOperationClientContext {
   Ref<NSString> (*copyDescription)(const void* info) = nullptr;
 };
 
-/// Told of an operation's status, on the thread of the run loop that it is scheduled on, with no lock
-/// held. It may cancel, unschedule or release the operation. `currentItem` is the path of the source
-/// item at hand (that failed, when `error` is not 0), null before the first; `status` holds the ten
-/// figures.
+/// Told of an operation's status, on the thread of the run loop that it is scheduled on, with no
+/// lock held. It may cancel, unschedule or release the operation. `currentItem` is the path of the
+/// source item at hand (that failed, when `error` is not 0), null before the first; `status` holds
+/// the ten figures.
 using FSPathFileOperationStatusProcPtr = void (*)(const FSFileOperationRef& operation,
                                                   const char* currentItem,
                                                   FSFileOperationStage stage, OSStatus error,
                                                   const Ref<NSDictionary>& status, void* info);
 
-/// A new operation, which carries one copy or move at a time, and another one after its end unless it
-/// was cancelled; null when there can't be one.
+/// A new operation, which carries one copy or move at a time, and another one after its end unless
+/// it was cancelled; null when there can't be one.
 KESTOVA_PLATFORM_EXPORT FSFileOperationRef FSFileOperationCreate();
 
 /// Starts copying the item at `source` into the folder `destinationFolder` under `destinationName`
 /// (null: the source's own name). Paths are bytes as the file system knows them; relative ones are
 /// taken from the working folder at this moment.
 ///
-/// `callback` may be null; `statusChangeInterval` is the least time between two reports in seconds, 0
-/// for as often as is sensible; `context` may be null and is copied.
+/// `callback` may be null; `statusChangeInterval` is the least time between two reports in seconds,
+/// 0 for as often as is sensible; `context` may be null and is copied.
 ///
-/// Answers 0 when the work has begun; at once −50 (paramErr) for an operation that still runs or was
-/// cancelled, for nothing, or for a name that can't be one, −37 (bdNamErr) for a name too long, −43 (fnfErr) for a missing source,
-/// −120 (dirNFErr) for a missing folder, −122 (badMovErr) for a folder to be put into itself. All
-/// else is reported as the operation's status.
+/// Answers 0 when the work has begun; at once −50 (paramErr) for an operation that still runs or
+/// was cancelled, for nothing, or for a name that can't be one, −37 (bdNamErr) for a name too long,
+/// −43 (fnfErr) for a missing source, −120 (dirNFErr) for a missing folder, −122 (badMovErr) for a
+/// folder to be put into itself. All else is reported as the operation's status.
 KESTOVA_PLATFORM_EXPORT OSStatus FSPathCopyObjectAsync(
     const FSFileOperationRef& operation, const std::string& source,
     const std::string& destinationFolder, const Ref<NSString>& destinationName, OptionBits options,
     FSPathFileOperationStatusProcPtr callback, NSTimeInterval statusChangeInterval,
     const FSFileOperationClientContext* context);
 
-/// The same for a move: a renaming on one volume, else a whole copy after which the source is removed.
+/// The same for a move: a renaming on one volume, else a whole copy after which the source is
+/// removed.
 KESTOVA_PLATFORM_EXPORT OSStatus FSPathMoveObjectAsync(
     const FSFileOperationRef& operation, const std::string& source,
     const std::string& destinationFolder, const Ref<NSString>& destinationName, OptionBits options,
@@ -158,8 +160,8 @@ KESTOVA_PLATFORM_EXPORT OSStatus FSFileOperationScheduleWithRunLoop(
 KESTOVA_PLATFORM_EXPORT OSStatus FSFileOperationUnscheduleFromRunLoop(
     const FSFileOperationRef& operation, const CFRunLoopRef& runLoop, const Ref<NSString>& mode);
 
-/// What an operation would report now. Each out-parameter may be null; `status` is set to nothing for
-/// an operation that was not started or has been cancelled, whose `error` is then −128
+/// What an operation would report now. Each out-parameter may be null; `status` is set to nothing
+/// for an operation that was not started or has been cancelled, whose `error` is then −128
 /// (userCanceledErr). Answers 0, or −50 (paramErr) for nothing.
 KESTOVA_PLATFORM_EXPORT OSStatus FSFileOperationCopyStatus(const FSFileOperationRef& operation,
                                                            FSRef* currentItem,
@@ -167,8 +169,8 @@ KESTOVA_PLATFORM_EXPORT OSStatus FSFileOperationCopyStatus(const FSFileOperation
                                                            OSStatus* error,
                                                            Ref<NSDictionary>* status);
 
-/// Stops the work soon; what it has made under a temporary name is removed. No report follows on the
-/// scheduled thread once this has returned there. Answers 0, or −50 (paramErr) for nothing.
+/// Stops the work soon; what it has made under a temporary name is removed. No report follows on
+/// the scheduled thread once this has returned there. Answers 0, or −50 (paramErr) for nothing.
 KESTOVA_PLATFORM_EXPORT OSStatus FSFileOperationCancel(const FSFileOperationRef& operation);
 
 /// The service behind the functions above, one per process. A test may put one of its own in its

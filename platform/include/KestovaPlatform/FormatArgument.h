@@ -30,8 +30,8 @@ class FormatArgument {
   template <std::unsigned_integral T>
   FormatArgument(T value) : value_(std::in_place_type<std::uint64_t>, value) {}
   template <class T>
-    requires std::is_enum_v<T>
-  FormatArgument(T value) : FormatArgument(static_cast<std::underlying_type_t<T>>(value)) {}
+  requires std::is_enum_v<T> FormatArgument(T value)
+      : FormatArgument(static_cast<std::underlying_type_t<T>>(value)) {}
   template <std::floating_point T>
   FormatArgument(T value) : value_(std::in_place_type<double>, value) {}
   FormatArgument(const char* text) : value_(std::in_place_type<Bytes>, text) {}
@@ -43,8 +43,8 @@ class FormatArgument {
   FormatArgument(const Ref<T>& object) : value_(std::in_place_type<id>, object) {}
   /// Anything else that boxes, as the object that it becomes: string constants, views, ranges.
   template <class T>
-    requires(std::is_class_v<T> && BoxesInto<T, NSObject>)
-  FormatArgument(const T& value) : value_(std::in_place_type<id>, value) {}
+  requires(std::is_class_v<T>&& BoxesInto<T, NSObject>) FormatArgument(const T& value)
+      : value_(std::in_place_type<id>, value) {}
 
   const Value& value() const noexcept { return value_; }
 

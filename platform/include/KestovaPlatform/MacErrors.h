@@ -69,8 +69,8 @@ enum : OSStatus {
 /// thread.
 KESTOVA_PLATFORM_EXPORT const char* GetMacOSStatusErrorString(OSStatus status);
 
-/// What a status means, in a few English words without a full stop; empty where the name is. The text
-/// stays valid. Any thread.
+/// What a status means, in a few English words without a full stop; empty where the name is. The
+/// text stays valid. Any thread.
 KESTOVA_PLATFORM_EXPORT const char* GetMacOSStatusCommentString(OSStatus status);
 
 }  // namespace kestova

@@ -31,15 +31,15 @@ enum NSKeyValueObservingOptions : NSUInteger {
 ///     };
 ///
 /// and once in its source file `KESTOVA_DEFINE_CLASS(Account)`.
-#define KESTOVA_CLASS(Name, Superclass)                                                   \
-  template <class T, class... Arguments>                                                  \
-  friend ::kestova::Ref<T> kestova::make(Arguments&&...);                                 \
-                                                                                          \
- public:                                                                                  \
-  using super = Superclass;                                                               \
-  static const ::kestova::Class& staticClass();                                           \
-  const ::kestova::Class& classDescriptor() const override { return staticClass(); }      \
-                                                                                          \
+#define KESTOVA_CLASS(Name, Superclass)                                              \
+  template <class T, class... Arguments>                                             \
+  friend ::kestova::Ref<T> kestova::make(Arguments&&...);                            \
+                                                                                     \
+ public:                                                                             \
+  using super = Superclass;                                                          \
+  static const ::kestova::Class& staticClass();                                      \
+  const ::kestova::Class& classDescriptor() const override { return staticClass(); } \
+                                                                                     \
  private:
 
 /// The root of all objects: shared ownership, equality, description, access to properties by name,
@@ -88,8 +88,8 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
   /// @}
   /// \name Properties by name (key-value coding)
   ///
-  /// A key names a property that the class describes, by the property's own name or, for "ready", as
-  /// "isReady". Numbers, booleans and plain structs arrive boxed.
+  /// A key names a property that the class describes, by the property's own name or, for "ready",
+  /// as "isReady". Numbers, booleans and plain structs arrive boxed.
   /// @{
 
   /// The property's value; nothing when it holds nothing. An unknown key goes to
@@ -100,7 +100,8 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
   /// `setNilValueForKey`, an unknown or read-only key to `setValue_forUndefinedKey`.
   virtual void setValue_forKey(const id& value, const Ref<NSString>& key);
 
-  /// Follows the keys of a dotted path ("owner.address.city"); nothing as soon as one holds nothing.
+  /// Follows the keys of a dotted path ("owner.address.city"); nothing as soon as one holds
+  /// nothing.
   virtual id valueForKeyPath(const Ref<NSString>& keyPath) const;
 
   /// Sets the last key of a dotted path; does nothing when an object on the way is missing.
@@ -146,8 +147,8 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
                                                               const Ref<NSDictionary>& change,
                                                               void* context);
 
-  /// Announce a change by hand: `will` before it, `did` after it, always in pairs. A pair costs next
-  /// to nothing while nobody observes. Within one function `KeyValueChange` is the safer form.
+  /// Announce a change by hand: `will` before it, `did` after it, always in pairs. A pair costs
+  /// next to nothing while nobody observes. Within one function `KeyValueChange` is the safer form.
   void willChangeValueForKey(const Ref<NSString>& key);
   void didChangeValueForKey(const Ref<NSString>& key);
 
@@ -219,16 +220,14 @@ class KESTOVA_PLATFORM_EXPORT KeyValueChange {
   bool begun_ = false;
 };
 
-/// An immutable copy for storing; null stays null. `T` is the type as the variable declares it, so a
-/// mutable string handed over as `Ref<NSString>` is stored as an immutable one.
+/// An immutable copy for storing; null stays null. `T` is the type as the variable declares it, so
+/// a mutable string handed over as `Ref<NSString>` is stored as an immutable one.
 template <class T>
 Ref<T> copyOf(const Ref<T>& object) {
   return object ? cast<T>(object->copy()) : Ref<T>();
 }
 
 /// Whether both are nothing, or both are equal objects.
-inline bool isEqualOrBothNull(const id& a, const id& b) {
-  return a == b || (a && a->isEqual(b));
-}
+inline bool isEqualOrBothNull(const id& a, const id& b) { return a == b || (a && a->isEqual(b)); }
 
 }  // namespace kestova

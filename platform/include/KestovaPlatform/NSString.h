@@ -56,32 +56,34 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   static Ref<NSString> stringWithString(const Ref<NSString>& string);
 
   /// The text of a file name's bytes. Bytes that are no UTF-8 become the unpaired surrogates
-  /// U+DC80…U+DCFF, which `fileSystemRepresentation` turns back: every name survives the round trip.
+  /// U+DC80…U+DCFF, which `fileSystemRepresentation` turns back: every name survives the round
+  /// trip.
   static Ref<NSString> stringWithFileSystemRepresentation(std::string_view bytes);
 
   /// Formats as printf does, and `%@` as the argument's description ("(null)" for nothing). The
   /// conversions are d D i u U o O x X c C s S f F e E g G a A p @ and %%, with flags, width,
-  /// precision (also `*`), length modifiers and positions ("%2$@"). Decimal points are points in every
-  /// locale. Without a length modifier an integer counts with its low 32 bits.
+  /// precision (also `*`), length modifiers and positions ("%2$@"). Decimal points are points in
+  /// every locale. Without a length modifier an integer counts with its low 32 bits.
   ///
-  /// `%s` takes a C string in UTF-8 (its precision counts bytes, and what is not well-formed shows as
-  /// U+FFFD), `%S` a UTF-16 one, `%C` a UTF-16 unit, `%c` one of the first 256 characters. The
-  /// precision of `%S` and `%@`, and every width, counts units. Widths and precisions of numbers end
-  /// at 65535.
+  /// `%s` takes a C string in UTF-8 (its precision counts bytes, and what is not well-formed shows
+  /// as U+FFFD), `%S` a UTF-16 one, `%C` a UTF-16 unit, `%c` one of the first 256 characters. The
+  /// precision of `%S` and `%@`, and every width, counts units. Widths and precisions of numbers
+  /// end at 65535.
   ///
   /// An argument that does not fit its conversion is converted where numbers are concerned, else
-  /// printed as its own kind; a missing one prints as nothing, and what is no conversion prints as it
-  /// stands. A null format throws NSInvalidArgumentException.
+  /// printed as its own kind; a missing one prints as nothing, and what is no conversion prints as
+  /// it stands. A null format throws NSInvalidArgumentException.
   template <class... Arguments>
-  static Ref<NSString> stringWithFormat(const Ref<NSString>& format, const Arguments&... arguments) {
+  static Ref<NSString> stringWithFormat(const Ref<NSString>& format,
+                                        const Arguments&... arguments) {
     return initWithFormat_arguments(format, {FormatArgument(arguments)...});
   }
   static Ref<NSString> initWithFormat_arguments(const Ref<NSString>& format,
                                                 const FormatArguments& arguments);
 
   /// The names joined with one slash between, as `stringByAppendingPathComponent` joins; "/" as the
-  /// first one makes the path absolute, "/" or "" as the last one gives it a trailing slash. No names
-  /// give "", null gives null. The reverse of `pathComponents`.
+  /// first one makes the path absolute, "/" or "" as the last one gives it a trailing slash. No
+  /// names give "", null gives null. The reverse of `pathComponents`.
   static Ref<NSString> pathWithComponents(const Ref<NSArray>& components);
 
   /// @}
@@ -102,8 +104,8 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// Which storage the text is in.
   bool isEightBit() const noexcept { return storage_.index() == 0; }
 
-  /// The units as ASCII bytes, without copying; null when the text is in UTF-16 storage. Valid until
-  /// the string changes or goes.
+  /// The units as ASCII bytes, without copying; null when the text is in UTF-16 storage. Valid
+  /// until the string changes or goes.
   const char* eightBitCharacters() const noexcept {
     return isEightBit() ? std::get<std::string>(storage_).data() : nullptr;
   }
@@ -154,8 +156,8 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   Ref<NSString> substringFromIndex(NSUInteger index) const;
   Ref<NSString> substringToIndex(NSUInteger index) const;
 
-  /// Where the text of `other` first stands, unit by unit; {NSNotFound, 0} when it does not, or when
-  /// it is empty. Null throws NSInvalidArgumentException.
+  /// Where the text of `other` first stands, unit by unit; {NSNotFound, 0} when it does not, or
+  /// when it is empty. Null throws NSInvalidArgumentException.
   NSRange rangeOfString(const Ref<NSString>& other) const;
 
   /// This text followed by the other. Null throws NSInvalidArgumentException.
@@ -174,9 +176,9 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// @}
   /// \name Paths
   ///
-  /// Paths use "/". Trailing slashes and doubled ones don't count and don't appear in results, except
-  /// that the root stays "/". Nothing here asks the file system. A null component or extension throws
-  /// NSInvalidArgumentException.
+  /// Paths use "/". Trailing slashes and doubled ones don't count and don't appear in results,
+  /// except that the root stays "/". Nothing here asks the file system. A null component or
+  /// extension throws NSInvalidArgumentException.
   /// @{
 
   /// Whether it begins with a slash.
@@ -258,8 +260,8 @@ class KESTOVA_PLATFORM_EXPORT NSMutableString : public NSString {
   explicit NSMutableString(Storage storage) noexcept : NSString(std::move(storage)) {}
 };
 
-/// A string known at compile time that becomes one shared NSString on first use: what the platform's
-/// keys, names and domains are. It needs no code before `main` and is never destroyed.
+/// A string known at compile time that becomes one shared NSString on first use: what the
+/// platform's keys, names and domains are. It needs no code before `main` and is never destroyed.
 class KESTOVA_PLATFORM_EXPORT StringConstant {
  public:
   constexpr explicit StringConstant(const char* utf8) noexcept : utf8_(utf8) {}
@@ -277,8 +279,8 @@ class KESTOVA_PLATFORM_EXPORT StringConstant {
   mutable std::atomic<NSString*> object_{nullptr};
 };
 
-/// Texts box themselves where a string or any object is expected; text that is not well-formed, and a
-/// null C string, become nothing.
+/// Texts box themselves where a string or any object is expected; text that is not well-formed, and
+/// a null C string, become nothing.
 struct TextBoxing {
   template <class T>
   static constexpr bool into = std::is_same_v<T, NSString> || std::is_same_v<T, NSObject>;
@@ -320,8 +322,8 @@ KESTOVA_PLATFORM_EXPORT bool isText(const NSString* string, std::u16string_view 
 
 }  // namespace detail
 
-/// A string class as a reference's own. What merely boxes as a string, such as std::string, is none:
-/// plain texts keep their own comparison.
+/// A string class as a reference's own. What merely boxes as a string, such as std::string, is
+/// none: plain texts keep their own comparison.
 template <class T>
 concept StringClass = std::convertible_to<T*, NSString*>;
 

@@ -24,7 +24,9 @@ template <class Value>
 struct Boxing;
 
 template <class Value, class T>
-concept BoxesInto = requires { requires Boxing<std::decay_t<Value>>::template into<T>; };
+concept BoxesInto = requires {
+  requires Boxing<std::decay_t<Value>>::template into<T>;
+};
 
 /// The one strong pointer to objects: 8 bytes, null means nothing.
 ///
@@ -49,18 +51,16 @@ class [[nodiscard]] Ref {
   Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
 
   template <class U>
-    requires(!std::same_as<U, T> && std::convertible_to<U*, T*>)
-  Ref(const Ref<U>& other) noexcept : object_(other.get()) {
-    retain();
-  }
+  requires(!std::same_as<U, T> && std::convertible_to<U*, T*>) Ref(const Ref<U>& other)
+  noexcept : object_(other.get()) { retain(); }
   template <class U>
-    requires(!std::same_as<U, T> && std::convertible_to<U*, T*>)
-  Ref(Ref<U>&& other) noexcept : object_(other.leak()) {}
+  requires(!std::same_as<U, T> && std::convertible_to<U*, T*>) Ref(Ref<U>&& other)
+  noexcept : object_(other.leak()) {}
 
   /// Boxes a plain value.
   template <class Value>
-    requires BoxesInto<Value, T>
-  Ref(const Value& value) : Ref(Boxing<std::decay_t<Value>>::box(value)) {}
+  requires BoxesInto<Value, T> Ref(const Value& value)
+      : Ref(Boxing<std::decay_t<Value>>::box(value)) {}
 
   ~Ref() { release(); }
 

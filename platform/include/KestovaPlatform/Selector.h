@@ -14,9 +14,9 @@ namespace kestova {
 /// What a selector points at: how to perform one member function on an object that is known only as
 /// an NSObject. Made by `sel`, never by hand.
 struct SelectorBody {
-  /// Performs it on an object that has it (else std::bad_cast). Arguments that the function does not
-  /// take are left out, missing ones are nothing. A result that is no object is boxed, none at all is
-  /// nothing.
+  /// Performs it on an object that has it (else std::bad_cast). Arguments that the function does
+  /// not take are left out, missing ones are nothing. A result that is no object is boxed, none at
+  /// all is nothing.
   id (*perform)(NSObject& target, std::span<const id> arguments);
   /// Whether an object has the function.
   bool (*isAnsweredBy)(const NSObject& target);
@@ -24,7 +24,8 @@ struct SelectorBody {
   NSUInteger arity;
 };
 
-/// The name of an operation as a value: equal functions give the same address. Null is no operation.
+/// The name of an operation as a value: equal functions give the same address. Null is no
+/// operation.
 using SEL = const SelectorBody*;
 
 namespace detail {

@@ -34,10 +34,10 @@ TEST(NSErrorAdditionsTests, AMissingTextLeavesNoBlank) {
   EXPECT_EQ(localizedDescriptionFailureReasonAndSuggestion(
                 errorWith(NSDictionary::of({{NSLocalizedFailureReasonErrorKey, "R."}}))),
             "R.");
-  EXPECT_EQ(localizedDescriptionFailureReasonAndSuggestion(
-                errorWith(NSDictionary::of({{NSLocalizedRecoverySuggestionErrorKey, "S."},
-                                            {NSLocalizedDescriptionKey, "D."}}))),
-            "D. S.");
+  EXPECT_EQ(
+      localizedDescriptionFailureReasonAndSuggestion(errorWith(NSDictionary::of(
+          {{NSLocalizedRecoverySuggestionErrorKey, "S."}, {NSLocalizedDescriptionKey, "D."}}))),
+      "D. S.");
 }
 
 TEST(NSErrorAdditionsTests, WithoutTextsTheAnswerIsEmpty) {
