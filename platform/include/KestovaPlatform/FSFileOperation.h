@@ -115,7 +115,8 @@ struct FSFileOperationClientContext {
 
 /// Told of an operation's status, on the thread of the run loop that it is scheduled on, with no
 /// lock held. It may cancel, unschedule or release the operation. `currentItem` is the path of the
-/// source item at hand, of the one that failed when `error` is not 0; `status` holds the ten figures.
+/// source item at hand, of the one that failed when `error` is not 0; `status` holds the ten
+/// figures.
 using FSPathFileOperationStatusProcPtr = void (*)(const FSFileOperationRef& operation,
                                                   const char* currentItem,
                                                   FSFileOperationStage stage, OSStatus error,
