@@ -4,31 +4,10 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
-
 namespace kestova {
 namespace {
 
 constexpr UChar32 kReplacement = 0xFFFD;
-
-/// Whether no unit has a bit of `highBits`, which are those of eight bytes of units side by side.
-template <class Unit>
-bool hasNone(std::basic_string_view<Unit> units, std::uint64_t highBits) noexcept {
-  constexpr std::size_t step = sizeof(std::uint64_t) / sizeof(Unit);
-  std::size_t index = 0;
-  for (; units.size() - index >= step; index += step) {
-    std::uint64_t block;
-    std::memcpy(&block, units.data() + index, sizeof block);
-    if ((block & highBits) != 0) {
-      return false;
-    }
-  }
-  return std::all_of(
-      units.begin() + static_cast<std::ptrdiff_t>(index), units.end(),
-      [](Unit unit) { return static_cast<std::make_unsigned_t<Unit>>(unit) < 0x80; });
-}
 
 /// Decodes; `onError` answers the character to put in place of bytes that are none, negative to
 /// give up. UTF-16 never needs more units than UTF-8 bytes, which bounds the result before it is
@@ -72,9 +51,6 @@ constexpr auto refuse = [] { return UChar32{-1}; };
 constexpr auto replace = [] { return kReplacement; };
 
 }  // namespace
-
-bool isASCII(std::string_view bytes) noexcept { return hasNone(bytes, 0x8080808080808080U); }
-bool isASCII(std::u16string_view units) noexcept { return hasNone(units, 0xFF80FF80FF80FF80U); }
 
 std::optional<std::u16string> utf16FromUTF8(std::string_view utf8) { return decode(utf8, refuse); }
 std::optional<std::string> utf8FromUTF16(std::u16string_view units) {

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <KestovaPlatform/UTF8.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace kestova {
-
-/// Whether every unit is below 0x80; true for none.
-bool isASCII(std::string_view bytes) noexcept;
-bool isASCII(std::u16string_view units) noexcept;
 
 /// Well-formed UTF-8 as UTF-16; nothing when it is not well-formed.
 std::optional<std::u16string> utf16FromUTF8(std::string_view utf8);

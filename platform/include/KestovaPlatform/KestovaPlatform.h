@@ -44,3 +44,4 @@
 #include <KestovaPlatform/RunLoopDescriptorSource.h>
 #include <KestovaPlatform/RunLoopSource.h>
 #include <KestovaPlatform/Selector.h>
+#include <KestovaPlatform/UTF8.h>
