@@ -17,6 +17,7 @@
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSBeep.h>
 #include <KestovaPlatform/NSBundle.h>
+#include <KestovaPlatform/NSCharacterSet.h>
 #include <KestovaPlatform/NSData.h>
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSDictionary.h>
