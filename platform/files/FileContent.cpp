@@ -5,7 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <optional>
+#include <system_error>
+#include <thread>
 
 #include "files/FileSystemCalls.h"
 
@@ -15,6 +19,7 @@ namespace {
 constexpr std::size_t kBufferBytes = 256 * 1024;
 constexpr std::size_t kPipeBytes = 1024 * 1024;
 constexpr off_t kSmallFile = kBufferBytes;
+constexpr off_t kLongRun = 32 * 1024 * 1024;
 constexpr off_t kStatBlock = 512;
 
 FileSystemCalls& calls() { return FileSystemCalls::current(); }
@@ -40,9 +45,8 @@ int writeAll(int target, const char* bytes, std::size_t size, off_t offset) {
   return 0;
 }
 
-int preallocate(int target, off_t offset, off_t size) {
-  const int result = uninterrupted([&] { return calls().fallocate(target, offset, size); });
-  return result == 0 || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL ? 0 : errno;
+int preallocate(int target, off_t size) {
+  return uninterrupted([&] { return calls().fallocate(target, 0, size); }) == 0 ? 0 : errno;
 }
 
 int truncateTo(int target, off_t size) {
@@ -62,16 +66,52 @@ struct FileContent::Job {
   }
 };
 
+/// A long run that two threads copy: each takes the next piece when it has done its last one.
+///
+/// Threads: any number.
+class FileContent::SharedRun {
+ public:
+  SharedRun(off_t offset, off_t end) : end_(end), next_(offset), shortened_(end) {}
+
+  struct Piece {
+    off_t offset;
+    off_t end;
+  };
+
+  std::optional<Piece> take() {
+    const off_t offset = next_.fetch_add(kPipeBytes);
+    if (offset >= end_) return std::nullopt;
+    return Piece{offset, std::min(offset + static_cast<off_t>(kPipeBytes), end_)};
+  }
+  void stop() { next_ = end_; }
+
+  /// The source has become shorter: it ends at `offset`, or earlier if that was told before.
+  void endAt(off_t offset) {
+    off_t known = shortened_;
+    while (offset < known && !shortened_.compare_exchange_weak(known, offset)) {
+    }
+    stop();
+  }
+  off_t end() const { return shortened_; }
+  bool isShortened() const { return shortened_ != end_; }
+
+ private:
+  const off_t end_;
+  std::atomic<off_t> next_;
+  std::atomic<off_t> shortened_;
+};
+
 int FileContent::copy(int source, int target, const struct stat& facts, const Observer& observer) {
   Job job{source, target, facts, observer};
   if (facts.st_size == 0) return copyUnsized(job);
   if (share(job)) return job.done(facts.st_size);
   if (isSparse(facts)) return copyExtents(job);
   if (facts.st_size <= kSmallFile) return copySmall(job);
-  if (preallocates_) {
-    if (const int error = preallocate(target, 0, facts.st_size)) return error;
-  }
-  return copyRun(job, 0, facts.st_size);
+  const int error = preallocates_ ? preallocate(target, facts.st_size) : 0;
+  if (error != 0 && !isUnsupported(error)) return error;
+  // Out of order only where that costs nothing: in memory, and in blocks that are laid out.
+  const bool together = error == 0 && facts.st_size >= kLongRun;
+  return together ? copyTogether(job) : copyRun(job, 0, facts.st_size);
 }
 
 bool FileContent::share(const Job& job) {
@@ -128,6 +168,47 @@ int FileContent::copyRun(Job& job, off_t offset, off_t end) {
         step(job, offset, std::min(static_cast<std::size_t>(end - offset), kPipeBytes));
     if (done.error != 0) return done.error;
     if (done.moved == 0) return truncateTo(job.target, offset);  // has become shorter
+    if (const int stopped = job.done(done.moved)) return stopped;
+    offset += done.moved;
+  }
+  return 0;
+}
+
+// One processor alone does not fill or move pages as fast as memory takes them.
+int FileContent::copyTogether(Job& job) {
+  SharedRun run(0, job.facts.st_size);
+  FileContent other(preallocates_);
+  int othersError = 0;
+  std::thread helper;
+  try {
+    helper = std::thread([&] { othersError = other.copyPieces(job, run); });
+  } catch (const std::system_error&) {
+    // There are threads enough in this process; this one does all of it.
+  }
+  const int error = copyPieces(job, run);
+  if (helper.joinable()) helper.join();
+  if (error != 0 || othersError != 0) return error != 0 ? error : othersError;
+  return run.isShortened() ? truncateTo(job.target, run.end()) : 0;
+}
+
+int FileContent::copyPieces(const Job& job, SharedRun& run) {
+  while (const auto piece = run.take()) {
+    if (const int error = copyPiece(job, run, piece->offset, piece->end)) {
+      run.stop();
+      return error;
+    }
+  }
+  return 0;
+}
+
+int FileContent::copyPiece(const Job& job, SharedRun& run, off_t offset, off_t end) {
+  while (offset < end) {
+    const Step done = step(job, offset, static_cast<std::size_t>(end - offset));
+    if (done.error != 0) return done.error;
+    if (done.moved == 0) {
+      run.endAt(offset);
+      return 0;
+    }
     if (const int stopped = job.done(done.moved)) return stopped;
     offset += done.moved;
   }

@@ -21,12 +21,15 @@ namespace kestova {
 /// calls are continued; a zero answer of a call that moves pages is not taken for the end of the
 /// file, only one of reading is.
 ///
+/// A second thread helps with a file of 32 MiB and more where its blocks are reserved or in memory.
+///
 /// A file is copied up to the size it had when it was opened, less if it has become shorter.
 ///
 /// Threads: one object per thread; it owns the thread's buffer and pipe.
 class FileContent {
  public:
-  /// Told of each piece of at most a few MiB that is done; false stops the copy with ECANCELED.
+  /// Told of each piece of at most a few MiB that is done, for a large file by two threads at a
+  /// time; false stops the copy with ECANCELED.
   using Observer = std::function<bool(std::uint64_t bytes)>;
 
   /// `preallocates`: whether reserving the blocks of a large file beforehand gains anything there.
@@ -38,6 +41,7 @@ class FileContent {
  private:
   enum class Way { pipe, range, buffer };
   struct Job;
+  class SharedRun;
   /// What one call achieved: bytes moved, none at a possible end of the file, or an error number.
   struct Step {
     ssize_t moved;
@@ -49,6 +53,9 @@ class FileContent {
   int copyUnsized(Job& job);
   int copyExtents(Job& job);
   int copyRun(Job& job, off_t offset, off_t end);
+  int copyTogether(Job& job);
+  int copyPieces(const Job& job, SharedRun& run);
+  int copyPiece(const Job& job, SharedRun& run, off_t offset, off_t end);
   Step step(const Job& job, off_t offset, std::size_t size);
   Step throughPipe(const Job& job, off_t offset, std::size_t size);
   Step drainPipe(const Job& job, off_t offset, std::size_t size);

@@ -50,8 +50,7 @@ class FileContentTest : public testing::TransferFixture {
     observed_ = 0;
     FileContent content(preallocates);
     return content.copy(source.get(), target.get(), facts, [this](std::uint64_t bytes) {
-      observed_ += bytes;
-      return observed_ < stopAfter_;
+      return observed_.fetch_add(bytes) + bytes < stopAfter_;
     });
   }
   /// Makes a hook that answers one error on its n-th call, counting from 1.
@@ -68,7 +67,7 @@ class FileContentTest : public testing::TransferFixture {
 
   ScriptedFileSystemCalls calls_;
   int clones_ = 0;
-  std::uint64_t observed_ = 0;
+  std::atomic<std::uint64_t> observed_ = 0;
   std::uint64_t stopAfter_ = UINT64_MAX;
 };
 
@@ -287,6 +286,43 @@ TEST_F(FileContentTest, KeepsHolesOfAllPatterns) {
     expectCopied(read("source"));
     EXPECT_LE(facts("copy").st_blocks, facts("source").st_blocks) << pattern;
   }
+}
+
+TEST_F(FileContentTest, CopiesALargeFileInPiecesThatFitTogether) {
+  for (const bool preallocates : {true, false}) {
+    const std::string content = patterned(40 * kMiB + 12345);
+    ASSERT_EQ(copyContent(content, preallocates), 0);
+    expectCopied(content);
+  }
+}
+
+TEST_F(FileContentTest, PassesAnErrorInAnyPieceOfALargeFileOn) {
+  for (const int nth : {1, 2, 3, 40, 77}) {
+    std::atomic<int> moves = 0;
+    calls_.onSplice = [&](int, int, std::size_t*) -> std::optional<ssize_t> {
+      if (++moves != nth) return std::nullopt;
+      return ScriptedFileSystemCalls::failure(EIO);
+    };
+    EXPECT_EQ(copyContent(patterned(40 * kMiB)), EIO) << nth;
+  }
+}
+
+TEST_F(FileContentTest, StopsALargeFileWhenTheObserverSaysSo) {
+  stopAfter_ = 5 * kMiB;
+  EXPECT_EQ(copyContent(patterned(40 * kMiB)), ECANCELED);
+  EXPECT_LT(observed_, 10 * kMiB);
+}
+
+TEST_F(FileContentTest, EndsWhereALargeFileHasBecomeShorter) {
+  const std::string content = patterned(40 * kMiB);
+  std::atomic<int> moves = 0;
+  calls_.onSplice = [&](int, int, std::size_t*) -> std::optional<ssize_t> {
+    if (++moves == 9) std::filesystem::resize_file(at("source"), 20 * kMiB + 1000);
+    return std::nullopt;
+  };
+  EXPECT_EQ(copyContent(content), 0);
+  EXPECT_TRUE(read("copy") == content.substr(0, 20 * kMiB + 1000));
+  EXPECT_EQ(observed_, 20 * kMiB + 1000);
 }
 
 TEST_F(FileContentTest, AsksOncePerVolumeWhetherBlocksCanBeShared) {
