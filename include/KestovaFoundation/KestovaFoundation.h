@@ -4,6 +4,7 @@
 /// \file
 /// All of KestovaFoundation.
 
+#include <KestovaFoundation/Additions/NSArrayAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
 #include <KestovaFoundation/Export.h>
 #include <KestovaFoundation/OVBinaryDataStream.h>
