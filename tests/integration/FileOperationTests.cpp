@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/OVFileOperation.h>
 #include <KestovaPlatform/NSLog.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fiemap.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -16,6 +22,7 @@
 #include "CapturedLog.h"
 #include "ChildProcess.h"
 #include "FileAttributes.h"
+#include "MountedImage.h"
 #include "MountedTmpfs.h"
 #include "TemporaryFolder.h"
 #include "TreeDifferences.h"
@@ -25,6 +32,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::CapturedLog;
+using testing::MountedImage;
 using testing::MountedTmpfs;
 using testing::TemporaryFolder;
 using testing::treeDifferences;
@@ -133,6 +141,33 @@ TEST_F(FileOperationTest, AVolumeThatFillsUpOnTheWayKeepsNothingHalfWritten) {
   EXPECT_EQ(listener_.ends, 1);
   EXPECT_TRUE(fs::is_empty(volume.path()));
   EXPECT_EQ(fs::file_size(at("into/small")), 10000u);
+}
+
+/// Whether the first extent of a file is shared with another file.
+bool sharesItsBlocks(const std::string& path) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  alignas(fiemap) std::array<char, sizeof(fiemap) + sizeof(fiemap_extent)> room{};
+  auto* map = reinterpret_cast<fiemap*>(room.data());
+  map->fm_length = FIEMAP_MAX_OFFSET;
+  map->fm_flags = FIEMAP_FLAG_SYNC;
+  map->fm_extent_count = 1;
+  const bool answered = ::ioctl(file, FS_IOC_FIEMAP, map) == 0;
+  ::close(file);
+  return answered && map->fm_mapped_extents == 1 &&
+         (map->fm_extents[0].fe_flags & FIEMAP_EXTENT_SHARED) != 0;
+}
+
+TEST_F(FileOperationTest, BlocksAreSharedWhereTheVolumeCanShareThem) {
+  REQUIRE_ROOT();
+  const MountedImage volume(at("volume"), "btrfs", "128M");
+  if (!volume.isMounted()) GTEST_SKIP() << "mkfs.btrfs or the kernel's btrfs is missing";
+  write("volume/original", 20 << 20);
+  EXPECT_EQ(copy(at("volume/original"), at("volume/copy")), noErr);
+  EXPECT_TRUE(sharesItsBlocks(at("volume/copy")));
+  EXPECT_EQ(folder_.read("volume/copy"), folder_.read("volume/original"));
+
+  EXPECT_EQ(copy(at("volume/original"), at("into/copy")), noErr);
+  EXPECT_EQ(folder_.read("into/copy"), folder_.read("volume/original"));
 }
 
 TEST_F(FileOperationTest, AReadOnlyVolumeIsWriteProtected) {

@@ -38,25 +38,35 @@ struct ToolResult {
 class ToolRun {
  public:
   explicit ToolRun(const std::vector<std::string>& arguments) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) return;
     process_ = ::fork();
     if (process_ == 0) {
-      ::dup2(::creat(files_.at("out").c_str(), 0600), STDOUT_FILENO);
+      ::dup2(ends[1], STDOUT_FILENO);
       ::dup2(::creat(files_.at("err").c_str(), 0600), STDERR_FILENO);
       execute(arguments);
     }
+    ::close(ends[1]);
+    outputEnd_ = ends[0];
   }
   ToolRun(const ToolRun&) = delete;
   ToolRun& operator=(const ToolRun&) = delete;
+  ~ToolRun() { ::close(outputEnd_); }
 
   void send(int signal) const { ::kill(process_, signal); }
 
-  /// What has been printed so far.
-  std::string output() const { return files_.read("out"); }
+  /// Waits until a text has been printed, or everything has.
+  void waitForOutput(const std::string& text) {
+    while (output_.find(text) == std::string::npos && readOutput()) {
+    }
+  }
 
   ToolResult wait() {
+    while (readOutput()) {
+    }
     int status = 0;
     ::waitpid(process_, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, files_.read("out"), files_.read("err")};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output_, files_.read("err")};
   }
 
   [[noreturn]] static void execute(const std::vector<std::string>& arguments) {
@@ -70,8 +80,17 @@ class ToolRun {
   }
 
  private:
+  bool readOutput() {
+    std::array<char, 65536> buffer{};
+    const ssize_t n = ::read(outputEnd_, buffer.data(), buffer.size());
+    if (n > 0) output_.append(buffer.data(), static_cast<std::size_t>(n));
+    return n > 0;
+  }
+
   TemporaryFolder files_;
   pid_t process_ = -1;
+  int outputEnd_ = -1;
+  std::string output_;
 };
 
 inline ToolResult runTool(const std::vector<std::string>& arguments) {

@@ -204,9 +204,7 @@ TEST_F(TransferCommandTests, CtrlCEndsWithoutALeftover) {
     write("tree/" + std::to_string(i % 50) + "/" + std::to_string(i), "x");
   }
   ToolRun run({"copy", "--json", at("tree"), at("into")});
-  while (run.output().find("progress") == std::string::npos) {
-    usleep(100);
-  }
+  run.waitForOutput("progress");
   run.send(SIGINT);
   const ToolResult result = run.wait();
   EXPECT_EQ(result.exitStatus, 130) << result.errors;
