@@ -26,7 +26,9 @@
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSGeometry.h>
+#include <KestovaPlatform/NSIndexSet.h>
 #include <KestovaPlatform/NSKeyValueObserving.h>
+#include <KestovaPlatform/NSLocale.h>
 #include <KestovaPlatform/NSLog.h>
 #include <KestovaPlatform/NSNull.h>
 #include <KestovaPlatform/NSNumber.h>
@@ -35,6 +37,7 @@
 #include <KestovaPlatform/NSRange.h>
 #include <KestovaPlatform/NSRunLoop.h>
 #include <KestovaPlatform/NSSet.h>
+#include <KestovaPlatform/NSSortDescriptor.h>
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/NSThread.h>
 #include <KestovaPlatform/NSTimer.h>
@@ -45,4 +48,5 @@
 #include <KestovaPlatform/RunLoopDescriptorSource.h>
 #include <KestovaPlatform/RunLoopSource.h>
 #include <KestovaPlatform/Selector.h>
+#include <KestovaPlatform/TextScanning.h>
 #include <KestovaPlatform/UTF8.h>
