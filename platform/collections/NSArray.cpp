@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSNull.h>
+#include <KestovaPlatform/NSSortDescriptor.h>
 
 #include "collections/CollectionDescription.h"
 #include "collections/Members.h"
@@ -71,6 +73,17 @@ Ref<NSArray> sorted(std::vector<id> objects, const Order& order) {
   return NSArray::arrayWithObjects(std::move(objects));
 }
 
+std::vector<Ref<NSSortDescriptor>> descriptorsIn(const Ref<NSArray>& array) {
+  std::vector<Ref<NSSortDescriptor>> descriptors;
+  for (const id& object : objectsOf(array)) {
+    descriptors.push_back(cast<NSSortDescriptor>(object));
+    if (!descriptors.back()) {
+      throwUnrecognizedSelector(*object, "compareObject:toObject:");
+    }
+  }
+  return descriptors;
+}
+
 }  // namespace
 
 Ref<NSArray> NSArray::array() {
@@ -123,11 +136,31 @@ NSUInteger NSArray::indexOfObjectPassingTest(
   return found;
 }
 
+Ref<NSIndexSet> NSArray::indexesOfObjectsPassingTest(
+    const Block<bool(const id&, NSUInteger, bool*)>& test) const {
+  const auto passing = NSMutableIndexSet::indexSet();
+  enumerateObjectsUsingBlock([&](const id& object, NSUInteger index, bool* stop) {
+    if (test(object, index, stop)) {
+      passing->addIndex(index);
+    }
+  });
+  return NSIndexSet::initWithIndexSet(passing);
+}
+
 Ref<NSArray> NSArray::subarrayWithRange(NSRange range) const {
   checkRange(*this, "subarrayWithRange:", range, count());
   std::vector<id> objects;
   objects.reserve(range.length);
   for (NSUInteger index = range.location; index < NSMaxRange(range); ++index) {
+    objects.push_back(objectAtIndex(index));
+  }
+  return arrayWithObjects(std::move(objects));
+}
+
+Ref<NSArray> NSArray::objectsAtIndexes(const Ref<NSIndexSet>& indexes) const {
+  checkArgument(*this, "objectsAtIndexes:", indexes != nullptr);
+  std::vector<id> objects;
+  for (const NSUInteger index : indexes) {
     objects.push_back(objectAtIndex(index));
   }
   return arrayWithObjects(std::move(objects));
@@ -215,6 +248,17 @@ Ref<NSArray> NSArray::sortedArrayUsingFunction_context(
 Ref<NSArray> NSArray::sortedArrayUsingSelector(SEL selector) const {
   return sorted(objectsOf(reference(*this)), [=](const id& a, const id& b) {
     return Unboxing<NSComparisonResult>::unbox(selector->perform(*a, {&b, 1}));
+  });
+}
+
+Ref<NSArray> NSArray::sortedArrayUsingDescriptors(const Ref<NSArray>& descriptors) const {
+  const auto criteria = descriptorsIn(descriptors);
+  return sorted(objectsOf(reference(*this)), [&](const id& a, const id& b) {
+    NSComparisonResult result = NSOrderedSame;
+    for (auto next = criteria.begin(); next != criteria.end() && result == NSOrderedSame; ++next) {
+      result = (*next)->compareObject_toObject(a, b);
+    }
+    return result;
   });
 }
 

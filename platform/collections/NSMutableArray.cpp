@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSSet.h>
 
 #include "collections/Members.h"
@@ -72,6 +73,24 @@ class MutableArray final : public VectorArray<NSMutableArray> {
   }
 };
 
+void checkSameCount(const NSArray& array, const char* operation, NSUInteger objects,
+                    NSUInteger indexes) {
+  if (objects != indexes) {
+    throw NSException(NSInvalidArgumentException,
+                      NSString::stringWithFormat(
+                          "-[%@ %s]: count of objects %lu differs from count of indexes %lu",
+                          NSStringFromClass(array.classDescriptor()), operation, objects, indexes));
+  }
+}
+
+/// Checks that all indexes are below `count`.
+void checkIndexes(const NSArray& array, const char* operation, const NSIndexSet& indexes,
+                  NSUInteger count) {
+  if (indexes.lastIndex() != NSNotFound) {
+    checkIndex(array, operation, indexes.lastIndex(), count);
+  }
+}
+
 }  // namespace
 
 Ref<NSMutableArray> NSMutableArray::array() { return arrayWithObjects({}); }
@@ -116,6 +135,42 @@ void NSMutableArray::replaceObjectsInRange_withObjectsFromArray(NSRange range,
   splice(range, objectsOf(other));
 }
 
+void NSMutableArray::insertObjects_atIndexes(const Ref<NSArray>& objects,
+                                             const Ref<NSIndexSet>& indexes) {
+  constexpr auto kOperation = "insertObjects:atIndexes:";
+  checkArgument(*this, kOperation, indexes != nullptr);
+  const auto inserted = objectsOf(objects);
+  checkSameCount(*this, kOperation, inserted.size(), indexes->count());
+  checkIndexes(*this, kOperation, *indexes, count() + inserted.size());
+  if (inserted.empty()) {
+    return;
+  }
+  // All from the first index on is put together anew, so that nothing moves more than once.
+  const NSRange behind{indexes->firstIndex(), count() - indexes->firstIndex()};
+  std::vector<id> tail;
+  tail.reserve(behind.length + inserted.size());
+  auto object = inserted.begin();
+  NSUInteger next = behind.location;
+  while (tail.size() < behind.length + inserted.size()) {
+    const bool isTurn = indexes->containsIndex(behind.location + tail.size());
+    tail.push_back(isTurn ? *object++ : objectAtIndex(next++));
+  }
+  splice(behind, std::move(tail));
+}
+
+void NSMutableArray::replaceObjectsAtIndexes_withObjects(const Ref<NSIndexSet>& indexes,
+                                                         const Ref<NSArray>& objects) {
+  constexpr auto kOperation = "replaceObjectsAtIndexes:withObjects:";
+  checkArgument(*this, kOperation, indexes != nullptr);
+  const auto replacements = objectsOf(objects);
+  checkSameCount(*this, kOperation, replacements.size(), indexes->count());
+  checkIndexes(*this, kOperation, *indexes, count());
+  auto object = replacements.begin();
+  for (const NSUInteger index : indexes) {
+    replaceObjectAtIndex_withObject(index, *object++);
+  }
+}
+
 void NSMutableArray::exchangeObjectAtIndex_withObjectAtIndex(NSUInteger first, NSUInteger second) {
   const id object = objectAtIndex(first);
   const id other = objectAtIndex(second);
@@ -146,6 +201,24 @@ void NSMutableArray::removeObjectsInRange(NSRange range) {
   splice(range, {});
 }
 
+void NSMutableArray::removeObjectsAtIndexes(const Ref<NSIndexSet>& indexes) {
+  constexpr auto kOperation = "removeObjectsAtIndexes:";
+  checkArgument(*this, kOperation, indexes != nullptr);
+  checkIndexes(*this, kOperation, *indexes, count());
+  if (indexes->count() == 0) {
+    return;
+  }
+  const NSRange behind{indexes->firstIndex(), count() - indexes->firstIndex()};
+  std::vector<id> kept;
+  kept.reserve(behind.length - indexes->count());
+  for (NSUInteger index = behind.location; index < NSMaxRange(behind); ++index) {
+    if (!indexes->containsIndex(index)) {
+      kept.push_back(objectAtIndex(index));
+    }
+  }
+  splice(behind, std::move(kept));
+}
+
 void NSMutableArray::removeAllObjects() { splice({0, count()}, {}); }
 
 void NSMutableArray::sortUsingComparator(const NSComparator& comparator) {
@@ -160,6 +233,10 @@ void NSMutableArray::sortUsingFunction_context(NSComparisonResult (*function)(co
 
 void NSMutableArray::sortUsingSelector(SEL selector) {
   setArray(sortedArrayUsingSelector(selector));
+}
+
+void NSMutableArray::sortUsingDescriptors(const Ref<NSArray>& descriptors) {
+  setArray(sortedArrayUsingDescriptors(descriptors));
 }
 
 void NSMutableArray::splice(NSRange range, std::vector<id> objects) {

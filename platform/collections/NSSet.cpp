@@ -54,6 +54,10 @@ bool NSSet::containsObject(const id& object) const { return member(object) != nu
 
 Ref<NSArray> NSSet::allObjects() const { return objectEnumerator()->allObjects(); }
 
+Ref<NSArray> NSSet::sortedArrayUsingDescriptors(const Ref<NSArray>& descriptors) const {
+  return allObjects()->sortedArrayUsingDescriptors(descriptors);
+}
+
 id NSSet::anyObject() const { return objectEnumerator()->nextObject(); }
 
 bool NSSet::isSubsetOfSet(const Ref<NSSet>& other) const {

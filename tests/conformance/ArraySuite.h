@@ -6,6 +6,7 @@
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSNull.h>
 #include <KestovaPlatform/NSSet.h>
+#include <KestovaPlatform/NSSortDescriptor.h>
 #include <gtest/gtest.h>
 
 #include "CountingObject.h"
@@ -115,6 +116,38 @@ TYPED_TEST_P(ArraySuite, FindsTheFirstObjectThatPassesATest) {
     return index == 2;
   }),
             NSNotFound);
+}
+
+TYPED_TEST_P(ArraySuite, FindsAllObjectsThatPassATest) {
+  const auto array = this->array(1, 3, 4, 6);
+  const auto isEven = [](const id& object, NSUInteger, bool*) {
+    return cast<NSNumber>(object)->intValue() % 2 == 0;
+  };
+  EXPECT_TRUE(array->indexesOfObjectsPassingTest(isEven)->isEqual(NSIndexSet::of({2, 3})));
+  EXPECT_TRUE(array
+                  ->indexesOfObjectsPassingTest([](const id&, NSUInteger index, bool* stop) {
+                    *stop = index == 1;
+                    return true;
+                  })
+                  ->isEqual(NSIndexSet::of({0, 1})));
+  EXPECT_EQ(this->array()->indexesOfObjectsPassingTest(isEven)->count(), 0U);
+}
+
+TYPED_TEST_P(ArraySuite, PicksObjectsByTheirIndexes) {
+  const auto array = this->array("a", "b", "c");
+  EXPECT_TRUE(
+      array->objectsAtIndexes(NSIndexSet::of({2, 0}))->isEqualToArray(NSArray::of("a", "c")));
+  EXPECT_EQ(array->objectsAtIndexes(NSIndexSet::indexSet())->count(), 0U);
+  expectException(NSRangeException, [&] { (void)array->objectsAtIndexes(NSIndexSet::of({3})); });
+  expectException(NSInvalidArgumentException, [&] { (void)array->objectsAtIndexes(nullptr); });
+}
+
+TYPED_TEST_P(ArraySuite, SortsByDescriptors) {
+  const auto array = this->array("b", "c", "a");
+  const auto descending = NSSortDescriptor::sortDescriptorWithKey_ascending(nullptr, false);
+  EXPECT_TRUE(array->sortedArrayUsingDescriptors(NSArray::of(descending))
+                  ->isEqualToArray(NSArray::of("c", "b", "a")));
+  EXPECT_TRUE(array->sortedArrayUsingDescriptors(NSArray::array())->isEqualToArray(array));
 }
 
 TYPED_TEST_P(ArraySuite, CutsOutARange) {
@@ -263,7 +296,8 @@ TYPED_TEST_P(ArraySuite, IsDescribedALineForEachObject) {
 REGISTER_TYPED_TEST_SUITE_P(ArraySuite, CountsAndHandsOutItsObjectsByIndex, AnEmptyOneHasNoEnds,
                             FindsTheFirstEqualObjectAndTheVerySameOne, EveryWalkMeetsTheSameObjects,
                             AnEnumeratorKeepsItsArrayAlive, ABlockIsLedThroughUntilItStops,
-                            FindsTheFirstObjectThatPassesATest, CutsOutARange,
+                            FindsTheFirstObjectThatPassesATest, FindsAllObjectsThatPassATest,
+                            PicksObjectsByTheirIndexes, SortsByDescriptors, CutsOutARange,
                             AnIndexPastTheEndThrows, JoinsDescriptions, AddsToACopy,
                             SortsByComparatorFunctionAndSelector,
                             SortingKeepsTheOrderOfWhatIsTheSame, PerformsAnOperationOnEachObject,

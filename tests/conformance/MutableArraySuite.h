@@ -3,6 +3,7 @@
 
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSSortDescriptor.h>
 #include <gtest/gtest.h>
 
 #include "CountingObject.h"
@@ -10,6 +11,7 @@
 #include "RandomRun.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 /// What every mutable array does, whoever made it. A family is a type with
@@ -40,7 +42,11 @@ class MutableArraySuite : public ::testing::Test {
     const bool isEmpty = model.empty();
     const NSRange range{index, random.below(model.size() - index + 1)};
     const auto end = place + static_cast<std::ptrdiff_t>(range.length);
-    switch (random.below(12)) {
+    const auto twoPlaces = [&](std::size_t size) {
+      const auto other = random.below(size);
+      return std::pair(std::min(index, other), std::max(index, other));
+    };
+    switch (random.below(14)) {
       case 0:
       case 1:
         array.addObject(counted(value));
@@ -88,6 +94,24 @@ class MutableArraySuite : public ::testing::Test {
           model.pop_back();
         }
         break;
+      case 11: {
+        const auto [low, high] = twoPlaces(model.size() + 1);
+        array.insertObjects_atIndexes(NSArray::of(counted(value), counted(value + 1)),
+                                      NSIndexSet::of({low, high + 1}));
+        model.insert(model.begin() + static_cast<std::ptrdiff_t>(low), value);
+        model.insert(model.begin() + static_cast<std::ptrdiff_t>(high) + 1, value + 1);
+        break;
+      }
+      case 12:
+        if (!isEmpty) {
+          const auto [low, high] = twoPlaces(model.size());
+          array.removeObjectsAtIndexes(NSIndexSet::of({low, high}));
+          model.erase(model.begin() + static_cast<std::ptrdiff_t>(high));
+          if (low != high) {
+            model.erase(model.begin() + static_cast<std::ptrdiff_t>(low));
+          }
+        }
+        break;
       default:
         array.removeObjectsInArray(NSArray::of(counted(value), counted(value + 5)));
         std::erase_if(model, [&](int each) { return each == value || each == value + 5; });
@@ -132,6 +156,55 @@ TYPED_TEST_P(MutableArraySuite, RefusesNullAndIndexesPastTheEnd) {
 
 TYPED_TEST_P(MutableArraySuite, AnEmptyOneHasNoLastObjectToRemove) {
   expectException(NSRangeException, [&] { this->array()->removeLastObject(); });
+}
+
+TYPED_TEST_P(MutableArraySuite, InsertsObjectsWhereTheirIndexesWillBe) {
+  const auto array = this->array("a", "b", "c");
+  array->insertObjects_atIndexes(NSArray::of(1, 2, 3), NSIndexSet::of({1, 3, 5}));
+  EXPECT_TRUE(array->isEqualToArray(NSArray::of("a", 1, "b", 2, "c", 3)));
+  array->insertObjects_atIndexes(NSArray::of(8, 9), NSIndexSet::of({6, 7}));
+  EXPECT_TRUE(array->isEqualToArray(NSArray::of("a", 1, "b", 2, "c", 3, 8, 9)));
+  const auto doubled = this->array(1, 2);
+  doubled->insertObjects_atIndexes(doubled, NSIndexSet::of({0, 1}));
+  EXPECT_TRUE(doubled->isEqualToArray(NSArray::of(1, 2, 1, 2)));
+  doubled->insertObjects_atIndexes(nullptr, NSIndexSet::indexSet());
+  EXPECT_EQ(doubled->count(), 4U);
+}
+
+TYPED_TEST_P(MutableArraySuite, RemovesAndReplacesByIndexes) {
+  const auto array = this->array("a", "b", "c", "d");
+  array->replaceObjectsAtIndexes_withObjects(NSIndexSet::of({1, 3}), NSArray::of("B", "D"));
+  EXPECT_TRUE(array->isEqualToArray(NSArray::of("a", "B", "c", "D")));
+  array->removeObjectsAtIndexes(NSIndexSet::of({0, 2}));
+  EXPECT_TRUE(array->isEqualToArray(NSArray::of("B", "D")));
+  array->removeObjectsAtIndexes(NSIndexSet::indexSet());
+  EXPECT_EQ(array->count(), 2U);
+  array->removeObjectsAtIndexes(NSIndexSet::of({0, 1}));
+  EXPECT_EQ(array->count(), 0U);
+}
+
+TYPED_TEST_P(MutableArraySuite, RefusesIndexesThatDoNotFit) {
+  const auto array = this->array(1, 2);
+  const auto refuses = [&](const StringConstant& name, auto&& change) {
+    expectException(name, change);
+    EXPECT_TRUE(array->isEqualToArray(NSArray::of(1, 2)));
+  };
+  refuses(NSRangeException, [&] {
+    array->insertObjects_atIndexes(NSArray::of(3, 4), NSIndexSet::of({0, 4}));
+  });
+  refuses(NSInvalidArgumentException, [&] {
+    array->insertObjects_atIndexes(NSArray::of(3), NSIndexSet::of({0, 1}));
+  });
+  refuses(NSInvalidArgumentException,
+          [&] { array->insertObjects_atIndexes(NSArray::of(3), nullptr); });
+  refuses(NSRangeException, [&] { array->removeObjectsAtIndexes(NSIndexSet::of({0, 2})); });
+  refuses(NSInvalidArgumentException, [&] { array->removeObjectsAtIndexes(nullptr); });
+  refuses(NSRangeException, [&] {
+    array->replaceObjectsAtIndexes_withObjects(NSIndexSet::of({0, 2}), NSArray::of(3, 4));
+  });
+  refuses(NSInvalidArgumentException, [&] {
+    array->replaceObjectsAtIndexes_withObjects(NSIndexSet::of({0}), NSArray::of(3, 4));
+  });
 }
 
 TYPED_TEST_P(MutableArraySuite, TakesObjectsFromAnotherArrayAndFromItself) {
@@ -188,6 +261,9 @@ TYPED_TEST_P(MutableArraySuite, SortsItself) {
       [](const id& a, const id& b, void*) { return cast<NSString>(a)->compare(cast<NSString>(b)); },
       nullptr);
   EXPECT_TRUE(array->isEqualToArray(NSArray::of("a", "b", "c")));
+  array->sortUsingDescriptors(
+      NSArray::of(NSSortDescriptor::sortDescriptorWithKey_ascending(nullptr, false)));
+  EXPECT_TRUE(array->isEqualToArray(NSArray::of("c", "b", "a")));
 }
 
 TYPED_TEST_P(MutableArraySuite, ACopyDoesNotChangeWithIt) {
@@ -224,7 +300,8 @@ TYPED_TEST_P(MutableArraySuite, BehavesAsAVectorDoesAndLeaksNothing) {
 
 REGISTER_TYPED_TEST_SUITE_P(MutableArraySuite, PutsObjectsWhereItIsTold,
                             RefusesNullAndIndexesPastTheEnd, AnEmptyOneHasNoLastObjectToRemove,
-                            TakesObjectsFromAnotherArrayAndFromItself,
+                            InsertsObjectsWhereTheirIndexesWillBe, RemovesAndReplacesByIndexes,
+                            RefusesIndexesThatDoNotFit, TakesObjectsFromAnotherArrayAndFromItself,
                             RemovesEqualObjectsOrTheVerySameOnes, AnArgumentMayBelongToTheArray,
                             SortsItself, ACopyDoesNotChangeWithIt,
                             AThrowingComparisonChangesNothing, BehavesAsAVectorDoesAndLeaksNothing);

@@ -4,6 +4,7 @@
 #include <KestovaPlatform/Block.h>
 #include <KestovaPlatform/Export.h>
 #include <KestovaPlatform/NSEnumerator.h>
+#include <KestovaPlatform/NSIndexSet.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSRange.h>
@@ -18,11 +19,6 @@ namespace kestova {
 
 /// Orders two objects, for sorting.
 using NSComparator = Block<NSComparisonResult(const id&, const id&)>;
-
-/// How a block is led through a collection, as a sum of bits.
-enum NSEnumerationOptions : NSUInteger {
-  NSEnumerationReverse = 2,  ///< from the last object to the first
-};
 
 /// Objects in a row, immutable here.
 ///
@@ -91,8 +87,17 @@ class KESTOVA_PLATFORM_EXPORT NSArray : public NSObject {
   NSUInteger indexOfObjectPassingTest(
       const Block<bool(const id& object, NSUInteger index, bool* stop)>& test) const;
 
+  /// All indexes for which the block answers true, up to the one for which it sets its last
+  /// argument.
+  Ref<NSIndexSet> indexesOfObjectsPassingTest(
+      const Block<bool(const id& object, NSUInteger index, bool* stop)>& test) const;
+
   /// The objects of a range; throws NSRangeException past the end.
   Ref<NSArray> subarrayWithRange(NSRange range) const;
+
+  /// The objects at the indexes, in their order; throws NSRangeException past the end. Null throws
+  /// NSInvalidArgumentException.
+  Ref<NSArray> objectsAtIndexes(const Ref<NSIndexSet>& indexes) const;
 
   /// The descriptions of the objects with the separator between them; null separates by nothing.
   Ref<NSString> componentsJoinedByString(const Ref<NSString>& separator) const;
@@ -137,6 +142,10 @@ class KESTOVA_PLATFORM_EXPORT NSArray : public NSObject {
   /// `selector` is an operation with one argument that answers an NSComparisonResult, such as
   /// `sel<&NSString::compare>()`.
   Ref<NSArray> sortedArrayUsingSelector(SEL selector) const;
+
+  /// Sorts by the first of the NSSortDescriptors, what is the same to it by the next one, and so
+  /// on. Without any the objects stay in their order.
+  Ref<NSArray> sortedArrayUsingDescriptors(const Ref<NSArray>& descriptors) const;
 
   /// @}
   /// \name Properties of the objects by name
@@ -227,6 +236,16 @@ class KESTOVA_PLATFORM_EXPORT NSMutableArray : public NSArray {
   /// removes.
   void replaceObjectsInRange_withObjectsFromArray(NSRange range, const Ref<NSArray>& other);
 
+  /// Puts objects in so that each one ends up at the index of its turn. An index that none of them
+  /// can end up at throws NSRangeException, as many indexes as there are no objects
+  /// NSInvalidArgumentException.
+  void insertObjects_atIndexes(const Ref<NSArray>& objects, const Ref<NSIndexSet>& indexes);
+
+  /// Puts objects in place of those at the indexes, in their order. As many indexes as there are no
+  /// objects throw NSInvalidArgumentException.
+  void replaceObjectsAtIndexes_withObjects(const Ref<NSIndexSet>& indexes,
+                                           const Ref<NSArray>& objects);
+
   void exchangeObjectAtIndex_withObjectAtIndex(NSUInteger first, NSUInteger second);
   void setArray(const Ref<NSArray>& other);
 
@@ -242,6 +261,9 @@ class KESTOVA_PLATFORM_EXPORT NSMutableArray : public NSArray {
   /// Removes every object that is equal to one of the other array.
   void removeObjectsInArray(const Ref<NSArray>& other);
   void removeObjectsInRange(NSRange range);
+
+  /// Removes the objects at the indexes; throws NSRangeException past the end.
+  void removeObjectsAtIndexes(const Ref<NSIndexSet>& indexes);
   virtual void removeAllObjects();
 
   /// @}
@@ -252,6 +274,7 @@ class KESTOVA_PLATFORM_EXPORT NSMutableArray : public NSArray {
                                                                 void* context),
                                  void* context);
   void sortUsingSelector(SEL selector);
+  void sortUsingDescriptors(const Ref<NSArray>& descriptors);
   /// @}
 
  protected:

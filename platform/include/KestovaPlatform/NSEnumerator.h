@@ -12,6 +12,11 @@ namespace kestova {
 
 class MemberIterator;
 
+/// How a block is led through a collection, as a sum of bits.
+enum NSEnumerationOptions : NSUInteger {
+  NSEnumerationReverse = 2,  ///< from the last member to the first
+};
+
 /// Hands out the members of a collection, one after the other, once.
 ///
 ///     Ref<NSEnumerator> keys = dictionary->keyEnumerator();

@@ -63,6 +63,9 @@ class KESTOVA_PLATFORM_EXPORT NSSet : public NSObject {
   /// The members in an array.
   virtual Ref<NSArray> allObjects() const;
 
+  /// The members in an array, sorted as NSArray sorts by descriptors.
+  Ref<NSArray> sortedArrayUsingDescriptors(const Ref<NSArray>& descriptors) const;
+
   /// One of the members, the same one until the set changes; nothing when there is none.
   id anyObject() const;
 
