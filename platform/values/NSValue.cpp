@@ -4,8 +4,6 @@
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/NSValue.h>
 
-#include "values/NumberText.h"
-
 #include <cstring>
 #include <functional>
 #include <string>
@@ -23,8 +21,8 @@ using Unretained = NSObject*;
 template <class T>
 struct Kind;
 
-std::string pair(const std::string& first, const std::string& second) {
-  return "{" + first + ", " + second + "}";
+std::string named(const char* kind, const Ref<NSString>& text) {
+  return kind + (": " + text->displayUTF8());
 }
 
 template <class... Parts>
@@ -37,28 +35,25 @@ NSUInteger hashOfParts(const Parts&... parts) {
 template <>
 struct Kind<NSRange> {
   static constexpr const char* kType = "{_NSRange=QQ}";
-  static std::string text(NSRange range) {
-    return pair(numberText(range.location), numberText(range.length));
+  static std::string description(NSRange range) {
+    return named("NSRange", NSStringFromRange(range));
   }
-  static std::string description(NSRange range) { return "NSRange: " + text(range); }
   static NSUInteger hash(NSRange range) { return hashOfParts(range.location, range.length); }
 };
 
 template <>
 struct Kind<NSPoint> {
   static constexpr const char* kType = "{_NSPoint=dd}";
-  static std::string text(NSPoint point) { return pair(numberText(point.x), numberText(point.y)); }
-  static std::string description(NSPoint point) { return "NSPoint: " + text(point); }
+  static std::string description(NSPoint point) {
+    return named("NSPoint", NSStringFromPoint(point));
+  }
   static NSUInteger hash(NSPoint point) { return hashOfParts(point.x, point.y); }
 };
 
 template <>
 struct Kind<NSSize> {
   static constexpr const char* kType = "{_NSSize=dd}";
-  static std::string text(NSSize size) {
-    return pair(numberText(size.width), numberText(size.height));
-  }
-  static std::string description(NSSize size) { return "NSSize: " + text(size); }
+  static std::string description(NSSize size) { return named("NSSize", NSStringFromSize(size)); }
   static NSUInteger hash(NSSize size) { return hashOfParts(size.width, size.height); }
 };
 
@@ -66,7 +61,7 @@ template <>
 struct Kind<NSRect> {
   static constexpr const char* kType = "{_NSRect={_NSPoint=dd}{_NSSize=dd}}";
   static std::string description(const NSRect& rect) {
-    return "NSRect: " + pair(Kind<NSPoint>::text(rect.origin), Kind<NSSize>::text(rect.size));
+    return named("NSRect", NSStringFromRect(rect));
   }
   static NSUInteger hash(const NSRect& rect) {
     return hashOfParts(rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);

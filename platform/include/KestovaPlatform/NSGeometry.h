@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <KestovaPlatform/Export.h>
+#include <KestovaPlatform/NSRange.h>
+#include <KestovaPlatform/Ref.h>
+
 namespace kestova {
 
 /// A point on the plane.
@@ -32,5 +36,32 @@ constexpr NSSize NSMakeSize(double width, double height) { return {width, height
 constexpr NSRect NSMakeRect(double x, double y, double width, double height) {
   return {{x, y}, {width, height}};
 }
+
+/// \name Geometry and ranges as text
+///
+///     const auto text = NSStringFromRect(NSMakeRect(0, 0, 10.5, 20));  // "{{0, 0}, {10.5, 20}}"
+///     const NSRect rect = NSRectFromString(text);
+///
+/// Each number is the shortest decimal one that reads back as the same value, in every locale;
+/// "inf", "-inf" and "nan" where it is none. Every value reads back equal, but for NaN, which
+/// equals nothing.
+///
+/// Reading takes the first numbers that it finds, whatever stands around and between them, and 0
+/// for those that are missing. It never fails: null and text without a number give zeros. A number
+/// beyond what its type holds becomes infinite, or the largest. In ranges numbers are digits alone:
+/// a sign or a point stands between two.
+///
+/// Threads: any number at a time.
+/// @{
+KESTOVA_PLATFORM_EXPORT Ref<NSString> NSStringFromPoint(NSPoint point);      ///< "{x, y}"
+KESTOVA_PLATFORM_EXPORT Ref<NSString> NSStringFromSize(NSSize size);         ///< "{width, height}"
+KESTOVA_PLATFORM_EXPORT Ref<NSString> NSStringFromRect(const NSRect& rect);  ///< "{{x, y}, {w, h}}"
+KESTOVA_PLATFORM_EXPORT Ref<NSString> NSStringFromRange(NSRange range);  ///< "{location, length}"
+
+KESTOVA_PLATFORM_EXPORT NSPoint NSPointFromString(const Ref<NSString>& string);
+KESTOVA_PLATFORM_EXPORT NSSize NSSizeFromString(const Ref<NSString>& string);
+KESTOVA_PLATFORM_EXPORT NSRect NSRectFromString(const Ref<NSString>& string);
+KESTOVA_PLATFORM_EXPORT NSRange NSRangeFromString(const Ref<NSString>& string);
+/// @}
 
 }  // namespace kestova
