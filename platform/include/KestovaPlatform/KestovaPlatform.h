@@ -4,7 +4,9 @@
 /// \file
 /// All of KestovaPlatform.
 
+#include <KestovaPlatform/Base32Coding.h>
 #include <KestovaPlatform/Block.h>
+#include <KestovaPlatform/ByteSearch.h>
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/Clock.h>
 #include <KestovaPlatform/Contract.h>
@@ -13,7 +15,9 @@
 #include <KestovaPlatform/FSFileOperation.h>
 #include <KestovaPlatform/FormatArgument.h>
 #include <KestovaPlatform/FoundationErrors.h>
+#include <KestovaPlatform/HexCoding.h>
 #include <KestovaPlatform/MacErrors.h>
+#include <KestovaPlatform/MessageDigest.h>
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSBeep.h>
 #include <KestovaPlatform/NSBundle.h>
