@@ -27,6 +27,8 @@ enum : NSInteger {
   NSFileWriteOutOfSpaceError = 640,
   NSFileWriteVolumeReadOnlyError = 642,
 
+  NSFormattingError = 2048,  ///< text that isn't of the form that was asked for
+
   // Property lists
   NSPropertyListReadCorruptError = 3840,
   NSPropertyListReadUnknownVersionError = 3841,

@@ -39,10 +39,12 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSPropertyListSerialization.h>
 #include <KestovaPlatform/NSRange.h>
+#include <KestovaPlatform/NSRegularExpression.h>
 #include <KestovaPlatform/NSRunLoop.h>
 #include <KestovaPlatform/NSSet.h>
 #include <KestovaPlatform/NSSortDescriptor.h>
 #include <KestovaPlatform/NSString.h>
+#include <KestovaPlatform/NSTextCheckingResult.h>
 #include <KestovaPlatform/NSThread.h>
 #include <KestovaPlatform/NSTimer.h>
 #include <KestovaPlatform/NSTypes.h>

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <unicode/utext.h>
+
+#include <string_view>
+
+namespace kestova {
+
+/// Opens ASCII bytes as a text that ICU can read, as `utext_openUTF8` does for bytes of any kind,
+/// but in larger pieces and with a whole short text as one of them, for which ICU is twice as fast.
+/// The bytes are not copied and must outlive the text and its clones.
+UText* openASCIIText(UText* text, std::string_view ascii, UErrorCode* status);
+
+}  // namespace kestova
