@@ -6,6 +6,7 @@
 
 #include <KestovaFoundation/Additions/NSArrayAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
+#include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
 #include <KestovaFoundation/Export.h>
 #include <KestovaFoundation/OVBinaryDataStream.h>
 #include <KestovaFoundation/OVBinaryFileStream.h>
