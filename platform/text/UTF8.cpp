@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/UTF8.h>
 
+#include "text/UTF8Vectors.h"
+
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstring>
+
+// Each operation begins and ends one character at a time and leaves what lies between to the
+// vectors, which look at neighbours and so can do neither the first character nor the last.
 
 namespace kestova {
 namespace {
@@ -18,10 +24,9 @@ UChar32 nextCharacter(std::u16string_view units, std::size_t& index) noexcept {
   return U_IS_SURROGATE(character) ? kReplacement : character;
 }
 
-}  // namespace
-
-std::size_t wellFormedLengthOfUTF8(std::string_view bytes) noexcept {
-  for (std::size_t index = 0; index < bytes.size();) {
+/// From a character on: where `end` is reached, or the first character that is not well-formed.
+std::size_t checkUTF8(std::string_view bytes, std::size_t index, std::size_t end) noexcept {
+  while (index < end) {
     const std::size_t start = index;
     UChar32 character;
     U8_NEXT(bytes.data(), index, bytes.size(), character);
@@ -29,58 +34,60 @@ std::size_t wellFormedLengthOfUTF8(std::string_view bytes) noexcept {
       return start;
     }
   }
-  return bytes.size();
+  return index;
 }
 
-std::size_t wellFormedLengthOfUTF16(std::u16string_view units) noexcept {
-  for (std::size_t index = 0; index < units.size();) {
-    const std::size_t start = index;
-    UChar32 character;
-    U16_NEXT(units.data(), index, units.size(), character);
-    if (U_IS_SURROGATE(character)) {
-      return start;
+/// A unit whose bytes stand anywhere.
+char16_t unitAt(std::string_view bytes, std::size_t index, std::endian order) noexcept {
+  char16_t unit;
+  std::memcpy(&unit, bytes.data() + index * sizeof unit, sizeof unit);
+  return order == std::endian::native ? unit : static_cast<char16_t>(unit >> 8 | unit << 8);
+}
+
+/// The same of units whose bytes stand anywhere.
+std::size_t checkUTF16(std::string_view bytes, std::size_t index, std::size_t end,
+                       std::endian order) noexcept {
+  const std::size_t size = bytes.size() / sizeof(char16_t);
+  while (index < end) {
+    const char16_t unit = unitAt(bytes, index, order);
+    const bool isPair =
+        U16_IS_LEAD(unit) && size - index >= 2 && U16_IS_TRAIL(unitAt(bytes, index + 1, order));
+    if (U16_IS_SURROGATE(unit) && !isPair) {
+      break;
+    }
+    index += isPair ? 2 : 1;
+  }
+  return index;
+}
+
+/// Where the character begins that ends at the index or is cut there.
+std::size_t characterBefore(std::string_view bytes, std::size_t index) noexcept {
+  const std::size_t limit = index - std::min<std::size_t>(index, U8_MAX_LENGTH);
+  while (index > limit && U8_IS_TRAIL(bytes[--index])) {
+  }
+  return index;
+}
+
+/// Whether no unit has a bit of `highBits`, which are those of eight bytes of units side by side.
+template <class Unit>
+bool hasNone(std::basic_string_view<Unit> units, std::uint64_t highBits) noexcept {
+  constexpr std::size_t step = sizeof(std::uint64_t) / sizeof(Unit);
+  for (; units.size() >= step; units.remove_prefix(step)) {
+    std::uint64_t block;
+    std::memcpy(&block, units.data(), sizeof block);
+    if ((block & highBits) != 0) {
+      return false;
     }
   }
-  return units.size();
+  return std::all_of(units.begin(), units.end(), [](Unit unit) {
+    return static_cast<std::make_unsigned_t<Unit>>(unit) < 0x80;
+  });
 }
 
-bool isASCII(std::string_view bytes) noexcept {
-  return std::all_of(bytes.begin(), bytes.end(), [](char byte) { return U8_IS_SINGLE(byte); });
-}
-
-bool isASCII(std::u16string_view units) noexcept {
-  return std::all_of(units.begin(), units.end(), [](char16_t unit) { return unit < 0x80; });
-}
-
-bool isWellFormedUTF8(std::string_view bytes) noexcept {
-  return wellFormedLengthOfUTF8(bytes) == bytes.size();
-}
-
-bool isWellFormedUTF16(std::u16string_view units) noexcept {
-  return wellFormedLengthOfUTF16(units) == units.size();
-}
-
-std::size_t utf16LengthOfUTF8(std::string_view wellFormed) noexcept {
-  std::size_t length = 0;
-  for (const char byte : wellFormed) {
-    const auto value = static_cast<unsigned char>(byte);
-    length += (value < 0x80 || value >= 0xC0) + (value >= 0xF0);
-  }
-  return length;
-}
-
-std::size_t utf8LengthOfUTF16(std::u16string_view units) noexcept {
-  std::size_t length = 0;
-  for (std::size_t index = 0; index < units.size();) {
-    const UChar32 character = nextCharacter(units, index);
-    length += static_cast<std::size_t>(U8_LENGTH(character));
-  }
-  return length;
-}
-
-UTF8Piece writeUTF8(std::u16string_view units, std::span<char> buffer) noexcept {
-  UTF8Piece done;
-  while (done.unitsRead < units.size()) {
+/// Writes characters while they fit and begin before `end`.
+UTF8Piece writeCharacters(std::u16string_view units, std::size_t end, std::span<char> buffer,
+                          UTF8Piece done) noexcept {
+  while (done.unitsRead < end) {
     std::size_t next = done.unitsRead;
     const UChar32 character = nextCharacter(units, next);
     if (buffer.size() - done.bytesWritten < static_cast<std::size_t>(U8_LENGTH(character))) {
@@ -92,12 +99,12 @@ UTF8Piece writeUTF8(std::u16string_view units, std::span<char> buffer) noexcept 
   return done;
 }
 
-UTF16Piece writeUTF16(std::string_view wellFormed, std::span<char16_t> buffer) noexcept {
-  UTF16Piece done;
-  while (done.bytesRead < wellFormed.size()) {
+UTF16Piece writeCharacters(std::string_view bytes, std::size_t end, std::span<char16_t> buffer,
+                           UTF16Piece done) noexcept {
+  while (done.bytesRead < end) {
     std::size_t next = done.bytesRead;
     UChar32 character;
-    U8_NEXT_OR_FFFD(wellFormed.data(), next, wellFormed.size(), character);
+    U8_NEXT_OR_FFFD(bytes.data(), next, bytes.size(), character);
     if (buffer.size() - done.unitsWritten < static_cast<std::size_t>(U16_LENGTH(character))) {
       break;
     }
@@ -105,6 +112,105 @@ UTF16Piece writeUTF16(std::string_view wellFormed, std::span<char16_t> buffer) n
     done.bytesRead = next;
   }
   return done;
+}
+
+/// How many units stand before the first one that is not well-formed.
+std::size_t wellFormedUnits(std::string_view bytes, std::endian order) noexcept {
+  const std::size_t size = bytes.size() / sizeof(char16_t);
+  const std::size_t begun = checkUTF16(bytes, 0, std::min<std::size_t>(size, 1), order);
+  if (begun == 0) {
+    return 0;
+  }
+  const std::size_t done = wellFormedUTF16Vectors(bytes, begun, order);
+  const bool mayBeCut = U16_IS_LEAD(unitAt(bytes, done - 1, order));
+  return checkUTF16(bytes, mayBeCut ? done - 1 : done, size, order);
+}
+
+std::string_view bytesOf(std::u16string_view units) noexcept {
+  return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(char16_t)};
+}
+
+/// The bytes that a unit adds to a text; the second half of a pair makes four of the three that its
+/// first half was taken for.
+std::size_t utf8LengthAt(std::u16string_view units, std::size_t index) noexcept {
+  const char16_t unit = units[index];
+  const bool closesPair = index > 0 && U16_IS_TRAIL(unit) && U16_IS_LEAD(units[index - 1]);
+  return closesPair ? 1 : 1U + (unit >= 0x80 ? 1U : 0U) + (unit >= 0x800 ? 1U : 0U);
+}
+
+}  // namespace
+
+bool isASCII(std::string_view bytes) noexcept {
+  return hasNone(bytes.substr(asciiVectors(bytes)), 0x8080808080808080U);
+}
+
+bool isASCII(std::u16string_view units) noexcept {
+  return hasNone(units.substr(asciiVectors(units)), 0xFF80FF80FF80FF80U);
+}
+
+std::size_t wellFormedLengthOfUTF8(std::string_view bytes) noexcept {
+  const std::size_t start = std::min(bytes.size(), kUTF8LookBehind);
+  const std::size_t begun = checkUTF8(bytes, 0, start);
+  if (begun < start) {
+    return begun;
+  }
+  const std::size_t done = wellFormedUTF8Vectors(bytes, begun);
+  return checkUTF8(bytes, characterBefore(bytes, done), bytes.size());
+}
+
+std::size_t wellFormedLengthOfUTF16(std::u16string_view units) noexcept {
+  return wellFormedUnits(bytesOf(units), std::endian::native);
+}
+
+bool isWellFormedUTF8(std::string_view bytes) noexcept {
+  return wellFormedLengthOfUTF8(bytes) == bytes.size();
+}
+
+bool isWellFormedUTF16(std::u16string_view units) noexcept {
+  return wellFormedLengthOfUTF16(units) == units.size();
+}
+
+bool isWellFormedUTF16(std::span<const std::byte> bytes, std::endian order) noexcept {
+  const std::string_view view(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  return wellFormedUnits(view, order) * sizeof(char16_t) == bytes.size();
+}
+
+std::size_t utf16LengthOfUTF8(std::string_view wellFormed) noexcept {
+  auto [index, length] = utf16LengthVectors(wellFormed);
+  for (; index < wellFormed.size(); ++index) {
+    const auto byte = static_cast<unsigned char>(wellFormed[index]);
+    length += (U8_IS_TRAIL(byte) ? 0U : 1U) + (byte >= 0xF0 ? 1U : 0U);
+  }
+  return length;
+}
+
+std::size_t utf8LengthOfUTF16(std::u16string_view units) noexcept {
+  if (units.empty()) {
+    return 0;
+  }
+  auto [index, length] = utf8LengthVectors(units, 1);
+  for (; index < units.size(); ++index) {
+    length += utf8LengthAt(units, index);
+  }
+  return length + utf8LengthAt(units, 0);
+}
+
+UTF8Piece writeUTF8(std::u16string_view units, std::span<char> buffer) noexcept {
+  const auto begun = writeCharacters(units, std::min<std::size_t>(units.size(), 1), buffer, {});
+  if (begun.unitsRead == 0) {
+    return begun;
+  }
+  return writeCharacters(units, units.size(), buffer, writeUTF8Vectors(units, buffer, begun));
+}
+
+UTF16Piece writeUTF16(std::string_view wellFormed, std::span<char16_t> buffer) noexcept {
+  const auto begun =
+      writeCharacters(wellFormed, std::min<std::size_t>(wellFormed.size(), 1), buffer, {});
+  if (begun.bytesRead == 0) {
+    return begun;
+  }
+  return writeCharacters(wellFormed, wellFormed.size(), buffer,
+                         writeUTF16Vectors(wellFormed, buffer, begun));
 }
 
 }  // namespace kestova

@@ -129,22 +129,5 @@ TEST(UnicodeConversionTests, ForShowingPutsAReplacementInPlace) {
   EXPECT_EQ(displayUTF8FromUTF16(u"ä"), "\xC3\xA4");
 }
 
-TEST(UnicodeConversionTests, FindsTheOneUnitThatIsNoASCIIWhereverItStands) {
-  for (std::size_t size = 0; size < 40; ++size) {
-    EXPECT_TRUE(isASCII(std::string(size, '\x7F')));
-    EXPECT_TRUE(isASCII(std::u16string(size, u'\x7F')));
-    for (std::size_t place = 0; place < size; ++place) {
-      std::string bytes(size, 'a');
-      bytes[place] = '\x80';
-      EXPECT_FALSE(isASCII(bytes)) << size << ' ' << place;
-      std::u16string units(size, u'a');
-      units[place] = u'\x80';
-      EXPECT_FALSE(isASCII(units)) << size << ' ' << place;
-      units[place] = u'\x4100';
-      EXPECT_FALSE(isASCII(units)) << size << ' ' << place;
-    }
-  }
-}
-
 }  // namespace
 }  // namespace kestova
