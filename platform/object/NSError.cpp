@@ -23,6 +23,7 @@ constinit const StringConstant NSUnderlyingErrorKey{"NSUnderlyingError"};
 constinit const StringConstant NSHelpAnchorErrorKey{"NSHelpAnchor"};
 constinit const StringConstant NSURLErrorKey{"NSURL"};
 constinit const StringConstant NSFilePathErrorKey{"NSFilePath"};
+constinit const StringConstant NSDebugDescriptionErrorKey{"NSDebugDescription"};
 
 KESTOVA_DEFINE_CLASS(
     NSError, .property<&NSError::domain>("domain")

@@ -31,16 +31,9 @@ id PropertyListObjects::dictionary(std::vector<id> keys, std::vector<id> objects
   return NSDictionary::dictionaryWithObjects_forKeys(allObjects, allKeys);
 }
 
-id PropertyListObjects::string(std::string_view utf8) const {
-  const auto string = NSString::stringWithUTF8String(utf8);
-  return mutableLeaves_ ? NSMutableString::stringWithString(string) : string;
-}
-
-id PropertyListObjects::data(std::span<const std::byte> bytes) const {
-  if (mutableLeaves_) {
-    return NSMutableData::dataWithBytes_length(bytes.data(), bytes.size());
-  }
-  return NSData::dataWithBytes_length(bytes.data(), bytes.size());
+id PropertyListObjects::leaf(const id& object) const {
+  const bool isMutable = mutableLeaves_ && (cast<NSString>(object) || cast<NSData>(object));
+  return isMutable ? object->mutableCopy() : object;
 }
 
 }  // namespace kestova

@@ -5,11 +5,13 @@
 #include <KestovaPlatform/NSTypes.h>
 
 #include <cstddef>
-#include <span>
-#include <string_view>
 #include <vector>
 
 namespace kestova {
+
+/// How many containers may lie in each other, the outermost one counted. All formats read and write
+/// as many: equality, descriptions and the end of an object recurse through what it holds.
+inline constexpr std::size_t kDeepestNesting = 512;
 
 /// Makes what a property list consists of, as mutable as its reader was asked for. One for all
 /// formats. Threads: any number at a time.
@@ -18,15 +20,17 @@ class PropertyListObjects {
   /// `options` is one of NSPropertyListMutabilityOptions.
   explicit PropertyListObjects(NSUInteger options) noexcept;
 
+  bool areContainersMutable() const noexcept { return mutableContainers_; }
+  bool areLeavesMutable() const noexcept { return mutableLeaves_; }
+
   id array(std::vector<id> objects) const;
 
   /// As many keys as objects; of equal keys the last one counts.
   id dictionary(std::vector<id> keys, std::vector<id> objects) const;
 
-  /// Null for text that is no UTF-8.
-  id string(std::string_view utf8) const;
-
-  id data(std::span<const std::byte> bytes) const;
+  /// An immutable object that holds no others, for one place in the list: itself, or a mutable copy
+  /// of a string or data where that is asked for. Null stays null.
+  id leaf(const id& object) const;
 
  private:
   bool mutableContainers_;

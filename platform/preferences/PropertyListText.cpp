@@ -4,10 +4,15 @@
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSNumber.h>
 
+#include "values/NumberText.h"
+
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <system_error>
 
@@ -96,13 +101,15 @@ class FixedFields {
 
 constexpr std::uint8_t kNoDigit = 64;
 
-/// The values of the 64 digits by character, kNoDigit elsewhere.
+constexpr std::string_view kBase64Digits =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+/// The values of the digits by character, kNoDigit elsewhere.
 constexpr std::array<std::uint8_t, 256> kBase64Values = [] {
   std::array<std::uint8_t, 256> values{};
   values.fill(kNoDigit);
   std::uint8_t value = 0;
-  for (const unsigned char digit :
-       std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/")) {
+  for (const unsigned char digit : kBase64Digits) {
     values[digit] = value++;
   }
   return values;
@@ -137,6 +144,33 @@ class Base64Decoder {
   std::size_t digits_ = 0;
   std::size_t paddings_ = 0;
 };
+
+/// The digits of up to three bytes, filled up to four characters.
+void appendBase64(std::string& text, std::span<const std::byte> group) {
+  std::uint32_t bits = 0;
+  for (std::size_t index = 0; index < 3; ++index) {
+    bits = bits << 8 | (index < group.size() ? std::to_integer<std::uint32_t>(group[index]) : 0);
+  }
+  for (std::size_t digit = 0; digit < 4; ++digit) {
+    text += digit <= group.size() ? kBase64Digits[bits >> (18 - 6 * digit) & 0x3F] : '=';
+  }
+}
+
+/// The reference for a character that can't stand for itself; empty for all others.
+std::string_view entityFor(char character) {
+  switch (character) {
+    case '&':
+      return "&amp;";
+    case '<':
+      return "&lt;";
+    case '>':
+      return "&gt;";
+    case '\r':
+      return "&#13;";  // a parser makes a line feed of the character itself
+    default:
+      return {};
+  }
+}
 
 }  // namespace
 
@@ -189,6 +223,59 @@ std::optional<std::vector<std::byte>> bytesFromBase64(std::string_view text) {
 
 bool isBlank(std::string_view text) {
   return text.find_first_not_of(kWhiteSpace) == std::string_view::npos;
+}
+
+std::string textFromReal(double value) {
+  return std::isinf(value) ? value > 0 ? "+infinity" : "-infinity" : numberText(value);
+}
+
+std::optional<std::string> textFromDate(NSTimeInterval seconds) {
+  using namespace std::chrono;
+  constexpr sys_seconds kReference{sys_days(2001y / January / 1)};
+  constexpr sys_seconds kFirst{sys_days(0y / January / 1)};
+  constexpr sys_seconds kEnd{sys_days(10000y / January / 1)};
+  const double second = std::floor(seconds);
+  if (second < static_cast<double>((kFirst - kReference).count()) ||
+      second >= static_cast<double>((kEnd - kReference).count())) {
+    return std::nullopt;
+  }
+  const auto moment = kReference + std::chrono::seconds(static_cast<std::int64_t>(second));
+  const year_month_day date(floor<days>(moment));
+  const hh_mm_ss time(moment - floor<days>(moment));
+  char text[32];
+  std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", int(date.year()),
+                unsigned(date.month()), unsigned(date.day()), int(time.hours().count()),
+                int(time.minutes().count()), int(time.seconds().count()));
+  return text;
+}
+
+std::string base64FromBytes(std::span<const std::byte> bytes) {
+  std::string text;
+  text.reserve((bytes.size() + 2) / 3 * 4);
+  while (!bytes.empty()) {
+    const auto group = bytes.first(std::min<std::size_t>(bytes.size(), 3));
+    appendBase64(text, group);
+    bytes = bytes.subspan(group.size());
+  }
+  return text;
+}
+
+bool isXMLText(std::string_view utf8) {
+  const auto isControl = [](char byte) {
+    return static_cast<unsigned char>(byte) < 0x20 && kWhiteSpace.find(byte) == kWhiteSpace.npos;
+  };
+  return std::ranges::none_of(utf8, isControl) && utf8.find("\xEF\xBF\xBE") == utf8.npos &&
+         utf8.find("\xEF\xBF\xBF") == utf8.npos;
+}
+
+std::string escapedForXML(std::string_view utf8) {
+  std::string text;
+  text.reserve(utf8.size());
+  for (const char character : utf8) {
+    const auto entity = entityFor(character);
+    entity.empty() ? text.push_back(character) : void(text.append(entity));
+  }
+  return text;
 }
 
 }  // namespace kestova

@@ -2,9 +2,12 @@
 #pragma once
 
 #include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSTypes.h>
 
 #include <cstddef>
 #include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -29,6 +32,27 @@ std::optional<std::vector<std::byte>> bytesFromBase64(std::string_view text);
 
 /// Whether there is white space only, or nothing.
 bool isBlank(std::string_view text);
+
+/// @}
+
+/// \name The texts that values are written as
+/// @{
+
+/// The shortest text that reads back as the same double; "+infinity", "-infinity" and "nan".
+std::string textFromReal(double value);
+
+/// The second, in UTC, that the moment lies in; nothing outside the years 0 to 9999. The moment is
+/// given in seconds since the reference date, neither infinite nor NaN.
+std::optional<std::string> textFromDate(NSTimeInterval seconds);
+
+/// Without line ends.
+std::string base64FromBytes(std::span<const std::byte> bytes);
+
+/// Whether every character of the UTF-8 may stand in XML, written in some way.
+bool isXMLText(std::string_view utf8);
+
+/// The text with everything replaced that XML reads as something else than itself.
+std::string escapedForXML(std::string_view utf8);
 
 /// @}
 

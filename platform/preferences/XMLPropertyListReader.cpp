@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "preferences/XMLPropertyListReader.h"
 
+#include <KestovaPlatform/NSData.h>
 #include <KestovaPlatform/NSNumber.h>
 
+#include "preferences/PropertyListFault.h"
 #include "preferences/PropertyListText.h"
 
 #include <algorithm>
@@ -11,9 +13,6 @@
 
 namespace kestova {
 namespace {
-
-/// Of dictionaries and arrays. What walks through a property list may recurse.
-constexpr std::size_t kDeepestNesting = 512;
 
 /// The parser takes lengths as `int`.
 constexpr std::size_t kPieceSize = std::size_t(16) << 20;
@@ -44,12 +43,12 @@ id makeKey(const PropertyListObjects&, std::string_view text) {
 }
 
 id makeString(const PropertyListObjects& objects, std::string_view text) {
-  return objects.string(text);
+  return objects.leaf(NSString::stringWithUTF8String(text));
 }
 
 id makeData(const PropertyListObjects& objects, std::string_view text) {
   const auto bytes = bytesFromBase64(text);
-  return bytes ? objects.data(*bytes) : nullptr;
+  return bytes ? objects.leaf(NSData::dataWithBytes_length(bytes->data(), bytes->size())) : nullptr;
 }
 
 template <id (*convert)(std::string_view)>
@@ -89,8 +88,7 @@ bool XMLPropertyListReader::accepts(std::span<const std::byte> bytes) {
   return first != std::string_view::npos && text[first] == '<';
 }
 
-PropertyListReading XMLPropertyListReader::read(std::span<const std::byte> bytes,
-                                                NSUInteger options) {
+id XMLPropertyListReader::read(std::span<const std::byte> bytes, NSUInteger options) {
   return XMLPropertyListReader(options).run(bytes);
 }
 
@@ -144,7 +142,7 @@ void XMLPropertyListReader::setHandlers() {
   });
 }
 
-PropertyListReading XMLPropertyListReader::run(std::span<const std::byte> bytes) {
+id XMLPropertyListReader::run(std::span<const std::byte> bytes) {
   const bool parsed = parse(bytes);
   if (exception_) {
     std::rethrow_exception(exception_);
@@ -156,7 +154,10 @@ PropertyListReading XMLPropertyListReader::run(std::span<const std::byte> bytes)
     }
     fail(NSString::stringWithFormat("The XML can't be read: %s", XML_ErrorString(error)));
   }
-  return problem_ ? PropertyListReading{nullptr, problem_} : PropertyListReading{top_, nullptr};
+  if (problem_) {
+    throw PropertyListFault{problem_};
+  }
+  return top_;
 }
 
 /// Whether the parser came to the end without an error of its own and without having been stopped.

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSString.h>
+#include <KestovaPlatform/NSTypes.h>
+
 #include "preferences/PropertyListObjects.h"
-#include "preferences/PropertyListReading.h"
 
 #include <expat.h>
 
@@ -25,8 +28,9 @@ class XMLPropertyListReader {
   /// Whether the bytes begin as XML does, in one of the encodings that the parser knows.
   static bool accepts(std::span<const std::byte> bytes);
 
-  /// Reads with a reader of its own; `options` is one of NSPropertyListMutabilityOptions.
-  static PropertyListReading read(std::span<const std::byte> bytes, NSUInteger options);
+  /// Reads with a reader of its own; `options` is one of NSPropertyListMutabilityOptions. Throws a
+  /// PropertyListFault.
+  static id read(std::span<const std::byte> bytes, NSUInteger options);
 
  private:
   struct Element;
@@ -46,7 +50,7 @@ class XMLPropertyListReader {
   explicit XMLPropertyListReader(NSUInteger options);
 
   void setHandlers();
-  PropertyListReading run(std::span<const std::byte> bytes);
+  id run(std::span<const std::byte> bytes);
   bool parse(std::span<const std::byte> bytes);
 
   void begin(std::string_view name);

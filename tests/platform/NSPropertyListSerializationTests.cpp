@@ -4,10 +4,14 @@
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSDictionary.h>
+#include <KestovaPlatform/NSNull.h>
 #include <KestovaPlatform/NSPropertyListSerialization.h>
+#include <KestovaPlatform/NSSet.h>
+#include <KestovaPlatform/NSValue.h>
 #include <gtest/gtest.h>
 
-#include "Bytes.h"
+#include "PropertyLists.h"
+#include "RandomRun.h"
 
 #include <cmath>
 #include <limits>
@@ -18,27 +22,19 @@
 namespace kestova {
 namespace {
 
-Ref<NSData> dataOfText(std::string_view text) {
-  return NSData::dataWithBytes_length(text.data(), text.size());
-}
+using testing::dataOfText;
+using testing::everyKindOfValue;
+using testing::textOfData;
+
+constexpr NSPropertyListFormat kFormats[] = {NSPropertyListXMLFormat_v1_0,
+                                             NSPropertyListBinaryFormat_v1_0};
 
 /// The value at the top, or nothing; the description of the error, or "".
-struct Outcome {
-  id value;
-  std::string problem;
-};
-
-Outcome read(std::string_view text, NSUInteger options = NSPropertyListImmutable) {
-  Ref<NSError> error;
-  const id value = NSPropertyListSerialization::propertyListWithData_options_format_error(
-      dataOfText(text), options, nullptr, &error);
-  EXPECT_EQ(value == nullptr, error != nullptr) << text.substr(0, 200);
-  if (!error) {
-    return {value, ""};
-  }
-  EXPECT_EQ(error->domain(), NSCocoaErrorDomain);
-  EXPECT_EQ(error->code(), NSPropertyListReadCorruptError);
-  return {value, error->localizedDescription()->displayUTF8()};
+testing::PropertyListOutcome<id> read(std::string_view text,
+                                      NSUInteger options = NSPropertyListImmutable) {
+  auto outcome = testing::readPropertyList(text, options);
+  EXPECT_EQ(outcome.code, outcome.value ? 0 : 3840);
+  return outcome;
 }
 
 std::string document(std::string_view value) {
@@ -103,7 +99,7 @@ Ref<NSDictionary> contentsOfWholeDocument() {
 }
 
 TEST(NSPropertyListSerializationTests, ReadsEveryKindOfValue) {
-  const auto [value, problem] = read(kWholeDocument);
+  const auto [value, problem, code] = read(kWholeDocument);
   EXPECT_EQ(problem, "");
   EXPECT_TRUE(contentsOfWholeDocument()->isEqual(value)) << value;
 }
@@ -254,10 +250,7 @@ struct Mutability {
   }
 };
 
-Mutability mutabilityOf(NSUInteger options) {
-  const id value = readValue(
-      "<dict><key>k</key><array><string>s</string><data>AA==</data></array></dict>", options);
-  const auto dictionary = cast<NSDictionary>(value);
+Mutability mutabilityOf(const Ref<NSDictionary>& dictionary) {
   const auto array = cast<NSArray>(dictionary->objectForKey("k"));
   return {cast<NSMutableDictionary>(dictionary) != nullptr, cast<NSMutableArray>(array) != nullptr,
           cast<NSMutableString>(array->objectAtIndex(0)) != nullptr,
@@ -266,11 +259,21 @@ Mutability mutabilityOf(NSUInteger options) {
 }
 
 TEST(NSPropertyListSerializationTests, MakesMutableWhatIsAskedForAtEveryLevel) {
-  EXPECT_EQ(mutabilityOf(NSPropertyListImmutable), (Mutability{false, false, false, false, false}));
-  EXPECT_EQ(mutabilityOf(NSPropertyListMutableContainers),
-            (Mutability{true, true, false, false, false}));
-  EXPECT_EQ(mutabilityOf(NSPropertyListMutableContainersAndLeaves),
-            (Mutability{true, true, true, true, false}));
+  const auto inner = NSDictionary::of({{"k", NSArray::of("s", testing::dataOf({0}))}});
+  const auto outer = NSDictionary::of({{"k", NSArray::of("s", testing::dataOf({0}), inner)}});
+  const Mutability rows[] = {{false, false, false, false, false},
+                             {true, true, false, false, false},
+                             {true, true, true, true, false}};
+  for (const auto format : kFormats) {
+    const auto bytes = textOfData(testing::writePropertyList(outer, format).value);
+    for (const NSUInteger options : {0, 1, 2}) {
+      const auto dictionary = cast<NSDictionary>(read(bytes, options).value);
+      ASSERT_NE(dictionary, nullptr);
+      EXPECT_EQ(mutabilityOf(dictionary), rows[options]) << format;
+      const auto array = cast<NSArray>(dictionary->objectForKey("k"));
+      EXPECT_EQ(mutabilityOf(cast<NSDictionary>(array->lastObject())), rows[options]) << format;
+    }
+  }
 }
 
 TEST(NSPropertyListSerializationTests, ReadsTheEncodingsOfXML) {
@@ -307,8 +310,6 @@ INSTANTIATE_TEST_SUITE_P(
         BadRow{"white space alone", " \n ",
                "The data is in no known property list format, in line 1."},
         BadRow{"no XML", "{ a = 1; }", "The data is in no known property list format, in line 1."},
-        BadRow{"the binary format", "bplist00\x08\x08",
-               "The data is in no known property list format, in line 1."},
         BadRow{"no document element", "<dict/>", "<dict> can't stand here, in line 1."},
         BadRow{"another document", "<html></html>", "<html> can't stand here, in line 1."},
         BadRow{"an empty document", "<plist>\n</plist>", "<plist> is incomplete, in line 2."},
@@ -440,7 +441,7 @@ TEST(NSPropertyListSerializationTests, ContainersNestTo512) {
 TEST(NSPropertyListSerializationTests, NothingIsReadFromADocumentThatIsCutOff) {
   const auto end = kWholeDocument.find("</plist>") + std::string_view("</plist>").size();
   for (std::size_t length = 0; length < end; ++length) {
-    const auto [value, problem] = read(kWholeDocument.substr(0, length));
+    const auto [value, problem, code] = read(kWholeDocument.substr(0, length));
     EXPECT_EQ(value, nullptr) << length;
     EXPECT_NE(problem.find(", in line "), std::string::npos) << length << ": " << problem;
   }
@@ -463,6 +464,275 @@ TEST(NSPropertyListSerializationTests, ReadsTextsLargerThanThePiecesItIsParsedIn
   ASSERT_NE(string, nullptr);
   EXPECT_EQ(string->length(), 2000000U * 15);
   EXPECT_TRUE(string->hasSuffix("789 äöü&"));
+}
+
+TEST(NSPropertyListSerializationTests, EveryKindOfValueComesBackAsItWasInBothFormats) {
+  const auto list = everyKindOfValue();
+  for (const auto format : kFormats) {
+    const auto written = testing::writePropertyList(list, format);
+    ASSERT_EQ(written.problem, "");
+    NSPropertyListFormat found{};
+    const auto same = NSPropertyListSerialization::propertyListWithData_options_format_error(
+        written.value, NSPropertyListImmutable, &found);
+    EXPECT_EQ(found, format);
+    EXPECT_TRUE(list->isEqual(same)) << same;
+    EXPECT_TRUE(written.value->isEqual(testing::writePropertyList(same, format).value)) << format;
+  }
+}
+
+/// The type of every number is kept, which equality does not tell.
+TEST(NSPropertyListSerializationTests, TheKindsOfNumbersStayApartInBothFormats) {
+  const auto list = NSArray::of(1, 1.0, true, 0, 0.0, false, 18446744073709551615U, -1);
+  for (const auto format : kFormats) {
+    const auto bytes = textOfData(testing::writePropertyList(list, format).value);
+    std::string kinds;
+    for (const id& number : cast<NSArray>(read(bytes).value)) {
+      kinds += cast<NSNumber>(number)->objCType();
+    }
+    EXPECT_EQ(kinds, "qdBqdBQq") << format;
+  }
+}
+
+TEST(NSPropertyListSerializationTests, AnyValueMayStandAtTheTop) {
+  const id values[] = {"text",
+                       1,
+                       2.5,
+                       true,
+                       NSArray::array(),
+                       NSDictionary::dictionary(),
+                       NSDate::dateWithTimeIntervalSinceReferenceDate(0),
+                       testing::dataOf({1})};
+  for (const auto format : kFormats) {
+    for (const id& value : values) {
+      const auto bytes = textOfData(testing::writePropertyList(value, format).value);
+      EXPECT_TRUE(value->isEqual(read(bytes).value)) << value << " in " << format;
+    }
+  }
+}
+
+TEST(NSPropertyListSerializationTests, FloatsKeepTheirValueInBothFormats) {
+  for (const auto format : kFormats) {
+    const auto bytes = textOfData(testing::writePropertyList(0.1F, format).value);
+    EXPECT_TRUE(id(0.1F)->isEqual(read(bytes).value)) << format;
+  }
+}
+
+/// An object of no property list and how it is told.
+struct UnwritableRow {
+  id list;
+  const char* problem;
+};
+
+class Unlisted : public NSObject {
+  KESTOVA_CLASS(Unlisted, NSObject)
+};
+KESTOVA_DEFINE_CLASS(Unlisted)
+
+TEST(NSPropertyListSerializationTests, WhatIsNoPropertyListIsRefusedWithClassAndPlace) {
+  const auto unlisted = make<Unlisted>();
+  id deep = NSSet::set();
+  for (int level = 0; level < 10; ++level) {
+    deep = NSArray::of(deep);
+  }
+  const UnwritableRow rows[] = {
+      {nullptr, "A value of class null is no property list, at the top."},
+      {unlisted, "A value of class Unlisted is no property list, at the top."},
+      {NSNull::null(), "A value of class NSNull is no property list, at the top."},
+      {NSArray::of(1, NSSet::set()), "A value of class NSSet is no property list, at [1]."},
+      {NSDictionary::of({{"a", NSArray::of("x", NSDictionary::of({{"b c", unlisted}}))}}),
+       "A value of class Unlisted is no property list, at [\"a\"][1][\"b c\"]."},
+      {NSDictionary::of({{std::string(100, 'k'), unlisted}}),
+       "A value of class Unlisted is no property list, at "
+       "[\"kkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkkk\"]."},
+      {deep, "A value of class NSSet is no property list, at [0][0][0][0][0][0][0][0]…."},
+      {NSDictionary::of({{1, "one"}}), "A key of class NSNumber is no string, at the top."},
+      {NSArray::of(NSDictionary::of({{NSNull::null(), 1}})),
+       "A key of class NSNull is no string, at [0]."},
+      {NSArray::of(NSDate::dateWithTimeIntervalSinceReferenceDate(HUGE_VAL)),
+       "A date is no moment, at [0]."},
+      {NSDate::dateWithTimeIntervalSinceReferenceDate(std::nan("")),
+       "A date is no moment, at the top."},
+      {NSValue::valueWithRange({1, 2}), nullptr},
+  };
+  for (const auto format : kFormats) {
+    for (const auto& [list, problem] : rows) {
+      const auto outcome = testing::writePropertyList(list, format);
+      EXPECT_EQ(outcome.value, nullptr);
+      EXPECT_EQ(outcome.code, 3852);
+      if (problem != nullptr) {
+        EXPECT_EQ(outcome.problem, problem) << format;
+      }
+    }
+  }
+}
+
+TEST(NSPropertyListSerializationTests, ContainersThatHoldThemselvesAreRefused) {
+  const auto array = NSMutableArray::array();
+  array->addObject(array);
+  const auto dictionary = NSMutableDictionary::dictionary();
+  dictionary->setObject_forKey(NSArray::of("x", dictionary), "self");
+  for (const auto format : kFormats) {
+    EXPECT_EQ(testing::writePropertyList(array, format).problem,
+              "A container holds itself, at [0].");
+    EXPECT_EQ(testing::writePropertyList(dictionary, format).problem,
+              "A container holds itself, at [\"self\"][1].");
+  }
+  array->removeAllObjects();
+  dictionary->removeAllObjects();
+}
+
+TEST(NSPropertyListSerializationTests, AContainerMayBeThereSeveralTimes) {
+  const auto shared = NSArray::of("a");
+  const auto list = NSArray::of(shared, shared, NSDictionary::of({{"k", shared}}));
+  for (const auto format : kFormats) {
+    const auto bytes = textOfData(testing::writePropertyList(list, format).value);
+    EXPECT_TRUE(list->isEqual(read(bytes).value)) << format;
+  }
+}
+
+/// An array of an array of an array …, which is taken apart from the outside in: its end would
+/// recurse otherwise.
+class DeepList {
+ public:
+  explicit DeepList(std::size_t depth) {
+    for (; depth > 0; --depth) {
+      const auto outer = NSMutableArray::array();
+      if (!levels_.empty()) {
+        outer->addObject(levels_.back());
+      }
+      levels_.push_back(outer);
+    }
+  }
+  ~DeepList() {
+    for (const auto& level : levels_) {
+      level->removeAllObjects();
+    }
+  }
+
+  const Ref<NSMutableArray>& outermost() const { return levels_.back(); }
+
+ private:
+  std::vector<Ref<NSMutableArray>> levels_;
+};
+
+TEST(NSPropertyListSerializationTests, WhatIsWrittenNestsAsDeepAsCanBeRead) {
+  for (const auto format : kFormats) {
+    const auto bytes =
+        textOfData(testing::writePropertyList(DeepList(512).outermost(), format).value);
+    EXPECT_EQ(read(bytes).problem, "") << format;
+    for (const std::size_t depth : {513, 100000}) {
+      EXPECT_EQ(testing::writePropertyList(DeepList(depth).outermost(), format).problem,
+                "Containers nest more than 512 deep, at [0][0][0][0][0][0][0][0]….");
+    }
+  }
+}
+
+TEST(NSPropertyListSerializationTests, OnlyKnownFormatsAreWritten) {
+  for (const NSUInteger format : {0, 1, 99, 101, 201}) {
+    const auto outcome =
+        testing::writePropertyList("text", static_cast<NSPropertyListFormat>(format));
+    EXPECT_EQ(outcome.problem,
+              "There is no property list format " + std::to_string(format) + " to write.");
+    EXPECT_EQ(outcome.code, 3852);
+  }
+}
+
+TEST(NSPropertyListSerializationTests, TheOlderFormsTellADescription) {
+  using PropertyLists = NSPropertyListSerialization;
+  Ref<NSString> description;
+  const auto data = PropertyLists::dataFromPropertyList_format_errorDescription(
+      NSArray::of(1), NSPropertyListBinaryFormat_v1_0, &description);
+  ASSERT_NE(data, nullptr);
+  NSPropertyListFormat format{};
+  const id same = PropertyLists::propertyListFromData_mutabilityOption_format_errorDescription(
+      data, NSPropertyListMutableContainers, &format, &description);
+  EXPECT_NE(cast<NSMutableArray>(same), nullptr);
+  EXPECT_EQ(format, 200U);
+  EXPECT_EQ(description, nullptr);
+
+  EXPECT_EQ(PropertyLists::dataFromPropertyList_format_errorDescription(
+                NSNull::null(), NSPropertyListXMLFormat_v1_0, &description),
+            nullptr);
+  EXPECT_EQ(description, "A value of class NSNull is no property list, at the top.");
+  EXPECT_EQ(PropertyLists::propertyListFromData_mutabilityOption_format_errorDescription(
+                dataOfText("bplist00"), NSPropertyListImmutable, nullptr, &description),
+            nullptr);
+  EXPECT_EQ(description, "The data ends before its trailer, at byte 8.");
+  EXPECT_EQ(
+      PropertyLists::propertyListFromData_mutabilityOption_format_errorDescription(nullptr, 0),
+      nullptr);
+  EXPECT_EQ(PropertyLists::dataFromPropertyList_format_errorDescription(
+                nullptr, NSPropertyListBinaryFormat_v1_0),
+            nullptr);
+}
+
+/// Random lists of every kind of value, and what writing and reading makes of them.
+class RandomList {
+ public:
+  id value(std::size_t depth) {
+    const auto kind = random_.below(depth == 0 ? 7 : 9);
+    switch (kind) {
+      case 0:
+        return random_.below(2) == 0;
+      case 1:
+        return static_cast<std::int64_t>(bits());
+      case 2:
+        return bits();
+      case 3:
+        return static_cast<double>(bits()) / 3;
+      case 4:
+        return NSDate::dateWithTimeIntervalSinceReferenceDate(
+            static_cast<double>(random_.below(std::uint64_t(1) << 37)));
+      case 5:
+        return dataOfText(text());
+      case 6:
+        return string();
+      case 7:
+        return array(depth - 1);
+      default:
+        return dictionary(depth - 1);
+    }
+  }
+
+ private:
+  std::uint64_t bits() { return random_.below(~std::uint64_t(0)) >> random_.below(64); }
+
+  std::string text() {
+    return std::string(random_.below(40), static_cast<char>('a' + random_.below(26)));
+  }
+
+  id string() { return random_.below(3) == 0 ? text() + "äöü😀" : text(); }
+
+  id array(std::size_t depth) {
+    const auto array = NSMutableArray::array();
+    for (auto count = random_.below(20); count > 0; --count) {
+      array->addObject(value(depth));
+    }
+    return array;
+  }
+
+  id dictionary(std::size_t depth) {
+    const auto dictionary = NSMutableDictionary::dictionary();
+    for (auto count = random_.below(20); count > 0; --count) {
+      dictionary->setObject_forKey(value(depth), string());
+    }
+    return dictionary;
+  }
+
+  testing::RandomRun random_;
+};
+
+TEST(NSPropertyListSerializationTests, RandomListsComeBackAsTheyWereInBothFormats) {
+  RandomList random;
+  for (int turn = 0; turn < 60; ++turn) {
+    const id list = random.value(3);
+    for (const auto format : kFormats) {
+      const auto bytes = textOfData(testing::writePropertyList(list, format).value);
+      for (const NSUInteger options : {0, 1, 2}) {
+        ASSERT_TRUE(list->isEqual(read(bytes, options).value)) << format;
+      }
+    }
+  }
 }
 
 }  // namespace

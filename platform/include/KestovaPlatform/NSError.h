@@ -25,6 +25,7 @@ extern KESTOVA_PLATFORM_EXPORT const StringConstant NSUnderlyingErrorKey;
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSHelpAnchorErrorKey;
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLErrorKey;
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSFilePathErrorKey;
+extern KESTOVA_PLATFORM_EXPORT const StringConstant NSDebugDescriptionErrorKey;
 /// @}
 
 /// Why an operation could not be done: a domain, a code in that domain, and texts and objects that

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSString.h>
+
+#include "preferences/BinaryPropertyListLayout.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace kestova {
+
+/// Throws a PropertyListFault about what stands at a place of the data.
+[[noreturn]] void failAtByte(std::size_t place, const Ref<NSString>& fault);
+
+/// A big-endian number of at most eight bytes.
+std::uint64_t unsignedFrom(std::span<const std::byte> bytes);
+
+/// An object as it is written down in the binary format. What does not fit into the bytes that are
+/// there throws a PropertyListFault.
+class BinaryPropertyListItem {
+ public:
+  /// The object that begins at `place`, which lies in `objects`: all of the data that may hold
+  /// objects.
+  BinaryPropertyListItem(std::span<const std::byte> objects, std::size_t place);
+
+  BinaryKind kind() const noexcept { return kind_; }
+  std::size_t place() const noexcept { return place_; }
+  bool isString() const noexcept;
+
+  /// The value of an object that refers to no others, immutable, and how many bytes it takes. For a
+  /// UID it is the number.
+  id value();
+  std::size_t valueSize() const noexcept { return contents_.size(); }
+
+  /// What an object that holds others refers to them with, each of them `size` bytes.
+  std::span<const std::byte> references(std::size_t size);
+
+ private:
+  std::size_t takeCount();
+  std::span<const std::byte> cut(std::size_t count, std::size_t unitSize);
+
+  id simpleValue();
+  id integerValue();
+  id realValue();
+  id dateValue();
+  id dataValue();
+  id asciiValue();
+  id utf16Value();
+  id uidValue();
+
+  BinaryKind kind_;
+  unsigned nibble_;
+  std::size_t place_;
+  /// What follows the first byte: at first all that is there, in the end what belongs to it.
+  std::span<const std::byte> contents_;
+};
+
+}  // namespace kestova

@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "preferences/BinaryPropertyListReader.h"
+
+#include <KestovaPlatform/NSString.h>
+
+#include "preferences/PropertyListFault.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace kestova {
+namespace {
+
+/// What a list may come to when everything in it counts as often as it is used: this many objects,
+/// and this many bytes of texts and data made, for each byte of the file, and so many anyway. A
+/// list that shares no containers has fewer objects than bytes.
+constexpr std::uint64_t kMostForEachByte = 16;
+constexpr std::uint64_t kMostObjectsAnyway = std::uint64_t(1) << 16;
+constexpr std::uint64_t kMostBytesAnyway = std::uint64_t(1) << 24;
+
+bool isSize(std::size_t bytes) { return bytes >= 1 && bytes <= 8; }
+
+std::string_view textOf(std::span<const std::byte> bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+}  // namespace
+
+bool BinaryPropertyListReader::accepts(std::span<const std::byte> bytes) {
+  return textOf(bytes).starts_with(kBinaryMagic);
+}
+
+id BinaryPropertyListReader::read(std::span<const std::byte> bytes, NSUInteger options) {
+  return BinaryPropertyListReader(bytes, options).run();
+}
+
+BinaryPropertyListReader::BinaryPropertyListReader(std::span<const std::byte> bytes,
+                                                   NSUInteger options)
+    : bytes_(bytes), objects_(options) {}
+
+id BinaryPropertyListReader::run() {
+  checkVersion();
+  visit(readTrailer(), bytes_.size() - kBinaryTrailerSize + kTopObjectField);
+  while (!open_.empty()) {
+    auto& references = open_.back().references;
+    if (references.empty()) {
+      close();
+    } else {
+      const std::size_t place = placeOf(references);
+      visit(takeReference(references), place);
+    }
+  }
+  return top_;
+}
+
+/// The second digit counts changes that don't matter to a reader.
+void BinaryPropertyListReader::checkVersion() const {
+  const auto version = textOf(bytes_).substr(kBinaryMagic.size(), kBinaryVersion.size());
+  if (version.size() == kBinaryVersion.size() && version[0] != kBinaryVersion[0]) {
+    throw PropertyListFault{
+        NSString::stringWithFormat("The binary format's version %c%c is not known, at byte %lu.",
+                                   version[0], version[1], kBinaryMagic.size()),
+        NSPropertyListReadUnknownVersionError};
+  }
+}
+
+/// Checks and keeps what the trailer says; answers the number of the object at the top.
+std::size_t BinaryPropertyListReader::readTrailer() {
+  if (bytes_.size() < kBinaryHeaderSize + kBinaryTrailerSize) {
+    failAtByte(bytes_.size(), "The data ends before its trailer");
+  }
+  const std::size_t end = bytes_.size() - kBinaryTrailerSize;
+  const auto field = [&](std::size_t at, std::size_t size) {
+    return unsignedFrom(bytes_.subspan(end + at, size));
+  };
+  offsetSize_ = field(kOffsetSizeField, 1);
+  referenceSize_ = field(kReferenceSizeField, 1);
+  if (!isSize(offsetSize_) || !isSize(referenceSize_)) {
+    failAtByte(end + kOffsetSizeField, "Offsets or references take not 1 to 8 bytes");
+  }
+  const std::uint64_t count = field(kObjectCountField, 8);
+  const std::uint64_t table = field(kOffsetTableField, 8);
+  if (table < kBinaryHeaderSize || table > end || count > (end - table) / offsetSize_) {
+    failAtByte(end + kObjectCountField, "The offset table does not fit into the data");
+  }
+  objectBytes_ = bytes_.first(table);
+  offsets_ = bytes_.subspan(table, count * offsetSize_);
+  slots_.resize(count);
+  return field(kTopObjectField, 8);
+}
+
+std::size_t BinaryPropertyListReader::placeOf(std::span<const std::byte> bytes) const {
+  return static_cast<std::size_t>(bytes.data() - bytes_.data());
+}
+
+/// The object of that number; `place` is where it is referred to.
+BinaryPropertyListItem BinaryPropertyListReader::itemOf(std::size_t number,
+                                                        std::size_t place) const {
+  if (number >= slots_.size()) {
+    failAtByte(place, NSString::stringWithFormat("There is no object %lu", number));
+  }
+  const auto entry = offsets_.subspan(number * offsetSize_, offsetSize_);
+  const std::uint64_t offset = unsignedFrom(entry);
+  if (offset < kBinaryHeaderSize || offset >= objectBytes_.size()) {
+    failAtByte(placeOf(entry), "An offset leads to where no objects are");
+  }
+  return {objectBytes_, offset};
+}
+
+std::size_t BinaryPropertyListReader::takeReference(std::span<const std::byte>& references) const {
+  const auto reference = references.first(referenceSize_);
+  references = references.subspan(referenceSize_);
+  return unsignedFrom(reference);
+}
+
+id BinaryPropertyListReader::takeKey(std::span<const std::byte>& references) {
+  const std::size_t place = placeOf(references);
+  const std::size_t number = takeReference(references);
+  const BinaryPropertyListItem item = itemOf(number, place);
+  if (!item.isString()) {
+    failAtByte(place, "A key is no string");
+  }
+  return slots_[number].object ? slots_[number].object : make(number, item);
+}
+
+/// Adds an object to where it is used; `place` is that of the reference to it.
+void BinaryPropertyListReader::visit(std::size_t number, std::size_t place) {
+  const BinaryPropertyListItem item = itemOf(number, place);
+  const Slot& slot = slots_[number];
+  if (slot.isOpen != 0) {
+    failAtByte(place, "A container holds itself");
+  }
+  if (slot.object) {
+    return reuse(slot, place);
+  }
+  switch (item.kind()) {
+    case BinaryKind::array:
+    case BinaryKind::dictionary:
+    case BinaryKind::uid:
+      return open(number, item);
+    default:
+      return add(objects_.leaf(make(number, item)), 0);
+  }
+}
+
+/// Makes the object without others in it that a slot stands for.
+const id& BinaryPropertyListReader::make(std::size_t number, BinaryPropertyListItem item) {
+  Slot& slot = slots_[number];
+  slot.object = item.value();
+  slot.size = item.valueSize();
+  spend(item.valueSize(), item.place());
+  return slot.object;
+}
+
+void BinaryPropertyListReader::reuse(const Slot& known, std::size_t place) {
+  if (known.height > 0) {
+    checkNesting(known.height, place);
+    unfold(known.size, place);
+  } else if (objects_.areLeavesMutable()) {
+    spend(known.size, place);
+  }
+  add(objects_.leaf(known.object), known.height);
+}
+
+void BinaryPropertyListReader::add(const id& object, std::size_t height) {
+  if (open_.empty()) {
+    top_ = object;
+    return;
+  }
+  OpenContainer& container = open_.back();
+  container.objects.push_back(object);
+  container.height = std::max(container.height, height + 1);
+}
+
+void BinaryPropertyListReader::open(std::size_t number, BinaryPropertyListItem item) {
+  checkNesting(1, item.place());
+  OpenContainer container{number, item.kind(), {}, {}, {}, 1, unfolded_};
+  if (item.kind() == BinaryKind::uid) {
+    openUID(container, item);
+  } else {
+    openReferences(container, item);
+  }
+  slots_[number].isOpen = 1;
+  open_.push_back(std::move(container));
+}
+
+void BinaryPropertyListReader::openUID(OpenContainer& container, BinaryPropertyListItem& item) {
+  unfold(2, item.place());
+  container.keys.push_back(kUIDKey);
+  container.objects.push_back(item.value());
+}
+
+void BinaryPropertyListReader::openReferences(OpenContainer& container,
+                                              BinaryPropertyListItem& item) {
+  container.references = item.references(referenceSize_);
+  const std::size_t total = container.references.size() / referenceSize_;
+  unfold(total, item.place());
+  const std::size_t keys = item.kind() == BinaryKind::dictionary ? total / 2 : 0;
+  container.keys.reserve(keys);
+  while (container.keys.size() < keys) {
+    container.keys.push_back(takeKey(container.references));
+  }
+  container.objects.reserve(total - keys);
+}
+
+void BinaryPropertyListReader::close() {
+  OpenContainer closed = std::move(open_.back());
+  open_.pop_back();
+  const id object = closed.kind == BinaryKind::array
+                        ? objects_.array(std::move(closed.objects))
+                        : objects_.dictionary(std::move(closed.keys), std::move(closed.objects));
+  Slot& slot = slots_[closed.number];
+  slot.isOpen = 0;
+  if (!objects_.areContainersMutable()) {
+    slot.object = object;
+    slot.size = unfolded_ - closed.unfoldedBefore;
+    slot.height = closed.height;
+  }
+  add(object, closed.height);
+}
+
+void BinaryPropertyListReader::checkNesting(std::size_t height, std::size_t place) const {
+  if (open_.size() + height > kDeepestNesting) {
+    failAtByte(place,
+               NSString::stringWithFormat("Containers nest more than %lu deep", kDeepestNesting));
+  }
+}
+
+void BinaryPropertyListReader::unfold(std::uint64_t objects, std::size_t place) {
+  const std::uint64_t most = kMostObjectsAnyway + kMostForEachByte * bytes_.size();
+  unfolded_ += objects;
+  if (unfolded_ > most) {
+    failAtByte(place,
+               NSString::stringWithFormat("The list unfolds to more than %lu objects", most));
+  }
+}
+
+void BinaryPropertyListReader::spend(std::uint64_t bytes, std::size_t place) {
+  const std::uint64_t most = kMostBytesAnyway + kMostForEachByte * bytes_.size();
+  spent_ += bytes;
+  if (spent_ > most) {
+    failAtByte(place, NSString::stringWithFormat("The texts and data unfold to more than %lu bytes",
+                                                 most));
+  }
+}
+
+}  // namespace kestova

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "preferences/XMLPropertyListWriter.h"
+
+#include "preferences/PropertyListFault.h"
+#include "preferences/PropertyListText.h"
+
+#include <algorithm>
+#include <concepts>
+#include <variant>
+
+namespace kestova {
+namespace {
+
+/// A line of Base64 ends at this column as long as the indentation, by tabs of eight, leaves room.
+constexpr std::size_t kColumns = 76;
+constexpr std::size_t kTab = 8;
+constexpr std::size_t kFewestDigits = 16;
+
+[[noreturn]] void fail(const Ref<NSString>& problem) { throw PropertyListFault{problem}; }
+
+std::size_t digitsPerLine(std::size_t depth) {
+  const std::size_t indent = std::min(depth * kTab, kColumns - kFewestDigits);
+  return (kColumns - indent) / 4 * 4;
+}
+
+}  // namespace
+
+Ref<NSData> XMLPropertyListWriter::write(const id& propertyList) {
+  XMLPropertyListWriter writer;
+  writer.output_ =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<!DOCTYPE plist>\n"
+      "<plist version=\"1.0\">\n";
+  writer.walk(propertyList);
+  writer.output_ += "</plist>\n";
+  return NSData::dataWithBytes_length(writer.output_.data(), writer.output_.size());
+}
+
+void XMLPropertyListWriter::writeString(const Ref<NSString>& string) { putText("string", *string); }
+
+void XMLPropertyListWriter::writeNumber(const NSNumber& number) {
+  std::visit(
+      [this](auto value) {
+        using T = decltype(value);
+        if constexpr (std::same_as<T, bool>) {
+          putLine(value ? "<true/>" : "<false/>");
+        } else if constexpr (std::integral<T>) {
+          putElement("integer", std::to_string(value));
+        } else {
+          putElement("real", textFromReal(value));
+        }
+      },
+      number.value());
+}
+
+void XMLPropertyListWriter::writeData(const Ref<NSData>& data) {
+  const std::string digits = base64FromBytes(data->span());
+  const std::string_view all(digits);
+  const std::size_t width = digitsPerLine(open_.size());
+  putLine("<data>");
+  for (std::size_t start = 0; start < all.size(); start += width) {
+    putLine(all.substr(start, width));
+  }
+  putLine("</data>");
+}
+
+void XMLPropertyListWriter::writeDate(NSTimeInterval seconds) {
+  const auto text = textFromDate(seconds);
+  if (!text) {
+    fail("A date outside the years 0 to 9999 has no form in XML");
+  }
+  putElement("date", *text);
+}
+
+void XMLPropertyListWriter::beginArray(std::size_t count) { beginContainer("array", count); }
+
+bool XMLPropertyListWriter::beginDictionary(Entries& entries) {
+  std::ranges::sort(entries, [](const Entry& a, const Entry& b) {
+    return a.key->compare(b.key) == NSOrderedAscending;
+  });
+  beginContainer("dict", entries.size());
+  return true;
+}
+
+void XMLPropertyListWriter::beginEntry(const Ref<NSString>& key) {
+  if (key) {
+    putText("key", *key);
+  }
+}
+
+void XMLPropertyListWriter::endContainer() {
+  const auto name = open_.back();
+  open_.pop_back();
+  if (!name.empty()) {
+    putLine("</" + std::string(name) + ">");
+  }
+}
+
+void XMLPropertyListWriter::beginContainer(std::string_view name, std::size_t count) {
+  putLine("<" + std::string(name) + (count == 0 ? "/>" : ">"));
+  open_.push_back(count == 0 ? std::string_view() : name);
+}
+
+void XMLPropertyListWriter::putElement(std::string_view name, std::string_view text) {
+  const std::string tag(name);
+  putLine("<" + tag + ">" + std::string(text) + "</" + tag + ">");
+}
+
+void XMLPropertyListWriter::putText(std::string_view name, const NSString& text) {
+  const auto utf8 = text.UTF8String();
+  if (!utf8) {
+    fail("A text with an unpaired surrogate has no form in XML");
+  }
+  if (!isXMLText(*utf8)) {
+    fail("A text with a character that XML lacks has no form in XML");
+  }
+  putElement(name, escapedForXML(*utf8));
+}
+
+void XMLPropertyListWriter::putLine(std::string_view line) {
+  output_.append(open_.size(), '\t').append(line) += '\n';
+}
+
+}  // namespace kestova

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "preferences/PropertyListWriter.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestova {
+
+/// Writes one property list in the XML format: the keys of a dictionary in their order, a tab for
+/// each container around.
+///
+/// What XML has no form for is refused: control characters, unpaired surrogates and the like in
+/// texts, and dates outside the years 0 to 9999. Of dates the fraction of the second is cut off.
+class XMLPropertyListWriter final : private PropertyListWriter {
+ public:
+  /// Writes with a writer of its own. Throws a PropertyListFault.
+  static Ref<NSData> write(const id& propertyList);
+
+ private:
+  void writeString(const Ref<NSString>& string) override;
+  void writeNumber(const NSNumber& number) override;
+  void writeData(const Ref<NSData>& data) override;
+  void writeDate(NSTimeInterval seconds) override;
+  void beginArray(std::size_t count) override;
+  bool beginDictionary(Entries& entries) override;
+  void beginEntry(const Ref<NSString>& key) override;
+  void endContainer() override;
+
+  void beginContainer(std::string_view name, std::size_t count);
+  void putElement(std::string_view name, std::string_view text);
+  void putText(std::string_view name, const NSString& text);
+  void putLine(std::string_view line);
+
+  std::string output_;
+  /// The names of the open containers; an empty one has none, since it is complete already.
+  std::vector<std::string_view> open_;
+};
+
+}  // namespace kestova
