@@ -90,6 +90,10 @@ Ref<NSString> NSString::stringWithUTF16Storage(std::u16string characters) {
   return make<NSString>(std::move(characters));
 }
 
+Ref<NSString> NSString::stringWithEightBitStorage(std::string characters) {
+  return isASCII(characters) ? make<NSString>(std::move(characters)) : nullptr;
+}
+
 Ref<NSString> NSString::stringWithString(const Ref<NSString>& string) { return copyOf(string); }
 
 unichar NSString::characterAtIndex(NSUInteger index) const {

@@ -4,6 +4,9 @@
 #include "values/Base32Symbols.h"
 #include "values/Base32Vectors.h"
 
+#include <algorithm>
+#include <array>
+
 namespace kestova {
 namespace {
 
@@ -34,6 +37,21 @@ void writeBase32(std::span<const std::byte> bytes, char* text) noexcept {
   if (bitCount > 0) {
     *text = kBase32Symbols[bits];
   }
+}
+
+/// By pieces that stay near, since a string must be filled with something before it is written to.
+std::string base32Text(std::span<const std::byte> bytes) {
+  constexpr std::size_t kPiece = 2560;
+  std::string text;
+  text.reserve(base32Length(bytes.size()));
+  std::array<char, base32Length(kPiece)> symbols;
+  while (!bytes.empty()) {
+    const auto piece = bytes.first(std::min(bytes.size(), kPiece));
+    writeBase32(piece, symbols.data());
+    text.append(symbols.data(), base32Length(piece.size()));
+    bytes = bytes.subspan(piece.size());
+  }
+  return text;
 }
 
 /// Vectors take over wherever a group begins; what they leave is read one character at a time.

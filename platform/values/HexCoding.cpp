@@ -92,6 +92,20 @@ void writeHex(std::span<const std::byte> bytes, char* text) noexcept {
                     reinterpret_cast<std::uint8_t*>(text));
 }
 
+/// By pieces that stay near, since a string must be filled with something before it is written to.
+std::string hexText(std::span<const std::byte> bytes) {
+  std::string text;
+  text.reserve(2 * bytes.size());
+  std::array<char, 4096> digits;
+  while (!bytes.empty()) {
+    const auto piece = bytes.first(std::min(bytes.size(), digits.size() / 2));
+    writeHex(piece, digits.data());
+    text.append(digits.data(), 2 * piece.size());
+    bytes = bytes.subspan(piece.size());
+  }
+  return text;
+}
+
 std::size_t HexReader::read(std::string_view text, std::byte* bytes) noexcept {
   return HexRuns::read(*this, text, bytes);
 }

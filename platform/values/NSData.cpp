@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/ByteSearch.h>
 #include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/HexCoding.h>
 #include <KestovaPlatform/NSData.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <KestovaPlatform/NSString.h>
@@ -89,6 +91,22 @@ Ref<NSData> NSData::subdataWithRange(NSRange range) const {
   return dataWithBytes_length(bytes_ + range.location, range.length);
 }
 
+NSRange NSData::rangeOfData_options_range(const Ref<NSData>& data, NSUInteger options,
+                                          NSRange range) const {
+  checkArgument(*this, "rangeOfData:options:range:", data != nullptr);
+  checkRange(*this, "rangeOfData:options:range:", range, length_);
+  const bool isBackwards = (options & NSDataSearchBackwards) != 0;
+  auto searched = span().subspan(range.location, range.length);
+  NSUInteger start = range.location;
+  if ((options & NSDataSearchAnchored) != 0 && searched.size() > data->length()) {
+    start += isBackwards ? searched.size() - data->length() : 0;
+    searched = isBackwards ? searched.last(data->length()) : searched.first(data->length());
+  }
+  const BytePattern pattern(data->span());
+  const std::size_t at = isBackwards ? pattern.lastIn(searched) : pattern.firstIn(searched);
+  return at == BytePattern::npos ? NSRange{NSNotFound, 0} : NSRange{start + at, data->length()};
+}
+
 bool NSData::isEqualToData(const Ref<NSData>& other) const {
   return other && std::ranges::equal(span(), other->span());
 }
@@ -100,16 +118,16 @@ bool NSData::isEqual(const id& other) const {
 NSUInteger NSData::hash() const { return hashOf(span()); }
 
 Ref<NSString> NSData::description() const {
-  constexpr char kDigits[] = "0123456789abcdef";
+  constexpr NSUInteger kGroup = 4;
   std::string text = "<";
-  for (NSUInteger index = 0; index < length_; ++index) {
-    const auto byte = std::to_integer<unsigned>(bytes_[index]);
-    if (index > 0 && index % 4 == 0) {
-      text.push_back(' ');
-    }
-    text.append({kDigits[byte >> 4], kDigits[byte & 0xF]});
+  text.reserve(2 * length_ + length_ / kGroup + 2);
+  for (NSUInteger index = 0; index < length_; index += kGroup) {
+    const auto group = span().subspan(index, std::min(kGroup, length_ - index));
+    char digits[2 * kGroup];
+    writeHex(group, digits);
+    text.append(index > 0 ? " " : "").append(digits, 2 * group.size());
   }
-  return text + '>';
+  return NSString::stringWithEightBitStorage(std::move(text += '>'));
 }
 
 id NSData::copy() const { return self(); }

@@ -94,6 +94,7 @@ void NSMutableData::replaceBytesInRange_withBytes(NSRange range, const void* byt
 void NSMutableData::replaceBytesInRange_withBytes_length(NSRange range, const void* bytes,
                                                          NSUInteger length) {
   checkRange(*this, "replaceBytesInRange:withBytes:length:", range, length_);
+  checkArgument(*this, "replaceBytesInRange:withBytes:length:", bytes != nullptr || length == 0);
   const NSUInteger tail = length_ - NSMaxRange(range);
   if (length > range.length) {
     extend(length - range.length);

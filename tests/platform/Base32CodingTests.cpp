@@ -164,5 +164,13 @@ TEST(Base32CodingTests, PiecesOfFiveBytesMakeTheSameText) {
   EXPECT_EQ(text, written(bytes));
 }
 
+TEST(Base32CodingTests, ATextOfItsOwnIsTheSameAtEveryLength) {
+  RandomRun random;
+  for (const std::size_t size : {0, 1, 2, 2559, 2560, 2561, 5120, 10001}) {
+    const auto bytes = randomBytes(random, size);
+    ASSERT_EQ(base32Text(bytes), written(bytes));
+  }
+}
+
 }  // namespace
 }  // namespace kestova

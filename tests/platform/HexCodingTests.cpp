@@ -200,5 +200,13 @@ TEST(HexCodingTests, EveryCharacterIsTakenForWhatItIsInEveryLane) {
   });
 }
 
+TEST(HexCodingTests, ATextOfItsOwnIsTheSameAtEveryLength) {
+  RandomRun random;
+  for (const std::size_t size : {0, 1, 2, 2047, 2048, 2049, 4096, 10001}) {
+    const auto bytes = randomBytes(random, size);
+    ASSERT_EQ(hexText(bytes), written(bytes));
+  }
+}
+
 }  // namespace
 }  // namespace kestova

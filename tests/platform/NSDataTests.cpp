@@ -95,6 +95,53 @@ TEST(NSDataTests, DescriptionIsHexInGroupsOfFour) {
   EXPECT_EQ(dataOf({0, 1, 2, 3, 4, 5, 6, 7, 0xFF})->description(), "<00010203 04050607 ff>");
 }
 
+TEST(NSDataTests, BytesAreFoundInARange) {
+  const auto data = dataOf("abcabcab");
+  const auto find = [&](const char* wanted, NSUInteger options, NSRange range) {
+    return data->rangeOfData_options_range(dataOf(wanted), options, range);
+  };
+  constexpr NSRange kAll = {0, 8};
+  constexpr NSRange kNowhere = {NSNotFound, 0};
+  EXPECT_EQ(find("abc", 0, kAll), NSMakeRange(0, 3));
+  EXPECT_EQ(find("abc", 0, {1, 7}), NSMakeRange(3, 3));
+  EXPECT_EQ(find("abc", 0, {1, 4}), kNowhere) << "a match lies wholly in the range";
+  EXPECT_EQ(find("", 0, kAll), kNowhere);
+  EXPECT_EQ(find("abc", 0, {8, 0}), kNowhere);
+  EXPECT_EQ(find("ab", NSDataSearchBackwards, kAll), NSMakeRange(6, 2));
+  EXPECT_EQ(find("ab", NSDataSearchBackwards, {1, 6}), NSMakeRange(3, 2));
+  EXPECT_EQ(find("ab", NSDataSearchAnchored, kAll), NSMakeRange(0, 2));
+  EXPECT_EQ(find("bc", NSDataSearchAnchored, kAll), kNowhere);
+  EXPECT_EQ(find("bc", NSDataSearchAnchored, {1, 7}), NSMakeRange(1, 2));
+  EXPECT_EQ(find("abcabcabc", NSDataSearchAnchored, kAll), kNowhere);
+  constexpr NSUInteger kAtTheEnd = NSDataSearchBackwards | NSDataSearchAnchored;
+  EXPECT_EQ(find("ab", kAtTheEnd, kAll), NSMakeRange(6, 2));
+  EXPECT_EQ(find("bc", kAtTheEnd, kAll), kNowhere);
+  EXPECT_EQ(find("bc", kAtTheEnd, {2, 4}), NSMakeRange(4, 2));
+  EXPECT_EQ(find("", kAtTheEnd, kAll), kNowhere);
+}
+
+TEST(NSDataTests, SearchesBeyondTheEndOrForNothingThrow) {
+  const auto data = dataOf("abc");
+  expectException(NSRangeException, [&] {
+    (void)data->rangeOfData_options_range(dataOf("a"), 0, {2, 2});
+  });
+  expectException(NSInvalidArgumentException, [&] {
+    (void)data->rangeOfData_options_range(nullptr, 0, {0, 3});
+  });
+}
+
+TEST(NSDataTests, TakesBytesOverWithoutCopying) {
+  const auto written = NSMutableData::dataWithBytes_length("abc", 3);
+  const std::byte* bytes = written->bytes();
+  const auto data = NSData::taking(*written);
+  EXPECT_EQ(textOf(data), "abc");
+  EXPECT_EQ(data->bytes(), bytes);
+  EXPECT_EQ(cast<NSMutableData>(data), nullptr);
+  EXPECT_EQ(written->length(), 0U);
+  written->appendBytes_length("d", 1);
+  EXPECT_EQ(textOf(data), "abc");
+}
+
 TEST(NSDataTests, CopiesOfImmutableDataAreItself) {
   const auto data = dataOf("abc");
   EXPECT_EQ(data->copy(), data);

@@ -124,6 +124,12 @@ TEST(NSMutableDataTests, PutsBytesInPlaceOfOthers) {
   });
 }
 
+TEST(NSMutableDataTests, NoBytesInPlaceOfOthersDeleteThem) {
+  const auto data = dataOf("abcd");
+  data->replaceBytesInRange_withBytes_length({1, 2}, nullptr, 0);
+  EXPECT_EQ(textOf(data), "ad");
+}
+
 TEST(NSMutableDataTests, SetsAllOfIt) {
   const auto data = dataOf("abc");
   data->setData(dataOf("xy"));
@@ -134,6 +140,9 @@ TEST(NSMutableDataTests, NullIsRefused) {
   const auto data = dataOf("abc");
   expectException(NSInvalidArgumentException, [&] { data->appendData(nullptr); });
   expectException(NSInvalidArgumentException, [&] { data->setData(nullptr); });
+  expectException(NSInvalidArgumentException, [&] {
+    data->replaceBytesInRange_withBytes_length({0, 1}, nullptr, 1);
+  });
   EXPECT_EQ(textOf(data), "abc");
 }
 

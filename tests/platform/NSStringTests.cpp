@@ -9,8 +9,10 @@
 
 #include <array>
 #include <sstream>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 namespace kestova {
 namespace {
@@ -32,6 +34,16 @@ TEST(NSStringTests, TextIsKeptInEightBitsExactlyWhenAllOfItIsASCII) {
   EXPECT_TRUE(NSString::stringWithCharacters_length(u"plain", 5)->isEightBit());
   EXPECT_FALSE(NSString::stringWithCharacters_length(u"plän", 4)->isEightBit());
   EXPECT_FALSE(NSString::stringWithUTF16Storage(u"plain")->isEightBit());
+}
+
+TEST(NSStringTests, BytesAreKeptAsTheyAreWhereTheyAreASCII) {
+  std::string bytes(1000, 'x');
+  const char* where = bytes.data();
+  const auto text = NSString::stringWithEightBitStorage(std::move(bytes));
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->length(), 1000U);
+  EXPECT_EQ(text->eightBitCharacters(), where);
+  EXPECT_EQ(NSString::stringWithEightBitStorage("gr\xC3\xBCn"), nullptr);
 }
 
 TEST(NSStringTests, OnlyTheStorageInUseAnswersItsUnits) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace kestova {
@@ -22,7 +23,7 @@ namespace kestova {
 ///     Base32Reader reader;
 ///     const Base32Piece piece = reader.read({text, base32Length(bytes.size())}, back);
 ///
-/// Threads: one at a time for a reader, any for writeBase32. Nothing is allocated.
+/// Threads: one at a time for a reader, any otherwise. Nothing is allocated but by base32Text.
 
 /// How many symbols so many bytes take.
 constexpr std::size_t base32Length(std::size_t byteCount) noexcept {
@@ -32,6 +33,9 @@ constexpr std::size_t base32Length(std::size_t byteCount) noexcept {
 /// Writes base32Length(bytes.size()) symbols; `text` has room for them. A text may be written in
 /// pieces of which all but the last are of five bytes or a multiple.
 KESTOVA_PLATFORM_EXPORT void writeBase32(std::span<const std::byte> bytes, char* text) noexcept;
+
+/// The same as a text of its own.
+KESTOVA_PLATFORM_EXPORT std::string base32Text(std::span<const std::byte> bytes);
 
 /// How far a reading came.
 struct Base32Piece {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace kestova {
@@ -18,10 +19,13 @@ namespace kestova {
 ///     count += reader.read(":be:ef", bytes + count);        // BE EF
 ///     const bool isWhole = reader.digits() > 0 && reader.digits() % 2 == 0;
 ///
-/// Threads: one at a time for a reader, any for writeHex. Nothing is allocated.
+/// Threads: one at a time for a reader, any otherwise. Nothing is allocated but by hexText.
 
 /// Writes two lower-case digits for each byte; `text` has room for them.
 KESTOVA_PLATFORM_EXPORT void writeHex(std::span<const std::byte> bytes, char* text) noexcept;
+
+/// The same as a text of its own.
+KESTOVA_PLATFORM_EXPORT std::string hexText(std::span<const std::byte> bytes);
 
 /// Reads hex digits of both cases, two for a byte; any other character is passed over.
 class KESTOVA_PLATFORM_EXPORT HexReader {

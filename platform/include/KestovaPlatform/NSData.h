@@ -20,6 +20,12 @@ enum NSDataWritingOptions : NSUInteger {
   NSDataWritingWithoutOverwriting = 2,  ///< only where there is nothing yet
 };
 
+/// How data is searched, as a sum of bits.
+enum NSDataSearchOptions : NSUInteger {
+  NSDataSearchBackwards = 1,  ///< the last match instead of the first one
+  NSDataSearchAnchored = 2,   ///< only a match at the beginning, with the bit above at the end
+};
+
 /// A run of bytes, immutable here.
 ///
 ///     Ref<NSData> magic = NSData::dataWithBytes_length("\x7f" "ELF", 4);
@@ -38,6 +44,10 @@ class KESTOVA_PLATFORM_EXPORT NSData : public NSObject {
   /// A copy of another's bytes; null for null.
   static Ref<NSData> dataWithData(const Ref<NSData>& data);
 
+  /// The bytes of `other`, taken over without copying, which is empty then: the way to make data of
+  /// bytes that are written one after the other.
+  static Ref<NSData> taking(NSMutableData& other);
+
   NSUInteger length() const noexcept { return length_; }
 
   /// The first byte; null or not, it must not be read when the length is 0. Valid until the data
@@ -51,6 +61,12 @@ class KESTOVA_PLATFORM_EXPORT NSData : public NSObject {
 
   /// A copy of a range; throws NSRangeException past the end.
   Ref<NSData> subdataWithRange(NSRange range) const;
+
+  /// Where the bytes of `data` stand for the first time in a range, wholly in it; {NSNotFound, 0}
+  /// when they don't, or when there are none. `options` is a sum of NSDataSearchOptions. Null
+  /// throws NSInvalidArgumentException, a range past the end NSRangeException.
+  NSRange rangeOfData_options_range(const Ref<NSData>& data, NSUInteger options,
+                                    NSRange range) const;
 
   bool isEqualToData(const Ref<NSData>& other) const;
 
@@ -105,9 +121,6 @@ class KESTOVA_PLATFORM_EXPORT NSData : public NSObject {
   /// Makes room for `capacity` bytes in all; what lies behind the length stays undefined.
   void reserve(NSUInteger capacity);
 
-  /// The bytes of `other`, taken over without copying, which is empty then.
-  static Ref<NSData> taking(NSMutableData& other);
-
   /// Invariant: `length_` bytes of the `capacity_` allocated ones at `bytes_` are defined.
   std::byte* bytes_ = nullptr;
   NSUInteger length_ = 0;
@@ -152,7 +165,8 @@ class KESTOVA_PLATFORM_EXPORT NSMutableData : public NSData {
   void replaceBytesInRange_withBytes(NSRange range, const void* bytes);
 
   /// Puts `length` bytes in place of a range; throws NSRangeException past the end. `bytes` must
-  /// not lie in this data. The bytes behind the range move.
+  /// not lie in this data, and may be null when `length` is 0, else NSInvalidArgumentException is
+  /// thrown. The bytes behind the range move.
   void replaceBytesInRange_withBytes_length(NSRange range, const void* bytes, NSUInteger length);
 
   /// Overwrites a range with zero bytes, on the same terms.

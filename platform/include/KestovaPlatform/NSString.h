@@ -52,6 +52,9 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// The given UTF-16 units kept in UTF-16 storage, whatever they are.
   static Ref<NSString> stringWithUTF16Storage(std::u16string characters);
 
+  /// The given ASCII bytes kept as they are, without copying; null when one is not ASCII.
+  static Ref<NSString> stringWithEightBitStorage(std::string characters);
+
   /// An immutable string of the same text; null for null.
   static Ref<NSString> stringWithString(const Ref<NSString>& string);
 
