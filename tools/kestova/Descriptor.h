@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
+#include <span>
 #include <utility>
 
 namespace kestova::tool {
@@ -22,6 +24,18 @@ class Descriptor {
 
   int number() const { return number_; }
   explicit operator bool() const { return number_ >= 0; }
+
+  /// Writes all of the bytes. Answers 0 or the error number.
+  int write(std::span<const std::byte> bytes) const {
+    while (!bytes.empty()) {
+      const auto count = ::write(number_, bytes.data(), bytes.size());
+      if (count < 0 && errno != EINTR) {
+        return errno;
+      }
+      bytes = bytes.subspan(count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+    return 0;
+  }
 
   /// Answers 0 or the error number: some file systems tell of a failed write only here.
   int close() {

@@ -5,9 +5,12 @@
 #include "TransferText.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <utility>
 #include <vector>
 
 namespace kestova::tool {
@@ -51,6 +54,29 @@ void InputFile::forEachPiece(const std::function<void(std::span<const std::byte>
       consume({buffer.data(), count});
     }
   }
+}
+
+void InputFile::makeRewindable() {
+  if (::lseek(file_.number(), 0, SEEK_CUR) >= 0) {
+    return;
+  }
+  const char* folder = std::getenv("TMPDIR");
+  Descriptor copy(
+      ::open(folder != nullptr ? folder : "/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+  if (!copy) {
+    copy = Descriptor(::memfd_create("kestova", MFD_CLOEXEC));
+  }
+  forEachPiece([&](std::span<const std::byte> piece) {
+    if (const int error = copy.write(piece); error != 0) {
+      throw FileFailure("a temporary file", error);
+    }
+  });
+  file_ = std::move(copy);
+  rewind();
+}
+
+std::uint64_t InputFile::position() const {
+  return static_cast<std::uint64_t>(::lseek(file_.number(), 0, SEEK_CUR));
 }
 
 bool InputFile::rewind() { return ::lseek(file_.number(), 0, SEEK_SET) == 0; }

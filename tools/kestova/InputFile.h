@@ -4,6 +4,7 @@
 #include "Descriptor.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <span>
 #include <string>
@@ -28,6 +29,13 @@ class InputFile {
 
   /// Goes back to the front, for a second reading. Answers false where that is not possible.
   bool rewind();
+
+  /// Makes it possible: what is left of a pipe or a terminal goes into a temporary file without a
+  /// name, which is read in its place.
+  void makeRewindable();
+
+  /// How many bytes are behind the place where the next one is read; not of a pipe.
+  std::uint64_t position() const;
 
   /// For what only the system can tell of the file.
   int descriptor() const { return file_.number(); }

@@ -115,12 +115,8 @@ void OutputFile::takePermissions(const std::optional<struct stat>& old) const {
 }
 
 void OutputFile::write(std::span<const std::byte> bytes) {
-  while (!bytes.empty()) {
-    const auto count = ::write(file_.number(), bytes.data(), bytes.size());
-    if (count < 0 && errno != EINTR) {
-      fail(errno);
-    }
-    bytes = bytes.subspan(count > 0 ? static_cast<std::size_t>(count) : 0);
+  if (const int error = file_.write(bytes); error != 0) {
+    fail(error);
   }
 }
 
