@@ -27,13 +27,6 @@ bool isHalf(char16_t unit, char16_t firstOfHalves) noexcept {
   return (unit & 0xFC00) == firstOfHalves;
 }
 
-/// The first `count` units, but for half of a pair.
-std::u16string_view wholeCharacters(std::u16string_view units, std::size_t count) noexcept {
-  const bool cutsPair = count > 0 && count < units.size() && isHalf(units[count - 1], 0xD800) &&
-                        isHalf(units[count], 0xDC00);
-  return units.substr(0, cutsPair ? count - 1 : count);
-}
-
 }  // namespace
 
 std::size_t countOf(std::string_view text, char byte) noexcept {
@@ -122,38 +115,51 @@ const ByteSet& alphanumericBytes() {
   return set;
 }
 
-void ByteRunCounter::add(std::string_view bytes) noexcept {
-  count_ += byteScans().countRuns(bytes, *set_, inRun_);
+template <class Unit>
+std::size_t ByteRunCounter::scan(std::basic_string_view<Unit> piece) noexcept {
+  RunTally tally{count_, 0, inRun_};
+  scans<Unit>().countRuns(piece, *set_, tally);
+  count_ = tally.runs;
+  inRun_ = tally.inRun;
+  return tally.bytes;
 }
 
-void ByteRunCounter::add(std::u16string_view units) noexcept {
-  count_ += unitScans().countRuns(units, *set_, inRun_);
-}
+void ByteRunCounter::add(std::string_view bytes) noexcept { scan(bytes); }
 
-/// Tries what fits if it is ASCII, what fits in any case, and single characters.
-UTF8Prefix nextUTF8Prefix(std::u16string_view units, std::size_t limit) noexcept {
-  constexpr std::size_t kMost = 4096;
-  const std::size_t inAnyCase = std::min(limit / 3, kMost);
-  for (const std::size_t count :
-       {std::min(limit, kMost), inAnyCase, std::size_t{2}, std::size_t{1}}) {
-    const auto beginning = wholeCharacters(units, count);
-    const std::size_t bytes = utf8LengthOfUTF16(beginning);
-    if (!beginning.empty() && bytes <= limit) {
-      return {beginning.size(), bytes};
-    }
+/// While the limit is far, as many units are added as stay within it whatever they are. The last
+/// few, of which a character may be cut, are better made bytes.
+void ByteRunCounter::add(std::u16string_view units, std::size_t limit) noexcept {
+  constexpr std::size_t kFew = 256;
+  while (limit > kFew && !units.empty()) {
+    const auto piece = wholeCharacters(units, limit / 3);
+    limit -= scan(piece);
+    units.remove_prefix(piece.size());
   }
-  return {};
+  char buffer[kFew + 3];
+  const std::size_t bytes = writeUTF8(units, buffer).bytesWritten;
+  scan(std::string_view(buffer, std::min(bytes, limit)));
 }
 
+std::u16string_view wholeCharacters(std::u16string_view units, std::size_t count) noexcept {
+  const bool partsPair = count > 0 && count < units.size() && isHalf(units[count - 1], 0xD800) &&
+                         isHalf(units[count], 0xDC00);
+  return units.substr(0, partsPair ? count - 1 : count);
+}
+
+/// As many units as fit whatever they are, again and again, and then single characters.
 UTF8Prefix longestUTF8Prefix(std::u16string_view units, std::size_t limit) noexcept {
   UTF8Prefix longest;
   while (true) {
-    const auto next = nextUTF8Prefix(units.substr(longest.units), limit - longest.bytes);
-    if (next.units == 0) {
+    const auto rest = units.substr(longest.units);
+    const std::size_t left = limit - longest.bytes;
+    const auto sure = wholeCharacters(rest, std::max<std::size_t>(left / 3, 1));
+    const auto piece = sure.empty() ? rest.substr(0, 2) : sure;
+    const std::size_t bytes = utf8LengthOfUTF16(piece);
+    if (piece.empty() || bytes > left) {
       return longest;
     }
-    longest.units += next.units;
-    longest.bytes += next.bytes;
+    longest.units += piece.size();
+    longest.bytes += bytes;
   }
 }
 

@@ -3,6 +3,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "text/TextScanningVectors.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <iterator>
 #include <type_traits>
 
 // Vectors only tell where something stands: as words of 64 bits, one for each unit of a block. What
@@ -94,11 +96,19 @@ HWY_INLINE Bits lfBits(const Unit* block) {
   return bitsEqual(block, Unit{'\n'});
 }
 
+/// Has the processor fetch what comes some blocks later, which may be behind the text: it does not
+/// do so by itself where much is done with each block.
+template <class Unit>
+HWY_INLINE void fetchAhead(const Unit* block) {
+  hwy::Prefetch(reinterpret_cast<const char*>(block) + 2048);
+}
+
 /// Hands a text on in blocks until one is refused. The last one is filled up with zeros behind its
 /// `count` units.
 template <class Unit, class Take>
 HWY_INLINE void forBlocks(Text<Unit> text, Take take) {
   for (; text.size() >= kBlock; text.remove_prefix(kBlock)) {
+    fetchAhead(text.data());
     if (!take(text.data(), kBlock)) {
       return;
     }
@@ -268,167 +278,189 @@ class MemberBits {
 /// Where runs begin.
 HWY_INLINE Bits starts(Bits members, bool inRun) { return members & ~followed(members, inRun); }
 
-std::size_t CountByteRuns(Text<char> text, const ByteSet& set, bool& inRun) {
+void CountByteRuns(Text<char> text, const ByteSet& set, RunTally& tally) {
   const MemberBits memberBits(set);
-  bool in = inRun;
-  std::size_t runs = 0;
+  bool in = tally.inRun;
   forBlocks(text, [&](const char* block, std::size_t count) HWY_ATTR {
     const Bits members = memberBits.of(lanes(block)) & lowBits(count);
-    runs += countBits(starts(members, in));
+    tally.runs += countBits(starts(members, in));
     in = bitAt(members, count - 1);
     return true;
   });
-  inRun = in;
-  return runs;
+  tally.inRun = in;
+  tally.bytes += text.size();
 }
 
 #if HWY_TARGET == HWY_SCALAR
 
-std::size_t CountUnitRuns(Text<char16_t> text, const ByteSet& set, bool& inRun) {
-  std::size_t runs = 0;
+void CountUnitRuns(Text<char16_t> text, const ByteSet& set, RunTally& tally) {
   for (char buffer[1024]; !text.empty();) {
     const UTF8Piece piece = writeUTF8(text, buffer);
-    runs += CountByteRuns({buffer, piece.bytesWritten}, set, inRun);
+    CountByteRuns({buffer, piece.bytesWritten}, set, tally);
     text.remove_prefix(piece.unitsRead);
   }
-  return runs;
 }
 
 #else
 
+using UnitLanes = hn::Repartition<std::uint16_t, ByteLanes>;
+using UnitVec = hn::Vec<UnitLanes>;
+using UnitMask = hn::Mask<UnitLanes>;
+
+HWY_INLINE UnitVec each(int value) {
+  return hn::Set(UnitLanes(), static_cast<std::uint16_t>(value));
+}
+
+/// The bits of a vector that `mask` has, moved right and set to where a byte's own bits are.
+template <int kShift>
+HWY_INLINE UnitVec bitsDown(UnitVec units, int mask) {
+  return hn::And(hn::ShiftRight<kShift>(units), each(mask));
+}
+
+/// Two bytes for each lane, `marks` added to both of them.
+HWY_INLINE UnitVec twoBytes(UnitVec first, UnitVec second, int marks) {
+  return hn::Or(hn::Or(first, hn::ShiftLeft<8>(second)), each(marks));
+}
+
+HWY_INLINE UnitMask startsWith(UnitVec units, int mask, int value) {
+  return hn::Eq(hn::And(units, each(mask)), each(value));
+}
+
+HWY_INLINE UnitMask isAbove(UnitVec units, int limit) { return hn::Gt(units, each(limit)); }
+
 /// The UTF-8 form of UTF-16 units, two bytes for each: the first and the last one. A unit of one
-/// byte has it twice, the halves of a pair have two each. Only a unit of three bytes has a middle
-/// one besides; elsewhere `middles` has the first one again.
-template <class D>
+/// byte has it twice, the halves of a pair have two each. Only a long unit, of three bytes, has a
+/// middle one besides; elsewhere `middles` has the first one again.
 struct EdgeBytes {
-  hn::Vec<D> edges;
-  hn::Vec<D> middles;
+  UnitVec edges;
+  UnitVec middles;
+  UnitMask isLong;
 };
 
-template <class D>
-HWY_INLINE hn::Vec<D> shortEdges(D d, hn::Vec<D> units) {
-  const auto lastSixBits = hn::ShiftLeft<8>(hn::And(units, hn::Set(d, 0x3F)));
-  const auto two = hn::Or(hn::Or(hn::ShiftRight<6>(units), lastSixBits), hn::Set(d, 0x80C0));
+HWY_INLINE UnitVec shortEdges(UnitVec units) {
+  const auto two = twoBytes(hn::ShiftRight<6>(units), hn::And(units, each(0x3F)), 0x80C0);
   const auto one = hn::Or(units, hn::ShiftLeft<8>(units));
-  return hn::IfThenElse(hn::Lt(units, hn::Set(d, 0x80)), one, two);
+  return hn::IfThenElse(isAbove(units, 0x7F), two, one);
 }
 
-template <class D>
-HWY_INLINE hn::Mask<D> startsWith(D d, hn::Vec<D> units, std::uint16_t bits, std::uint16_t value) {
-  return hn::Eq(hn::And(units, hn::Set(d, bits)), hn::Set(d, value));
+HWY_INLINE EdgeBytes longEdges(UnitVec units, UnitVec shorts, UnitMask isLong) {
+  const auto three = twoBytes(hn::ShiftRight<12>(units), hn::And(units, each(0x3F)), 0x80E0);
+  const auto middle = hn::Or(bitsDown<6>(units, 0x3F), each(0x80));
+  return {hn::IfThenElse(isLong, three, shorts), hn::IfThenElse(isLong, middle, shorts), isLong};
 }
 
-template <class D>
-HWY_INLINE EdgeBytes<D> withLongUnits(D d, hn::Vec<D> units, hn::Mask<D> isLong,
-                                      hn::Vec<D> shorts) {
-  const auto lastSixBits = hn::ShiftLeft<8>(hn::And(units, hn::Set(d, 0x3F)));
-  const auto three = hn::Or(hn::Or(hn::ShiftRight<12>(units), lastSixBits), hn::Set(d, 0x80E0));
-  const auto middle =
-      hn::Or(hn::And(hn::ShiftRight<6>(units), hn::Set(d, 0x3F)), hn::Set(d, 0x0080));
-  return {hn::IfThenElse(isLong, three, shorts), hn::IfThenElse(isLong, middle, shorts)};
+/// The bytes of the halves of pairs, whether they are first or second ones.
+HWY_INLINE UnitVec halfEdges(UnitVec units, UnitVec before, UnitMask isFirst) {
+  const auto upper = hn::Add(hn::And(units, each(0x3FF)), each(0x40));
+  const auto first = twoBytes(hn::ShiftRight<8>(upper), bitsDown<2>(upper, 0x3F), 0x80F0);
+  const auto third = hn::Or(hn::ShiftLeft<4>(hn::And(before, each(3))), bitsDown<6>(units, 0x0F));
+  const auto second = twoBytes(third, hn::And(units, each(0x3F)), 0x8080);
+  return hn::IfThenElse(isFirst, first, second);
 }
 
 /// For units with surrogates among them; `text` has a unit on both sides.
-template <class D>
-HWY_INLINE EdgeBytes<D> withSurrogates(D d, const std::uint16_t* text) {
+HWY_INLINE EdgeBytes surrogateEdges(const std::uint16_t* text) {
+  const UnitLanes d;
   const auto units = hn::LoadU(d, text);
   const auto before = hn::LoadU(d, text - 1);
   const auto after = hn::LoadU(d, text + 1);
   const auto isFirst =
-      hn::And(startsWith(d, units, 0xFC00, 0xD800), startsWith(d, after, 0xFC00, 0xDC00));
+      hn::And(startsWith(units, 0xFC00, 0xD800), startsWith(after, 0xFC00, 0xDC00));
   const auto isSecond =
-      hn::And(startsWith(d, units, 0xFC00, 0xDC00), startsWith(d, before, 0xFC00, 0xD800));
+      hn::And(startsWith(units, 0xFC00, 0xDC00), startsWith(before, 0xFC00, 0xD800));
   const auto isPaired = hn::Or(isFirst, isSecond);
-  const auto isAlone = hn::AndNot(isPaired, startsWith(d, units, 0xF800, 0xD800));
-  const auto whole = hn::IfThenElse(isAlone, hn::Set(d, 0xFFFD), units);
-  const auto isLong = hn::AndNot(isPaired, hn::Gt(whole, hn::Set(d, 0x7FF)));
-  const auto single = withLongUnits(d, whole, isLong, shortEdges(d, whole));
-
-  const auto upper = hn::Add(hn::And(units, hn::Set(d, 0x3FF)), hn::Set(d, 0x40));
-  const auto secondByte = hn::And(hn::ShiftRight<2>(upper), hn::Set(d, 0x3F));
-  const auto first =
-      hn::Or(hn::Or(hn::ShiftRight<8>(upper), hn::ShiftLeft<8>(secondByte)), hn::Set(d, 0x80F0));
-  const auto thirdByte = hn::Or(hn::ShiftLeft<4>(hn::And(before, hn::Set(d, 3))),
-                                hn::And(hn::ShiftRight<6>(units), hn::Set(d, 0x0F)));
-  const auto fourthByte = hn::And(units, hn::Set(d, 0x3F));
-  const auto second = hn::Or(hn::Or(thirdByte, hn::ShiftLeft<8>(fourthByte)), hn::Set(d, 0x8080));
-  const auto paired = hn::IfThenElse(isFirst, first, second);
-  return {hn::IfThenElse(isPaired, paired, single.edges),
-          hn::IfThenElse(isPaired, paired, single.middles)};
+  const auto isAlone = hn::AndNot(isPaired, startsWith(units, 0xF800, 0xD800));
+  const auto shown = hn::IfThenElse(isAlone, each(0xFFFD), units);
+  const auto shorts =
+      hn::IfThenElse(isPaired, halfEdges(units, before, isFirst), shortEdges(shown));
+  return longEdges(shown, shorts, hn::AndNot(isPaired, isAbove(shown, 0x7FF)));
 }
 
-/// Units that are handed on in one word of bits, two for each.
-constexpr std::size_t kUnitBlock = kBlock / 2;
-
-/// For every unit of a block the membership of its first and its last byte, and at the first one's
-/// place that of the middle one.
+/// Of some units whether the set holds their first and last bytes, side by side, and whether it
+/// holds the middle one, in the place of the first; and how many bytes there are besides one each.
 struct EdgeBits {
   Bits edges = 0;
   Bits middles = 0;
+  std::size_t moreBytes = 0;
 };
 
-HWY_INLINE EdgeBits edgeBits(const std::uint16_t* text, const Members& members) {
+HWY_INLINE Bits bitsIn(const Members& members, UnitVec bytes) {
   const ByteLanes d;
-  const hn::Repartition<std::uint16_t, ByteLanes> d16;
-  const auto units = hn::LoadU(d16, text);
-  const auto isLong = hn::Gt(units, hn::Set(d16, 0x7FF));
-  const auto shorts = shortEdges(d16, units);
-  const auto bits = [&](hn::Vec<decltype(d16)> bytes)
-                        HWY_ATTR { return bitsOf(d, members.of(hn::BitCast(d, bytes))); };
-  if (hn::AllFalse(d16, isLong)) {
-    const Bits edges = bits(shorts);
-    return {edges, edges};
-  }
-  const auto all = hn::AllFalse(d16, startsWith(d16, units, 0xF800, 0xD800))
-                       ? withLongUnits(d16, units, isLong, shorts)
-                       : withSurrogates(d16, text);
-  return {bits(all.edges), bits(all.middles)};
+  return bitsOf(d, members.of(hn::BitCast(d, bytes)));
 }
+
+HWY_INLINE EdgeBits edgeBits(const std::uint16_t* text, const Members& members) {
+  const UnitLanes d;
+  const auto units = hn::LoadU(d, text);
+  const auto shorts = shortEdges(units);
+  const std::size_t beyondASCII = hn::CountTrue(d, isAbove(units, 0x7F));
+  const auto isLong = isAbove(units, 0x7FF);
+  if (hn::AllFalse(d, isLong)) {
+    const Bits edges = bitsIn(members, shorts);
+    return {edges, edges, beyondASCII};
+  }
+  const auto bytes = hn::AllFalse(d, startsWith(units, 0xF800, 0xD800))
+                         ? longEdges(units, shorts, isLong)
+                         : surrogateEdges(text);
+  return {bitsIn(members, bytes.edges), bitsIn(members, bytes.middles),
+          beyondASCII + hn::CountTrue(d, bytes.isLong)};
+}
+
+/// Units that make one word of bits, two for each.
+constexpr std::size_t kUnitBlock = kBlock / 2;
 
 /// Runs that begin in the bytes of a block. The middle byte, which the edges leave out, changes
 /// their number only where both edges differ from it: there it is a run or splits one.
-HWY_INLINE std::size_t runsIn(EdgeBits bits, bool inRun) {
-  const Bits sameEdges = ~(bits.edges ^ bits.edges >> 1);
-  const Bits odd = (bits.middles ^ bits.edges) & sameEdges & 0x5555555555555555;
-  return countBits(starts(bits.edges, inRun)) + countBits(odd);
+HWY_INLINE std::size_t runsIn(Bits edges, Bits middles, bool inRun) {
+  const Bits sameEdges = ~(edges ^ edges >> 1);
+  const Bits odd = (middles ^ edges) & sameEdges & 0x5555555555555555;
+  return countBits(starts(edges, inRun)) + countBits(odd);
 }
 
-/// A copy of a few units with zeros around, for where a text has none.
-struct PaddedUnits {
-  HWY_INLINE explicit PaddedUnits(Text<char16_t> text, std::size_t start) {
-    const std::size_t from = start == 0 ? 0 : start - 1;
-    const auto part = text.substr(from, start - from + kUnitBlock + 1);
-    std::copy(part.begin(), part.end(), units + 1 - (start - from));
+/// Adds the first `count` units of a block, which has a unit on both sides.
+HWY_INLINE void addUnits(const char16_t* block, std::size_t count, const Members& members,
+                         RunTally& tally) {
+  EdgeBits bits;
+  for (std::size_t i = 0; i < kUnitBlock; i += hn::Lanes(UnitLanes())) {
+    const EdgeBits some = edgeBits(lanes(block) + i, members);
+    bits.edges |= some.edges << 2 * i;
+    bits.middles |= some.middles << 2 * i;
+    bits.moreBytes += some.moreBytes;
   }
-  char16_t units[kUnitBlock + 2] = {};
-};
+  const Bits edges = bits.edges & lowBits(2 * count);
+  tally.runs += runsIn(edges, bits.middles & lowBits(2 * count), tally.inRun);
+  tally.inRun = bitAt(edges, 2 * count - 1);
+  tally.bytes += count + bits.moreBytes;
+}
 
-std::size_t CountUnitRuns(Text<char16_t> text, const ByteSet& set, bool& inRun) {
+/// Adds the units of the block at `start` that a text has, with zeros where it has none.
+HWY_NOINLINE void addEnd(Text<char16_t> text, std::size_t start, const Members& members,
+                         RunTally& tally) {
+  char16_t padded[kUnitBlock + 2] = {};
+  const std::size_t count = std::min(text.size() - start, kUnitBlock);
+  const std::size_t before = start == 0 ? 0 : 1;
+  const auto part = text.substr(start - before, count + before);
+  std::copy(part.begin(), part.end(), padded + 1 - before);
+  padded[count + 1] = start + count < text.size() ? text[start + count] : u'\0';
+  addUnits(padded + 1, count, members, tally);
+}
+
+void CountUnitRuns(Text<char16_t> text, const ByteSet& set, RunTally& tally) {
   const Members members(set);
-  bool in = inRun;
-  std::size_t runs = 0;
-  const auto take = [&](const char16_t* units, std::size_t count) HWY_ATTR {
-    EdgeBits bits;
-    for (std::size_t i = 0; i < kBlock; i += hn::Lanes(ByteLanes())) {
-      const EdgeBits some = edgeBits(lanes(units) + i / 2, members);
-      bits.edges |= some.edges << i;
-      bits.middles |= some.middles << i;
+  RunTally sum = tally;
+  std::size_t start = 0;
+  for (; text.size() - start > kUnitBlock; start += kUnitBlock) {
+    if (start == 0) {
+      addEnd(text, start, members, sum);
+      continue;
     }
-    bits.edges &= lowBits(2 * count);
-    bits.middles &= lowBits(2 * count);
-    runs += runsIn(bits, in);
-    in = bitAt(bits.edges, 2 * count - 1);
-  };
-  for (std::size_t start = 0; start < text.size(); start += kUnitBlock) {
-    if (start > 0 && text.size() - start > kUnitBlock) {
-      take(text.data() + start, kUnitBlock);
-    } else {
-      const PaddedUnits padded(text, start);
-      take(padded.units + 1, std::min(text.size() - start, kUnitBlock));
-    }
+    fetchAhead(text.data() + start);
+    addUnits(text.data() + start, kUnitBlock, members, sum);
   }
-  inRun = in;
-  return runs;
+  if (start < text.size()) {
+    addEnd(text, start, members, sum);
+  }
+  tally = sum;
 }
 
 #endif

@@ -15,6 +15,13 @@ struct NthMatch {
   std::size_t count = 0;
 };
 
+/// What has been counted of the bytes of a text so far, and whether the last one was in a run.
+struct RunTally {
+  std::size_t runs = 0;
+  std::size_t bytes = 0;
+  bool inRun = false;
+};
+
 /// What TextScanning.h is made of, for one kind of unit and the processor at hand. References carry
 /// from piece to piece what their names say of the unit before.
 template <class Unit>
@@ -29,7 +36,8 @@ struct TextScans {
   std::size_t (*countBreaks)(Text text, CRPartner partner, bool started, bool& afterCR);
   std::size_t (*firstBreak)(Text text);
   std::size_t (*lastBreak)(Text text);
-  std::size_t (*countRuns)(Text text, const ByteSet& set, bool& inRun);
+  /// Of units, the bytes that they have in UTF-8.
+  void (*countRuns)(Text text, const ByteSet& set, RunTally& tally);
 };
 
 const TextScans<char>& byteScans() noexcept;

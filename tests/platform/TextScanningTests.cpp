@@ -4,12 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "PlainTextCounts.h"
+#include "RandomLines.h"
 #include "RandomRun.h"
-#include "RandomText.h"
 #include "VectorTargets.h"
 
 #include <algorithm>
 #include <bitset>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,8 +21,8 @@ namespace {
 
 using testing::forEachVectorTarget;
 using testing::plainUTF8;
+using testing::randomLines;
 using testing::RandomRun;
-using testing::randomText;
 
 constexpr std::size_t kNowhere = std::string_view::npos;
 
@@ -163,6 +164,11 @@ void expectRunsOf(RandomRun& random, const std::u16string& units, const ByteSet&
   whole.add(units);
   EXPECT_EQ(whole.count(), runs);
 
+  const std::size_t limit = random.below(bytes.size() + 2);
+  ByteRunCounter limited(set);
+  limited.add(units, limit);
+  EXPECT_EQ(limited.count(), plainRuns(std::string_view(bytes).substr(0, limit), set)) << limit;
+
   ByteRunCounter both(set);
   const auto half = longestUTF8Prefix(units, random.below(bytes.size() + 1));
   both.add(std::u16string_view(units).substr(0, half.units));
@@ -193,7 +199,7 @@ TEST(TextScanningTests, EveryLengthUpToTwoHundredIsScannedAsByPlainLoops) {
   RandomRun random;
   forEachVectorTarget([&] {
     for (std::size_t length = 0; length <= 200; ++length) {
-      const auto units = randomText(random, length);
+      const auto units = randomLines(random, length);
       expectScansOf(random, units);
       expectScansOf(random, plainUTF8(units));
       expectRunsOf(random, units, alphanumericBytes());
@@ -206,7 +212,7 @@ TEST(TextScanningTests, LongTextsAreScannedAsByPlainLoops) {
   RandomRun random;
   forEachVectorTarget([&] {
     for (int i = 0; i < 60; ++i) {
-      const auto units = randomText(random, random.below(3000));
+      const auto units = randomLines(random, random.below(3000));
       expectScansOf(random, units);
       expectScansOf(random, plainUTF8(units));
       expectRunsOf(random, units, alphanumericBytes());
@@ -217,7 +223,7 @@ TEST(TextScanningTests, LongTextsAreScannedAsByPlainLoops) {
 
 TEST(TextScanningTests, ATextMayBeginAnywhereInMemory) {
   RandomRun random;
-  const auto units = randomText(random, 400) + u"\r\n one";
+  const auto units = randomLines(random, 400) + u"\r\n one";
   const std::string bytes = plainUTF8(units);
   forEachVectorTarget([&] {
     for (std::size_t start = 0; start < 70; ++start) {
@@ -317,26 +323,32 @@ TEST(TextScanningTests, ASetHoldsTheBytesThatItWasMadeOf) {
 TEST(TextScanningTests, APrefixIsAsLongAsItsBytesAllow) {
   RandomRun random;
   for (std::size_t length = 0; length <= 60; ++length) {
-    const auto units = randomText(random, length);
+    const auto units = randomLines(random, length);
     SCOPED_TRACE(::testing::PrintToString(units));
     for (std::size_t limit = 0; limit <= plainUTF8(units).size() + 2; ++limit) {
       const auto expected = plainPrefix(units, limit);
       const auto longest = longestUTF8Prefix(units, limit);
       EXPECT_EQ(longest.units, expected.units) << limit;
       EXPECT_EQ(longest.bytes, expected.bytes) << limit;
-      const auto next = nextUTF8Prefix(units, limit);
-      EXPECT_EQ(next.bytes, plainUTF8(std::u16string_view(units).substr(0, next.units)).size());
-      EXPECT_EQ(plainPrefix(units, next.bytes).units, next.units) << "whole characters";
-      EXPECT_LE(next.bytes, limit);
-      EXPECT_EQ(next.units == 0, expected.units == 0);
     }
   }
+}
+
+TEST(TextScanningTests, PairsAreNotParted) {
+  const std::u16string text = u"a😀\xD83D\xD83D\xDE00\xDE00";
+  const std::size_t counts[] = {0, 1, 1, 3, 4, 4, 6, 7, 7, 7};
+  for (std::size_t count = 0; count < std::size(counts); ++count) {
+    EXPECT_EQ(wholeCharacters(text, count), text.substr(0, counts[count])) << count;
+  }
+  EXPECT_EQ(wholeCharacters(text, kNowhere), text);
+  EXPECT_EQ(wholeCharacters(u"\xD83D", 1), u"\xD83D");
+  EXPECT_EQ(wholeCharacters(u"", 1), u"");
 }
 
 TEST(TextScanningTests, LongPrefixesAreMeasuredInWholeCharacters) {
   RandomRun random;
   for (int i = 0; i < 20; ++i) {
-    const auto units = randomText(random, 20000);
+    const auto units = randomLines(random, 20000);
     const std::size_t limit = random.below(plainUTF8(units).size() + 2);
     const auto expected = plainPrefix(units, limit);
     const auto longest = longestUTF8Prefix(units, limit);

@@ -173,13 +173,18 @@ class KESTOVA_PLATFORM_EXPORT ByteRunCounter {
 
   void add(std::string_view bytes) noexcept;
 
-  /// Adds the bytes of the units' UTF-8 form, without making it. A surrogate that stands alone in
-  /// the piece is the bytes EF BF BD, so a text is not to be cut between the halves of a pair.
-  void add(std::u16string_view units) noexcept;
+  /// Adds the bytes of the units' UTF-8 form, the first `limit` of them, without making it. A
+  /// surrogate that stands alone in the piece is the bytes EF BF BD, so a text is not to be cut
+  /// between the halves of a pair.
+  void add(std::u16string_view units, std::size_t limit = std::u16string_view::npos) noexcept;
 
   std::size_t count() const noexcept { return count_; }
 
  private:
+  /// Answers how many bytes were added.
+  template <class Unit>
+  std::size_t scan(std::basic_string_view<Unit> piece) noexcept;
+
   const ByteSet* set_;
   bool inRun_ = false;
   std::size_t count_ = 0;
@@ -188,6 +193,11 @@ class KESTOVA_PLATFORM_EXPORT ByteRunCounter {
 /// @}
 /// \name The UTF-8 form of UTF-16 text
 /// @{
+
+/// The first `count` units, all of them if there are fewer, and one less where a pair would be
+/// parted.
+KESTOVA_PLATFORM_EXPORT std::u16string_view wholeCharacters(std::u16string_view units,
+                                                            std::size_t count) noexcept;
 
 /// A beginning of a text: its units, and its bytes in UTF-8.
 struct UTF8Prefix {
@@ -199,11 +209,6 @@ struct UTF8Prefix {
 /// surrogate that stands alone has the three of U+FFFD.
 KESTOVA_PLATFORM_EXPORT UTF8Prefix longestUTF8Prefix(std::u16string_view units,
                                                      std::size_t limit) noexcept;
-
-/// Some such beginning, short enough to be still in the processor's nearest cache when it is read
-/// next. Empty only where the longest one is.
-KESTOVA_PLATFORM_EXPORT UTF8Prefix nextUTF8Prefix(std::u16string_view units,
-                                                  std::size_t limit) noexcept;
 
 /// @}
 

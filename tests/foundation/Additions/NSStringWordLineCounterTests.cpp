@@ -4,8 +4,8 @@
 
 #include "BothStorages.h"
 #include "PlainTextCounts.h"
+#include "RandomLines.h"
 #include "RandomRun.h"
-#include "RandomText.h"
 
 #include <limits>
 #include <ostream>
@@ -439,7 +439,7 @@ TEST(NSStringWordLineCounterTests, EveryShortTextHasTheCountsMadeByHand) {
 TEST(NSStringWordLineCounterTests, RandomTextsHaveTheCountsMadeByHand) {
   RandomRun random;
   for (int i = 0; i < 3000; ++i) {
-    const auto units = testing::randomText(random, random.below(400));
+    const auto units = testing::randomLines(random, random.below(400));
     forBothStorages(units, [&](const Ref<NSString>& text) {
       SCOPED_TRACE(::testing::PrintToString(units));
       const PlainTextCounts plain(units, text->isEightBit());
@@ -452,7 +452,7 @@ TEST(NSStringWordLineCounterTests, RandomTextsHaveTheCountsMadeByHand) {
 TEST(NSStringWordLineCounterTests, LongTextsHaveTheCountsMadeByHand) {
   RandomRun random;
   for (int i = 0; i < 30; ++i) {
-    const auto units = testing::randomText(random, 4000 + random.below(40000));
+    const auto units = testing::randomLines(random, 4000 + random.below(40000));
     forBothStorages(units, [&](const Ref<NSString>& text) {
       const PlainTextCounts plain(units, text->isEightBit());
       expectSameTotals(text, plain);
