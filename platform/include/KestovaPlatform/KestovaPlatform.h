@@ -4,6 +4,7 @@
 /// \file
 /// All of KestovaPlatform.
 
+#include <KestovaPlatform/Backoff.h>
 #include <KestovaPlatform/Base32Coding.h>
 #include <KestovaPlatform/Block.h>
 #include <KestovaPlatform/ByteSearch.h>
@@ -22,6 +23,7 @@
 #include <KestovaPlatform/NSBeep.h>
 #include <KestovaPlatform/NSBundle.h>
 #include <KestovaPlatform/NSCharacterSet.h>
+#include <KestovaPlatform/NSConditionLock.h>
 #include <KestovaPlatform/NSData.h>
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSDictionary.h>
