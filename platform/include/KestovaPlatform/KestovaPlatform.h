@@ -8,6 +8,7 @@
 #include <KestovaPlatform/Base32Coding.h>
 #include <KestovaPlatform/Block.h>
 #include <KestovaPlatform/ByteSearch.h>
+#include <KestovaPlatform/CFUUID.h>
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/Clock.h>
 #include <KestovaPlatform/Contract.h>
@@ -16,6 +17,7 @@
 #include <KestovaPlatform/FSFileOperation.h>
 #include <KestovaPlatform/FormatArgument.h>
 #include <KestovaPlatform/FoundationErrors.h>
+#include <KestovaPlatform/Gestalt.h>
 #include <KestovaPlatform/HexCoding.h>
 #include <KestovaPlatform/MacErrors.h>
 #include <KestovaPlatform/MessageDigest.h>
