@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <typeinfo>
 
 namespace kestova {
 
@@ -181,7 +182,22 @@ bool NSNumber::isEqualToValue(const Ref<NSValue>& other) const {
   return isEqualToNumber(cast<NSNumber>(other));
 }
 
+/// Collections ask this for every key: whole numbers, which most keys are, compare at once.
+bool NSNumber::isEqual(const id& other) const {
+  if (other && typeid(*other) == typeid(NSNumber)) {
+    const auto* mine = std::get_if<std::int64_t>(&value_);
+    const auto* theirs = std::get_if<std::int64_t>(&static_cast<const NSNumber&>(*other).value_);
+    if (mine != nullptr && theirs != nullptr) {
+      return *mine == *theirs;
+    }
+  }
+  return NSValue::isEqual(other);
+}
+
 NSUInteger NSNumber::hash() const {
+  if (const auto* whole = std::get_if<std::int64_t>(&value_); whole != nullptr) {
+    return static_cast<NSUInteger>(*whole);
+  }
   const Exact value = exact(*this);
   if (!isWholeWithin64Bits(value)) {
     return std::isnan(value) ? 0 : std::hash<double>()(static_cast<double>(value));

@@ -96,6 +96,7 @@ class KESTOVA_PLATFORM_EXPORT NSNumber : public NSValue {
   bool isEqualToNumber(const Ref<NSNumber>& other) const;
 
   bool isEqualToValue(const Ref<NSValue>& other) const override;
+  bool isEqual(const id& other) const override;
   NSUInteger hash() const override;
 
   /// @}
