@@ -4,6 +4,7 @@
 #include <KestovaPlatform/NSDictionary.h>
 
 #include "collections/CollectionDescription.h"
+#include "collections/DictionaryFromTable.h"
 #include "collections/Members.h"
 #include "collections/TableDictionary.h"
 #include "object/Reference.h"
@@ -39,6 +40,10 @@ class ObjectEnumerator final : public NSEnumerator {
 };
 
 }  // namespace
+
+Ref<NSDictionary> dictionaryFromTable(ObjectMap table) {
+  return make<ImmutableDictionary>(std::move(table));
+}
 
 Ref<NSDictionary> NSDictionary::dictionary() {
   static const auto& empty = *new Ref<NSDictionary>(make<ImmutableDictionary>());

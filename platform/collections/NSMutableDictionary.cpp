@@ -4,6 +4,7 @@
 #include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSException.h>
 
+#include "collections/DictionaryFromTable.h"
 #include "collections/TableDictionary.h"
 #include "values/RangeCheck.h"
 
@@ -57,6 +58,10 @@ void checkPairs(NSUInteger objects, NSUInteger keys) {
 }
 
 }  // namespace
+
+Ref<NSMutableDictionary> mutableDictionaryFromTable(ObjectMap table) {
+  return make<MutableDictionary>(std::move(table));
+}
 
 Ref<NSMutableDictionary> NSMutableDictionary::dictionary() { return make<MutableDictionary>(); }
 

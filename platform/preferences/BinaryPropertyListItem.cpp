@@ -4,38 +4,17 @@
 #include <KestovaPlatform/NSData.h>
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSNumber.h>
-#include <KestovaPlatform/UTF8.h>
 
 #include "preferences/PropertyListFault.h"
 
 #include <bit>
 #include <cmath>
 #include <string>
-#include <string_view>
 
 namespace kestova {
 
 void failAtByte(std::size_t place, const Ref<NSString>& fault) {
   throw PropertyListFault{NSString::stringWithFormat("%@, at byte %lu.", fault, place)};
-}
-
-std::uint64_t unsignedFrom(std::span<const std::byte> bytes) {
-  std::uint64_t value = 0;
-  for (const std::byte byte : bytes) {
-    value = value << 8 | std::to_integer<std::uint64_t>(byte);
-  }
-  return value;
-}
-
-BinaryPropertyListItem::BinaryPropertyListItem(std::span<const std::byte> objects,
-                                               std::size_t place)
-    : kind_(static_cast<BinaryKind>(objects[place] >> 4)),
-      nibble_(std::to_integer<unsigned>(objects[place]) & 0xF),
-      place_(place),
-      contents_(objects.subspan(place + 1)) {}
-
-bool BinaryPropertyListItem::isString() const noexcept {
-  return kind_ == BinaryKind::asciiString || kind_ == BinaryKind::utf16String;
 }
 
 id BinaryPropertyListItem::value() {
@@ -148,11 +127,12 @@ id BinaryPropertyListItem::dataValue() {
 
 id BinaryPropertyListItem::asciiValue() {
   const auto bytes = cut(takeCount(), 1);
-  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  if (!isASCII(text)) {
+  auto string =
+      NSString::stringWithUTF8String({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  if (!string || !string->isEightBit()) {
     failAtByte(place_, "A text in ASCII holds other bytes");
   }
-  return NSString::stringWithUTF8String(text);
+  return string;
 }
 
 id BinaryPropertyListItem::utf16Value() {

@@ -16,7 +16,13 @@ namespace kestova {
 [[noreturn]] void failAtByte(std::size_t place, const Ref<NSString>& fault);
 
 /// A big-endian number of at most eight bytes.
-std::uint64_t unsignedFrom(std::span<const std::byte> bytes);
+inline std::uint64_t unsignedFrom(std::span<const std::byte> bytes) {
+  std::uint64_t value = 0;
+  for (const std::byte byte : bytes) {
+    value = value << 8 | std::to_integer<std::uint64_t>(byte);
+  }
+  return value;
+}
 
 /// An object as it is written down in the binary format. What does not fit into the bytes that are
 /// there throws a PropertyListFault.
@@ -24,11 +30,17 @@ class BinaryPropertyListItem {
  public:
   /// The object that begins at `place`, which lies in `objects`: all of the data that may hold
   /// objects.
-  BinaryPropertyListItem(std::span<const std::byte> objects, std::size_t place);
+  BinaryPropertyListItem(std::span<const std::byte> objects, std::size_t place)
+      : kind_(static_cast<BinaryKind>(objects[place] >> 4)),
+        nibble_(std::to_integer<unsigned>(objects[place]) & 0xF),
+        place_(place),
+        contents_(objects.subspan(place + 1)) {}
 
   BinaryKind kind() const noexcept { return kind_; }
   std::size_t place() const noexcept { return place_; }
-  bool isString() const noexcept;
+  bool isString() const noexcept {
+    return kind_ == BinaryKind::asciiString || kind_ == BinaryKind::utf16String;
+  }
 
   /// The value of an object that refers to no others, immutable, and how many bytes it takes. For a
   /// UID it is the number.

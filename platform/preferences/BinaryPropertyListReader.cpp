@@ -163,13 +163,13 @@ void BinaryPropertyListReader::reuse(const Slot& known, std::size_t place) {
   add(objects_.leaf(known.object), known.height);
 }
 
-void BinaryPropertyListReader::add(const id& object, std::size_t height) {
+void BinaryPropertyListReader::add(id object, std::size_t height) {
   if (open_.empty()) {
-    top_ = object;
+    top_ = std::move(object);
     return;
   }
   OpenContainer& container = open_.back();
-  container.objects.push_back(object);
+  container.objects.push_back(std::move(object));
   container.height = std::max(container.height, height + 1);
 }
 
@@ -207,9 +207,9 @@ void BinaryPropertyListReader::openReferences(OpenContainer& container,
 void BinaryPropertyListReader::close() {
   OpenContainer closed = std::move(open_.back());
   open_.pop_back();
-  const id object = closed.kind == BinaryKind::array
-                        ? objects_.array(std::move(closed.objects))
-                        : objects_.dictionary(std::move(closed.keys), std::move(closed.objects));
+  id object = closed.kind == BinaryKind::array
+                  ? objects_.array(std::move(closed.objects))
+                  : objects_.dictionary(std::move(closed.keys), std::move(closed.objects));
   Slot& slot = slots_[closed.number];
   slot.isOpen = 0;
   if (!objects_.areContainersMutable()) {
@@ -217,7 +217,7 @@ void BinaryPropertyListReader::close() {
     slot.size = unfolded_ - closed.unfoldedBefore;
     slot.height = closed.height;
   }
-  add(object, closed.height);
+  add(std::move(object), closed.height);
 }
 
 void BinaryPropertyListReader::checkNesting(std::size_t height, std::size_t place) const {

@@ -65,7 +65,7 @@ class BinaryPropertyListReader {
   void visit(std::size_t number, std::size_t place);
   const id& make(std::size_t number, BinaryPropertyListItem item);
   void reuse(const Slot& known, std::size_t place);
-  void add(const id& object, std::size_t height);
+  void add(id object, std::size_t height);
 
   void open(std::size_t number, BinaryPropertyListItem item);
   void openUID(OpenContainer& container, BinaryPropertyListItem& item);

@@ -5,9 +5,9 @@
 
 #include "text/TextStorage.h"
 
+#include <array>
 #include <bit>
 #include <concepts>
-#include <functional>
 #include <limits>
 #include <utility>
 
@@ -33,7 +33,8 @@ Ref<NSData> BinaryPropertyListWriter::write(const id& propertyList) {
 
 std::size_t BinaryPropertyListWriter::PlainHash::operator()(const Plain& plain) const noexcept {
   const auto kind = static_cast<std::uint64_t>(plain.kind) * 32 + plain.size;
-  return std::hash<std::uint64_t>()((plain.bits ^ kind) * 0x9E3779B97F4A7C15U);
+  const std::uint64_t spread = (plain.bits ^ kind) * 0x9E3779B97F4A7C15U;
+  return spread ^ (spread >> 32);
 }
 
 /// Below 0 all eight bytes are needed: what takes less has no sign.
@@ -164,9 +165,12 @@ void BinaryPropertyListWriter::putItem(const Ref<NSString>& string) {
   withUnits(*string, [&](auto units) {
     const bool isNarrow = isASCII(units);
     putHead(isNarrow ? BinaryKind::asciiString : BinaryKind::utf16String, units.size());
-    output_.reserve(output_.size() + 2 * units.size());
+    if (isNarrow) {
+      output_.append(units.begin(), units.end());
+      return;
+    }
     for (const auto unit : units) {
-      putUnsigned(static_cast<unichar>(unit), isNarrow ? 1 : 2);
+      putUnsigned(static_cast<unichar>(unit), 2);
     }
   });
 }
@@ -193,9 +197,11 @@ void BinaryPropertyListWriter::putHead(BinaryKind kind, std::size_t count) {
 }
 
 void BinaryPropertyListWriter::putUnsigned(std::uint64_t value, std::size_t size) {
-  for (std::size_t left = size; left-- > 0;) {
-    output_.push_back(left < sizeof value ? static_cast<char>(value >> (8 * left)) : '\0');
+  std::array<char, 16> bytes{};
+  for (auto byte = bytes.rbegin(); value != 0; value >>= 8) {
+    *byte++ = static_cast<char>(value);
   }
+  output_.append(bytes.end() - size, size);
 }
 
 void BinaryPropertyListWriter::putTrailer(std::size_t offsetSize, std::size_t offsetTable) {

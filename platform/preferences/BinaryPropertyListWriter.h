@@ -7,9 +7,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -49,6 +51,11 @@ class BinaryPropertyListWriter final : private PropertyListWriter {
 
   using Item = std::variant<Plain, Ref<NSString>, Ref<NSData>, Container>;
 
+  template <class Key, class Hash, class Equal>
+  using Numbers =
+      tsl::ordered_map<Key, std::size_t, Hash, Equal, std::allocator<std::pair<Key, std::size_t>>,
+                       std::vector<std::pair<Key, std::size_t>>>;
+
   static Plain plainOf(const NSNumber& number);
   static Plain integer(std::int64_t value);
   static std::optional<Plain> uidOf(const Entries& entries);
@@ -79,8 +86,8 @@ class BinaryPropertyListWriter final : private PropertyListWriter {
   void putTrailer(std::size_t offsetSize, std::size_t offsetTable);
 
   std::vector<Item> items_;
-  tsl::ordered_map<id, std::size_t, ObjectHash, ObjectEqual> numbersOfRuns_;
-  std::unordered_map<Plain, std::size_t, PlainHash> numbersOfPlains_;
+  Numbers<id, ObjectHash, ObjectEqual> numbersOfRuns_;
+  Numbers<Plain, PlainHash, std::equal_to<>> numbersOfPlains_;
   std::vector<std::size_t> references_;
   /// Of each open container, which of the references comes next.
   std::vector<std::size_t> nextReferences_;

@@ -3,9 +3,10 @@
 
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSData.h>
-#include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSPropertyListSerialization.h>
 #include <KestovaPlatform/NSString.h>
+
+#include "collections/DictionaryFromTable.h"
 
 #include <utility>
 
@@ -23,17 +24,17 @@ id PropertyListObjects::array(std::vector<id> objects) const {
 }
 
 id PropertyListObjects::dictionary(std::vector<id> keys, std::vector<id> objects) const {
-  const auto allKeys = NSArray::arrayWithObjects(std::move(keys));
-  const auto allObjects = NSArray::arrayWithObjects(std::move(objects));
-  if (mutableContainers_) {
-    return NSMutableDictionary::dictionaryWithObjects_forKeys(allObjects, allKeys);
+  ObjectMap table;
+  table.reserve(keys.size());
+  for (std::size_t index = 0; index < keys.size(); ++index) {
+    table.insert_or_assign(std::move(keys[index]), std::move(objects[index]));
   }
-  return NSDictionary::dictionaryWithObjects_forKeys(allObjects, allKeys);
+  return mutableContainers_ ? id(mutableDictionaryFromTable(std::move(table)))
+                            : dictionaryFromTable(std::move(table));
 }
 
-id PropertyListObjects::leaf(const id& object) const {
-  const bool isMutable = mutableLeaves_ && (cast<NSString>(object) || cast<NSData>(object));
-  return isMutable ? object->mutableCopy() : object;
+id PropertyListObjects::mutableLeaf(const id& object) {
+  return cast<NSString>(object) || cast<NSData>(object) ? object->mutableCopy() : object;
 }
 
 }  // namespace kestova

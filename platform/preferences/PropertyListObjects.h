@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSTypes.h>
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace kestova {
@@ -25,14 +26,16 @@ class PropertyListObjects {
 
   id array(std::vector<id> objects) const;
 
-  /// As many keys as objects; of equal keys the last one counts.
+  /// As many keys as objects; of equal keys the last one counts. The keys are immutable strings.
   id dictionary(std::vector<id> keys, std::vector<id> objects) const;
 
   /// An immutable object that holds no others, for one place in the list: itself, or a mutable copy
   /// of a string or data where that is asked for. Null stays null.
-  id leaf(const id& object) const;
+  id leaf(id object) const { return mutableLeaves_ ? mutableLeaf(object) : std::move(object); }
 
  private:
+  static id mutableLeaf(const id& object);
+
   bool mutableContainers_;
   bool mutableLeaves_;
 };
