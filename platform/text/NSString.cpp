@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Class.h>
-#include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <KestovaPlatform/NSString.h>
@@ -18,12 +17,6 @@ KESTOVA_DEFINE_CLASS(NSString, .property<&NSString::length>("length"))
 
 namespace {
 
-/// Hands the units of two strings to a function that takes every pair of views.
-template <class Function>
-auto withBoth(const NSString& a, const NSString& b, Function&& function) {
-  return withUnits(a, [&](auto x) { return withUnits(b, [&](auto y) { return function(x, y); }); });
-}
-
 /// Hashes four units at a time, so that the number depends on the units and not on their storage.
 template <class Unit>
 NSUInteger hashOf(std::basic_string_view<Unit> units) noexcept {
@@ -40,24 +33,6 @@ NSUInteger hashOf(std::basic_string_view<Unit> units) noexcept {
     hash.add(static_cast<unichar>(units[index]));
   }
   return hash.value();
-}
-
-NSComparisonResult orderOf(int difference) {
-  return difference < 0 ? NSOrderedAscending : difference > 0 ? NSOrderedDescending : NSOrderedSame;
-}
-
-/// Where two views first differ decides, and after that their lengths. In the 8-bit storage chars
-/// are never negative, so units of both kinds compare as they are.
-template <class A, class B>
-NSComparisonResult compareUnits(std::basic_string_view<A> a, std::basic_string_view<B> b) {
-  const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
-  const bool bothGoOn = x != a.end() && y != b.end();
-  return bothGoOn ? orderOf(int{*x} - int{*y}) : orderOf((x != a.end()) - (y != b.end()));
-}
-
-Ref<NSString> pieceOf(std::string_view ascii) { return NSString::stringWithUTF8String(ascii); }
-Ref<NSString> pieceOf(std::u16string_view units) {
-  return NSString::stringWithCharacters_length(units.data(), units.size());
 }
 
 }  // namespace
@@ -129,11 +104,6 @@ bool NSString::isEqualToString(const Ref<NSString>& other) const {
   return other && withBoth(*this, *other, [](auto a, auto b) { return equalUnits(a, b); });
 }
 
-NSComparisonResult NSString::compare(const Ref<NSString>& other) const {
-  checkArgument(*this, "compare:", other != nullptr);
-  return withBoth(*this, *other, [](auto a, auto b) { return compareUnits(a, b); });
-}
-
 bool NSString::hasPrefix(const Ref<NSString>& prefix) const {
   return prefix && withBoth(*this, *prefix, [](auto text, auto wanted) {
            return equalUnits(text.substr(0, wanted.size()), wanted);
@@ -157,8 +127,8 @@ NSUInteger NSString::hash() const {
 
 Ref<NSString> NSString::substringWithRange(NSRange range) const {
   checkRange(*this, "substringWithRange:", range, length());
-  return withUnits(*this,
-                   [&](auto units) { return pieceOf(units.substr(range.location, range.length)); });
+  return withUnits(
+      *this, [&](auto units) { return stringOf(units.substr(range.location, range.length)); });
 }
 
 Ref<NSString> NSString::substringFromIndex(NSUInteger index) const {
@@ -170,35 +140,11 @@ Ref<NSString> NSString::substringToIndex(NSUInteger index) const {
   return substringWithRange({0, index});
 }
 
-NSRange NSString::rangeOfString(const Ref<NSString>& other) const {
-  checkArgument(*this, "rangeOfString:", other != nullptr);
-  const auto found =
-      withBoth(*this, *other, [](auto text, auto wanted) { return findUnits(text, wanted); });
-  const bool isThere = found != std::string::npos && other->length() > 0;
-  return isThere ? NSRange{found, other->length()} : NSRange{NSNotFound, 0};
-}
-
 Ref<NSString> NSString::stringByAppendingString(const Ref<NSString>& other) const {
   checkArgument(*this, "stringByAppendingString:", other != nullptr);
   Storage joined = storage_;
   withUnits(*other, [&](auto units) { appendUnits(joined, units); });
   return make<NSString>(std::move(joined));
-}
-
-Ref<NSArray> NSString::componentsSeparatedByString(const Ref<NSString>& separator) const {
-  checkArgument(*this, "componentsSeparatedByString:", separator != nullptr);
-  const auto pieces = NSMutableArray::array();
-  withBoth(*this, *separator, [&](auto text, auto mark) {
-    std::size_t start = 0;
-    if (!mark.empty()) {
-      for (std::size_t end; (end = findUnits(text, mark, start)) != text.npos;) {
-        pieces->addObject(pieceOf(text.substr(start, end - start)));
-        start = end + mark.size();
-      }
-    }
-    pieces->addObject(pieceOf(text.substr(start)));
-  });
-  return pieces;
 }
 
 Ref<NSString> NSString::description() const { return cast<NSString>(copy()); }

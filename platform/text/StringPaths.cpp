@@ -6,6 +6,8 @@
 #include "text/TextStorage.h"
 #include "values/RangeCheck.h"
 
+#include <algorithm>
+
 namespace kestova {
 namespace {
 
@@ -25,6 +27,23 @@ Ref<NSString> tidied(const NSString& path) {
     }
     return Ref<NSString>(result);
   });
+}
+
+/// The names of a tidied path, between its slashes. Slashes count whatever follows them: to the
+/// file system a name may begin with a mark.
+void addNames(NSMutableArray& names, const NSString& tidyPath) {
+  withUnits(tidyPath, [&](auto units) {
+    for (std::size_t start = 0, end; start < units.size(); start = end + 1) {
+      end = std::min(units.find('/', start), units.size());
+      if (end > start) {
+        names.addObject(stringOf(units.substr(start, end - start)));
+      }
+    }
+  });
+}
+
+bool hasSlash(const NSString& text) {
+  return withUnits(text, [](auto units) { return units.find('/') != units.npos; });
 }
 
 /// Where the last component of a tidied path begins; the root is a component itself.
@@ -72,11 +91,7 @@ Ref<NSArray> NSString::pathComponents() const {
   if (isAbsolutePath()) {
     components->addObject(slash());
   }
-  for (const id& name : path->componentsSeparatedByString(slash())) {
-    if (!name->isEqual(string())) {
-      components->addObject(name);
-    }
-  }
+  addNames(*components, *path);
   if (path != "/" && hasSuffix(slash())) {
     components->addObject(slash());
   }
@@ -121,7 +136,7 @@ Ref<NSString> NSString::stringByAppendingPathExtension(const Ref<NSString>& exte
   checkArgument(*this, "stringByAppendingPathExtension:", extension != nullptr);
   const auto path = tidied(*this);
   const bool hasName = path->length() > 0 && !path->hasSuffix(slash());
-  if (!hasName || extension->rangeOfString(slash()).location != NSNotFound) {
+  if (!hasName || hasSlash(*extension)) {
     return nullptr;
   }
   return path->stringByAppendingString(".")->stringByAppendingString(extension);

@@ -19,6 +19,12 @@ NSUInteger sizeOf(const TextStorage& storage) {
 
 }  // namespace
 
+Ref<NSString> stringOf(std::string_view ascii) { return NSString::stringWithUTF8String(ascii); }
+
+Ref<NSString> stringOf(std::u16string_view units) {
+  return NSString::stringWithCharacters_length(units.data(), units.size());
+}
+
 void replaceUnits(TextStorage& storage, NSRange range, std::string_view ascii) {
   if (auto* bytes = std::get_if<std::string>(&storage)) {
     bytes->replace(range.location, range.length, ascii);

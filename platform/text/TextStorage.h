@@ -21,8 +21,34 @@ decltype(auto) withUnits(const NSString& string, Function&& function) {
              : function(std::u16string_view(string.utf16Characters(), string.length()));
 }
 
+/// Hands the units of two strings to a function that takes every pair of views.
+template <class Function>
+decltype(auto) withBoth(const NSString& a, const NSString& b, Function&& function) {
+  return withUnits(a, [&](auto x) { return withUnits(b, [&](auto y) { return function(x, y); }); });
+}
+
+/// A string of units as they are stored.
+Ref<NSString> stringOf(std::string_view ascii);
+Ref<NSString> stringOf(std::u16string_view units);
+
+/// How two units, lengths or truth values are ordered.
+template <class Value>
+constexpr NSComparisonResult orderOf(Value a, Value b) {
+  return a < b ? NSOrderedAscending : b < a ? NSOrderedDescending : NSOrderedSame;
+}
+
 /// \name Reading two storages against each other, without widening either
 /// @{
+
+/// Where two views first differ decides, and after that their lengths. In the 8-bit storage chars
+/// are never negative, so units of both kinds compare as they are.
+template <class A, class B>
+NSComparisonResult compareUnits(std::basic_string_view<A> a, std::basic_string_view<B> b) {
+  const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+  const bool bothGoOn = x != a.end() && y != b.end();
+  return bothGoOn ? orderOf(static_cast<unichar>(*x), static_cast<unichar>(*y))
+                  : orderOf(x != a.end(), y != b.end());
+}
 
 /// Whether both views hold the same units.
 template <class A, class B>

@@ -19,6 +19,38 @@
 
 namespace kestova {
 
+class NSCharacterSet;
+class NSLocale;
+template <class Signature>
+class Block;
+
+/// How texts are searched and compared, as a sum of bits. Without any, canonically equivalent
+/// characters are the same ("é" is "e" with a combining accent), and a match is made of whole
+/// characters as a reader sees them: "e" is not found in either "é". CR and LF are two characters.
+enum NSStringCompareOptions : NSUInteger {
+  /// Case makes no difference, in full: "ß" is "SS", and the three sigmas are one.
+  NSCaseInsensitiveSearch = 1,
+  /// Units count as they are: equivalent characters differ, and a match may cut one. What other
+  /// options take away they take from each Unicode character by itself.
+  NSLiteralSearch = 2,
+  /// The last match instead of the first one.
+  NSBackwardsSearch = 4,
+  /// Only a match at the beginning of the range, with NSBackwardsSearch at its end.
+  NSAnchoredSearch = 8,
+  /// In comparisons, ASCII digits are numbers: "a2" comes before "a10", and "a02" is "a2".
+  NSNumericSearch = 64,
+  /// Accents, points and vowel signs over or under a base make no difference: "é" is "e". Marks
+  /// that make another letter (viramas, nuktas, the voicing of kana, overlays) stay.
+  NSDiacriticInsensitiveSearch = 128,
+  /// Full-width and half-width forms are the usual ones: "Ａ" is "A".
+  NSWidthInsensitiveSearch = 256,
+  /// In comparisons, texts that are the same otherwise are ordered by their units.
+  NSForcedOrderingSearch = 512,
+  /// The text to be found is a regular expression. Only NSCaseInsensitiveSearch and
+  /// NSAnchoredSearch go with it; one that is none is found nowhere.
+  NSRegularExpressionSearch = 1024,
+};
+
 /// A text: a sequence of UTF-16 code units, immutable here.
 ///
 ///     Ref<NSString> greeting = "Grüße";                       // UTF-8 literals box themselves
@@ -134,36 +166,97 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
 
   /// @}
   /// \name Comparing
+  ///
+  /// `options` are a sum of NSStringCompareOptions. Texts are ordered by the UTF-16 units of what
+  /// the options leave of them, in composed form: the same order on every machine, and none that a
+  /// reader would expect; for that there are the localized ones. Null throws
+  /// NSInvalidArgumentException.
   /// @{
 
   /// Whether both have the same units. Null is equal to nothing.
   bool isEqualToString(const Ref<NSString>& other) const;
 
-  /// Orders by UTF-16 units. Null throws NSInvalidArgumentException.
+  /// Without options: canonically equivalent texts are the same here, though not equal.
   NSComparisonResult compare(const Ref<NSString>& other) const;
+  NSComparisonResult compare_options(const Ref<NSString>& other, NSUInteger options) const;
 
-  /// Whether the text begins or ends with another; every text does with the empty one, none with
-  /// null.
+  /// Compares the text of a range, seen by itself, with another text. A range past the end throws
+  /// NSRangeException.
+  NSComparisonResult compare_options_range(const Ref<NSString>& other, NSUInteger options,
+                                           NSRange range) const;
+
+  NSComparisonResult caseInsensitiveCompare(const Ref<NSString>& other) const;
+
+  /// As readers order, by the conventions of the current locale; the last one as file managers list
+  /// names: without case, and numbers by their value.
+  NSComparisonResult localizedCompare(const Ref<NSString>& other) const;
+  NSComparisonResult localizedCaseInsensitiveCompare(const Ref<NSString>& other) const;
+  NSComparisonResult localizedStandardCompare(const Ref<NSString>& other) const;
+
+  /// Whether the text matches a pattern without regard to case, from its beginning to its end: "*"
+  /// stands for any number of characters, "?" for one.
+  bool isCaseInsensitiveLike(const Ref<NSString>& pattern) const;
+
+  /// Whether the units begin or end with another text's; every text does with the empty one, none
+  /// with null.
   bool hasPrefix(const Ref<NSString>& prefix) const;
   bool hasSuffix(const Ref<NSString>& suffix) const;
+
+  /// The beginning of this text that the other one begins with too, as the options see it.
+  Ref<NSString> commonPrefixWithString_options(const Ref<NSString>& other,
+                                               NSUInteger options) const;
 
   bool isEqual(const id& other) const override;
   NSUInteger hash() const override;
 
   /// @}
+  /// \name Searching
+  ///
+  /// `options` are a sum of NSStringCompareOptions. What is not found answers {NSNotFound, 0}, and
+  /// the empty text is found nowhere. A match may be longer or shorter than what was looked for.
+  /// Ranges past the end throw NSRangeException, null throws NSInvalidArgumentException.
+  /// @{
+
+  NSRange rangeOfString(const Ref<NSString>& other) const;
+  NSRange rangeOfString_options(const Ref<NSString>& other, NSUInteger options) const;
+
+  /// Searches a range. What is whole characters is decided in the whole text: a range that cuts
+  /// one does not make a match of its parts.
+  NSRange rangeOfString_options_range(const Ref<NSString>& other, NSUInteger options,
+                                      NSRange range) const;
+
+  /// The same with the letters of a locale: in Turkish and Azeri, "I" belongs to "ı" and "İ" to
+  /// "i" where case is ignored. A null locale is none.
+  NSRange rangeOfString_options_range_locale(const Ref<NSString>& other, NSUInteger options,
+                                             NSRange range, const Ref<NSLocale>& locale) const;
+
+  bool containsString(const Ref<NSString>& other) const;
+
+  /// The first character of a set: one unit, or both of a surrogate pair. Of the options,
+  /// NSBackwardsSearch and NSAnchoredSearch count.
+  NSRange rangeOfCharacterFromSet(const Ref<NSCharacterSet>& set) const;
+  NSRange rangeOfCharacterFromSet_options(const Ref<NSCharacterSet>& set, NSUInteger options) const;
+  NSRange rangeOfCharacterFromSet_options_range(const Ref<NSCharacterSet>& set, NSUInteger options,
+                                                NSRange range) const;
+
+  /// The units that make one character for a reader with the unit at an index: a base with its
+  /// marks, a surrogate pair, a syllable, a joined emoji. CR and LF are two characters.
+  NSRange rangeOfComposedCharacterSequenceAtIndex(NSUInteger index) const;
+
+  /// The whole characters that a range touches. An empty range gives an empty one, moved to the
+  /// beginning of the character that it lies in.
+  NSRange rangeOfComposedCharacterSequencesForRange(NSRange range) const;
+
+  /// @}
   /// \name Taking apart and putting together
-  /// Ranges past the end throw NSRangeException.
+  /// Ranges past the end throw NSRangeException, null throws NSInvalidArgumentException.
   /// @{
 
   Ref<NSString> substringWithRange(NSRange range) const;
   Ref<NSString> substringFromIndex(NSUInteger index) const;
   Ref<NSString> substringToIndex(NSUInteger index) const;
 
-  /// Where the text of `other` first stands, unit by unit; {NSNotFound, 0} when it does not, or
-  /// when it is empty. Null throws NSInvalidArgumentException.
-  NSRange rangeOfString(const Ref<NSString>& other) const;
-
-  /// This text followed by the other. Null throws NSInvalidArgumentException.
+  /// This text followed by the other.
   Ref<NSString> stringByAppendingString(const Ref<NSString>& other) const;
 
   template <class... Arguments>
@@ -172,9 +265,98 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
     return stringByAppendingString(stringWithFormat(format, arguments...));
   }
 
-  /// The pieces between the separators, always one more than there are separators; an empty
-  /// separator is found nowhere. Null throws NSInvalidArgumentException.
+  /// The pieces between the separators, found as `rangeOfString` finds; always one more than there
+  /// are separators.
   Ref<NSArray> componentsSeparatedByString(const Ref<NSString>& separator) const;
+
+  /// The pieces between the characters of a set, always one more than there are of them.
+  Ref<NSArray> componentsSeparatedByCharactersInSet(const Ref<NSCharacterSet>& separators) const;
+
+  /// The text without the characters of a set at both of its ends.
+  Ref<NSString> stringByTrimmingCharactersInSet(const Ref<NSCharacterSet>& set) const;
+
+  /// The text with every match replaced, as they are found from the front (or, with
+  /// NSBackwardsSearch, the back) without overlapping. With NSRegularExpressionSearch the
+  /// replacement is a template, where $1 stands for the first group.
+  Ref<NSString> stringByReplacingOccurrencesOfString_withString(
+      const Ref<NSString>& target, const Ref<NSString>& replacement) const;
+  Ref<NSString> stringByReplacingOccurrencesOfString_withString_options_range(
+      const Ref<NSString>& target, const Ref<NSString>& replacement, NSUInteger options,
+      NSRange range) const;
+
+  Ref<NSString> stringByReplacingCharactersInRange_withString(
+      NSRange range, const Ref<NSString>& replacement) const;
+
+  /// The text cut to a length, or brought to it by repeating `padding` from its unit `index` on. An
+  /// index that is not in the padding throws NSRangeException, an empty padding
+  /// NSInvalidArgumentException; neither is looked at where nothing is to be added.
+  Ref<NSString> stringByPaddingToLength_withString_startingAtIndex(NSUInteger length,
+                                                                   const Ref<NSString>& padding,
+                                                                   NSUInteger index) const;
+
+  /// @}
+  /// \name Case and forms
+  /// The same everywhere, whatever the locale. A text may become longer: "ß" is "SS" in capitals.
+  /// @{
+
+  Ref<NSString> uppercaseString() const;
+  Ref<NSString> lowercaseString() const;
+
+  /// Words, which are what stands between white space, with a capital first and small letters
+  /// after it.
+  Ref<NSString> capitalizedString() const;
+
+  /// The text without the distinctions that NSCaseInsensitiveSearch, NSDiacriticInsensitiveSearch
+  /// and NSWidthInsensitiveSearch take away, in composed form; itself with none of them. The locale
+  /// counts as for searching and may be null.
+  Ref<NSString> stringByFoldingWithOptions_locale(NSUInteger options,
+                                                  const Ref<NSLocale>& locale) const;
+
+  /// Unicode's normalization forms C, D, KC and KD.
+  Ref<NSString> precomposedStringWithCanonicalMapping() const;
+  Ref<NSString> decomposedStringWithCanonicalMapping() const;
+  Ref<NSString> precomposedStringWithCompatibilityMapping() const;
+  Ref<NSString> decomposedStringWithCompatibilityMapping() const;
+
+  /// @}
+  /// \name Numbers
+  ///
+  /// What the text begins with, after white space: a sign and ASCII digits. What follows is not
+  /// looked at, and where there is no number the answer is zero. Decimal points are points in every
+  /// locale.
+  /// @{
+
+  /// Numbers too great or too small are the greatest or smallest of the type.
+  int intValue() const;
+  NSInteger integerValue() const;
+  long long longLongValue() const;
+
+  /// Correctly rounded; beyond the type's range an infinity or zero, with the sign of the number.
+  float floatValue() const;
+  double doubleValue() const;
+
+  /// Whether it begins with Y, y, T, t or a number whose first digit other than 0 is there.
+  bool boolValue() const;
+
+  /// @}
+  /// \name Lines
+  ///
+  /// A line ends with LF, CR, CR LF, U+0085, U+2028 or U+2029, which belongs to it, or with the
+  /// text. Ranges past the end throw NSRangeException.
+  /// @{
+
+  /// Where the first of the lines that a range touches begins, where the last one ends, and where
+  /// it would without its line ending. Each pointer may be null.
+  void getLineStart_end_contentsEnd_forRange(NSUInteger* start, NSUInteger* end,
+                                             NSUInteger* contentsEnd, NSRange range) const;
+
+  /// The lines that a range touches.
+  NSRange lineRangeForRange(NSRange range) const;
+
+  /// Calls the block for each line without its ending, on this thread, until it sets its last
+  /// argument. What a text ends with is a line only if it is not empty.
+  void enumerateLinesUsingBlock(
+      const Block<void(const Ref<NSString>& line, bool* stop)>& block) const;
 
   /// @}
   /// \name Paths
@@ -256,6 +438,13 @@ class KESTOVA_PLATFORM_EXPORT NSMutableString : public NSString {
   void insertString_atIndex(const Ref<NSString>& string, NSUInteger index);
   void deleteCharactersInRange(NSRange range);
   void setString(const Ref<NSString>& string);
+
+  /// Replaces every match in a range, as `stringByReplacingOccurrencesOfString` does, and answers
+  /// how many there were. Null throws NSInvalidArgumentException, a range past the end
+  /// NSRangeException.
+  NSUInteger replaceOccurrencesOfString_withString_options_range(const Ref<NSString>& target,
+                                                                 const Ref<NSString>& replacement,
+                                                                 NSUInteger options, NSRange range);
 
   id copy() const override;
 

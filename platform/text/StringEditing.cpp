@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSString.h>
+
+#include "text/MemberSearch.h"
+#include "text/PatternSearch.h"
+#include "text/TextMatches.h"
+#include "text/TextStorage.h"
+#include "values/RangeCheck.h"
+
+#include <algorithm>
+
+namespace kestova {
+namespace {
+
+/// The pieces between marks, which lie in the text in order without overlapping.
+template <class Unit>
+Ref<NSArray> piecesBetween(std::basic_string_view<Unit> units, const std::vector<NSRange>& marks) {
+  const auto pieces = NSMutableArray::array();
+  std::size_t start = 0;
+  for (const NSRange mark : marks) {
+    pieces->addObject(stringOf(units.substr(start, mark.location - start)));
+    start = NSMaxRange(mark);
+  }
+  pieces->addObject(stringOf(units.substr(start)));
+  return pieces;
+}
+
+template <class Unit>
+std::vector<NSRange> membersIn(std::basic_string_view<Unit> units, const NSCharacterSet& set) {
+  std::vector<NSRange> members;
+  for (std::size_t index = 0; (index = findMember(units, index, set)) < units.size();) {
+    const std::size_t start = index;
+    nextCharacter(units, index);
+    members.push_back({start, index - start});
+  }
+  return members;
+}
+
+template <class Unit>
+std::basic_string_view<Unit> trimmed(std::basic_string_view<Unit> units,
+                                     const NSCharacterSet& set) {
+  units.remove_prefix(skipMembers(units, 0, set));
+  for (NSRange last; (last = memberUpTo(units, units.size(), set)) != kNoMember;) {
+    units.remove_suffix(last.length);
+  }
+  return units;
+}
+
+/// The text with units in place of the matches.
+TextStorage withReplaced(const NSString& text, const std::vector<NSRange>& matches,
+                         const NSString& replacement) {
+  TextStorage result;
+  withBoth(text, replacement, [&](auto units, auto other) {
+    std::size_t start = 0;
+    for (const NSRange match : matches) {
+      appendUnits(result, units.substr(start, match.location - start));
+      appendUnits(result, other);
+      start = NSMaxRange(match);
+    }
+    appendUnits(result, units.substr(start));
+  });
+  return result;
+}
+
+/// `length` units of a text that repeats itself, from an index on.
+template <class Unit>
+std::basic_string<Unit> repeated(std::basic_string_view<Unit> units, std::size_t index,
+                                 std::size_t length) {
+  std::basic_string<Unit> result;
+  result.reserve(length);
+  result.append(units.substr(index, length));
+  while (result.size() < length) {
+    result.append(units.substr(0, length - result.size()));
+  }
+  return result;
+}
+
+}  // namespace
+
+Ref<NSArray> NSString::componentsSeparatedByString(const Ref<NSString>& separator) const {
+  checkArgument(*this, "componentsSeparatedByString:", separator != nullptr);
+  const auto marks = matchesIn(*this, {0, length()}, *separator, 0);
+  return withUnits(*this, [&](auto units) { return piecesBetween(units, marks); });
+}
+
+Ref<NSArray> NSString::componentsSeparatedByCharactersInSet(
+    const Ref<NSCharacterSet>& separators) const {
+  checkArgument(*this, "componentsSeparatedByCharactersInSet:", separators != nullptr);
+  return withUnits(*this,
+                   [&](auto units) { return piecesBetween(units, membersIn(units, *separators)); });
+}
+
+Ref<NSString> NSString::stringByTrimmingCharactersInSet(const Ref<NSCharacterSet>& set) const {
+  checkArgument(*this, "stringByTrimmingCharactersInSet:", set != nullptr);
+  return withUnits(*this, [&](auto units) {
+    const auto middle = trimmed(units, *set);
+    return middle.size() == units.size() ? description() : stringOf(middle);
+  });
+}
+
+Ref<NSString> NSString::stringByReplacingOccurrencesOfString_withString(
+    const Ref<NSString>& target, const Ref<NSString>& replacement) const {
+  return stringByReplacingOccurrencesOfString_withString_options_range(target, replacement, 0,
+                                                                       {0, length()});
+}
+
+Ref<NSString> NSString::stringByReplacingOccurrencesOfString_withString_options_range(
+    const Ref<NSString>& target, const Ref<NSString>& replacement, NSUInteger options,
+    NSRange range) const {
+  constexpr auto kOperation = "stringByReplacingOccurrencesOfString:withString:options:range:";
+  checkArgument(*this, kOperation, target != nullptr && replacement != nullptr);
+  checkRange(*this, kOperation, range, length());
+  const auto result = NSMutableString::stringWithString(cast<NSString>(self()));
+  const auto count = result->replaceOccurrencesOfString_withString_options_range(
+      target, replacement, options, range);
+  return count == 0 ? description() : copyOf<NSString>(result);
+}
+
+Ref<NSString> NSString::stringByReplacingCharactersInRange_withString(
+    NSRange range, const Ref<NSString>& replacement) const {
+  constexpr auto kOperation = "stringByReplacingCharactersInRange:withString:";
+  checkArgument(*this, kOperation, replacement != nullptr);
+  checkRange(*this, kOperation, range, length());
+  return make<NSString>(withReplaced(*this, {range}, *replacement));
+}
+
+Ref<NSString> NSString::stringByPaddingToLength_withString_startingAtIndex(
+    NSUInteger newLength, const Ref<NSString>& padding, NSUInteger index) const {
+  constexpr auto kOperation = "stringByPaddingToLength:withString:startingAtIndex:";
+  if (newLength <= length()) {
+    return substringToIndex(newLength);
+  }
+  checkArgument(*this, kOperation, padding != nullptr && padding->length() > 0);
+  checkIndex(*this, kOperation, index, padding->length());
+  Storage padded = storage_;
+  withUnits(*padding, [&](auto units) {
+    using View = decltype(units);
+    appendUnits(padded, View(repeated(units, index, newLength - length())));
+  });
+  return make<NSString>(std::move(padded));
+}
+
+NSUInteger NSMutableString::replaceOccurrencesOfString_withString_options_range(
+    const Ref<NSString>& target, const Ref<NSString>& replacement, NSUInteger options,
+    NSRange range) {
+  constexpr auto kOperation = "replaceOccurrencesOfString:withString:options:range:";
+  checkArgument(*this, kOperation, target != nullptr && replacement != nullptr);
+  checkRange(*this, kOperation, range, length());
+  if ((options & NSRegularExpressionSearch) != 0) {
+    return replacePattern(cast<NSMutableString>(self()), target, replacement, options, range);
+  }
+  const auto matches = matchesIn(*this, range, *target, options);
+  if (!matches.empty()) {
+    storage_ = withReplaced(*this, matches, *replacement);
+  }
+  return matches.size();
+}
+
+}  // namespace kestova
