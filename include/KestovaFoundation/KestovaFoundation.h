@@ -5,7 +5,9 @@
 /// All of KestovaFoundation.
 
 #include <KestovaFoundation/Additions/NSArrayAdditions.h>
+#include <KestovaFoundation/Additions/NSDataAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
+#include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
 #include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
 #include <KestovaFoundation/Export.h>
 #include <KestovaFoundation/OVBinaryDataStream.h>
