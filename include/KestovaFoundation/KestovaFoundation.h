@@ -15,3 +15,5 @@
 #include <KestovaFoundation/OVBinaryStream.h>
 #include <KestovaFoundation/OVFileOperation.h>
 #include <KestovaFoundation/OVNSErrorBuilder.h>
+#include <KestovaFoundation/OVThreadSafeMutableSet.h>
+#include <KestovaFoundation/OVThreadSafeQueue.h>

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/OVThreadSafeMutableSet.h>
+
 #include "MutableSetSuite.h"
 #include "PrimitiveCollections.h"
 #include "SetSuite.h"
@@ -33,10 +35,18 @@ struct UsersOwnMutable {
   }
 };
 
-using Sets = ::testing::Types<Immutable, Mutable, UsersOwn, UsersOwnMutable>;
+struct ThreadSafe {
+  static Ref<NSMutableSet> make(std::vector<id> members) {
+    const auto set = OVThreadSafeMutableSet::init();
+    set->addObjectsFromArray(NSArray::arrayWithObjects(std::move(members)));
+    return set;
+  }
+};
+
+using Sets = ::testing::Types<Immutable, Mutable, UsersOwn, UsersOwnMutable, ThreadSafe>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, SetSuite, Sets);
 
-using MutableSets = ::testing::Types<Mutable, UsersOwnMutable>;
+using MutableSets = ::testing::Types<Mutable, UsersOwnMutable, ThreadSafe>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, MutableSetSuite, MutableSets);
 
 }  // namespace

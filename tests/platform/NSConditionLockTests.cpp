@@ -5,10 +5,10 @@
 #include <gtest/gtest.h>
 
 #include "SettableClock.h"
+#include "Stress.h"
 
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <latch>
 #include <thread>
 #include <vector>
@@ -29,22 +29,6 @@ auto elsewhere(Callable&& callable) {
   std::thread([&] { result = callable(); }).join();
   return result;
 }
-
-/// Several threads that are all joined at the end.
-class Threads {
- public:
-  ~Threads() { join(); }
-  void start(std::function<void()> body) { threads_.emplace_back(std::move(body)); }
-  void join() {
-    for (auto& thread : threads_) {
-      thread.join();
-    }
-    threads_.clear();
-  }
-
- private:
-  std::vector<std::thread> threads_;
-};
 
 TEST(NSConditionLockTests, ANewLockIsFreeAndHasItsCondition) {
   EXPECT_EQ(NSConditionLock::init()->condition(), 0);
@@ -114,13 +98,11 @@ TEST(NSConditionLockTests, AWaiterIsServedWhoeverLetsGoWithItsConditionInPlace) 
   lock->lock();
   std::atomic<int> served{0};
   Threads threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.start([&] {
-      lock->lockWhenCondition(1);
-      ++served;
-      lock->unlock();
-    });
-  }
+  threads.start(4, [&](int) {
+    lock->lockWhenCondition(1);
+    ++served;
+    lock->unlock();
+  });
   lock->unlock();
   threads.join();
   EXPECT_EQ(served, 4);
@@ -210,15 +192,13 @@ TEST(NSConditionLockTests, EveryConditionInTurnReachesItsOwnThread) {
   const auto lock = NSConditionLock::initWithCondition(0);
   std::vector<int> turns;
   Threads threads;
-  for (int own = 0; own < kThreads; ++own) {
-    threads.start([&, own] {
-      for (int round = 0; round < kRounds; ++round) {
-        lock->lockWhenCondition(own);
-        turns.push_back(own);
-        lock->unlockWithCondition((own + 1) % kThreads);
-      }
-    });
-  }
+  threads.start(kThreads, [&](int own) {
+    for (int round = 0; round < kRounds; ++round) {
+      lock->lockWhenCondition(own);
+      turns.push_back(own);
+      lock->unlockWithCondition((own + 1) % kThreads);
+    }
+  });
   threads.join();
   ASSERT_EQ(turns.size(), std::size_t{kThreads * kRounds});
   for (std::size_t i = 0; i < turns.size(); ++i) {
@@ -232,17 +212,14 @@ TEST(NSConditionLockTests, NoWakeUpIsLostAmongThoseThatGiveUp) {
   int tokens = 0;
   std::atomic<int> taken{0};
   Threads sleeper, impatient;
-  for (int i = 0; i < 3; ++i) {
-    impatient.start([&] {
-      while (taken < kTokens) {
-        if (!lock->lockWhenCondition_beforeDate(1, inSeconds(0.0002))) {
-          continue;
-        }
+  impatient.start(3, [&](int) {
+    while (taken < kTokens) {
+      if (lock->lockWhenCondition_beforeDate(1, inSeconds(0.0002))) {
         ++taken;
         lock->unlockWithCondition(--tokens > 0 ? 1 : 0);
       }
-    });
-  }
+    }
+  });
   // This one never gives up: a wake-up that is lost leaves it asleep.
   sleeper.start([&] {
     for (bool isEnd = false; !isEnd;) {

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <KestovaFoundation/Export.h>
+#include <KestovaPlatform/Dispatch.h>
+#include <KestovaPlatform/NSSet.h>
+
+#include <atomic>
+
+namespace kestova {
+
+/// A mutable set that any number of threads may use at once.
+///
+///     const auto visited = OVThreadSafeMutableSet::init();
+///     …
+///     if (!visited->containsObject(url)) visited->addObject(url);   // two operations, not one
+///
+/// Each operation below happens as a whole: no other thread sees it half done, and each thread sees
+/// what was done before. What NSMutableSet builds of several of them, such as `unionSet`, is
+/// several operations. A walk, by enumerator or range-`for`, goes over the members as they were
+/// when it began, whatever is added and removed meanwhile.
+///
+/// Threads: any. Members are compared and hashed on the set's private serial queue, so `isEqual`
+/// and `hash` of a member must not use the set; libdispatch ends the process over it. What they
+/// throw arrives at the caller, and so does what NSMutableSet throws. Objects are let go of outside
+/// the queue: what goes with the set's last reference to it may use the set.
+///
+/// Cost: an entry of the queue for each operation; a copy of all members for `allObjects`, for
+/// every enumerator and for what walks through the set.
+class KESTOVA_FOUNDATION_EXPORT OVThreadSafeMutableSet : public NSMutableSet {
+  KESTOVA_CLASS(OVThreadSafeMutableSet, NSMutableSet)
+
+ public:
+  /// An empty set.
+  static Ref<OVThreadSafeMutableSet> init();
+
+  NSUInteger count() const override;
+
+  /// The member that is equal to the object; null when there is none, and for null. The caller
+  /// shares it, so it stays also when another thread removes it.
+  id member(const id& object) const override;
+
+  bool containsObject(const id& object) const override;
+
+  /// The members of one moment, in an immutable array.
+  Ref<NSArray> allObjects() const override;
+
+  /// Hands out the members of the moment of this call.
+  Ref<NSEnumerator> objectEnumerator() const override;
+
+  void addObject(const id& object) override;
+  void removeObject(const id& object) override;
+  void removeAllObjects() override;
+
+ protected:
+  OVThreadSafeMutableSet();
+
+ private:
+  template <class Operation>
+  void onQueue(const Operation& operation) const;
+
+  const DispatchQueue _queue;
+  /// Used on the queue only.
+  Ref<NSMutableSet> _set;
+
+  /// Whether somebody uses the queue. Who finds it taken waits a moment before entering anyway: a
+  /// thread that has to sleep for the queue costs a hundred times more than one that finds it free.
+  /// The queue alone keeps operations apart.
+  mutable std::atomic_flag isBusy_;
+};
+
+}  // namespace kestova

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/OVThreadSafeMutableSet.h>
+#include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSNumber.h>
+#include <gtest/gtest.h>
+
+#include "CountingObject.h"
+#include "ExceptionExpectation.h"
+#include "Stress.h"
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <set>
+#include <utility>
+
+namespace kestova::testing {
+namespace {
+
+Ref<OVThreadSafeMutableSet> setOfNumbersBelow(int end) {
+  const auto set = OVThreadSafeMutableSet::init();
+  for (int value = 0; value < end; ++value) {
+    set->addObject(counted(value));
+  }
+  return set;
+}
+
+/// An object whose equality and end do what a test wants.
+class Telltale final : public NSObject {
+ public:
+  std::function<void()> onCompare = [] {};
+  std::function<void()> onEnd = [] {};
+  ~Telltale() override { onEnd(); }
+
+  bool isEqual(const id& other) const override {
+    onCompare();
+    return NSObject::isEqual(other);
+  }
+  NSUInteger hash() const override { return 1; }
+};
+
+TEST(OVThreadSafeMutableSetTests, IsMadeByItsClass) {
+  const id made = OVThreadSafeMutableSet::staticClass().make();
+  EXPECT_TRUE(cast<OVThreadSafeMutableSet>(made));
+  EXPECT_TRUE(made->isKindOfClass(NSMutableSet::staticClass()));
+}
+
+TEST(OVThreadSafeMutableSetTests, AnEnumeratorGoesOnWithItsSnapshot) {
+  const auto set = setOfNumbersBelow(100);
+  const auto enumerator = set->objectEnumerator();
+  std::set<int> seen{valueOf(enumerator->nextObject())};
+  Threads changes;
+  changes.start(4, [&](int number) {
+    for (int value = 0; value < 100; ++value) {
+      set->removeObject(counted(value));
+      set->addObject(counted(1000 + number));
+    }
+  });
+  while (const id member = enumerator->nextObject()) {
+    EXPECT_TRUE(seen.insert(valueOf(member)).second);
+  }
+  changes.join();
+  EXPECT_EQ(seen.size(), 100U);
+  EXPECT_EQ(*seen.rbegin(), 99);
+  EXPECT_EQ(set->count(), 4U);
+}
+
+TEST(OVThreadSafeMutableSetTests, AllObjectsIsACopyOfOneMoment) {
+  const auto set = setOfNumbersBelow(2);
+  const auto objects = set->allObjects();
+  EXPECT_EQ(objects->copy(), objects) << "immutable";
+  set->removeAllObjects();
+  EXPECT_EQ(objects->count(), 2U);
+}
+
+TEST(OVThreadSafeMutableSetTests, AMemberStaysWithWhoGotItWhenItIsRemoved) {
+  const auto set = setOfNumbersBelow(1);
+  const id member = set->member(counted(0));
+  set->removeAllObjects();
+  EXPECT_EQ(member->retainCount(), 1U);
+  EXPECT_EQ(valueOf(member), 0);
+}
+
+TEST(OVThreadSafeMutableSetTests, WhatGoesMayUseTheSet) {
+  const auto set = OVThreadSafeMutableSet::init();
+  const auto addTelltale = [&](int farewell) {
+    auto object = make<Telltale>();
+    object->onEnd = [&set = *set, farewell] { set.addObject(farewell); };
+    set->addObject(object);
+    return object.get();
+  };
+  set->removeObject(id(addTelltale(1)));
+  EXPECT_TRUE(set->isEqual(NSSet::of(1)));
+  addTelltale(2);
+  set->removeAllObjects();
+  EXPECT_TRUE(set->isEqual(NSSet::of(2)));
+}
+
+TEST(OVThreadSafeMutableSetTests, WhatAMemberThrowsArrivesAtTheCaller) {
+  const auto set = OVThreadSafeMutableSet::init();
+  const auto member = make<Telltale>();
+  set->addObject(member);
+  const auto key = make<Telltale>();
+  key->onCompare = member->onCompare = [] { throw NSException("Refusal", "no comparison"); };
+  const StringConstant refusal("Refusal");
+  expectException(refusal, [&] { (void)set->containsObject(key); });
+  expectException(refusal, [&] { (void)set->member(key); });
+  expectException(refusal, [&] { set->addObject(key); });
+  expectException(refusal, [&] { set->removeObject(key); });
+  EXPECT_EQ(set->count(), 1U);
+}
+
+TEST(OVThreadSafeMutableSetDeathTests, AMemberThatUsesTheSetToCompareEndsTheProcess) {
+  const auto set = OVThreadSafeMutableSet::init();
+  const auto member = make<Telltale>();
+  set->addObject(member);
+  const auto key = make<Telltale>();
+  key->onCompare = member->onCompare = [&] { (void)set->count(); };
+  EXPECT_DEATH((void)set->containsObject(key), "");
+}
+
+TEST(OVThreadSafeMutableSetTests, ManyThreadsAddAndRemoveEachTheirOwn) {
+  const int before = CountingObject::alive();
+  {
+    constexpr int kThreads = 8;
+    constexpr int kEach = 50;
+    const auto set = OVThreadSafeMutableSet::init();
+    const StressTime time;
+    Threads threads;
+    threads.start(kThreads, [&](int number) {
+      const auto own = [=](int value) { return counted(number * kEach + value); };
+      do {
+        for (int value = 0; value < kEach; ++value) {
+          set->addObject(own(value));
+          ASSERT_EQ(valueOf(set->member(own(value))), number * kEach + value);
+        }
+        for (int value = 0; value < kEach; value += 2) {
+          set->removeObject(own(value));
+          ASSERT_FALSE(set->containsObject(own(value)));
+        }
+      } while (!time.isOver());
+    });
+    threads.start([&] {
+      while (!time.isOver()) {
+        std::set<int> seen;
+        for (const id& member : set) {
+          ASSERT_TRUE(seen.insert(valueOf(member)).second);
+        }
+        ASSERT_LE(set->count(), NSUInteger{kThreads * kEach});
+      }
+    });
+    threads.join();
+    EXPECT_EQ(set->count(), NSUInteger{kThreads * kEach / 2});
+    for (int value = 0; value < kThreads * kEach; ++value) {
+      EXPECT_EQ(set->containsObject(counted(value)), value % kEach % 2 == 1);
+    }
+  }
+  EXPECT_EQ(CountingObject::alive(), before);
+}
+
+TEST(OVThreadSafeMutableSetTests, OneOfSeveralThreadsAddsAnObject) {
+  constexpr int kThreads = 8;
+  const auto set = OVThreadSafeMutableSet::init();
+  std::atomic<int> mine{0};
+  Threads threads;
+  threads.start(kThreads, [&](int) {
+    for (int value = 0; value < 200; ++value) {
+      const id object = counted(value);
+      set->addObject(object);
+      mine += set->member(object) == object ? 1 : 0;
+    }
+  });
+  threads.join();
+  EXPECT_EQ(set->count(), 200U);
+  EXPECT_EQ(mine, 200);
+}
+
+}  // namespace
+}  // namespace kestova::testing
