@@ -2,10 +2,10 @@
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSString.h>
+#include <KestovaPlatform/StringMatches.h>
 
 #include "text/MemberSearch.h"
 #include "text/PatternSearch.h"
-#include "text/TextMatches.h"
 #include "text/TextStorage.h"
 #include "values/RangeCheck.h"
 
@@ -13,6 +13,24 @@
 
 namespace kestova {
 namespace {
+
+/// Where one text stands in a range of another, from front to back: as the matches are found from
+/// the front or, with NSBackwardsSearch, from the back.
+std::vector<NSRange> matchesIn(const Ref<NSString>& text, NSRange range,
+                               const Ref<NSString>& wanted, NSUInteger options) {
+  const bool fromBack = (options & NSBackwardsSearch) != 0;
+  std::vector<NSRange> matches;
+  visitMatches(text, wanted, options, range,
+               fromBack ? SearchGoesOn::beforeTheMatch : SearchGoesOn::behindTheMatch,
+               [&](NSRange match) {
+                 matches.push_back(match);
+                 return true;
+               });
+  if (fromBack) {
+    std::reverse(matches.begin(), matches.end());
+  }
+  return matches;
+}
 
 /// The pieces between marks, which lie in the text in order without overlapping.
 template <class Unit>
@@ -81,7 +99,7 @@ std::basic_string<Unit> repeated(std::basic_string_view<Unit> units, std::size_t
 
 Ref<NSArray> NSString::componentsSeparatedByString(const Ref<NSString>& separator) const {
   checkArgument(*this, "componentsSeparatedByString:", separator != nullptr);
-  const auto marks = matchesIn(*this, {0, length()}, *separator, 0);
+  const auto marks = matchesIn(cast<NSString>(self()), {0, length()}, separator, 0);
   return withUnits(*this, [&](auto units) { return piecesBetween(units, marks); });
 }
 
@@ -151,7 +169,7 @@ NSUInteger NSMutableString::replaceOccurrencesOfString_withString_options_range(
   if ((options & NSRegularExpressionSearch) != 0) {
     return replacePattern(cast<NSMutableString>(self()), target, replacement, options, range);
   }
-  const auto matches = matchesIn(*this, range, *target, options);
+  const auto matches = matchesIn(cast<NSString>(self()), range, target, options);
   if (!matches.empty()) {
     storage_ = withReplaced(*this, matches, *replacement);
   }

@@ -43,6 +43,37 @@ NSRange TextSearch::in(NSRange range) {
   return {NSNotFound, 0};
 }
 
+bool TextSearch::canVisitAll() const noexcept {
+  const bool isUnitByUnit = way_ == Way::bytes || way_ == Way::caselessBytes || way_ == Way::units;
+  return isUnitByUnit && place_ == SearchPlace::first;
+}
+
+void TextSearch::visitAll(NSRange range, const std::function<bool(NSRange)>& visit) const {
+  if (way_ == Way::units) {
+    visitAllOf<ExactUnits>(std::u16string_view(text_.utf16Characters(), text_.length()), units_,
+                           range, visit);
+    return;
+  }
+  const std::string_view text(text_.eightBitCharacters(), text_.length());
+  if (way_ == Way::bytes) {
+    visitAllOf<ExactUnits>(text, bytes_, range, visit);
+  } else {
+    visitAllOf<CaselessASCII>(text, bytes_, range, visit);
+  }
+}
+
+template <class Units, class Unit>
+void TextSearch::visitAllOf(std::basic_string_view<Unit> text, std::basic_string_view<Unit> wanted,
+                            NSRange range, const std::function<bool(NSRange)>& visit) const {
+  UnitMatches<Unit, Units, Direction::forwards> matches(text.substr(range.location, range.length),
+                                                        wanted);
+  for (std::size_t place; (place = matches.next()) != matches.npos;) {
+    if (!visit({range.location + place, wanted.size()})) {
+      return;
+    }
+  }
+}
+
 /// ASCII has nothing that folding could change but its case, and each unit is a character.
 TextSearch::Way TextSearch::wayIn(std::string_view) {
   if (!folding_.keepsASCII()) {

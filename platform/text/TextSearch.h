@@ -6,6 +6,7 @@
 #include "text/SearchPlace.h"
 #include "text/TextFolding.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -28,6 +29,11 @@ class TextSearch {
   /// the range.
   NSRange in(NSRange range);
 
+  /// Whether the matches from the front, overlapping ones included, can be had in one go, and
+  /// having them so: each is handed to `visit` until that answers false.
+  bool canVisitAll() const noexcept;
+  void visitAll(NSRange range, const std::function<bool(NSRange)>& visit) const;
+
  private:
   /// How the places are found.
   enum class Way {
@@ -44,6 +50,9 @@ class TextSearch {
   template <class Units>
   NSRange bytesIn(NSRange range) const;
   NSRange unitsIn(NSRange range) const;
+  template <class Units, class Unit>
+  void visitAllOf(std::basic_string_view<Unit> text, std::basic_string_view<Unit> wanted,
+                  NSRange range, const std::function<bool(NSRange)>& visit) const;
   NSRange piecesIn(NSRange range);
 
   const NSString& text_;

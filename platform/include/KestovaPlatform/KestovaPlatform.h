@@ -58,5 +58,6 @@
 #include <KestovaPlatform/RunLoopDescriptorSource.h>
 #include <KestovaPlatform/RunLoopSource.h>
 #include <KestovaPlatform/Selector.h>
+#include <KestovaPlatform/StringMatches.h>
 #include <KestovaPlatform/TextScanning.h>
 #include <KestovaPlatform/UTF8.h>
