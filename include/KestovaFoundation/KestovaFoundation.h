@@ -8,12 +8,17 @@
 #include <KestovaFoundation/Additions/NSDataAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
+#include <KestovaFoundation/Additions/NSStringIdentifiers.h>
 #include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
 #include <KestovaFoundation/Export.h>
+#include <KestovaFoundation/OSXCrashReporterInfo.h>
+#include <KestovaFoundation/OSXVersion.h>
 #include <KestovaFoundation/OVBinaryDataStream.h>
 #include <KestovaFoundation/OVBinaryFileStream.h>
 #include <KestovaFoundation/OVBinaryStream.h>
 #include <KestovaFoundation/OVFileOperation.h>
+#include <KestovaFoundation/OVGenerateAndProcess.h>
 #include <KestovaFoundation/OVNSErrorBuilder.h>
 #include <KestovaFoundation/OVThreadSafeMutableSet.h>
 #include <KestovaFoundation/OVThreadSafeQueue.h>
+#include <KestovaFoundation/OVUtilities.h>
