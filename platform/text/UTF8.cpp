@@ -2,6 +2,7 @@
 #include <KestovaPlatform/UTF8.h>
 
 #include "text/UTF8Vectors.h"
+#include "text/UnitOrder.h"
 
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
@@ -35,13 +36,6 @@ std::size_t checkUTF8(std::string_view bytes, std::size_t index, std::size_t end
     }
   }
   return index;
-}
-
-/// A unit whose bytes stand anywhere.
-char16_t unitAt(std::string_view bytes, std::size_t index, std::endian order) noexcept {
-  char16_t unit;
-  std::memcpy(&unit, bytes.data() + index * sizeof unit, sizeof unit);
-  return order == std::endian::native ? unit : static_cast<char16_t>(unit >> 8 | unit << 8);
 }
 
 /// The same of units whose bytes stand anywhere.
@@ -114,18 +108,6 @@ UTF16Piece writeCharacters(std::string_view bytes, std::size_t end, std::span<ch
   return done;
 }
 
-/// How many units stand before the first one that is not well-formed.
-std::size_t wellFormedUnits(std::string_view bytes, std::endian order) noexcept {
-  const std::size_t size = bytes.size() / sizeof(char16_t);
-  const std::size_t begun = checkUTF16(bytes, 0, std::min<std::size_t>(size, 1), order);
-  if (begun == 0) {
-    return 0;
-  }
-  const std::size_t done = wellFormedUTF16Vectors(bytes, begun, order);
-  const bool mayBeCut = U16_IS_LEAD(unitAt(bytes, done - 1, order));
-  return checkUTF16(bytes, mayBeCut ? done - 1 : done, size, order);
-}
-
 std::string_view bytesOf(std::u16string_view units) noexcept {
   return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(char16_t)};
 }
@@ -158,8 +140,19 @@ std::size_t wellFormedLengthOfUTF8(std::string_view bytes) noexcept {
   return checkUTF8(bytes, characterBefore(bytes, done), bytes.size());
 }
 
+std::size_t wellFormedLengthOfUTF16(std::string_view bytes, std::endian order) noexcept {
+  const std::size_t size = bytes.size() / sizeof(char16_t);
+  const std::size_t begun = checkUTF16(bytes, 0, std::min<std::size_t>(size, 1), order);
+  if (begun == 0) {
+    return 0;
+  }
+  const std::size_t done = wellFormedUTF16Vectors(bytes, begun, order);
+  const bool mayBeCut = U16_IS_LEAD(unitAt(bytes, done - 1, order));
+  return checkUTF16(bytes, mayBeCut ? done - 1 : done, size, order);
+}
+
 std::size_t wellFormedLengthOfUTF16(std::u16string_view units) noexcept {
-  return wellFormedUnits(bytesOf(units), std::endian::native);
+  return wellFormedLengthOfUTF16(bytesOf(units), std::endian::native);
 }
 
 bool isWellFormedUTF8(std::string_view bytes) noexcept {
@@ -170,9 +163,8 @@ bool isWellFormedUTF16(std::u16string_view units) noexcept {
   return wellFormedLengthOfUTF16(units) == units.size();
 }
 
-bool isWellFormedUTF16(std::span<const std::byte> bytes, std::endian order) noexcept {
-  const std::string_view view(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  return wellFormedUnits(view, order) * sizeof(char16_t) == bytes.size();
+bool isWellFormedUTF16(std::string_view bytes, std::endian order) noexcept {
+  return wellFormedLengthOfUTF16(bytes, order) * sizeof(char16_t) == bytes.size();
 }
 
 std::size_t utf16LengthOfUTF8(std::string_view wellFormed) noexcept {

@@ -7,6 +7,7 @@
 #include <KestovaPlatform/Backoff.h>
 #include <KestovaPlatform/Base32Coding.h>
 #include <KestovaPlatform/Block.h>
+#include <KestovaPlatform/CFStringEncodings.h>
 #include <KestovaPlatform/ByteSearch.h>
 #include <KestovaPlatform/CFUUID.h>
 #include <KestovaPlatform/Class.h>
@@ -48,6 +49,7 @@
 #include <KestovaPlatform/NSSet.h>
 #include <KestovaPlatform/NSSortDescriptor.h>
 #include <KestovaPlatform/NSString.h>
+#include <KestovaPlatform/NSStringEncodings.h>
 #include <KestovaPlatform/NSTextCheckingResult.h>
 #include <KestovaPlatform/NSThread.h>
 #include <KestovaPlatform/NSTimer.h>
@@ -60,4 +62,7 @@
 #include <KestovaPlatform/Selector.h>
 #include <KestovaPlatform/StringMatches.h>
 #include <KestovaPlatform/TextScanning.h>
+#include <KestovaPlatform/TextConversion.h>
+#include <KestovaPlatform/TextDecoder.h>
+#include <KestovaPlatform/TextEncoder.h>
 #include <KestovaPlatform/UTF8.h>

@@ -5,6 +5,7 @@
 #include <KestovaPlatform/FormatArgument.h>
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSRange.h>
+#include <KestovaPlatform/NSStringEncodings.h>
 #include <KestovaPlatform/NSTypes.h>
 
 #include <atomic>
@@ -50,6 +51,8 @@ enum NSStringCompareOptions : NSUInteger {
   /// NSAnchoredSearch go with it; one that is none is found nowhere.
   NSRegularExpressionSearch = 1024,
 };
+
+class NSData;
 
 /// A text: a sequence of UTF-16 code units, immutable here.
 ///
@@ -357,6 +360,40 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// argument. What a text ends with is a line only if it is not empty.
   void enumerateLinesUsingBlock(
       const Block<void(const Ref<NSString>& line, bool* stop)>& block) const;
+
+  /// @}
+  /// \name Encodings
+  ///
+  /// Nothing is replaced or dropped unless a loss is allowed: see CFStringEncodings.h, which also
+  /// has the encodings that have no constant here, their names, and converting into buffers.
+  /// @{
+
+  /// The text of bytes in an encoding; null when they are malformed, the encoding is not available,
+  /// or there is no data. `bytes` may be null when `length` is 0.
+  ///
+  /// A byte-order mark at the front of NSUTF16StringEncoding and NSUTF32StringEncoding tells the
+  /// order of the bytes and is no part of the text; without one they are in the machine's own order.
+  /// A mark at the front of UTF-8 is no part of the text either. Where the encoding states the
+  /// order, U+FEFF is a character as any other.
+  static Ref<NSString> initWithData_encoding(const Ref<NSData>& data, NSStringEncoding encoding);
+  static Ref<NSString> initWithBytes_length_encoding(const void* bytes, NSUInteger length,
+                                                     NSStringEncoding encoding);
+
+  /// The text's bytes in an encoding; null when it cannot hold every character, or is not available.
+  /// NSUTF16StringEncoding and NSUTF32StringEncoding begin with a byte-order mark, also of the empty
+  /// text.
+  Ref<NSData> dataUsingEncoding(NSStringEncoding encoding) const;
+
+  /// The same, with "?" in place of what the encoding cannot hold when `allowsLoss` is true.
+  Ref<NSData> dataUsingEncoding_allowLossyConversion(NSStringEncoding encoding,
+                                                     bool allowsLoss) const;
+
+  /// Whether an encoding can hold every character.
+  bool canBeConvertedToEncoding(NSStringEncoding encoding) const;
+
+  /// How many bytes the text takes in an encoding, without a byte-order mark; 0 when it cannot hold
+  /// every character.
+  NSUInteger lengthOfBytesUsingEncoding(NSStringEncoding encoding) const;
 
   /// @}
   /// \name Paths

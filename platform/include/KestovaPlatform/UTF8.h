@@ -33,15 +33,16 @@ namespace kestova {
 KESTOVA_PLATFORM_EXPORT bool isWellFormedUTF8(std::string_view bytes) noexcept;
 KESTOVA_PLATFORM_EXPORT bool isWellFormedUTF16(std::u16string_view units) noexcept;
 
-/// The same of units in a byte order, whose bytes may stand anywhere in memory; an odd number of
-/// bytes is not well-formed.
-KESTOVA_PLATFORM_EXPORT bool isWellFormedUTF16(std::span<const std::byte> bytes,
-                                               std::endian order) noexcept;
-
 /// How many bytes, or units, stand before the first sequence that is not well-formed: all of them
 /// when there is none. A character cut at the end is not well-formed.
 KESTOVA_PLATFORM_EXPORT std::size_t wellFormedLengthOfUTF8(std::string_view bytes) noexcept;
 KESTOVA_PLATFORM_EXPORT std::size_t wellFormedLengthOfUTF16(std::u16string_view units) noexcept;
+
+/// The same of units in a byte order, whose bytes may stand anywhere in memory. The length counts
+/// units; an odd number of bytes is not well-formed.
+KESTOVA_PLATFORM_EXPORT bool isWellFormedUTF16(std::string_view bytes, std::endian order) noexcept;
+KESTOVA_PLATFORM_EXPORT std::size_t wellFormedLengthOfUTF16(std::string_view bytes,
+                                                            std::endian order) noexcept;
 
 /// Whether every byte, or unit, is below 0x80.
 KESTOVA_PLATFORM_EXPORT bool isASCII(std::string_view bytes) noexcept;
