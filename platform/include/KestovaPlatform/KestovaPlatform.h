@@ -46,6 +46,7 @@
 #include <KestovaPlatform/NSRange.h>
 #include <KestovaPlatform/NSRegularExpression.h>
 #include <KestovaPlatform/NSRunLoop.h>
+#include <KestovaPlatform/NSScanner.h>
 #include <KestovaPlatform/NSSet.h>
 #include <KestovaPlatform/NSSortDescriptor.h>
 #include <KestovaPlatform/NSString.h>
