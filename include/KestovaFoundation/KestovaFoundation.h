@@ -9,6 +9,8 @@
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
 #include <KestovaFoundation/Additions/NSStringIdentifiers.h>
+#include <KestovaFoundation/Additions/NSScannerAdditions.h>
+#include <KestovaFoundation/Additions/NSStringExtraPathUtilities.h>
 #include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
 #include <KestovaFoundation/Export.h>
 #include <KestovaFoundation/OSXCrashReporterInfo.h>
