@@ -21,6 +21,7 @@
 namespace kestova {
 
 class NSCharacterSet;
+class NSData;
 class NSLocale;
 template <class Signature>
 class Block;
@@ -51,8 +52,6 @@ enum NSStringCompareOptions : NSUInteger {
   /// NSAnchoredSearch go with it; one that is none is found nowhere.
   NSRegularExpressionSearch = 1024,
 };
-
-class NSData;
 
 /// A text: a sequence of UTF-16 code units, immutable here.
 ///
