@@ -17,6 +17,8 @@
 
 namespace kestova {
 
+class NSURL;
+
 /// Orders two objects, for sorting.
 using NSComparator = Block<NSComparisonResult(const id&, const id&)>;
 
@@ -157,6 +159,21 @@ class KESTOVA_PLATFORM_EXPORT NSArray : public NSObject {
 
   /// Sets the property of each object.
   void setValue_forKey(const id& value, const Ref<NSString>& key) override;
+
+  /// @}
+
+  /// \name Files
+  /// As property lists (see NSPropertyListSerialization.h): all that is in the array must be one.
+  /// All of these block; what fails answers null or false, and so does a URL of no file.
+  /// @{
+
+  /// The immutable array at the top of a file in any format.
+  static Ref<NSArray> arrayWithContentsOfFile(const Ref<NSString>& path);
+  static Ref<NSArray> arrayWithContentsOfURL(const Ref<NSURL>& url);
+
+  /// Writes the XML format, whole or not at all when `atomically` is true.
+  bool writeToFile_atomically(const Ref<NSString>& path, bool atomically) const;
+  bool writeToURL_atomically(const Ref<NSURL>& url, bool atomically) const;
 
   /// @}
 

@@ -13,6 +13,8 @@
 
 namespace kestova {
 
+class NSURL;
+
 /// Objects by key, immutable here.
 ///
 ///     Ref<NSDictionary> person = NSDictionary::of({{"name", "Ada"}, {"age", 36}});
@@ -104,6 +106,21 @@ class KESTOVA_PLATFORM_EXPORT NSDictionary : public NSObject {
   /// itself:
   /// "@count".
   id valueForKey(const Ref<NSString>& key) const override;
+
+  /// \name Files
+  /// As property lists (see NSPropertyListSerialization.h): all that is in the dictionary must be
+  /// one. All of these block; what fails answers null or false, and so does a URL of no file.
+  /// @{
+
+  /// The immutable dictionary at the top of a file in any format.
+  static Ref<NSDictionary> dictionaryWithContentsOfFile(const Ref<NSString>& path);
+  static Ref<NSDictionary> dictionaryWithContentsOfURL(const Ref<NSURL>& url);
+
+  /// Writes the XML format, whole or not at all when `atomically` is true.
+  bool writeToFile_atomically(const Ref<NSString>& path, bool atomically) const;
+  bool writeToURL_atomically(const Ref<NSURL>& url, bool atomically) const;
+
+  /// @}
 
   /// Whether both have equal keys with equal objects. Null is equal to nothing.
   bool isEqualToDictionary(const Ref<NSDictionary>& other) const;
