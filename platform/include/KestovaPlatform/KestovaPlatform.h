@@ -7,8 +7,8 @@
 #include <KestovaPlatform/Backoff.h>
 #include <KestovaPlatform/Base32Coding.h>
 #include <KestovaPlatform/Block.h>
-#include <KestovaPlatform/CFStringEncodings.h>
 #include <KestovaPlatform/ByteSearch.h>
+#include <KestovaPlatform/CFStringEncodings.h>
 #include <KestovaPlatform/CFUUID.h>
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/Clock.h>
@@ -38,12 +38,14 @@
 #include <KestovaPlatform/NSIndexSet.h>
 #include <KestovaPlatform/NSKeyValueObserving.h>
 #include <KestovaPlatform/NSLocale.h>
+#include <KestovaPlatform/NSLock.h>
 #include <KestovaPlatform/NSLog.h>
 #include <KestovaPlatform/NSNull.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSPropertyListSerialization.h>
 #include <KestovaPlatform/NSRange.h>
+#include <KestovaPlatform/NSRecursiveLock.h>
 #include <KestovaPlatform/NSRegularExpression.h>
 #include <KestovaPlatform/NSRunLoop.h>
 #include <KestovaPlatform/NSScanner.h>
@@ -62,8 +64,8 @@
 #include <KestovaPlatform/RunLoopSource.h>
 #include <KestovaPlatform/Selector.h>
 #include <KestovaPlatform/StringMatches.h>
-#include <KestovaPlatform/TextScanning.h>
 #include <KestovaPlatform/TextConversion.h>
 #include <KestovaPlatform/TextDecoder.h>
 #include <KestovaPlatform/TextEncoder.h>
+#include <KestovaPlatform/TextScanning.h>
 #include <KestovaPlatform/UTF8.h>
