@@ -179,11 +179,6 @@ Ref<NSString> NSArray::componentsJoinedByString(const Ref<NSString>& separator) 
   return NSString::stringWithString(joined);
 }
 
-MemberIterator NSArray::members() const {
-  const id* objects = contiguousObjects();
-  return objects != nullptr ? MemberIterator(objects, count()) : MemberIterator(objectEnumerator());
-}
-
 Ref<NSEnumerator> NSArray::objectEnumerator() const { return make<ArrayEnumerator>(*this); }
 
 Ref<NSEnumerator> NSArray::reverseObjectEnumerator() const {

@@ -84,11 +84,6 @@ bool NSSet::intersectsSet(const Ref<NSSet>& other) const {
   return false;
 }
 
-MemberIterator NSSet::members() const {
-  const id* members = contiguousObjects();
-  return members != nullptr ? MemberIterator(members, count()) : MemberIterator(objectEnumerator());
-}
-
 void NSSet::enumerateObjectsUsingBlock(const Block<void(const id&, bool*)>& block) const {
   bool stop = false;
   for (const id& member : reference(*this)) {

@@ -3,12 +3,16 @@
 
 #include <KestovaPlatform/NSEnumerator.h>
 #include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSString.h>
+
+#include "text/TextStorage.h"
 
 #include <tsl/ordered_map.h>
 #include <tsl/ordered_set.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -28,8 +32,23 @@ struct ObjectHash {
   }
 };
 
+/// Keys and members are mostly strings of the platform's own class: these are compared here, where
+/// neither has to be counted or asked for its class first.
 struct ObjectEqual {
-  bool operator()(const id& a, const id& b) const { return a == b || a->isEqual(b); }
+  bool operator()(const id& a, const id& b) const {
+    return a == b ||
+           (isPlainString(*a) && isPlainString(*b)
+                ? haveSameUnits(static_cast<const NSString&>(*a), static_cast<const NSString&>(*b))
+                : a->isEqual(b));
+  }
+
+ private:
+  static bool isPlainString(const NSObject& object) { return typeid(object) == typeid(NSString); }
+
+  static bool haveSameUnits(const NSString& a, const NSString& b) {
+    return withUnits(
+        a, [&](auto x) { return withUnits(b, [&](auto y) { return equalUnits(x, y); }); });
+  }
 };
 
 using ObjectMap =
@@ -37,6 +56,12 @@ using ObjectMap =
                      std::vector<std::pair<id, id>>>;
 using ObjectSet =
     tsl::ordered_set<id, ObjectHash, ObjectEqual, std::allocator<id>, std::vector<id>>;
+
+/// The members of a table that is about to go, to take them out of it: it can do nothing more then.
+template <class Table>
+typename Table::values_container_type& membersOf(Table& table) {
+  return const_cast<typename Table::values_container_type&>(table.values_container());
+}
 
 /// Hands out what `Part` answers for each place of a table that belongs to an object.
 template <class Table, class Part>

@@ -3,6 +3,7 @@
 
 #include <KestovaPlatform/NSDictionary.h>
 
+#include "collections/MemberRelease.h"
 #include "collections/ObjectTable.h"
 #include "values/RangeCheck.h"
 
@@ -17,6 +18,8 @@ class TableDictionary : public Base {
  public:
   TableDictionary() = default;
   explicit TableDictionary(ObjectMap table) : table_(std::move(table)) {}
+
+  ~TableDictionary() override { MemberRelease().letGo(membersOf(table_)); }
 
   NSUInteger count() const override { return table_.size(); }
 
@@ -43,9 +46,16 @@ class TableDictionary : public Base {
   }
 
  protected:
+  const id* contiguousEntries() const override {
+    static_assert(sizeof(Place) == 2 * sizeof(id));
+    return table_.empty() ? nullptr : &table_.values_container().front().first;
+  }
+
   ObjectMap table_;
 
  private:
+  using Place = ObjectMap::value_type;
+
   template <class Part>
   Ref<NSEnumerator> enumerator(Part part) const {
     return make<TableEnumerator<ObjectMap, Part>>(*this, table_, part);

@@ -3,6 +3,7 @@
 
 #include <KestovaPlatform/NSSet.h>
 
+#include "collections/MemberRelease.h"
 #include "collections/ObjectTable.h"
 #include "values/RangeCheck.h"
 
@@ -16,6 +17,8 @@ class TableSet : public Base {
  public:
   TableSet() = default;
   explicit TableSet(ObjectSet table) : table_(std::move(table)) {}
+
+  ~TableSet() override { MemberRelease().letGo(membersOf(table_)); }
 
   NSUInteger count() const override { return table_.size(); }
 

@@ -3,6 +3,7 @@
 
 #include <KestovaPlatform/NSArray.h>
 
+#include "collections/MemberRelease.h"
 #include "values/RangeCheck.h"
 
 #include <algorithm>
@@ -19,6 +20,8 @@ class VectorArray : public Base {
   explicit VectorArray(std::vector<id> objects) : objects_(std::move(objects)) {
     checkArgument(*this, "arrayWithObjects:", std::ranges::find(objects_, id()) == objects_.end());
   }
+
+  ~VectorArray() override { MemberRelease().letGo(objects_); }
 
   NSUInteger count() const override { return objects_.size(); }
 

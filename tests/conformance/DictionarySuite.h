@@ -52,6 +52,24 @@ TYPED_TEST_P(DictionarySuite, EveryWalkHasTheSameOrder) {
   EXPECT_EQ(index, 3U);
 }
 
+TYPED_TEST_P(DictionarySuite, ItsObjectsAreWalkedThroughInTheOrderOfItsKeys) {
+  const auto dictionary = this->dictionary({{"a", 1}, {"b", 2}, {"c", 2}});
+  std::vector<id> objects;
+  for (const id& object : dictionary->objects()) {
+    objects.push_back(object);
+  }
+  EXPECT_TRUE(dictionary->allValues()->isEqualToArray(NSArray::arrayWithObjects(objects)));
+  for (const id& object : this->dictionary()->objects()) {
+    ADD_FAILURE() << object;
+  }
+}
+
+TYPED_TEST_P(DictionarySuite, AWalkKeepsADictionaryThatNobodyElseKeeps) {
+  for (const id& object : this->dictionary({{"a", counted(7)}})->objects()) {
+    EXPECT_EQ(valueOf(object), 7);
+  }
+}
+
 TYPED_TEST_P(DictionarySuite, ABlockIsLedThroughUntilItStops) {
   const auto dictionary = this->dictionary({{"a", 1}, {"b", 2}, {"c", 3}});
   int calls = 0;
@@ -130,8 +148,10 @@ TYPED_TEST_P(DictionarySuite, IsDescribedInTheOrderOfItsKeys) {
 }
 
 REGISTER_TYPED_TEST_SUITE_P(DictionarySuite, AnswersTheObjectUnderAnEqualKey,
-                            EveryWalkHasTheSameOrder, ABlockIsLedThroughUntilItStops,
-                            AnEmptyOneHasNothing, FindsTheKeysOfAnObject, ItsKeysAreItsProperties,
+                            EveryWalkHasTheSameOrder, ItsObjectsAreWalkedThroughInTheOrderOfItsKeys,
+                            AWalkKeepsADictionaryThatNobodyElseKeeps,
+                            ABlockIsLedThroughUntilItStops, AnEmptyOneHasNothing,
+                            FindsTheKeysOfAnObject, ItsKeysAreItsProperties,
                             EqualityIsThatOfKeysAndObjects, CopiesShareTheObjects,
                             HoldsEachObjectOnceAndLetsGoOfIt, IsDescribedInTheOrderOfItsKeys);
 

@@ -15,6 +15,7 @@ namespace kestova {
 namespace {
 
 using testing::counted;
+using testing::CountingObject;
 using testing::expectException;
 
 enum Fruit { kApple = 4 };
@@ -96,6 +97,17 @@ TEST(NSArrayTests, AComponentThatHoldsNothingAnswersForItself) {
 
 TEST(NSArrayTests, AnUnknownOwnPropertyIsUndefined) {
   expectException(NSUndefinedKeyException, [] { (void)NSArray::of(1)->valueForKey("@nonsense"); });
+}
+
+TEST(NSArrayTests, LetsGoOfAnyDepthOfNesting) {
+  const int before = CountingObject::alive();
+  Ref<NSArray> outer = NSArray::of(counted(0));
+  for (int depth = 1; depth < 200'000; ++depth) {
+    outer = depth % 1000 == 0 ? NSMutableArray::of(counted(depth), outer) : NSArray::of(outer);
+  }
+  EXPECT_EQ(CountingObject::alive(), before + 200);
+  outer = nullptr;
+  EXPECT_EQ(CountingObject::alive(), before);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@ namespace kestova {
 namespace {
 
 using testing::counted;
+using testing::CountingObject;
 using testing::expectException;
 
 TEST(NSDictionaryTests, EveryMakerMakesTheSame) {
@@ -85,6 +86,16 @@ TEST(NSDictionaryTests, AnImmutableOneTakesNoValueByName) {
   expectException(NSUndefinedKeyException, [] {
     NSDictionary::of({{"a", 1}})->setValue_forKey(2, "a");
   });
+}
+
+TEST(NSDictionaryTests, LetsGoOfAnyDepthOfNesting) {
+  const int before = CountingObject::alive();
+  Ref<NSDictionary> outer = NSDictionary::of({{"object", counted(0)}});
+  for (int depth = 1; depth < 200'000; ++depth) {
+    outer = NSMutableDictionary::of({{"inner", NSArray::of(outer)}});
+  }
+  outer = nullptr;
+  EXPECT_EQ(CountingObject::alive(), before);
 }
 
 }  // namespace

@@ -109,7 +109,10 @@ class KESTOVA_PLATFORM_EXPORT NSArray : public NSObject {
   /// @{
 
   /// What range-`for` over a reference walks with.
-  MemberIterator members() const;
+  MemberIterator members() const {
+    const id* first = contiguousObjects();
+    return first != nullptr ? MemberIterator(first, count()) : MemberIterator(objectEnumerator());
+  }
 
   Ref<NSEnumerator> objectEnumerator() const;
   Ref<NSEnumerator> reverseObjectEnumerator() const;

@@ -28,7 +28,8 @@ class NSURL;
 /// dictionary until it changes.
 ///
 /// A subclass overrides the primitives `count`, `objectForKey` and `keyEnumerator`, and has every
-/// other operation then.
+/// other operation then; a subclass whose keys and objects lie in one piece of memory overrides
+/// `contiguousEntries` as well.
 ///
 /// Threads: any number of them may read an immutable dictionary at a time. Changing a dictionary
 /// while it is walked through is the caller's error. A look-up by key takes constant time on
@@ -93,7 +94,18 @@ class KESTOVA_PLATFORM_EXPORT NSDictionary : public NSObject {
   virtual Ref<NSEnumerator> objectEnumerator() const;
 
   /// What range-`for` over a reference walks with: the keys.
-  MemberIterator members() const { return MemberIterator(keyEnumerator()); }
+  MemberIterator members() const {
+    const id* first = contiguousEntries();
+    return first != nullptr ? MemberIterator(first, count(), 2) : MemberIterator(keyEnumerator());
+  }
+
+  /// What range-`for` walks through the objects with, in the order of their keys:
+  /// `for (const id& object : dictionary->objects())`.
+  MemberRange objects() const {
+    const id* first = contiguousEntries();
+    return {self(), first != nullptr ? MemberIterator(first + 1, count(), 2)
+                                     : MemberIterator(objectEnumerator())};
+  }
 
   /// Calls the block for each entry, on this thread, until it sets its last argument. The cheapest
   /// walk through keys and objects.
@@ -140,6 +152,10 @@ class KESTOVA_PLATFORM_EXPORT NSDictionary : public NSObject {
 
  protected:
   NSDictionary() = default;
+
+  /// The first key, where each key lies before its object and these pairs side by side in memory;
+  /// else null, as here. Valid until the dictionary changes.
+  virtual const id* contiguousEntries() const { return nullptr; }
 };
 
 /// A dictionary that changes.

@@ -45,37 +45,65 @@ class KESTOVA_PLATFORM_EXPORT NSEnumerator : public NSObject {
 };
 
 /// A walk through the members of any collection, for range-`for`: over its memory where they lie
-/// there side by side, else by an enumerator. What `*` answers is valid until the walk goes on.
+/// there in one row, else by an enumerator. What `*` answers is valid until the walk goes on.
 class MemberIterator {
  public:
   using iterator_concept = std::input_iterator_tag;
   using value_type = id;
   using difference_type = std::ptrdiff_t;
 
-  MemberIterator(const id* first, NSUInteger count) noexcept : at_(first), end_(first + count) {}
+  /// `stride` says how many references further the next member lies.
+  MemberIterator(const id* first, NSUInteger count, std::ptrdiff_t stride = 1) noexcept
+      : at_(first), end_(first + static_cast<std::ptrdiff_t>(count) * stride), stride_(stride) {}
   explicit MemberIterator(Ref<NSEnumerator> enumerator)
-      : enumerator_(std::move(enumerator)), current_(enumerator_->nextObject()) {}
+      : enumeration_(make<Enumeration>(std::move(enumerator))), at_(enumeration_->next()) {}
 
-  const id& operator*() const noexcept { return enumerator_ ? current_ : *at_; }
+  const id& operator*() const noexcept { return *at_; }
   MemberIterator& operator++() {
-    if (enumerator_) {
-      current_ = enumerator_->nextObject();
-    } else {
-      ++at_;
-    }
+    at_ = enumeration_ ? enumeration_->next() : at_ + stride_;
     return *this;
   }
   void operator++(int) { ++*this; }
 
   friend bool operator==(const MemberIterator& walk, std::default_sentinel_t) noexcept {
-    return walk.enumerator_ ? walk.current_ == nullptr : walk.at_ == walk.end_;
+    return walk.at_ == walk.end_;
   }
 
  private:
-  const id* at_ = nullptr;
+  /// An enumerator with the member that it is at.
+  class Enumeration final : public NSObject {
+   public:
+    explicit Enumeration(Ref<NSEnumerator> enumerator) : enumerator_(std::move(enumerator)) {}
+
+    /// Null once there is no member left.
+    const id* next() {
+      current_ = enumerator_->nextObject();
+      return current_ ? &current_ : nullptr;
+    }
+
+   private:
+    Ref<NSEnumerator> enumerator_;
+    id current_;
+  };
+
+  Ref<Enumeration> enumeration_;
+  const id* at_;
   const id* end_ = nullptr;
-  Ref<NSEnumerator> enumerator_;
-  id current_;
+  std::ptrdiff_t stride_ = 0;
+};
+
+/// A walk that keeps its collection, for range-`for` over what a collection answers it for.
+class MemberRange {
+ public:
+  MemberRange(id owner, MemberIterator first)
+      : owner_(std::move(owner)), first_(std::move(first)) {}
+
+  MemberIterator begin() const { return first_; }
+  static constexpr std::default_sentinel_t end() noexcept { return {}; }
+
+ private:
+  id owner_;
+  MemberIterator first_;
 };
 
 inline MemberIterator NSEnumerator::members() { return MemberIterator(Ref<NSEnumerator>(this)); }

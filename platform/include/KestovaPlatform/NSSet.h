@@ -83,7 +83,10 @@ class KESTOVA_PLATFORM_EXPORT NSSet : public NSObject {
   virtual Ref<NSEnumerator> objectEnumerator() const = 0;
 
   /// What range-`for` over a reference walks with.
-  MemberIterator members() const;
+  MemberIterator members() const {
+    const id* first = contiguousObjects();
+    return first != nullptr ? MemberIterator(first, count()) : MemberIterator(objectEnumerator());
+  }
 
   /// Calls the block for each member, on this thread, until it sets its last argument.
   void enumerateObjectsUsingBlock(const Block<void(const id& object, bool* stop)>& block) const;
