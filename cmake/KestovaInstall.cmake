@@ -10,6 +10,13 @@ if(TARGET kestova)
   install(TARGETS kestova)
 endif()
 
+# gdb looks for the printers of a library under the library's own path, which is known for sure only
+# when it is installed.
+install(
+  FILES "${PROJECT_SOURCE_DIR}/packaging/gdb/kestova.py"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load/\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}"
+  RENAME "$<TARGET_FILE_NAME:KestovaPlatform>-gdb.py")
+
 # A libdispatch that no package provides travels with the libraries, as a prefix of its own.
 if(libdispatch_IS_PRIVATE)
   install(DIRECTORY "${libdispatch_private_root}/include" "${libdispatch_private_root}/lib"
