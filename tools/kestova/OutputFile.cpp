@@ -19,6 +19,9 @@
 namespace kestova::tool {
 namespace {
 
+/// So many bytes are collected before they are written.
+constexpr std::size_t kCollected = std::size_t{64} << 10;
+
 /// The name of the new file while there is one, for the signal handler; empty otherwise.
 std::array<char, PATH_MAX> unfinishedName{};
 
@@ -89,6 +92,8 @@ OutputFile::OutputFile(const std::string& path)
   const bool exists = ::stat(path_.c_str(), &facts) == 0;
   if (path == "-") {
     file_ = Descriptor(STDOUT_FILENO);
+  } else if (exists && ::access(path_.c_str(), W_OK) != 0) {
+    fail(errno);
   } else if (exists && !S_ISREG(facts.st_mode)) {
     file_ = Descriptor(::open(path_.c_str(), O_WRONLY | O_CLOEXEC));
   } else {
@@ -115,12 +120,29 @@ void OutputFile::takePermissions(const std::optional<struct stat>& old) const {
 }
 
 void OutputFile::write(std::span<const std::byte> bytes) {
+  if (collected_.size() + bytes.size() > kCollected) {
+    flush();
+  }
+  if (bytes.size() > kCollected) {
+    writeNow(bytes);
+  } else {
+    collected_.insert(collected_.end(), bytes.begin(), bytes.end());
+  }
+}
+
+void OutputFile::flush() {
+  writeNow(collected_);
+  collected_.clear();
+}
+
+void OutputFile::writeNow(std::span<const std::byte> bytes) const {
   if (const int error = file_.write(bytes); error != 0) {
     fail(error);
   }
 }
 
 void OutputFile::commit() {
+  flush();
   if (unfinished_.exists() && ::fdatasync(file_.number()) != 0) {
     fail(errno);
   }

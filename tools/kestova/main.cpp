@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "ByteCommands.h"
 #include "Command.h"
 #include "TransferCommand.h"
 
@@ -26,6 +27,10 @@ int runTool(int argc, char** argv) {
   app.footer("Exit status: 0 success, 1 failure, 2 wrong use, 130 interrupted.");
   Commands commands;
   addTransferCommands(app, commands);
+  addHexCommand(app, commands);
+  addBase32Command(app, commands);
+  addMD5Command(app, commands);
+  addReplaceCommand(app, commands);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
