@@ -10,6 +10,7 @@
 #include <KestovaPlatform/UTF8.h>
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cstdint>
 #include <iterator>
@@ -80,6 +81,7 @@ HWY_INLINE Bits bitsEqual(const Unit* block, Unit unit) {
   const hn::CappedTag<Lane<Unit>, kBlock> d;
   const auto wanted = hn::Set(d, static_cast<Lane<Unit>>(unit));
   Bits bits = 0;
+  HWY_UNROLL(8)
   for (std::size_t i = 0; i < kBlock; i += hn::Lanes(d)) {
     bits |= bitsOf(d, hn::Eq(hn::LoadU(d, lanes(block) + i), wanted)) << i;
   }
@@ -263,8 +265,11 @@ class MemberBits {
   HWY_INLINE Bits of(const std::uint8_t* block) const {
     const ByteLanes d;
     Bits bits = 0;
+    HWY_UNROLL(8)
     for (std::size_t i = 0; i < kBlock; i += hn::Lanes(d)) {
-      bits |= bitsOf(d, members_.of(hn::LoadU(d, block + i))) << i;
+      const auto bytes = hn::LoadU(d, block + i);
+      std::atomic_signal_fence(std::memory_order_acq_rel);  // g++ 12 would load them for each use
+      bits |= bitsOf(d, members_.of(bytes)) << i;
     }
     return bits;
   }
@@ -280,15 +285,15 @@ HWY_INLINE Bits starts(Bits members, bool inRun) { return members & ~followed(me
 
 void CountByteRuns(Text<char> text, const ByteSet& set, RunTally& tally) {
   const MemberBits memberBits(set);
-  bool in = tally.inRun;
+  RunTally sum = tally;
   forBlocks(text, [&](const char* block, std::size_t count) HWY_ATTR {
     const Bits members = memberBits.of(lanes(block)) & lowBits(count);
-    tally.runs += countBits(starts(members, in));
-    in = bitAt(members, count - 1);
+    sum.runs += countBits(starts(members, sum.inRun));
+    sum.inRun = bitAt(members, count - 1);
     return true;
   });
-  tally.inRun = in;
-  tally.bytes += text.size();
+  sum.bytes += text.size();
+  tally = sum;
 }
 
 #if HWY_TARGET == HWY_SCALAR
@@ -418,9 +423,10 @@ HWY_INLINE std::size_t runsIn(Bits edges, Bits middles, bool inRun) {
 }
 
 /// Adds the first `count` units of a block, which has a unit on both sides.
-HWY_INLINE void addUnits(const char16_t* block, std::size_t count, const Members& members,
-                         RunTally& tally) {
+HWY_INLINE RunTally withUnits(RunTally tally, const char16_t* block, std::size_t count,
+                              const Members& members) {
   EdgeBits bits;
+  HWY_UNROLL(8)
   for (std::size_t i = 0; i < kUnitBlock; i += hn::Lanes(UnitLanes())) {
     const EdgeBits some = edgeBits(lanes(block) + i, members);
     bits.edges |= some.edges << 2 * i;
@@ -428,39 +434,34 @@ HWY_INLINE void addUnits(const char16_t* block, std::size_t count, const Members
     bits.moreBytes += some.moreBytes;
   }
   const Bits edges = bits.edges & lowBits(2 * count);
-  tally.runs += runsIn(edges, bits.middles & lowBits(2 * count), tally.inRun);
-  tally.inRun = bitAt(edges, 2 * count - 1);
-  tally.bytes += count + bits.moreBytes;
+  const Bits middles = bits.middles & lowBits(2 * count);
+  return {tally.runs + runsIn(edges, middles, tally.inRun), tally.bytes + count + bits.moreBytes,
+          bitAt(edges, 2 * count - 1)};
 }
 
-/// Adds the units of the block at `start` that a text has, with zeros where it has none.
-HWY_NOINLINE void addEnd(Text<char16_t> text, std::size_t start, const Members& members,
-                         RunTally& tally) {
+/// Adds the block at `start`, with zeros where the text has no units.
+HWY_NOINLINE RunTally withEnd(RunTally tally, Text<char16_t> text, std::size_t start,
+                              const Members& members) {
   char16_t padded[kUnitBlock + 2] = {};
   const std::size_t count = std::min(text.size() - start, kUnitBlock);
   const std::size_t before = start == 0 ? 0 : 1;
-  const auto part = text.substr(start - before, count + before);
+  const auto part = text.substr(start - before, before + count + 1);
   std::copy(part.begin(), part.end(), padded + 1 - before);
-  padded[count + 1] = start + count < text.size() ? text[start + count] : u'\0';
-  addUnits(padded + 1, count, members, tally);
+  return withUnits(tally, padded + 1, count, members);
 }
 
 void CountUnitRuns(Text<char16_t> text, const ByteSet& set, RunTally& tally) {
+  if (text.empty()) {
+    return;
+  }
   const Members members(set);
-  RunTally sum = tally;
-  std::size_t start = 0;
-  for (; text.size() - start > kUnitBlock; start += kUnitBlock) {
-    if (start == 0) {
-      addEnd(text, start, members, sum);
-      continue;
-    }
+  RunTally sum = withEnd(tally, text, 0, members);
+  std::size_t start = kUnitBlock;
+  for (; start + kUnitBlock < text.size(); start += kUnitBlock) {
     fetchAhead(text.data() + start);
-    addUnits(text.data() + start, kUnitBlock, members, sum);
+    sum = withUnits(sum, text.data() + start, kUnitBlock, members);
   }
-  if (start < text.size()) {
-    addEnd(text, start, members, sum);
-  }
-  tally = sum;
+  tally = start < text.size() ? withEnd(sum, text, start, members) : sum;
 }
 
 #endif

@@ -33,7 +33,7 @@ void visitUTF8(std::string_view text, NSRange bytes, Visit visit) {
 /// The last few, of which a character may be cut, are better made bytes.
 template <class Visit>
 void visitUTF8(std::u16string_view text, NSRange bytes, Visit visit) {
-  constexpr std::size_t kPiece = 4096;
+  constexpr std::size_t kPiece = 1024;
   constexpr std::size_t kFew = 256;
   const NSUInteger end = NSMaxRange(bytes);
   NSUInteger start = bytes.location;

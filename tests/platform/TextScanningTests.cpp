@@ -94,12 +94,25 @@ ByteSet randomSet(RandomRun& random) {
   return ByteSet([&](std::uint8_t) { return random.below(odds) == 0; });
 }
 
+/// The units in memory that ends with them, so that an address sanitizer sees the least step
+/// beyond.
+template <class Unit>
+std::vector<Unit> bare(const Text<Unit>& text) {
+  return {text.begin(), text.end()};
+}
+
+template <class Unit>
+std::basic_string_view<Unit> viewOf(const std::vector<Unit>& units) {
+  return {units.data(), units.size()};
+}
+
 /// A text cut into pieces at random, between any two units.
 template <class Unit>
-std::vector<std::basic_string_view<Unit>> piecesOf(RandomRun& random, const Text<Unit>& text) {
+std::vector<std::basic_string_view<Unit>> piecesOf(RandomRun& random,
+                                                   std::basic_string_view<Unit> text) {
   std::vector<std::basic_string_view<Unit>> pieces;
   const std::size_t most = 1 + random.below(150);
-  for (std::basic_string_view<Unit> rest = text; !rest.empty();) {
+  for (auto rest = text; !rest.empty();) {
     pieces.push_back(rest.substr(0, random.below(most + 1)));
     rest.remove_prefix(pieces.back().size());
   }
@@ -134,7 +147,8 @@ void expectEndingsFound(const std::vector<std::basic_string_view<Unit>>& pieces,
 
 template <class Unit>
 void expectScansOf(RandomRun& random, const Text<Unit>& text) {
-  const std::basic_string_view<Unit> view = text;
+  const auto units = bare(text);
+  const auto view = viewOf(units);
   SCOPED_TRACE(::testing::PrintToString(text));
   for (const char unit : {'\n', '\t', 'a', '\0'}) {
     EXPECT_EQ(countOf(view, unit), std::count(text.begin(), text.end(), Unit(unit)));
@@ -143,7 +157,7 @@ void expectScansOf(RandomRun& random, const Text<Unit>& text) {
   EXPECT_EQ(firstLineBreak(view), view.find_first_of(kBreaks));
   EXPECT_EQ(lastLineBreak(view), view.find_last_of(kBreaks));
 
-  const auto pieces = piecesOf(random, text);
+  const auto pieces = piecesOf(random, view);
   for (const auto ending : kEndings) {
     const auto places = plainEndings(text, ending);
     EXPECT_EQ(fed(LineEndingCounter(ending), pieces).count(), places.size());
@@ -155,24 +169,25 @@ void expectScansOf(RandomRun& random, const Text<Unit>& text) {
   EXPECT_EQ(fed(LastLineEnding(), pieces).ending(), plainLastEnding(text));
 }
 
-void expectRunsOf(RandomRun& random, const std::u16string& units, const ByteSet& set) {
-  SCOPED_TRACE(::testing::PrintToString(units));
-  const std::string bytes = plainUTF8(units);
-  const std::size_t runs = plainRuns(bytes, set);
-  EXPECT_EQ(fed(ByteRunCounter(set), piecesOf(random, bytes)).count(), runs);
+void expectRunsOf(RandomRun& random, const std::u16string& text, const ByteSet& set) {
+  SCOPED_TRACE(::testing::PrintToString(text));
+  const auto units = bare(text);
+  const auto bytes = bare(plainUTF8(text));
+  const std::size_t runs = plainRuns(viewOf(bytes), set);
+  EXPECT_EQ(fed(ByteRunCounter(set), piecesOf(random, viewOf(bytes))).count(), runs);
   ByteRunCounter whole(set);
-  whole.add(units);
+  whole.add(viewOf(units));
   EXPECT_EQ(whole.count(), runs);
 
   const std::size_t limit = random.below(bytes.size() + 2);
   ByteRunCounter limited(set);
-  limited.add(units, limit);
-  EXPECT_EQ(limited.count(), plainRuns(std::string_view(bytes).substr(0, limit), set)) << limit;
+  limited.add(viewOf(units), limit);
+  EXPECT_EQ(limited.count(), plainRuns(viewOf(bytes).substr(0, limit), set)) << limit;
 
   ByteRunCounter both(set);
-  const auto half = longestUTF8Prefix(units, random.below(bytes.size() + 1));
-  both.add(std::u16string_view(units).substr(0, half.units));
-  both.add(std::string_view(bytes).substr(half.bytes));
+  const auto half = longestUTF8Prefix(viewOf(units), limit);
+  both.add(viewOf(units).substr(0, half.units));
+  both.add(viewOf(bytes).substr(half.bytes));
   EXPECT_EQ(both.count(), runs) << "cut at unit " << half.units;
 }
 
