@@ -8,6 +8,7 @@
 #include <KestovaFoundation/Additions/NSDataAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
+#include <KestovaFoundation/Additions/NSStringCodecAdditions.h>
 #include <KestovaFoundation/Additions/NSStringIdentifiers.h>
 #include <KestovaFoundation/Additions/NSScannerAdditions.h>
 #include <KestovaFoundation/Additions/NSStringExtraPathUtilities.h>
