@@ -8,10 +8,12 @@
 #include <KestovaFoundation/Additions/NSDataAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
-#include <KestovaFoundation/Additions/NSStringCodecAdditions.h>
-#include <KestovaFoundation/Additions/NSStringIdentifiers.h>
 #include <KestovaFoundation/Additions/NSScannerAdditions.h>
+#include <KestovaFoundation/Additions/NSStringCodecAdditions.h>
+#include <KestovaFoundation/Additions/NSStringEditing.h>
 #include <KestovaFoundation/Additions/NSStringExtraPathUtilities.h>
+#include <KestovaFoundation/Additions/NSStringIdentifiers.h>
+#include <KestovaFoundation/Additions/NSStringSearching.h>
 #include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
 #include <KestovaFoundation/Export.h>
 #include <KestovaFoundation/OSXCrashReporterInfo.h>

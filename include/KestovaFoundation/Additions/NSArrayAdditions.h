@@ -3,6 +3,7 @@
 
 #include <KestovaFoundation/Export.h>
 #include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSCharacterSet.h>
 #include <KestovaPlatform/NSData.h>
 
 namespace kestova {
@@ -16,5 +17,14 @@ KESTOVA_FOUNDATION_EXPORT Ref<NSMutableData> componentsJoinedByData(const Ref<NS
                                                                     const Ref<NSData>& separator);
 
 }  // namespace NSArray_DataAdditions
+
+inline namespace NSArray_TrimmingStrings {
+
+/// The strings in their order, each without the characters of a set at its ends. An object that is
+/// no string throws NSInvalidArgumentException, and so does a null set where there are strings.
+KESTOVA_FOUNDATION_EXPORT Ref<NSArray> stringsByTrimmingCharactersInSet(
+    const Ref<NSArray>& self, const Ref<NSCharacterSet>& set);
+
+}  // namespace NSArray_TrimmingStrings
 
 }  // namespace kestova
