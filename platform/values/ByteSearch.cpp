@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/ByteSearch.h>
 
+#include "text/TwoWayMatches.h"
 #include "values/ByteSearchVectors.h"
-#include "values/TwoWaySearch.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 
 namespace kestova {
 namespace {
@@ -72,6 +71,14 @@ std::size_t startsIn(std::span<const std::byte> bytes, std::size_t patternSize) 
   return bytes.size() < patternSize ? 0 : bytes.size() - patternSize + 1;
 }
 
+/// Bytes by their index, counted from either side.
+auto fromFront(std::span<const std::byte> bytes) {
+  return [bytes](std::size_t index) { return bytes[index]; };
+}
+auto fromBack(std::span<const std::byte> bytes) {
+  return [bytes](std::size_t index) { return bytes[bytes.size() - 1 - index]; };
+}
+
 }  // namespace
 
 BytePattern::BytePattern(std::span<const std::byte> pattern) noexcept : pattern_(pattern) {
@@ -95,10 +102,10 @@ std::size_t BytePattern::firstIn(std::span<const std::byte> bytes) const noexcep
   if (end.kind != VectorSearchEnd::kGivenUp) {
     return end.kind == VectorSearchEnd::kFound ? end.position : npos;
   }
-  const TwoWaySearch search(raw(pattern_), pattern_.size());
-  const std::size_t left = starts - end.position;
-  const std::size_t found = search.firstIn(raw(bytes) + end.position, left);
-  return found < left ? end.position + found : npos;
+  const auto left = bytes.subspan(end.position);
+  const std::size_t found =
+      TwoWayMatches(fromFront(left), left.size(), fromFront(pattern_), pattern_.size()).next();
+  return found == npos ? npos : end.position + found;
 }
 
 std::size_t BytePattern::lastIn(std::span<const std::byte> bytes) const noexcept {
@@ -114,11 +121,10 @@ std::size_t BytePattern::lastIn(std::span<const std::byte> bytes) const noexcept
   if (end.kind != VectorSearchEnd::kGivenUp) {
     return end.kind == VectorSearchEnd::kFound ? end.position : npos;
   }
-  const TwoWaySearch search(std::make_reverse_iterator(raw(pattern_) + pattern_.size()),
-                            pattern_.size());
-  const std::uint8_t* behind = raw(bytes) + end.position + pattern_.size() - 1;
-  const std::size_t found = search.firstIn(std::make_reverse_iterator(behind), end.position);
-  return found < end.position ? end.position - 1 - found : npos;
+  const auto left = bytes.first(end.position + pattern_.size() - 1);
+  const std::size_t found =
+      TwoWayMatches(fromBack(left), left.size(), fromBack(pattern_), pattern_.size()).next();
+  return found == npos ? npos : end.position - 1 - found;
 }
 
 }  // namespace kestova
