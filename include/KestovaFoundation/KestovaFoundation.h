@@ -12,6 +12,7 @@
 #include <KestovaFoundation/Additions/NSStringCodecAdditions.h>
 #include <KestovaFoundation/Additions/NSStringEditing.h>
 #include <KestovaFoundation/Additions/NSStringExtraPathUtilities.h>
+#include <KestovaFoundation/Additions/NSStringEncodingStuff.h>
 #include <KestovaFoundation/Additions/NSStringIdentifiers.h>
 #include <KestovaFoundation/Additions/NSStringSearching.h>
 #include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
@@ -24,6 +25,7 @@
 #include <KestovaFoundation/OVFileOperation.h>
 #include <KestovaFoundation/OVGenerateAndProcess.h>
 #include <KestovaFoundation/OVNSErrorBuilder.h>
+#include <KestovaFoundation/OVStringEncodingGuess.h>
 #include <KestovaFoundation/OVThreadSafeMutableSet.h>
 #include <KestovaFoundation/OVThreadSafeQueue.h>
 #include <KestovaFoundation/OVUtilities.h>

@@ -122,6 +122,12 @@ std::size_t utf8LengthAt(std::u16string_view units, std::size_t index) noexcept 
 
 }  // namespace
 
+std::string_view withoutCutCharacter(std::string_view bytes) noexcept {
+  auto length = bytes.size();
+  U8_TRUNCATE_IF_INCOMPLETE(bytes.data(), 0U, length);
+  return bytes.substr(0, length);
+}
+
 bool isASCII(std::string_view bytes) noexcept {
   return hasNone(bytes.substr(asciiVectors(bytes)), 0x8080808080808080U);
 }

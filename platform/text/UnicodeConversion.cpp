@@ -51,10 +51,4 @@ std::string displayUTF8FromUTF16(std::u16string_view units) {
   return bytes;
 }
 
-std::string_view withoutCutCharacter(std::string_view utf8) noexcept {
-  auto length = utf8.size();
-  U8_TRUNCATE_IF_INCOMPLETE(utf8.data(), 0U, length);
-  return utf8.substr(0, length);
-}
-
 }  // namespace kestova

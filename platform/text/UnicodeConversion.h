@@ -19,8 +19,4 @@ std::optional<std::string> utf8FromUTF16(std::u16string_view units);
 std::u16string displayUTF16FromUTF8(std::string_view utf8);
 std::string displayUTF8FromUTF16(std::u16string_view units);
 
-/// The text without its last character if that lacks bytes: what remains of well-formed UTF-8 that
-/// was cut anywhere.
-std::string_view withoutCutCharacter(std::string_view utf8) noexcept;
-
 }  // namespace kestova

@@ -31,10 +31,10 @@ class NSString;
 /// How text is laid out in bytes.
 using CFStringEncoding = std::uint32_t;
 
-inline constexpr CFStringEncoding kCFStringEncodingInvalidId = 0xFFFFFFFF;
-
 /// The encodings that are known by number. `CFStringIsEncodingAvailable` tells which can be used.
 enum : CFStringEncoding {
+  kCFStringEncodingInvalidId = 0xFFFFFFFF,  ///< none
+
   // Unicode. Without LE or BE in the name: in the machine's byte order, unless a mark tells
   // another.
   kCFStringEncodingUnicode = 0x00000100,
