@@ -27,6 +27,8 @@ class TableSet : public Base {
     return found == table_.end() ? nullptr : *found;
   }
 
+  bool containsObject(const id& object) const override { return object && table_.contains(object); }
+
   Ref<NSEnumerator> objectEnumerator() const override {
     constexpr auto kMember = [](const id& member) { return member; };
     return make<TableEnumerator<ObjectSet, decltype(kMember)>>(*this, table_, kMember);
