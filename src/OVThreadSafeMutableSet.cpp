@@ -6,6 +6,7 @@
 #include <KestovaPlatform/NSEnumerator.h>
 
 #include <exception>
+#include <thread>
 #include <utility>
 
 namespace kestova {
@@ -14,12 +15,17 @@ KESTOVA_DEFINE_CLASS(OVThreadSafeMutableSet)
 
 namespace {
 
-/// Marks something as in use while it lives, if need be after a short wait for its other user. When
-/// that takes longer it goes on without the mark: it is no lock.
+/// Marks something as in use while it lives, if need be after a wait for its other users. When that
+/// takes longer than waking a sleeping one would, it goes on without the mark: it is no lock.
 class Turn {
  public:
-  explicit Turn(std::atomic_flag& isBusy) noexcept : isBusy_(isBusy) {
-    for (Backoff backoff; !(isMine_ = take()) && backoff.pause();) {
+  explicit Turn(std::atomic_flag& isBusy) noexcept : isBusy_(isBusy), isMine_(take()) {
+    for (Backoff backoff; !isMine_ && backoff.pause();) {
+      isMine_ = take();
+    }
+    for (int left = kYields; !isMine_ && left > 0; --left) {
+      std::this_thread::yield();
+      isMine_ = take();
     }
   }
   ~Turn() {
@@ -31,6 +37,8 @@ class Turn {
   Turn& operator=(const Turn&) = delete;
 
  private:
+  static constexpr int kYields = 64;
+
   bool take() noexcept {
     return !isBusy_.test(std::memory_order_relaxed) &&
            !isBusy_.test_and_set(std::memory_order_acquire);

@@ -66,6 +66,8 @@ void __AllowOnceEvery(const Block<void()>& block, CFAbsoluteTime* lastTime,
   }
 }
 
+void EnforceSubclassesImplement() noexcept {}
+
 void EnforceSubclassImplementationsNow() noexcept {}
 
 }  // namespace kestova

@@ -63,9 +63,9 @@ class KESTOVA_FOUNDATION_EXPORT OVThreadSafeMutableSet : public NSMutableSet {
   /// Used on the queue only.
   Ref<NSMutableSet> _set;
 
-  /// Whether somebody uses the queue. Who finds it taken waits a moment before entering anyway: a
-  /// thread that has to sleep for the queue costs a hundred times more than one that finds it free.
-  /// The queue alone keeps operations apart.
+  /// Whether somebody uses the queue. Who finds it taken waits a little before entering anyway:
+  /// where two threads once sleep for the queue in turn, each operation costs a wake-up from then
+  /// on. The queue alone keeps operations apart.
   mutable std::atomic_flag isBusy_;
 };
 

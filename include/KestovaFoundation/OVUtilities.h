@@ -64,11 +64,14 @@ KESTOVA_FOUNDATION_EXPORT void __AllowOnceEvery(const Block<void()>& block,
                                                 CFAbsoluteTime* lastTime, NSTimeInterval interval);
 
 /// \name Marks for classes whose subclasses must implement certain operations
-/// They take whatever describes the class and the operations, and check nothing.
+/// Arguments may say which class and which operations. Nothing is checked.
 /// @{
-template <class... Arguments>
-void EnforceSubclassesImplement(const Arguments&...) noexcept {}
+KESTOVA_FOUNDATION_EXPORT void EnforceSubclassesImplement() noexcept;
 KESTOVA_FOUNDATION_EXPORT void EnforceSubclassImplementationsNow() noexcept;
+template <class First, class... Rest>
+void EnforceSubclassesImplement(const First&, const Rest&...) noexcept {
+  EnforceSubclassesImplement();
+}
 /// @}
 
 }  // namespace kestova

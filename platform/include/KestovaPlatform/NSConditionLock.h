@@ -39,8 +39,9 @@ namespace kestova {
 /// means not to wait.
 ///
 /// Cost: locking and unlocking what nobody else wants is two atomic operations. A thread that must
-/// wait looks again for some microseconds before it sleeps. Unlocking wakes one thread at most, and
-/// for the condition only one that waits for just this one; it looks through those that wait.
+/// wait looks again for about a microsecond before it sleeps. Unlocking wakes one thread that waits
+/// for the lock alone and one that waits for just this condition, at most; it looks through those
+/// that wait for a condition.
 class KESTOVA_PLATFORM_EXPORT NSConditionLock : public NSObject {
   KESTOVA_CLASS(NSConditionLock, NSObject)
 
