@@ -4,6 +4,8 @@
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSString.h>
 
+#include "values/RangeCheck.h"
+
 namespace kestova {
 
 std::vector<id> objectsOf(const Ref<NSArray>& array) {
@@ -15,6 +17,14 @@ std::vector<id> objectsOf(const Ref<NSArray>& array) {
     }
   }
   return objects;
+}
+
+void checkIndexesBelow(const NSArray& array, const char* operation, const Ref<NSIndexSet>& indexes,
+                       NSUInteger count) {
+  checkArgument(array, operation, indexes != nullptr);
+  if (indexes->lastIndex() != NSNotFound) {
+    checkIndex(array, operation, indexes->lastIndex(), count);
+  }
 }
 
 Ref<NSString> ownPropertyNamedBy(const Ref<NSString>& key) {

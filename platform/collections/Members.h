@@ -11,8 +11,15 @@
 
 namespace kestova {
 
+class NSIndexSet;
+
 /// The objects of an array in their order; none for null.
 std::vector<id> objectsOf(const Ref<NSArray>& array);
+
+/// Throws NSRangeException, naming class and operation, unless all indexes are below `count`, and
+/// NSInvalidArgumentException for null.
+void checkIndexesBelow(const NSArray& array, const char* operation, const Ref<NSIndexSet>& indexes,
+                       NSUInteger count);
 
 /// For a key "@name" the property that a collection itself has under that name: what `valueForKey`
 /// of a collection answers before it turns to the members. Null for every other key.

@@ -158,8 +158,9 @@ Ref<NSArray> NSArray::subarrayWithRange(NSRange range) const {
 }
 
 Ref<NSArray> NSArray::objectsAtIndexes(const Ref<NSIndexSet>& indexes) const {
-  checkArgument(*this, "objectsAtIndexes:", indexes != nullptr);
+  checkIndexesBelow(*this, "objectsAtIndexes:", indexes, count());
   std::vector<id> objects;
+  objects.reserve(indexes->count());
   for (const NSUInteger index : indexes) {
     objects.push_back(objectAtIndex(index));
   }

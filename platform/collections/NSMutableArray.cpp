@@ -83,14 +83,6 @@ void checkSameCount(const NSArray& array, const char* operation, NSUInteger obje
   }
 }
 
-/// Checks that all indexes are below `count`.
-void checkIndexes(const NSArray& array, const char* operation, const NSIndexSet& indexes,
-                  NSUInteger count) {
-  if (indexes.lastIndex() != NSNotFound) {
-    checkIndex(array, operation, indexes.lastIndex(), count);
-  }
-}
-
 }  // namespace
 
 Ref<NSMutableArray> NSMutableArray::array() { return arrayWithObjects({}); }
@@ -138,10 +130,9 @@ void NSMutableArray::replaceObjectsInRange_withObjectsFromArray(NSRange range,
 void NSMutableArray::insertObjects_atIndexes(const Ref<NSArray>& objects,
                                              const Ref<NSIndexSet>& indexes) {
   constexpr auto kOperation = "insertObjects:atIndexes:";
-  checkArgument(*this, kOperation, indexes != nullptr);
   const auto inserted = objectsOf(objects);
+  checkIndexesBelow(*this, kOperation, indexes, count() + inserted.size());
   checkSameCount(*this, kOperation, inserted.size(), indexes->count());
-  checkIndexes(*this, kOperation, *indexes, count() + inserted.size());
   if (inserted.empty()) {
     return;
   }
@@ -161,10 +152,9 @@ void NSMutableArray::insertObjects_atIndexes(const Ref<NSArray>& objects,
 void NSMutableArray::replaceObjectsAtIndexes_withObjects(const Ref<NSIndexSet>& indexes,
                                                          const Ref<NSArray>& objects) {
   constexpr auto kOperation = "replaceObjectsAtIndexes:withObjects:";
-  checkArgument(*this, kOperation, indexes != nullptr);
   const auto replacements = objectsOf(objects);
+  checkIndexesBelow(*this, kOperation, indexes, count());
   checkSameCount(*this, kOperation, replacements.size(), indexes->count());
-  checkIndexes(*this, kOperation, *indexes, count());
   auto object = replacements.begin();
   for (const NSUInteger index : indexes) {
     replaceObjectAtIndex_withObject(index, *object++);
@@ -202,9 +192,7 @@ void NSMutableArray::removeObjectsInRange(NSRange range) {
 }
 
 void NSMutableArray::removeObjectsAtIndexes(const Ref<NSIndexSet>& indexes) {
-  constexpr auto kOperation = "removeObjectsAtIndexes:";
-  checkArgument(*this, kOperation, indexes != nullptr);
-  checkIndexes(*this, kOperation, *indexes, count());
+  checkIndexesBelow(*this, "removeObjectsAtIndexes:", indexes, count());
   if (indexes->count() == 0) {
     return;
   }
