@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/OVCache.h>
+#include <KestovaFoundation/OVCacheLRUExpiryPolicy.h>
+#include <KestovaPlatform/NSNumber.h>
+#include <gtest/gtest.h>
+
+#include "SettableClock.h"
+
+#include <limits>
+#include <string>
+
+namespace kestova {
+namespace {
+
+using testing::SettableClock;
+
+Ref<OVCacheLRUExpiryPolicy> keeping(NSUInteger count) {
+  return OVCacheLRUExpiryPolicy::lruExpiryPolicyWithFixedCount(count);
+}
+
+/// Remembers what is removed from it.
+class RecordingCache final : public OVCache {
+ public:
+  RecordingCache() : OVCache(nullptr, nullptr) {}
+  void removeCacheItemWithKey(const id& key) override {
+    removed += key->description()->displayUTF8();
+    OVCache::removeCacheItemWithKey(key);
+  }
+  std::string removed;
+};
+
+class OVCacheLRUExpiryPolicyTests : public ::testing::Test {
+ protected:
+  /// Fills a cache with the numbers from 1 on, a second after each other.
+  void fill(const Ref<OVCache>& cache, NSUInteger count) {
+    for (NSUInteger number = 1; number <= count; ++number) {
+      clock.advance(1);
+      cache->setObject_forKey(number, number);
+    }
+  }
+
+  void access(const Ref<OVCache>& cache, int number) {
+    clock.advance(1);
+    cache->cacheItemWithKey(number)->setAccessTime(NSDate::date());
+  }
+
+  SettableClock clock{1000};
+  Ref<RecordingCache> cache = make<RecordingCache>();
+};
+
+TEST_F(OVCacheLRUExpiryPolicyTests, RemovesNothingBelowItsCount) {
+  fill(cache, 2);
+  keeping(3)->preInsertExpireFrom(cache);
+  keeping(std::numeric_limits<NSUInteger>::max())->preInsertExpireFrom(cache);
+  EXPECT_EQ(cache->removed, "");
+}
+
+TEST_F(OVCacheLRUExpiryPolicyTests, RemovesTheLeastRecentlyAccessedAtItsCount) {
+  fill(cache, 3);
+  access(cache, 1);
+  keeping(3)->preInsertExpireFrom(cache);
+  EXPECT_EQ(cache->removed, "2");
+}
+
+TEST_F(OVCacheLRUExpiryPolicyTests, RemovesEverythingAboveItsCountTheOldestFirst) {
+  for (const NSUInteger count : {0, 1, 2, 3}) {
+    const auto full = make<RecordingCache>();
+    fill(full, 4);
+    access(full, 2);
+    keeping(count)->preInsertExpireFrom(full);
+    EXPECT_EQ(full->removed, "1342");
+    EXPECT_EQ(full->count(), 0U);
+  }
+}
+
+TEST_F(OVCacheLRUExpiryPolicyTests, DoesNothingToAnEmptyCache) {
+  keeping(0)->preInsertExpireFrom(cache);
+  EXPECT_EQ(cache->removed, "");
+}
+
+TEST_F(OVCacheLRUExpiryPolicyTests, AnItemWithoutAccessTimeIsTheFirstToGo) {
+  fill(cache, 3);
+  cache->cacheItemWithKey(2)->setAccessTime(NSDate::distantPast());
+  cache->cacheItemWithKey(3)->setAccessTime(nullptr);
+  keeping(3)->preInsertExpireFrom(cache);
+  keeping(2)->preInsertExpireFrom(cache);
+  EXPECT_EQ(cache->removed, "32");
+}
+
+TEST_F(OVCacheLRUExpiryPolicyTests, ServesSeveralCaches) {
+  const auto policy = keeping(1);
+  const auto first = OVCache::cacheWithExpiryPolicy(policy);
+  const auto second = OVCache::cacheWithExpiryPolicy(policy);
+  first->setObject_forKey("a", "a");
+  second->setObject_forKey("b", "b");
+  EXPECT_EQ(first->count() + second->count(), 2U);
+  first->setObject_forKey("c", "c");
+  EXPECT_NE(second->cacheItemWithKey("b"), nullptr);
+}
+
+TEST_F(OVCacheLRUExpiryPolicyTests, APlainCacheLosesTheSameAsOneThatWatches) {
+  const auto plain = OVCache::cacheWithExpiryPolicy(nullptr);
+  fill(plain, 5);
+  access(plain, 1);
+  keeping(5)->preInsertExpireFrom(plain);
+  EXPECT_EQ(plain->cacheItemWithKey(2), nullptr);
+  EXPECT_EQ(plain->count(), 4U);
+  keeping(3)->preInsertExpireFrom(plain);
+  EXPECT_EQ(plain->count(), 0U);
+}
+
+}  // namespace
+}  // namespace kestova
