@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/OVMutableCaseInsensitiveStringDictionary.h>
+#include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSSet.h>
+#include <gtest/gtest.h>
+
+#include "CountingObject.h"
+#include "ExceptionExpectation.h"
+#include "RandomRun.h"
+#include "StringDictionaryRun.h"
+
+#include <latch>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace kestova {
+namespace {
+
+using testing::counted;
+using testing::CountingObject;
+using testing::expectException;
+using testing::RandomRun;
+using testing::StringDictionaryRun;
+
+class OVMutableCaseInsensitiveStringDictionaryTests : public ::testing::Test {
+ protected:
+  /// "(null)" for nothing.
+  std::string at(const Ref<NSString>& key) {
+    const id object = dictionary->objectForKey(key);
+    return object ? object->description()->displayUTF8() : "(null)";
+  }
+
+  std::string keys() { return textOf(dictionary->allKeys()); }
+  std::string values() { return textOf(dictionary->allValues()); }
+
+  static std::string textOf(const Ref<NSArray>& array) {
+    return array->componentsJoinedByString(" ")->displayUTF8();
+  }
+
+  Ref<OVMutableCaseInsensitiveStringDictionary> dictionary =
+      OVMutableCaseInsensitiveStringDictionary::init();
+};
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnEmptyOneHasNothing) {
+  EXPECT_EQ(at("foo"), "(null)");
+  EXPECT_EQ(keys(), "");
+  EXPECT_EQ(values(), "");
+  dictionary->removeObjectForKey("foo");
+  dictionary->removeAllObjects();
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, FindsAKeyInAnyCase) {
+  dictionary->setObject_forKey("A", "Foo");
+  EXPECT_EQ(at("Foo"), "A");
+  EXPECT_EQ(at("foo"), "A");
+  EXPECT_EQ(at("FOO"), "A");
+  EXPECT_EQ(keys(), "foo");
+  EXPECT_EQ(values(), "A");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AskingRemembersTheSpelling) {
+  dictionary->setObject_forKey("A", "foo");
+  EXPECT_EQ(at("FOO"), "A");
+  dictionary->removeObjectForKey("foo");
+  EXPECT_EQ(at("FOO"), "A");  // what was remembered stays
+  EXPECT_EQ(at("Foo"), "(null)");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, TheLowercaseFormKeepsTheFirstObject) {
+  dictionary->setObject_forKey("A", "Foo");
+  dictionary->setObject_forKey("B", "Foo");
+  EXPECT_EQ(at("Foo"), "B");
+  EXPECT_EQ(at("foo"), "A");
+  EXPECT_EQ(values(), "A");
+  dictionary->setObject_forKey("C", "foo");
+  EXPECT_EQ(at("Foo"), "C");
+  EXPECT_EQ(at("foo"), "A");
+  EXPECT_EQ(values(), "A");
+  EXPECT_EQ(at("fOO"), "A");  // never seen before
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests,
+       ReplacingReachesEverySpellingOnceTheLowercaseFormWasSet) {
+  dictionary->setObject_forKey("A", "foo");
+  EXPECT_EQ(at("FOO"), "A");
+  EXPECT_EQ(at("Foo"), "A");
+  dictionary->setObject_forKey("B", "FOO");
+  for (const char* key : {"foo", "FOO", "Foo", "fOO"}) {
+    EXPECT_EQ(at(key), "B");
+  }
+  EXPECT_EQ(values(), "B");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests,
+       ASpellingThatWasNeverSeenReplacesTheLowerOne) {
+  dictionary->setObject_forKey("A", "Foo");
+  dictionary->setObject_forKey("B", "FOO");
+  EXPECT_EQ(at("FOO"), "B");
+  EXPECT_EQ(at("foo"), "B");
+  EXPECT_EQ(at("Foo"), "A");
+  EXPECT_EQ(keys(), "foo");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, RemovingLeavesTheRememberedSpellings) {
+  dictionary->setObject_forKey("A", "Foo");
+  dictionary->removeObjectForKey("Foo");
+  EXPECT_EQ(keys(), "");
+  EXPECT_EQ(values(), "");
+  EXPECT_EQ(at("foo"), "(null)");
+  EXPECT_EQ(at("Foo"), "A");
+  dictionary->setObject_forKey("B", "Foo");
+  EXPECT_EQ(at("Foo"), "A");
+  EXPECT_EQ(keys(), "");
+  dictionary->setObject_forKey("B", "foo");
+  EXPECT_EQ(keys(), "foo");
+  EXPECT_EQ(values(), "B");
+  EXPECT_EQ(at("foo"), "B");
+  EXPECT_EQ(at("Foo"), "A");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnySpellingRemovesTheEntry) {
+  dictionary->setObject_forKey("A", "foo");
+  dictionary->removeObjectForKey("FOO");
+  EXPECT_EQ(keys(), "");
+  EXPECT_EQ(at("foo"), "(null)");
+  dictionary->setObject_forKey("A", "Foo");
+  dictionary->removeObjectForKey("bar");
+  EXPECT_EQ(keys(), "foo");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, TheVerySameObjectAgainChangesNothing) {
+  const id first = counted(1);
+  dictionary->setObject_forKey(first, "Foo");
+  dictionary->setObject_forKey(first, "foo");
+  // Had it registered "foo", that would now be replaced along with "Foo".
+  dictionary->setObject_forKey(counted(2), "Foo");
+  EXPECT_EQ(dictionary->objectForKey("foo"), first);
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnEqualObjectIsAnotherOne) {
+  const id first = counted(1);
+  const id second = counted(1);
+  dictionary->setObject_forKey(first, "foo");
+  dictionary->setObject_forKey(second, "foo");
+  EXPECT_EQ(dictionary->objectForKey("foo"), second);
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, RemovingAllForgetsTheSpellingsToo) {
+  dictionary->setObject_forKey("A", "Foo");
+  dictionary->setObject_forKey("B", "Bar");
+  dictionary->removeAllObjects();
+  EXPECT_EQ(at("Foo"), "(null)");
+  EXPECT_EQ(at("bar"), "(null)");
+  EXPECT_EQ(keys(), "");
+  dictionary->setObject_forKey("C", "Foo");
+  EXPECT_EQ(at("foo"), "C");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, NullIsRefusedAndChangesNothing) {
+  dictionary->setObject_forKey("A", "Foo");
+  expectException(NSInvalidArgumentException,
+                  [&] { dictionary->setObject_forKey(nullptr, "Foo"); });
+  expectException(NSInvalidArgumentException,
+                  [&] { dictionary->setObject_forKey(nullptr, "bar"); });
+  expectException(NSInvalidArgumentException, [&] { dictionary->setObject_forKey("B", nullptr); });
+  EXPECT_EQ(at("Foo"), "A");
+  EXPECT_EQ(at(nullptr), "(null)");
+  dictionary->removeObjectForKey(nullptr);
+  EXPECT_EQ(keys(), "foo");
+  dictionary->removeObjectForKey("Foo");
+  expectException(NSInvalidArgumentException,
+                  [&] { dictionary->setObject_forKey(nullptr, "Foo"); });
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, NoExceptionKeepsTheLock) {
+  expectException(NSInvalidArgumentException,
+                  [&] { dictionary->setObject_forKey(nullptr, "Foo"); });
+  std::thread([&] { dictionary->setObject_forKey("A", "Foo"); }).join();
+  EXPECT_EQ(at("foo"), "A");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, CaseIsThatOfUnicodeInNoLanguage) {
+  dictionary->setObject_forKey("A", "ÄÖÜ");
+  EXPECT_EQ(at("äöü"), "A");
+  EXPECT_EQ(keys(), "äöü");
+  dictionary->setObject_forKey("B", "TITLE");
+  EXPECT_EQ(at("title"), "B");
+  dictionary->setObject_forKey("C", "straße");
+  EXPECT_EQ(at("STRASSE"), "(null)");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, KeysAreCopied) {
+  const auto key = NSMutableString::stringWithString("Foo");
+  dictionary->setObject_forKey("A", key);
+  key->setString("Bar");
+  EXPECT_EQ(at("Foo"), "A");
+  EXPECT_EQ(at("Bar"), "(null)");
+  dictionary->setObject_forKey("B", "Foo");
+  EXPECT_EQ(at("Foo"), "B");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, ValuesComeInTheOrderOfTheKeys) {
+  for (const char* key : {"One", "two", "THREE"}) {
+    dictionary->setObject_forKey(key, key);
+  }
+  const auto keys = dictionary->allKeys();
+  const auto values = dictionary->allValues();
+  ASSERT_EQ(keys->count(), 3U);
+  for (NSUInteger index = 0; index < 3; ++index) {
+    const auto value = cast<NSString>(values->objectAtIndex(index));
+    EXPECT_TRUE(value->lowercaseString()->isEqual(keys->objectAtIndex(index)));
+  }
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, WhatGoesMayUseTheDictionary) {
+  class Removing final : public NSObject {
+   public:
+    explicit Removing(OVMutableCaseInsensitiveStringDictionary& dictionary)
+        : dictionary_(dictionary) {}
+    ~Removing() override { dictionary_.removeAllObjects(); }
+
+   private:
+    OVMutableCaseInsensitiveStringDictionary& dictionary_;
+  };
+  dictionary->setObject_forKey(make<Removing>(*dictionary), "foo");
+  EXPECT_NE(dictionary->objectForKey("FOO"), nullptr);
+  dictionary->setObject_forKey("A", "foo");
+  EXPECT_EQ(keys(), "");
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, IsSharedByThreads) {
+  std::latch begin(4);
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread) {
+    threads.emplace_back([&, thread] {
+      begin.arrive_and_wait();
+      for (int step = 0; step < 500; ++step) {
+        const std::string number = std::to_string(step % 10);
+        dictionary->setObject_forKey(step, (thread % 2 == 0 ? "key" : "KEY") + number);
+        (void)dictionary->objectForKey("Key" + number);
+        (void)dictionary->allValues();
+        if (step % 7 == 0) {
+          dictionary->removeObjectForKey("key" + number);
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_LE(dictionary->allKeys()->count(), 10U);
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, LetsGoOfEverything) {
+  const int before = CountingObject::alive();
+  dictionary->setObject_forKey(counted(1), "Foo");
+  dictionary->setObject_forKey(counted(2), "FOO");
+  dictionary->removeObjectForKey("foo");
+  dictionary = nullptr;
+  EXPECT_EQ(CountingObject::alive(), before);
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, IsMadeByItsName) {
+  const auto* described = NSClassFromString("OVMutableCaseInsensitiveStringDictionary");
+  EXPECT_NE(cast<OVMutableCaseInsensitiveStringDictionary>(described->make()), nullptr);
+}
+
+TEST(OVMutableCaseInsensitiveStringDictionaryRandomTests, HoldsWhatTheStepsSay) {
+  RandomRun random;
+  for (int round = 0; round < 50; ++round) {
+    StringDictionaryRun run;
+    for (int step = 0; step < 400; ++step) {
+      ASSERT_TRUE(run.step(random)) << "round " << round << ", step " << step;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kestova
