@@ -11,8 +11,8 @@
 #include <KestovaFoundation/Additions/NSScannerAdditions.h>
 #include <KestovaFoundation/Additions/NSStringCodecAdditions.h>
 #include <KestovaFoundation/Additions/NSStringEditing.h>
-#include <KestovaFoundation/Additions/NSStringExtraPathUtilities.h>
 #include <KestovaFoundation/Additions/NSStringEncodingStuff.h>
+#include <KestovaFoundation/Additions/NSStringExtraPathUtilities.h>
 #include <KestovaFoundation/Additions/NSStringIdentifiers.h>
 #include <KestovaFoundation/Additions/NSStringSearching.h>
 #include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
@@ -22,8 +22,17 @@
 #include <KestovaFoundation/OVBinaryDataStream.h>
 #include <KestovaFoundation/OVBinaryFileStream.h>
 #include <KestovaFoundation/OVBinaryStream.h>
+#include <KestovaFoundation/OVCache.h>
+#include <KestovaFoundation/OVCacheExpiryPolicy.h>
+#include <KestovaFoundation/OVCacheGenerator.h>
+#include <KestovaFoundation/OVCacheItem.h>
+#include <KestovaFoundation/OVCacheLRUExpiryPolicy.h>
 #include <KestovaFoundation/OVFileOperation.h>
+#include <KestovaFoundation/OVFlattenedArray.h>
 #include <KestovaFoundation/OVGenerateAndProcess.h>
+#include <KestovaFoundation/OVMutableCaseInsensitiveKeyPathDictionary.h>
+#include <KestovaFoundation/OVMutableCaseInsensitiveStringDictionary.h>
+#include <KestovaFoundation/OVMutableKeyPathDictionary.h>
 #include <KestovaFoundation/OVNSErrorBuilder.h>
 #include <KestovaFoundation/OVStringEncodingGuess.h>
 #include <KestovaFoundation/OVThreadSafeMutableSet.h>

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/OVFlattenedArray.h>
+
 #include "ArraySuite.h"
 #include "MutableArraySuite.h"
 #include "PrimitiveCollections.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -33,7 +36,21 @@ struct UsersOwnMutable {
   }
 };
 
-using Arrays = ::testing::Types<Immutable, Mutable, UsersOwn, UsersOwnMutable>;
+/// Two objects to an array, and an empty one before each.
+struct Flattened {
+  static Ref<NSArray> make(const std::vector<id>& objects) {
+    const auto all = NSArray::arrayWithObjects(objects);
+    const auto arrays = NSMutableArray::array();
+    for (NSUInteger index = 0; index < all->count(); index += 2) {
+      arrays->addObject(NSArray::array());
+      arrays->addObject(
+          all->subarrayWithRange({index, std::min<NSUInteger>(2, all->count() - index)}));
+    }
+    return OVFlattenedArray::initWithArrays(arrays);
+  }
+};
+
+using Arrays = ::testing::Types<Immutable, Mutable, UsersOwn, UsersOwnMutable, Flattened>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, ArraySuite, Arrays);
 
 using MutableArrays = ::testing::Types<Mutable, UsersOwnMutable>;
