@@ -90,17 +90,21 @@ std::string_view bytesOf(const Ref<NSString>& text) {
   return {static_cast<const char*>(bytes), text->length() * (text->isEightBit() ? 1 : 2)};
 }
 
+using Vector [[gnu::vector_size(16)]] = std::uint64_t;
+
 std::uint64_t sumOfBytes(const Ref<NSString>& text) {
   const std::string_view bytes = bytesOf(text);
-  std::array<std::uint64_t, 8> sums{};
+  std::array<Vector, 4> sums{};
   for (std::size_t i = 0; i + sizeof(sums) <= bytes.size(); i += sizeof(sums)) {
-    std::array<std::uint64_t, 8> block;
+    __builtin_prefetch(bytes.data() + i + 2048);
+    std::array<Vector, 4> block;
     std::memcpy(block.data(), bytes.data() + i, sizeof(block));
     for (std::size_t k = 0; k < sums.size(); ++k) {
       sums[k] += block[k];
     }
   }
-  return sums[0] + sums[1] + sums[2] + sums[3] + sums[4] + sums[5] + sums[6] + sums[7];
+  const Vector sum = sums[0] + sums[1] + sums[2] + sums[3];
+  return sum[0] + sum[1];
 }
 
 std::uint64_t linesByMemchr(const Ref<NSString>& text) {

@@ -16,10 +16,11 @@ namespace kestova {
 ///
 ///     LineEndingCounter lines(LineEnding::CRLF);
 ///     ByteRunCounter words(alphanumericBytes());
-///     while (const auto piece = file.next()) {
-///       lines.add(*piece);
-///       words.add(*piece);
+///     for (const std::string_view piece : pieces) {
+///       lines.add(piece);
+///       words.add(piece);
 ///     }
+///     report(lines.count(), words.count());
 ///
 /// Texts are views of bytes (8-bit text, UTF-8) or of UTF-16 units. Each counter is a small value
 /// that can be fed a text in pieces of any size, empty ones too: what it answers does not depend on
