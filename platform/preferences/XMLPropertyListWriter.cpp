@@ -3,9 +3,11 @@
 
 #include "preferences/PropertyListFault.h"
 #include "preferences/PropertyListText.h"
+#include "text/TextStorage.h"
 
 #include <algorithm>
 #include <concepts>
+#include <functional>
 #include <variant>
 
 namespace kestova {
@@ -21,6 +23,17 @@ constexpr std::size_t kFewestDigits = 16;
 std::size_t digitsPerLine(std::size_t depth) {
   const std::size_t indent = std::min(depth * kTab, kColumns - kFewestDigits);
   return (kColumns - indent) / 4 * 4;
+}
+
+/// By units, not by what the texts mean to people: the same on every machine.
+bool isBefore(const NSString& a, const NSString& b) {
+  return withBoth(a, b, [](auto x, auto y) {
+    if constexpr (std::same_as<decltype(x), decltype(y)>) {
+      return x < y;
+    } else {
+      return std::ranges::lexicographical_compare(x, y, std::less<unichar>());
+    }
+  });
 }
 
 }  // namespace
@@ -75,9 +88,8 @@ void XMLPropertyListWriter::writeDate(NSTimeInterval seconds) {
 void XMLPropertyListWriter::beginArray(std::size_t count) { beginContainer("array", count); }
 
 bool XMLPropertyListWriter::beginDictionary(Entries& entries) {
-  std::ranges::sort(entries, [](const Entry& a, const Entry& b) {
-    return a.key->compare(b.key) == NSOrderedAscending;
-  });
+  std::ranges::sort(entries,
+                    [](const Entry& a, const Entry& b) { return isBefore(*a.key, *b.key); });
   beginContainer("dict", entries.size());
   return true;
 }
@@ -102,8 +114,8 @@ void XMLPropertyListWriter::beginContainer(std::string_view name, std::size_t co
 }
 
 void XMLPropertyListWriter::putElement(std::string_view name, std::string_view text) {
-  const std::string tag(name);
-  putLine("<" + tag + ">" + std::string(text) + "</" + tag + ">");
+  indent().append("<").append(name).append(">").append(text);
+  output_.append("</").append(name).append(">\n");
 }
 
 void XMLPropertyListWriter::putText(std::string_view name, const NSString& text) {
@@ -117,8 +129,8 @@ void XMLPropertyListWriter::putText(std::string_view name, const NSString& text)
   putElement(name, escapedForXML(*utf8));
 }
 
-void XMLPropertyListWriter::putLine(std::string_view line) {
-  output_.append(open_.size(), '\t').append(line) += '\n';
-}
+void XMLPropertyListWriter::putLine(std::string_view line) { indent().append(line) += '\n'; }
+
+std::string& XMLPropertyListWriter::indent() { return output_.append(open_.size(), '\t'); }
 
 }  // namespace kestova

@@ -33,6 +33,7 @@ class XMLPropertyListWriter final : private PropertyListWriter {
   void putElement(std::string_view name, std::string_view text);
   void putText(std::string_view name, const NSString& text);
   void putLine(std::string_view line);
+  std::string& indent();
 
   std::string output_;
   /// The names of the open containers; an empty one has none, since it is complete already.
