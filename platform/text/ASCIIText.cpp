@@ -43,7 +43,7 @@ UBool U_CALLCONV access(UText* text, std::int64_t index, UBool forward) {
     loadPiece(*text, std::clamp<std::int64_t>(wanted - before, 0, lastStart));
   }
   text->chunkOffset = static_cast<std::int32_t>(index - text->chunkNativeStart);
-  return wanted >= 0 && wanted < text->a;
+  return wanted >= 0 && wanted < text->a ? 1 : 0;
 }
 
 std::int32_t U_CALLCONV extract(UText* text, std::int64_t start, std::int64_t end, UChar* units,

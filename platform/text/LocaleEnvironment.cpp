@@ -39,8 +39,9 @@ std::string localeIdentifierForName(std::string_view name) {
   if (locale.empty() || locale == "C" || locale == "POSIX") {
     return "en_US_POSIX";
   }
-  const std::string_view script =
-      mark == name.npos ? std::string_view() : scriptForModifier(name.substr(mark + 1));
+  const std::string_view script = mark == std::string_view::npos
+                                      ? std::string_view()
+                                      : scriptForModifier(name.substr(mark + 1));
   return script.empty() ? std::string(locale) : withScript(locale, script);
 }
 

@@ -152,13 +152,13 @@ Ref<NSCharacterSet> NSCharacterSet::characterSetWithBitmapRepresentation(const R
     }
     addPlane(set, plane, bytes.subspan(1));
   }
-  return make<NSCharacterSet>(Members{std::move(set)});
+  return make<NSCharacterSet>(Members{set});
 }
 
 Ref<NSCharacterSet> NSCharacterSet::invertedSet() const {
   icu::UnicodeSet set = members_->set;
   set.complement();
-  return make<NSCharacterSet>(Members{std::move(set)});
+  return make<NSCharacterSet>(Members{set});
 }
 
 /// Two threads that ask first may both make one; that of the first to finish stays.

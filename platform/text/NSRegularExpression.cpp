@@ -72,7 +72,7 @@ Ref<NSString> escaped(const char* operation, const Ref<NSString>& string,
     std::basic_string<typename decltype(units)::value_type> result;
     result.reserve(units.size());
     for (const auto unit : units) {
-      if (unit < 0x80 && special.find(static_cast<char>(unit)) != special.npos) {
+      if (unit < 0x80 && special.find(static_cast<char>(unit)) != std::string_view::npos) {
         result.push_back('\\');
       }
       result.push_back(unit);

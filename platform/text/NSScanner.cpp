@@ -46,7 +46,7 @@ Ref<NSScanner> NSScanner::scannerWithString(const Ref<NSString>& string) {
 }
 
 Ref<NSScanner> NSScanner::localizedScannerWithString(const Ref<NSString>& string) {
-  const auto scanner = scannerWithString(string);
+  auto scanner = scannerWithString(string);
   scanner->setLocale(NSLocale::currentLocale());
   return scanner;
 }

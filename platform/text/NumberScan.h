@@ -39,7 +39,8 @@ constexpr unsigned digitValue(char16_t unit) noexcept {
 template <class Unit>
 constexpr bool isUnitAt(std::basic_string_view<Unit> text, std::size_t at,
                         std::u16string_view units) noexcept {
-  return at < text.size() && units.find(static_cast<char16_t>(text[at])) != units.npos;
+  return at < text.size() &&
+         units.find(static_cast<char16_t>(text[at])) != std::u16string_view::npos;
 }
 
 template <unsigned base, class Unit>

@@ -4,9 +4,8 @@
 #include "text/ASCIIText.h"
 #include "text/TextStorage.h"
 
-#include <time.h>
-
 #include <algorithm>
+#include <ctime>
 #include <limits>
 #include <utility>
 
@@ -52,6 +51,9 @@ class OpenText {
   UText text_ = UTEXT_INITIALIZER;
 };
 
+/// As ICU takes it.
+UBool truth(NSUInteger value) { return value == 0 ? 0 : 1; }
+
 NSUInteger flagIf(bool holds, NSMatchingFlags flag) { return holds ? NSUInteger{flag} : 0; }
 
 std::int32_t countGroups(const RegexMatcher& pattern) {
@@ -96,8 +98,8 @@ RegexSearch::RegexSearch(const CompiledRegex& regex, const NSString& text, NSUIn
   URegularExpression* matcher = matcher_.get();
   const auto start = static_cast<std::int64_t>(range.location);
   uregex_setRegion64(matcher, start, start + static_cast<std::int64_t>(range.length), &status_);
-  uregex_useTransparentBounds(matcher, (options & NSMatchingWithTransparentBounds) != 0, &status_);
-  uregex_useAnchoringBounds(matcher, (options & NSMatchingWithoutAnchoringBounds) == 0, &status_);
+  uregex_useTransparentBounds(matcher, truth(options & NSMatchingWithTransparentBounds), &status_);
+  uregex_useAnchoringBounds(matcher, truth(~options & NSMatchingWithoutAnchoringBounds), &status_);
 }
 
 RegexSearch::~RegexSearch() {
@@ -110,7 +112,7 @@ void RegexSearch::open(const NSString& text) {
   uregex_setStackLimit(matcher_.get(), kStackLimit, &status_);
   // ICU's frames can't be unwound, so nothing may be thrown through them.
   const auto callback = [](const void* search, std::int32_t) -> UBool {
-    return static_cast<RegexSearch*>(const_cast<void*>(search))->goesOn();
+    return truth(static_cast<RegexSearch*>(const_cast<void*>(search))->goesOn());
   };
   uregex_setMatchCallback(matcher_.get(), callback, this, &status_);
   withUnits(text, [&](auto units) {

@@ -274,7 +274,10 @@ TEST(NSRegularExpressionTests, MissingArgumentsAndRangesPastTheEndThrow) {
       {NSRangeException, text, {1, ~NSUInteger{0}}},
       {NSRangeException, text, {NSNotFound, 0}},
   };
-  for (const auto& [name, string, range] : kRows) {
+  for (const auto& row : kRows) {
+    const StringConstant& name = row.name;
+    const auto string = row.text;
+    const NSRange range = row.range;
     expectRefusal(name, [&] { (void)regex->matchesInString_options_range(string, 0, range); });
     expectRefusal(name,
                   [&] { (void)regex->numberOfMatchesInString_options_range(string, 0, range); });
