@@ -6,21 +6,27 @@
 
 #include "BothStorages.h"
 #include "ExceptionExpectation.h"
+#include "PlainStringEditing.h"
 #include "RandomText.h"
 
-#include <set>
 #include <string>
 #include <vector>
 
 namespace kestova {
 namespace {
 
+using testing::deletedBySteps;
 using testing::expectException;
 using testing::forBothStorages;
 using testing::oddText;
 using testing::plainText;
 using testing::RandomRun;
+using testing::replaceAll;
+using testing::splitBySteps;
+using testing::squeezedBySteps;
+using testing::unescapedBySteps;
 using testing::unitsOf;
+using testing::withLineEndingsBySteps;
 using Pieces = std::vector<std::u16string>;
 using namespace std::string_view_literals;
 
@@ -38,92 +44,7 @@ std::u16string wordOf(RandomRun& random, std::u16string_view letters, std::size_
   return text;
 }
 
-/// \name The steps of each operation, one after the other
-/// @{
-
-void deleteByStepsFrom(const Ref<NSMutableString>& text, const Ref<NSCharacterSet>& set) {
-  NSUInteger place = 0;
-  for (NSRange found; (found = text->rangeOfCharacterFromSet_options_range(
-                           set, 0, {place, text->length() - place}))
-                          .location != NSNotFound;) {
-    text->deleteCharactersInRange(found);
-    place = found.location;
-  }
-}
-
-Pieces splitBySteps(std::u16string m, const std::u16string& separators) {
-  Pieces pieces;
-  while (!m.empty()) {
-    bool startsAnew = false;
-    bool endsAtSeparator = false;
-    std::size_t k = 0;
-    while (k < m.size() && !startsAnew) {
-      endsAtSeparator = separators.find(m[k]) != separators.npos;
-      if (!endsAtSeparator) {
-        ++k;
-        continue;
-      }
-      const auto piece = m.substr(0, k);
-      m.erase(0, k + 1);
-      ++k;
-      if (!piece.empty()) {
-        pieces.push_back(piece);
-        startsAnew = true;
-      }
-    }
-    if (!startsAnew && !endsAtSeparator) {
-      pieces.push_back(m);
-      return pieces;
-    }
-  }
-  return pieces;
-}
-
-std::u16string unescapeBySteps(std::u16string m) {
-  bool escape = false;
-  for (std::size_t i = 0; i < m.size();) {
-    const char16_t c = m[i];
-    if (!escape) {
-      escape = c == u'\\';
-      ++i;
-    } else if (c == u'\\') {
-      m.replace(i - 1, 2, u"\\");
-      escape = false;
-    } else {
-      const char16_t mapped = c == u'n' ? u'\n' : c == u't' ? u'\t' : c == u'r' ? u'\r' : c;
-      m.replace(i - 1, 2, 1, mapped);
-    }
-  }
-  return m;
-}
-
-void replaceAll(const Ref<NSMutableString>& text, const Ref<NSString>& target,
-                const Ref<NSString>& other, NSUInteger options) {
-  text->replaceOccurrencesOfString_withString_options_range(target, other, options,
-                                                            {0, text->length()});
-}
-
-std::u16string normalizeBySteps(const Ref<NSString>& self, OVLineEnding kind) {
-  const auto text = NSMutableString::stringWithString(self);
-  replaceAll(text, "\r\n", "\r", NSLiteralSearch);
-  replaceAll(text, "\n", "\r", NSLiteralSearch);
-  if (kind != OVLineEndingCR) {
-    replaceAll(text, "\r", kind == OVLineEndingCRLF ? "\r\n" : "\n", NSLiteralSearch);
-  }
-  return text->utf16();
-}
-
-std::u16string squeezeBySteps(const Ref<NSString>& self, const Ref<NSString>& once,
-                              NSUInteger options) {
-  const auto twice = once->stringByAppendingString(once);
-  const auto text = NSMutableString::stringWithString(self);
-  for (NSRange match;
-       (match = text->rangeOfString_options(twice, options)).location != NSNotFound;) {
-    text->replaceCharactersInRange_withString(match, once);
-  }
-  return text->utf16();
-}
-
+/// Search by search, the receiver being searched and its copy changed.
 std::u16string replaceBySteps(const Ref<NSString>& self, const Ref<NSString>& target,
                               NSUInteger options, NSRange range,
                               const OVMatchReplacement& handler) {
@@ -143,8 +64,6 @@ std::u16string replaceBySteps(const Ref<NSString>& self, const Ref<NSString>& ta
   }
   return m->utf16();
 }
-
-/// @}
 
 TEST(NSStringEditingTests, DeletesTheCharactersOfASet) {
   const auto set = NSCharacterSet::characterSetWithCharactersInString(u"b😀");
@@ -181,9 +100,7 @@ TEST(NSStringEditingTests, DeletingAgreesWithItsSteps) {
   for (int round = 0; round < 1000; ++round) {
     const auto set = NSCharacterSet::characterSetWithCharactersInString(oddText(random, 12));
     forBothStorages(oddText(random, 20), [&](const Ref<NSString>& text) {
-      const auto expected = NSMutableString::stringWithString(text);
-      deleteByStepsFrom(expected, set);
-      EXPECT_EQ(stringByDeletingCharactersInSet(text, set)->utf16(), expected->utf16());
+      EXPECT_EQ(stringByDeletingCharactersInSet(text, set)->utf16(), deletedBySteps(text, set));
     });
   }
 }
@@ -236,12 +153,13 @@ TEST(NSStringEditingTests, LineEndingsAgreeWithTheirSteps) {
   for (int round = 0; round < 3000; ++round) {
     const auto kind = static_cast<OVLineEnding>(random.below(4));
     forBothStorages(wordOf(random, u"\r\n\r\nab", 14), [&](const Ref<NSString>& text) {
-      EXPECT_EQ(stringByNormalizingLineEndings(text, kind)->utf16(), normalizeBySteps(text, kind));
+      EXPECT_EQ(stringByNormalizingLineEndings(text, kind)->utf16(),
+                withLineEndingsBySteps(text, kind));
     });
   }
   const Ref<NSString> marked = u"a\n\u0301\r\u0308\r\n\u0301";
   EXPECT_EQ(stringByNormalizingLineEndings(marked, OVLineEndingCRLF)->utf16(),
-            normalizeBySteps(marked, OVLineEndingCRLF));
+            withLineEndingsBySteps(marked, OVLineEndingCRLF));
 }
 
 TEST(NSStringEditingTests, SplittingHidesTheUnitBehindALeadingSeparator) {
@@ -330,7 +248,7 @@ TEST(NSStringEditingTests, UnescapingAgreesWithItsSteps) {
   RandomRun random;
   for (int round = 0; round < 5000; ++round) {
     forBothStorages(wordOf(random, u"\\\\nträ", 16), [](const Ref<NSString>& text) {
-      EXPECT_EQ(stringByUnescapingString(text)->utf16(), unescapeBySteps(text->utf16()));
+      EXPECT_EQ(stringByUnescapingString(text)->utf16(), unescapedBySteps(text->utf16()));
     });
   }
 }
@@ -440,7 +358,7 @@ TEST(NSStringEditingTests, SqueezingAgreesWithItsSteps) {
     const NSUInteger options = random.below(16) | random.below(4) * 128;
     forBothStorages(text, once, [&](const Ref<NSString>& a, const Ref<NSString>& b) {
       EXPECT_EQ(stringBySqueezingOccurrencesOfString_options(a, b, options)->utf16(),
-                squeezeBySteps(a, b, options))
+                squeezedBySteps(a, b, options))
           << a << ", " << b << ", " << options;
     });
   }
@@ -458,7 +376,7 @@ TEST(NSStringEditingTests, SqueezingLongTextsAgreesWithItsSteps) {
     const NSUInteger options = NSWidthInsensitiveSearch | random.below(2) * NSBackwardsSearch |
                                random.below(2) * NSDiacriticInsensitiveSearch;
     EXPECT_EQ(stringBySqueezingOccurrencesOfString_options(text, once, options)->utf16(),
-              squeezeBySteps(text, once, options));
+              squeezedBySteps(text, once, options));
   }
 }
 
