@@ -53,6 +53,10 @@ struct UTF16Form {
     if (count > 0 && U16_IS_LEAD(units[count - 1])) {
       --count;
     }
+    if (order == std::endian::native && count > 0) {
+      std::memcpy(buffer.data(), units.data(), count * sizeof(char16_t));
+      return {count, count * sizeof(char16_t)};
+    }
     for (std::size_t i = 0; i < count; ++i) {
       const char16_t unit = inOrder(units[i], order);
       std::memcpy(buffer.data() + i * sizeof unit, &unit, sizeof unit);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ByteCommands.h"
 #include "Command.h"
+#include "ConvertCommand.h"
 #include "TransferCommand.h"
 
 #include <CLI/CLI.hpp>
@@ -31,6 +32,7 @@ int runTool(int argc, char** argv) {
   addBase32Command(app, commands);
   addMD5Command(app, commands);
   addReplaceCommand(app, commands);
+  addConvertCommand(app, commands);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
