@@ -188,7 +188,8 @@ TEST(StringEncodingsTests, UnknownNamesAreNoEncoding) {
 }
 
 TEST(StringEncodingsTests, UnknownEncodingsConvertNothing) {
-  for (const CFStringEncoding none : {kCFStringEncodingInvalidId, CFStringEncoding{0x0B01}}) {
+  for (const CFStringEncoding none :
+       {CFStringEncoding{kCFStringEncodingInvalidId}, CFStringEncoding{0x0B01}}) {
     EXPECT_FALSE(CFStringIsEncodingAvailable(none));
     EXPECT_EQ(CFStringConvertEncodingToIANACharSetName(none), nullptr);
     EXPECT_EQ(CFStringGetNameOfEncoding(none), nullptr);
@@ -335,6 +336,22 @@ TEST(StringEncodingsTests, LongTextIsConvertedAsShortTextIs) {
     });
     EXPECT_TRUE(textOf(expected, encoding) == text);
   }
+}
+
+TEST(StringEncodingsTests, MegabytesAreConvertedAtOnce) {
+  std::string bytes(5'000'000, 'x');
+  std::u16string text(5'000'000, u'x');
+  for (std::size_t place = 0; place < bytes.size(); place += 999) {
+    bytes[place] = '\x80';
+    text[place] = u'Ä';
+  }
+  EXPECT_TRUE(textOf(bytes, kCFStringEncodingMacRoman) == text);
+  EXPECT_TRUE(bytesOf(text, kCFStringEncodingMacRoman).bytes == bytes);
+}
+
+TEST(StringEncodingsTests, ManyLossesInALongTextAreEachReplaced) {
+  EXPECT_EQ(bytesOf(std::u16string(100'000, u'中'), kCFStringEncodingASCII, '?'),
+            (Bytes{100'000, std::string(100'000, '?')}));
 }
 
 TEST(StringEncodingsTests, OnlyTheRangeIsConverted) {
