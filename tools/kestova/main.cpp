@@ -2,6 +2,7 @@
 #include "ByteCommands.h"
 #include "Command.h"
 #include "ConvertCommand.h"
+#include "TextCommand.h"
 #include "TransferCommand.h"
 
 #include <CLI/CLI.hpp>
@@ -28,6 +29,7 @@ int runTool(int argc, char** argv) {
   app.footer("Exit status: 0 success, 1 failure, 2 wrong use, 130 interrupted.");
   Commands commands;
   addTransferCommands(app, commands);
+  addTextCommand(app, commands);
   addHexCommand(app, commands);
   addBase32Command(app, commands);
   addMD5Command(app, commands);

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "TextCommand.h"
+
+#include "FileFailure.h"
+#include "InputFile.h"
+#include "TextFigures.h"
+
+#include <KestovaPlatform/NSString.h>
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace kestova::tool {
+namespace {
+
+const char* nameOf(OVLineEnding ending) {
+  return ending == OVLineEndingCRLF ? "CRLF" : ending == OVLineEndingCR ? "CR" : "LF";
+}
+
+std::string nameOf(CFStringEncoding encoding) {
+  return *CFStringConvertEncodingToIANACharSetName(encoding)->UTF8String();
+}
+
+void printRow(const std::string& file, const TextFigures& figures) {
+  std::printf("%-10s %-4s %10llu lines %10llu words %12llu bytes  %s\n",
+              nameOf(figures.encoding).c_str(), nameOf(figures.lineEnding),
+              static_cast<unsigned long long>(figures.lines),
+              static_cast<unsigned long long>(figures.words),
+              static_cast<unsigned long long>(figures.bytes), file.c_str());
+}
+
+void printObject(const std::string& file, const TextFigures& figures) {
+  const nlohmann::ordered_json object = {{"file", file},
+                                         {"encoding", nameOf(figures.encoding)},
+                                         {"encodingNumber", figures.encoding},
+                                         {"lineEnding", nameOf(figures.lineEnding)},
+                                         {"lines", figures.lines},
+                                         {"words", figures.words},
+                                         {"bytes", figures.bytes}};
+  using ErrorHandler = nlohmann::ordered_json::error_handler_t;
+  std::puts(object.dump(-1, ' ', false, ErrorHandler::replace).c_str());
+}
+
+class TextCommand : public Command {
+ public:
+  explicit TextCommand(CLI::App* arguments) : Command(arguments) {
+    arguments->add_option("FILE", files_, "Text files; - is the standard input.")->required();
+    arguments->add_flag("--json", json_, "Print one JSON object a file.");
+    arguments->footer(
+        "The line ending is that of the last line. Lines and words are counted as lineCount and "
+        "wordCount count them.");
+  }
+
+  int run() override {
+    int status = kSucceeded;
+    for (const std::string& file : files_) {
+      try {
+        show(file);
+      } catch (const FileFailure& failure) {
+        printFailure(failure.what());
+        status = kFailed;
+      }
+    }
+    return status;
+  }
+
+ private:
+  void show(const std::string& path) const {
+    InputFile file(path);
+    const TextFigures figures = figuresOf(file);
+    json_ ? printObject(path, figures) : printRow(file.displayName(), figures);
+  }
+
+  std::vector<std::string> files_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+void addTextCommand(CLI::App& app, Commands& commands) {
+  commands.push_back(std::make_unique<TextCommand>(app.add_subcommand(
+      "text", "Tell the encoding, line ending, lines, words and size of text files.")));
+}
+
+}  // namespace kestova::tool
