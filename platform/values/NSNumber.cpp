@@ -184,9 +184,10 @@ bool NSNumber::isEqualToValue(const Ref<NSValue>& other) const {
 
 /// Collections ask this for every key: whole numbers, which most keys are, compare at once.
 bool NSNumber::isEqual(const id& other) const {
-  if (other && typeid(*other) == typeid(NSNumber)) {
+  const NSObject* object = other.get();
+  if (object != nullptr && typeid(*object) == typeid(NSNumber)) {
     const auto* mine = std::get_if<std::int64_t>(&value_);
-    const auto* theirs = std::get_if<std::int64_t>(&static_cast<const NSNumber&>(*other).value_);
+    const auto* theirs = std::get_if<std::int64_t>(&static_cast<const NSNumber&>(*object).value_);
     if (mine != nullptr && theirs != nullptr) {
       return *mine == *theirs;
     }
