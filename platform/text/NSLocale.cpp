@@ -5,6 +5,7 @@
 #include <unicode/dcfmtsym.h>
 #include <unicode/locid.h>
 #include <unicode/uloc.h>
+#include <unicode/ures.h>
 
 #include "text/LocaleEnvironment.h"
 #include "text/UnicodeConversion.h"
@@ -28,10 +29,18 @@ using icu::DecimalFormatSymbols;
 /// Null for an empty part of an identifier.
 Ref<NSString> partOrNull(const char* part) { return *part == '\0' ? nullptr : Ref<NSString>(part); }
 
+/// The locale, or the root for one that ICU does not know: it would take the default locale, and
+/// answers would depend on where the process runs.
+icu::Locale knownLocale(const icu::Locale& locale) {
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::LocalUResourceBundlePointer bundle(ures_open(nullptr, locale.getName(), &status));
+  return status == U_USING_DEFAULT_WARNING ? icu::Locale::getRoot() : locale;
+}
+
 Ref<NSString> symbolOf(const icu::Locale& locale,
                        DecimalFormatSymbols::ENumberFormatSymbol symbol) {
   UErrorCode status = U_ZERO_ERROR;
-  const DecimalFormatSymbols symbols(locale, status);
+  const DecimalFormatSymbols symbols(knownLocale(locale), status);
   const icu::UnicodeString& text = symbols.getConstSymbol(symbol);
   return U_FAILURE(status) ? nullptr
                            : NSString::stringWithCharacters_length(

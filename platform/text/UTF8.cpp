@@ -123,9 +123,9 @@ std::size_t utf8LengthAt(std::u16string_view units, std::size_t index) noexcept 
 }  // namespace
 
 std::string_view withoutCutCharacter(std::string_view bytes) noexcept {
-  auto length = bytes.size();
-  U8_TRUNCATE_IF_INCOMPLETE(bytes.data(), 0U, length);
-  return bytes.substr(0, length);
+  auto length = static_cast<std::ptrdiff_t>(bytes.size());  // ICU looks at length - 2
+  U8_TRUNCATE_IF_INCOMPLETE(bytes.data(), 0, length);
+  return bytes.substr(0, static_cast<std::size_t>(length));
 }
 
 bool isASCII(std::string_view bytes) noexcept {
