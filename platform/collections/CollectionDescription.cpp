@@ -10,6 +10,7 @@
 #include "object/Reference.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -17,6 +18,10 @@
 
 namespace kestova {
 namespace {
+
+/// How many collections are written inside each other: the indents of what lies deeper would be
+/// most of the text.
+constexpr std::size_t kDeepest = 100;
 
 /// What a text may hold without being quoted.
 bool isPlain(unichar unit) {
@@ -103,6 +108,10 @@ class Writer {
                        std::u16string_view closing, const WriteMembers& writeMembers) {
     if (std::ranges::find(around_, &collection) != around_.end()) {
       text_ += u"(itself)";
+      return;
+    }
+    if (around_.size() == kDeepest) {
+      text_ += u"(...)";
       return;
     }
     text_ += opening;

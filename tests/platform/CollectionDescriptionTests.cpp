@@ -80,5 +80,19 @@ TEST(CollectionDescriptionTests, TheSameCollectionTwiceIsWrittenTwice) {
             "(\n    (\n        1\n    ),\n    (\n        1\n    )\n)");
 }
 
+TEST(CollectionDescriptionTests, WhatIsNestedVeryDeepIsLeftOut) {
+  const auto nested = [](int depth) {
+    Ref<NSArray> outer = NSArray::of("core");
+    for (int level = 1; level < depth; ++level) {
+      outer = NSArray::of(outer);
+    }
+    return outer->description();
+  };
+  EXPECT_NE(nested(100)->rangeOfString("core").location, NSNotFound);
+  EXPECT_EQ(nested(101)->rangeOfString("core").location, NSNotFound);
+  EXPECT_NE(nested(101)->rangeOfString("(...)").location, NSNotFound);
+  EXPECT_TRUE(nested(50'000)->isEqual(nested(101)));
+}
+
 }  // namespace
 }  // namespace kestova

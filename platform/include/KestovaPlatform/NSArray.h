@@ -187,7 +187,7 @@ class KESTOVA_PLATFORM_EXPORT NSArray : public NSObject {
   NSUInteger hash() const override;
 
   /// "(", the objects on a line each, ")". Texts that hold more than letters, digits and a few
-  /// signs are quoted, collections indented.
+  /// signs are quoted, collections indented; one more than 100 levels deep is written as "(...)".
   Ref<NSString> description() const override;
 
   /// An immutable array of the same objects; the platform's own immutable ones answer themselves.
