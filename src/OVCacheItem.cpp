@@ -2,6 +2,7 @@
 #include <KestovaFoundation/OVCacheItem.h>
 #include <KestovaPlatform/Class.h>
 
+#include <limits>
 #include <utility>
 
 namespace kestova {
@@ -12,11 +13,22 @@ KESTOVA_DEFINE_CLASS(
                      .property<&OVCacheItem::object>("object")
                      .property<&OVCacheItem::key>("key"))
 
+namespace {
+
+/// No date comes before all others.
+NSTimeInterval secondsOf(const Ref<NSDate>& date) {
+  return date ? date->timeIntervalSinceReferenceDate()
+              : -std::numeric_limits<NSTimeInterval>::infinity();
+}
+
+}  // namespace
+
 OVCacheItem::OVCacheItem(id object, id key)
     : creationTime_(NSDate::date()),
       accessTime_(NSDate::distantPast()),
       object_(std::move(object)),
-      key_(std::move(key)) {}
+      key_(std::move(key)),
+      accessSeconds_(secondsOf(accessTime_)) {}
 
 Ref<OVCacheItem> OVCacheItem::initWithObject_key(const id& object, const id& key) {
   return make<OVCacheItem>(object, key);
@@ -25,6 +37,7 @@ Ref<OVCacheItem> OVCacheItem::initWithObject_key(const id& object, const id& key
 void OVCacheItem::setAccessTime(const Ref<NSDate>& time) {
   const KeyValueChange change(*this, "accessTime");
   accessTime_ = time;
+  accessSeconds_ = secondsOf(time);
 }
 
 }  // namespace kestova

@@ -2,6 +2,7 @@
 #include <KestovaFoundation/OVCache.h>
 #include <KestovaFoundation/OVCacheLRUExpiryPolicy.h>
 #include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/Contract.h>
 #include <KestovaPlatform/NSSortDescriptor.h>
 
 #include <typeinfo>
@@ -12,26 +13,15 @@ KESTOVA_DEFINE_CLASS(OVCacheLRUExpiryPolicy)
 
 namespace {
 
-/// In the order of the policy's sort descriptors: a moment that is nothing comes first.
-bool isEarlier(const Ref<NSDate>& a, const Ref<NSDate>& b) {
-  return b && (!a || a->timeIntervalSinceReferenceDate() < b->timeIntervalSinceReferenceDate());
-}
-
-/// The item that sorting would put first.
-template <class Items>
-const OVCacheItem* leastRecentlyAccessed(const Items& items) {
-  const OVCacheItem* oldest = nullptr;
-  for (const id& object : items) {
-    const auto& item = static_cast<const OVCacheItem&>(*object);
-    if (oldest == nullptr || isEarlier(item.accessTime(), oldest->accessTime())) {
-      oldest = &item;
-    }
-  }
-  return oldest;
-}
-
 /// Whether nobody can tell if the cache was asked for its items, which spares the array of them.
 bool isPlain(const OVCache& cache) { return typeid(cache) == typeid(OVCache); }
+
+/// A subclass may have listed anything.
+void requireItems(const Ref<NSArray>& items) {
+  for (const id& item : items) {
+    require(cast<OVCacheItem>(item) != nullptr, "cacheItems lists items only");
+  }
+}
 
 void removeItem(OVCache& cache, const OVCacheItem* item) {
   if (item != nullptr) {
@@ -41,6 +31,19 @@ void removeItem(OVCache& cache, const OVCacheItem* item) {
 }
 
 }  // namespace
+
+/// The item that the sort descriptors would put first.
+template <class Items>
+const OVCacheItem* OVCacheLRUExpiryPolicy::leastRecentlyAccessed(const Items& items) {
+  const OVCacheItem* oldest = nullptr;
+  for (const id& object : items) {
+    const auto& item = static_cast<const OVCacheItem&>(*object);
+    if (oldest == nullptr || item.accessSeconds_ < oldest->accessSeconds_) {
+      oldest = &item;
+    }
+  }
+  return oldest;
+}
 
 OVCacheLRUExpiryPolicy::OVCacheLRUExpiryPolicy(NSUInteger count)
     : count_(count),
@@ -59,11 +62,12 @@ void OVCacheLRUExpiryPolicy::preInsertExpireFrom(const Ref<OVCache>& cache) {
     return;
   }
   const auto items = cache->cacheItems();
+  requireItems(items);
   if (items->count() == count_) {
     removeItem(*cache, leastRecentlyAccessed(items));
   } else if (items->count() > count_) {
     for (const id& item : items->sortedArrayUsingDescriptors(sortDescriptors_)) {
-      removeItem(*cache, cast<OVCacheItem>(item).get());
+      removeItem(*cache, static_cast<const OVCacheItem*>(item.get()));
     }
   }
 }

@@ -4,6 +4,7 @@
 #include <KestovaFoundation/Export.h>
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSTypes.h>
 
 namespace kestova {
 
@@ -37,10 +38,14 @@ class KESTOVA_FOUNDATION_EXPORT OVCacheItem : public NSObject {
   OVCacheItem(id object, id key);
 
  private:
+  friend class OVCacheLRUExpiryPolicy;
+
   const Ref<NSDate> creationTime_;
   Ref<NSDate> accessTime_;
   const id object_;
   const id key_;
+  /// The access time as a number, which is compared without a visit to the date.
+  NSTimeInterval accessSeconds_;
 };
 
 }  // namespace kestova

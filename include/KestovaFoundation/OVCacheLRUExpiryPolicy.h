@@ -8,6 +8,8 @@
 
 namespace kestova {
 
+class OVCacheItem;
+
 /// Keeps a fixed number of items in a cache: removes the one that was accessed the longest ago
 /// before another one comes in. Of items accessed at the same moment the one that the cache lists
 /// first goes first.
@@ -36,6 +38,9 @@ class KESTOVA_FOUNDATION_EXPORT OVCacheLRUExpiryPolicy : public OVCacheExpiryPol
   explicit OVCacheLRUExpiryPolicy(NSUInteger count);
 
  private:
+  template <class Items>
+  static const OVCacheItem* leastRecentlyAccessed(const Items& items);
+
   const NSUInteger count_;
   const Ref<NSArray> sortDescriptors_;
 };

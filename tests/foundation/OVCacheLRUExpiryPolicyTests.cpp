@@ -109,5 +109,15 @@ TEST_F(OVCacheLRUExpiryPolicyTests, APlainCacheLosesTheSameAsOneThatWatches) {
   EXPECT_EQ(plain->count(), 0U);
 }
 
+TEST_F(OVCacheLRUExpiryPolicyTests, ACacheListsItemsOnly) {
+  class Confused final : public OVCache {
+   public:
+    Confused() : OVCache(nullptr, nullptr) {}
+    Ref<NSArray> cacheItems() const override { return NSArray::of("text"); }
+  };
+  const auto confused = make<Confused>();
+  EXPECT_DEATH(keeping(1)->preInsertExpireFrom(confused), "cacheItems lists items only");
+}
+
 }  // namespace
 }  // namespace kestova
