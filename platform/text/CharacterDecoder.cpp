@@ -115,13 +115,14 @@ class ConverterDecoder final : public CharacterDecoder {
  public:
   explicit ConverterDecoder(Converter converter) : converter_(std::move(converter)) {}
 
-  DecodedPiece decode(std::string_view bytes, std::span<char16_t> buffer,
-                      TextInput input) override {
-    auto restOfBytes = bytes;
-    auto restOfBuffer = buffer;
-    const UErrorCode error =
-        converter_.decode(restOfBytes, restOfBuffer, input == TextInput::kEnds);
-    DecodedPiece done{bytes.size() - restOfBytes.size(), buffer.size() - restOfBuffer.size()};
+  DecodedPiece decode(std::string_view all, std::span<char16_t> buffer, TextInput input) override {
+    const UsefulInput useful(all, kMostAtOnce, input);
+    const auto room = buffer.first(std::min(buffer.size(), kMostAtOnce));
+    auto restOfBytes = useful.bytes;
+    auto restOfRoom = room;
+    const UErrorCode error = converter_.decode(restOfBytes, restOfRoom, !useful.goesOn());
+    DecodedPiece done{useful.bytes.size() - restOfBytes.size(), room.size() - restOfRoom.size(),
+                      useful.end()};
     if (error == U_BUFFER_OVERFLOW_ERROR) {
       done.end = ConversionEnd::kBufferFull;
     } else if (U_FAILURE(error)) {
@@ -132,6 +133,8 @@ class ConverterDecoder final : public CharacterDecoder {
   }
 
  private:
+  static constexpr std::size_t kMostAtOnce = std::size_t{1} << 20;  // ICU counts with 32 bits
+
   Converter converter_;
 };
 

@@ -13,6 +13,8 @@ namespace {
 void refuse(const void*, UConverterFromUnicodeArgs*, const UChar*, std::int32_t, UChar32,
             UConverterCallbackReason, UErrorCode*) {}
 
+constexpr std::size_t kMostAtOnce = std::size_t{1} << 20;  // ICU counts with 32 bits
+
 constexpr char16_t kTurned[][2] = {{0x1A, 0x7F}, {0x1C, 0x1A}, {0x7F, 0x1C}};
 
 /// ICU's tables for code pages of DOS take the bytes 1A, 1C and 7F for the control characters that
@@ -90,9 +92,10 @@ UErrorCode Converter::encode(std::u16string_view& units, std::span<char>& buffer
   }
   const char16_t* source = first;
   char* target = buffer.data();
+  char* limit = target + std::min(buffer.size(), kMostAtOnce);
   UErrorCode error = U_ZERO_ERROR;
-  ucnv_fromUnicode(handle_.get(), &target, target + buffer.size(), &source, source + piece.size(),
-                   nullptr, static_cast<UBool>(isEnd), &error);
+  ucnv_fromUnicode(handle_.get(), &target, limit, &source, source + piece.size(), nullptr,
+                   static_cast<UBool>(isEnd), &error);
   units.remove_prefix(static_cast<std::size_t>(source - first));
   buffer = buffer.subspan(static_cast<std::size_t>(target - buffer.data()));
   return error;

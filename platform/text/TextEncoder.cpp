@@ -21,20 +21,29 @@ std::optional<TextEncoder> TextEncoder::encoderForEncoding(CFStringEncoding enco
 
 TextEncoder TextEncoder::clone() const { return TextEncoder(characters_->clone()); }
 
-EncodedPiece TextEncoder::encode(std::u16string_view all, std::span<char> buffer, TextInput input) {
-  // No unit takes less than a byte: what lies beyond is not looked at before there is room for it.
-  const auto units = all.substr(0, buffer.size());
-  const bool isCut = units.size() < all.size();
-  const std::size_t length = wellFormedLengthOfUTF16(units);
-  EncodedPiece done = characters_->encode(units.substr(0, length), buffer);
-  if (done.end != ConversionEnd::kInputUsed) {
-    return done;
+EncodedPiece TextEncoder::encode(std::u16string_view units, std::span<char> buffer,
+                                 TextInput input) {
+  EncodedPiece done;
+  bool isLast = false;
+  while (done.end == ConversionEnd::kInputUsed && !isLast) {
+    const auto rest = units.substr(done.unitsRead);
+    isLast = rest.size() <= kBlock;
+    const EncodedPiece block =
+        encodeBlock(rest.substr(0, kBlock), buffer.subspan(done.bytesWritten),
+                    isLast ? input : TextInput::kGoesOn);
+    done = {done.unitsRead + block.unitsRead, done.bytesWritten + block.bytesWritten, block.end,
+            block.refusedUnits};
   }
-  const bool mayGoOn =
-      length == units.size() || (length + 1 == units.size() && U16_IS_LEAD(units[length]) &&
-                                 (isCut || input == TextInput::kGoesOn));
-  if (mayGoOn) {
-    done.end = isCut ? ConversionEnd::kBufferFull : ConversionEnd::kInputUsed;
+  return done;
+}
+
+EncodedPiece TextEncoder::encodeBlock(std::u16string_view units, std::span<char> buffer,
+                                      TextInput input) {
+  const std::size_t length = wellFormedLengthOfUTF16(units);
+  const EncodedPiece done = characters_->encode(units.substr(0, length), buffer);
+  const bool isCut =
+      length + 1 == units.size() && U16_IS_LEAD(units[length]) && input == TextInput::kGoesOn;
+  if (done.end != ConversionEnd::kInputUsed || length == units.size() || isCut) {
     return done;
   }
   return {length + 1, done.bytesWritten, ConversionEnd::kRefused, 1};

@@ -14,12 +14,12 @@ enum class TextInput { kGoesOn, kEnds };
 /// Why a step of a conversion ended.
 enum class ConversionEnd {
   kInputUsed,   ///< nothing is left but part of a character, to be given again with what follows
-  kBufferFull,  ///< there is no room for another character
+  kBufferFull,  ///< the rest of the input is to be given again, and room for what becomes of it
   kRefused,     ///< what was read last is malformed, or is no character of the encoding
 };
 
-/// How far a step of decoding came. What is refused begins `refusedBytes` before the end of what was
-/// read, which may have been in an earlier step.
+/// How far a step of decoding came. What is refused begins `refusedBytes` before the end of what
+/// was read, which may have been in an earlier step.
 struct DecodedPiece {
   std::size_t bytesRead = 0;
   std::size_t unitsWritten = 0;

@@ -50,7 +50,13 @@ class KESTOVA_PLATFORM_EXPORT TextEncoder {
   std::size_t close(std::span<char> buffer);
 
  private:
+  /// So many units are looked at in one go, so that going on behind each of many refusals does not
+  /// look at all that follows every time.
+  static constexpr std::size_t kBlock = 4096;
+
   explicit TextEncoder(std::unique_ptr<CharacterEncoder> characters);
+
+  EncodedPiece encodeBlock(std::u16string_view units, std::span<char> buffer, TextInput input);
 
   std::unique_ptr<CharacterEncoder> characters_;
 };
