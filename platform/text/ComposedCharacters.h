@@ -19,11 +19,13 @@ class ComposedCharacters {
   /// Whether no character has units on both sides of an index, which is at most the length.
   bool isBoundary(std::size_t index) const {
     return index == 0 || index >= text_.size() ||
-           (text_[index - 1] < kFirstMark && text_[index] < kFirstMark) || isBoundaryOf(index);
+           (neverJoins(text_[index - 1]) && neverJoins(text_[index])) || isBoundaryOf(index);
   }
 
+  /// Whether a unit makes no character together with another such unit.
+  static constexpr bool neverJoins(char16_t unit) noexcept { return unit < kFirstMark; }
+
  private:
-  /// Below it, nothing joins what stands before it.
   static constexpr char16_t kFirstMark = 0x300;
 
   bool isBoundaryOf(std::size_t index) const;

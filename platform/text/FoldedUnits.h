@@ -38,6 +38,11 @@ class FoldedUnits {
     index_ = 0;
     units_.clear();
     start_ = end_;
+    if (const char16_t unit = end_ < pieces_.text().size() ? pieces_.easyUnitAt(end_) : u'\0') {
+      units_.push_back(unit);
+      ++end_;
+      return;
+    }
     while (units_.empty() && end_ < pieces_.text().size()) {
       start_ = end_;
       end_ = pieces_.boundaryAtOrAfter(start_ + 1);

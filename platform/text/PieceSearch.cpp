@@ -100,16 +100,43 @@ NSRange PieceSearch<Unit>::atEnd(std::size_t from, std::size_t to) {
 
 template <class Unit>
 std::size_t PieceSearch<Unit>::foldFrom(std::size_t from, std::size_t to, std::size_t size) {
-  units_.clear();
-  starts_.clear();
-  ends_.clear();
+  resizeWindow(0);
   std::size_t end = from;
   while (end < to && units_.size() < size) {
     const std::size_t start = end;
-    end = pieces_.boundaryAtOrAfter(start + 1);
-    foldPiece(start, end);
+    end = foldEasyUnits(start, to, size - units_.size());
+    if (end == start) {
+      end = pieces_.boundaryAtOrAfter(start + 1);
+      foldPiece(start, end);
+    }
   }
   return end;
+}
+
+template <class Unit>
+std::size_t PieceSearch<Unit>::foldEasyUnits(std::size_t from, std::size_t to, std::size_t limit) {
+  char16_t unit = pieces_.easyUnitAt(from);
+  if (unit == 0) {
+    return from;
+  }
+  const std::size_t first = units_.size();
+  const std::size_t count = std::min({to - from, limit, kRun});
+  resizeWindow(first + count);
+  std::size_t done = 0;
+  do {
+    units_[first + done] = unit;
+    starts_[first + done] = from + done;
+    ends_[first + done] = from + done + 1;
+  } while (++done < count && (unit = pieces_.easyUnitAt(from + done)) != 0);
+  resizeWindow(first + done);
+  return from + done;
+}
+
+template <class Unit>
+void PieceSearch<Unit>::resizeWindow(std::size_t size) {
+  units_.resize(size);
+  starts_.resize(size, kInside);
+  ends_.resize(size, kInside);
 }
 
 /// Pieces may leave nothing, so that it takes more of them than there are units to be had.
@@ -129,8 +156,7 @@ void PieceSearch<Unit>::foldPiece(std::size_t start, std::size_t end) {
   const std::size_t first = units_.size();
   pieces_.appendFolded(start, end, units_);
   if (units_.size() > first) {
-    starts_.resize(units_.size(), kInside);
-    ends_.resize(units_.size(), kInside);
+    resizeWindow(units_.size());
     starts_[first] = start;
     ends_.back() = end;
   }

@@ -28,8 +28,9 @@ class PieceSearch {
 
  private:
   static constexpr NSRange kNowhere{NSNotFound, 0};
-  static constexpr std::size_t kFirstWindow = 64;
+  static constexpr std::size_t kFirstWindow = 16;
   static constexpr std::size_t kLargestWindow = 8192;
+  static constexpr std::size_t kRun = 256;
 
   NSRange first(std::size_t from, std::size_t to);
   NSRange last(std::size_t from, std::size_t to);
@@ -45,11 +46,16 @@ class PieceSearch {
   /// answers where they end.
   std::size_t foldFrom(std::size_t from, std::size_t to, std::size_t size);
 
+  /// Folds units that are pieces by themselves and easily folded, as most of most texts are: at
+  /// most `limit` and not too many, from `from` on. Answers where the next piece begins.
+  std::size_t foldEasyUnits(std::size_t from, std::size_t to, std::size_t limit);
+
   /// Folds the pieces before `to`, about `size` units of the text or more, and answers where they
   /// begin. There are twice as many units as are wanted, or all down to `from`.
   std::size_t foldBack(std::size_t from, std::size_t to, std::size_t size);
 
   void foldPiece(std::size_t start, std::size_t end);
+  void resizeWindow(std::size_t size);
   template <Direction direction>
   NSRange matchInWindow() const;
 

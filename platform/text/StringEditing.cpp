@@ -3,6 +3,7 @@
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/StringMatches.h>
+#include <KestovaPlatform/UTF8.h>
 
 #include "text/MemberSearch.h"
 #include "text/PatternSearch.h"
@@ -10,6 +11,9 @@
 #include "values/RangeCheck.h"
 
 #include <algorithm>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace kestova {
 namespace {
@@ -66,20 +70,35 @@ std::basic_string_view<Unit> trimmed(std::basic_string_view<Unit> units,
   return units;
 }
 
-/// The text with units in place of the matches.
+TextStorage storageOf(std::string ascii) { return ascii; }
+TextStorage storageOf(std::u16string units) {
+  if (isASCII(units)) {
+    return std::string(units.begin(), units.end());
+  }
+  return units;
+}
+
+template <class Unit, class Other>
+TextStorage replaced(std::basic_string_view<Unit> units, const std::vector<NSRange>& matches,
+                     std::basic_string_view<Other> other) {
+  std::basic_string<std::conditional_t<sizeof(Unit) < sizeof(Other), Other, Unit>> result;
+  result.reserve(units.size());
+  const auto append = [&](auto view) { result.append(view.begin(), view.end()); };
+  std::size_t start = 0;
+  for (const NSRange match : matches) {
+    append(units.substr(start, match.location - start));
+    append(other);
+    start = NSMaxRange(match);
+  }
+  append(units.substr(start));
+  return storageOf(std::move(result));
+}
+
+/// The text with another one in place of the matches, which lie in it in order without overlapping.
 TextStorage withReplaced(const NSString& text, const std::vector<NSRange>& matches,
                          const NSString& replacement) {
-  TextStorage result;
-  withBoth(text, replacement, [&](auto units, auto other) {
-    std::size_t start = 0;
-    for (const NSRange match : matches) {
-      appendUnits(result, units.substr(start, match.location - start));
-      appendUnits(result, other);
-      start = NSMaxRange(match);
-    }
-    appendUnits(result, units.substr(start));
-  });
-  return result;
+  return withBoth(text, replacement,
+                  [&](auto units, auto other) { return replaced(units, matches, other); });
 }
 
 /// `length` units of a text that repeats itself, from an index on.
@@ -130,10 +149,14 @@ Ref<NSString> NSString::stringByReplacingOccurrencesOfString_withString_options_
   constexpr auto kOperation = "stringByReplacingOccurrencesOfString:withString:options:range:";
   checkArgument(*this, kOperation, target != nullptr && replacement != nullptr);
   checkRange(*this, kOperation, range, length());
-  const auto result = NSMutableString::stringWithString(cast<NSString>(self()));
-  const auto count = result->replaceOccurrencesOfString_withString_options_range(
-      target, replacement, options, range);
-  return count == 0 ? description() : copyOf<NSString>(result);
+  if ((options & NSRegularExpressionSearch) != 0) {
+    const auto result = NSMutableString::stringWithString(cast<NSString>(self()));
+    replacePattern(result, target, replacement, options, range);
+    return copyOf<NSString>(result);
+  }
+  const auto matches = matchesIn(cast<NSString>(self()), range, target, options);
+  return matches.empty() ? description()
+                         : make<NSString>(withReplaced(*this, matches, *replacement));
 }
 
 Ref<NSString> NSString::stringByReplacingCharactersInRange_withString(

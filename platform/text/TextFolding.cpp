@@ -8,6 +8,7 @@
 #include "text/TextPieces.h"
 
 #include <algorithm>
+#include <mutex>
 
 namespace kestova {
 namespace {
@@ -58,27 +59,40 @@ TextFolding::TextFolding(NSUInteger options, CaseRules rules) noexcept
       rules_(rules) {}
 
 void TextFolding::append(std::string_view piece, std::u16string& result) {
+  const LatinUnits& units = latinUnits();
   for (const char byte : piece) {
-    result.push_back(foldedASCII(static_cast<char16_t>(byte)));
+    result.push_back(units[static_cast<unsigned char>(byte)]);
   }
 }
 
 void TextFolding::append(std::u16string_view piece, std::u16string& result) {
   if (piece.size() != 1) {
     result.append(unitsOf(folded(piece)));
-  } else if (piece.front() < 0x80) {
-    result.push_back(foldedASCII(piece.front()));
+  } else if (piece.front() < kLatin && (foldedUnit(piece.front()) != 0 || piece.front() == 0)) {
+    result.push_back(foldedUnit(piece.front()));
   } else {
     appendUnit(piece.front(), result);
   }
 }
 
-char16_t TextFolding::foldedASCII(char16_t unit) const noexcept {
-  if (!ignoresCase_ || unit < u'A' || unit > u'Z') {
-    return unit;
+/// One table for each way of folding, made when it is first asked for.
+const TextFolding::LatinUnits& TextFolding::sharedLatinUnits() const {
+  static std::array<std::once_flag, 32> isMade;
+  static std::array<LatinUnits, 32> tables;
+  const std::size_t way = std::size_t{isLiteral_} | std::size_t{ignoresCase_} << 1 |
+                          std::size_t{ignoresMarks_} << 2 | std::size_t{ignoresWidth_} << 3 |
+                          std::size_t{rules_ == CaseRules::turkic} << 4;
+  std::call_once(isMade[way], [&] { tables[way] = makeLatinUnits(); });
+  return tables[way];
+}
+
+TextFolding::LatinUnits TextFolding::makeLatinUnits() const {
+  LatinUnits result{};
+  for (char16_t unit = 0; unit < kLatin; ++unit) {
+    const auto text = folded({&unit, 1});
+    result[unit] = text.length() == 1 ? text[0] : char16_t{0};
   }
-  return unit == u'I' && rules_ == CaseRules::turkic ? u'ı'
-                                                     : static_cast<char16_t>(unit + (u'a' - u'A'));
+  return result;
 }
 
 void TextFolding::appendUnit(char16_t unit, std::u16string& result) {

@@ -36,6 +36,10 @@ class TextFolding {
   /// Whether ASCII is folded to ASCII, letters at most to their small ones.
   bool keepsASCII() const noexcept { return !ignoresCase_ || rules_ == CaseRules::common; }
 
+  /// What a unit that is a piece by itself is folded to, if that is one unit and can be told
+  /// without much ado; 0 otherwise.
+  char16_t foldedUnit(char16_t unit) { return unit < kLatin ? latinUnits()[unit] : char16_t{0}; }
+
   /// Appends what is seen of a piece: a composed character, or a single one where folding is
   /// literal.
   void append(std::string_view piece, std::u16string& result);
@@ -49,7 +53,18 @@ class TextFolding {
     std::array<char16_t, 3> folded;
   };
 
-  char16_t foldedASCII(char16_t unit) const noexcept;
+  /// The units that are folded by a table: the Latin letters of Europe.
+  static constexpr char16_t kLatin = 0x300;
+  using LatinUnits = std::array<char16_t, kLatin>;
+
+  const LatinUnits& latinUnits() {
+    if (latinUnits_ == nullptr) {
+      latinUnits_ = &sharedLatinUnits();
+    }
+    return *latinUnits_;
+  }
+  const LatinUnits& sharedLatinUnits() const;
+  LatinUnits makeLatinUnits() const;
   void appendUnit(char16_t unit, std::u16string& result);
   icu::UnicodeString folded(std::u16string_view piece) const;
   icu::UnicodeString foldedLiterally(icu::UnicodeString text) const;
@@ -60,6 +75,7 @@ class TextFolding {
   bool ignoresMarks_;
   bool ignoresWidth_;
   CaseRules rules_;
+  const LatinUnits* latinUnits_ = nullptr;
   std::array<Known, 64> known_;
 };
 

@@ -47,6 +47,15 @@ class TextPieces {
     return index;
   }
 
+  /// What is seen of the unit at an index if it is a piece by itself and can be folded easily; 0
+  /// otherwise. NUL is not folded easily.
+  char16_t easyUnitAt(std::size_t index) const {
+    const bool standsAlone =
+        !kIsWide || folding_.isLiteral() || index + 1 == text_.size() ||
+        ComposedCharacters::neverJoins(static_cast<char16_t>(text_[index + 1]));
+    return standsAlone ? folding_.foldedUnit(static_cast<char16_t>(text_[index])) : char16_t{0};
+  }
+
   /// Appends what is seen of the piece between two neighbouring boundaries.
   void appendFolded(std::size_t start, std::size_t end, std::u16string& result) const {
     folding_.append(text_.substr(start, end - start), result);

@@ -3,7 +3,9 @@
 
 #include "text/TextPieces.h"
 #include "text/TextStorage.h"
+#include "text/UnitMatches.h"
 
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -51,11 +53,31 @@ Items itemsOf(std::basic_string_view<Unit> text, TextFolding& folding, Wildcards
   return items;
 }
 
+/// The same of ASCII, read where it stands.
+class ASCIIItems {
+ public:
+  ASCIIItems(std::string_view text, bool ignoresCase, Wildcards wildcards)
+      : text_(text), ignoresCase_(ignoresCase), wildcards_(wildcards) {}
+
+  std::size_t size() const { return text_.size(); }
+  Item operator[](std::size_t index) const {
+    const auto unit = static_cast<char16_t>(text_[index]);
+    return {ignoresCase_ ? CaselessASCII::fold(unit) : unit, kindOf({&unit, 1}, wildcards_)};
+  }
+
+ private:
+  std::string_view text_;
+  bool ignoresCase_;
+  Wildcards wildcards_;
+};
+
 /// Matches from the front. Where that fails, the last "*" takes one character more: an earlier one
 /// need not, for what followed it was found as early as can be.
+template <class TextItems, class PatternItems>
 class WildcardMatch {
  public:
-  WildcardMatch(const Items& text, const Items& pattern) : text_(text), pattern_(pattern) {}
+  WildcardMatch(const TextItems& text, const PatternItems& pattern)
+      : text_(text), pattern_(pattern) {}
 
   bool holds() {
     while (at_ < text_.size() || wanted_ < pattern_.size()) {
@@ -83,7 +105,7 @@ class WildcardMatch {
     if (wanted_ == pattern_.size()) {
       return false;
     }
-    const Item& wanted = pattern_[wanted_];
+    const Item wanted = pattern_[wanted_];
     if (wanted.kind == Item::Kind::any) {
       return openStar();
     }
@@ -123,8 +145,8 @@ class WildcardMatch {
     return true;
   }
 
-  const Items& text_;
-  const Items& pattern_;
+  const TextItems& text_;
+  const PatternItems& pattern_;
   std::size_t at_ = 0;
   std::size_t wanted_ = 0;
   std::size_t star_ = kNone;
@@ -135,6 +157,15 @@ class WildcardMatch {
 
 bool matchesWildcards(const NSString& text, const NSString& pattern, NSUInteger options) {
   TextFolding folding(options);
+  if (text.isEightBit() && pattern.isEightBit() && folding.keepsASCII()) {
+    const auto itemsIn = [&](const NSString& string, Wildcards wildcards) {
+      return ASCIIItems({string.eightBitCharacters(), string.length()}, folding.ignoresCase(),
+                        wildcards);
+    };
+    const ASCIIItems own = itemsIn(text, Wildcards::none);
+    const ASCIIItems wanted = itemsIn(pattern, Wildcards::some);
+    return WildcardMatch(own, wanted).holds();
+  }
   const auto itemsIn = [&](const NSString& string, Wildcards wildcards) {
     return withUnits(string, [&](auto units) { return itemsOf(units, folding, wildcards); });
   };

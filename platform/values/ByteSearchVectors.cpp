@@ -28,7 +28,7 @@ constexpr std::size_t kCacheLine = 64;
 /// a page ends.
 constexpr std::size_t kAhead = 4096;
 
-/// How many bytes agree from the front, counted in steps: exact where it is less than all.
+/// How many bytes agree from the front; up to seven fewer where they differ.
 HWY_INLINE std::size_t commonLength(const std::uint8_t* a, const std::uint8_t* b,
                                     std::size_t size) {
   std::size_t index = 0;

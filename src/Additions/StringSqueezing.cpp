@@ -35,10 +35,11 @@ class UnitSqueeze {
   }
 
   Units apply(const Units& text) {
-    for (const Unit unit : text) {
+    for (std::size_t index = skip(text, 0); index < text.size(); index = skip(text, index)) {
       const std::uint32_t before = matched_.empty() ? 0 : matched_.back();
-      result_.push_back(unit);
-      matched_.push_back(matchedWith(before, folded(unit)));
+      result_.push_back(text[index]);
+      matched_.push_back(matchedWith(before, folded(text[index])));
+      ++index;
       if (matched_.back() == fallback_.size()) {
         halve();
       }
@@ -59,6 +60,17 @@ class UnitSqueeze {
       before = fallback_[before - 1];
     }
     return doubled(before) == unit ? before + 1 : 0;
+  }
+
+  /// Copies what cannot begin a match while none has begun, and answers where it ends.
+  std::size_t skip(const Units& text, std::size_t index) {
+    if (ignoresCase_ || (!matched_.empty() && matched_.back() != 0)) {
+      return index;
+    }
+    const std::size_t end = std::min(text.find(once_.front(), index), text.size());
+    result_.append(text, index, end - index);
+    matched_.resize(result_.size());
+    return end;
   }
 
   void halve() {

@@ -200,7 +200,7 @@ NSComparisonResult expectedOrder(std::u16string a, std::u16string b, NSUInteger 
 
 TEST(StringComparisonTests, AgreesWithComparingTheFoldedWholes) {
   RandomRun random;
-  for (int round = 0; round < 20000 && !HasFailure(); ++round) {
+  for (int round = 0; round < 8000 && !HasFailure(); ++round) {
     const bool isPlain = random.below(2) == 0;
     const auto some = [&](std::size_t limit) {
       return isPlain ? plainText(random, limit) : oddText(random, limit);
@@ -321,7 +321,7 @@ TEST(StringComparisonTests, WildcardsAgreeWithTryingEverything) {
     }
     return text;
   };
-  for (int round = 0; round < 20000; ++round) {
+  for (int round = 0; round < 8000; ++round) {
     const auto text = word(8, u"abAB");
     const auto pattern = word(6, u"abB?**");
     forBothStorages(text, pattern, [&](const Ref<NSString>& a, const Ref<NSString>& b) {

@@ -118,7 +118,7 @@ TEST(UnitMatchesTests, EveryTextOfTwoLettersIsSearchedForEveryOther) {
 TEST(UnitMatchesTests, AgreesWithPlainLoopsOnEveryProcessor) {
   forEachVectorTarget([] {
     RandomRun random;
-    for (int round = 0; round < 400; ++round) {
+    for (int round = 0; round < 200; ++round) {
       const std::string text = randomText(random, random.below(300), 1 + random.below(7));
       const std::string wanted = randomText(random, 1 + random.below(6), 1 + random.below(7));
       checkBoth(text, wanted);
@@ -144,13 +144,13 @@ TEST(UnitMatchesTests, AgreesWithPlainLoopsAtEveryAlignmentAndLength) {
 
 TEST(UnitMatchesTests, TextsThatDeceiveAreSearchedAsWell) {
   RandomRun random;
-  for (const std::size_t size : {200U, 1000U, 3000U}) {
+  for (const std::size_t size : {100U, 300U, 600U}) {
     std::string wanted(size, 'a');
-    const std::string text(12000, 'a');
+    const std::string text(4000, 'a');
     checkBoth(text.substr(0, 2 * size), wanted);
     wanted[random.below(size)] = 'b';
     std::string mixed = text;
-    mixed.replace(9000 - size, size, wanted);
+    mixed.replace(3000 - size, size, wanted);
     mixed[random.below(mixed.size())] = 'b';
     checkBoth(mixed, wanted);
   }
@@ -158,14 +158,14 @@ TEST(UnitMatchesTests, TextsThatDeceiveAreSearchedAsWell) {
 
 TEST(UnitMatchesTests, PeriodicTextsAreSearchedForPeriodicOnes) {
   RandomRun random;
-  for (int round = 0; round < 40; ++round) {
+  for (int round = 0; round < 20; ++round) {
     const std::string unit = randomText(random, 1 + random.below(9), 2);
     std::string text;
-    while (text.size() < 20000) {
+    while (text.size() < 3000) {
       text += unit;
     }
     text[random.below(text.size())] = 'b';
-    checkBoth(text, text.substr(random.below(30), 1 + random.below(2500)));
+    checkBoth(text, text.substr(random.below(30), 1 + random.below(600)));
   }
 }
 

@@ -118,10 +118,10 @@ TEST(NSStringSearchingTests, OccurrencesAgreeWithSearchAfterSearch) {
 
 TEST(NSStringSearchingTests, MegabytesOfOneLetterAreCounted) {
   const auto text =
-      NSString::string()->stringByPaddingToLength_withString_startingAtIndex(2'000'000, "a", 0);
-  EXPECT_EQ(numberOfOccurrencesOfString_options(text, text->substringToIndex(1'000'000), 0),
-            1'000'001U);
-  EXPECT_EQ(occurrencesOfString_options(text, "aa", NSBackwardsSearch)->count(), 1'000'000U);
+      NSString::string()->stringByPaddingToLength_withString_startingAtIndex(400'000, "a", 0);
+  EXPECT_EQ(numberOfOccurrencesOfString_options(text, text->substringToIndex(200'000), 0),
+            200'001U);
+  EXPECT_EQ(occurrencesOfString_options(text, "aa", NSBackwardsSearch)->count(), 200'000U);
 }
 
 TEST(NSStringSearchingTests, PrefixesAndSuffixesAreComparedWithOptions) {
