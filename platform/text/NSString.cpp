@@ -9,6 +9,7 @@
 #include "values/BlockHash.h"
 #include "values/RangeCheck.h"
 
+#include <cstdint>
 #include <ostream>
 
 namespace kestova {
@@ -17,17 +18,29 @@ KESTOVA_DEFINE_CLASS(NSString, .property<&NSString::length>("length"))
 
 namespace {
 
+/// Four units as one number, the first one in its lowest bits.
+NSUInteger fourUnits(const unichar* units) noexcept {
+  return NSUInteger{units[0]} | NSUInteger{units[1]} << 16 | NSUInteger{units[2]} << 32 |
+         NSUInteger{units[3]} << 48;
+}
+
+/// The same of ASCII bytes, spread all at once: looking up a key is little more than its hash.
+NSUInteger fourUnits(const char* ascii) noexcept {
+  const auto byte = [ascii](int index) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(ascii[index])) << 8 * index;
+  };
+  const std::uint32_t bytes = byte(0) | byte(1) | byte(2) | byte(3);
+  const NSUInteger pairs = (bytes | NSUInteger{bytes} << 16) & 0x0000FFFF0000FFFFU;
+  return (pairs | pairs << 8) & 0x00FF00FF00FF00FFU;
+}
+
 /// Hashes four units at a time, so that the number depends on the units and not on their storage.
 template <class Unit>
 NSUInteger hashOf(std::basic_string_view<Unit> units) noexcept {
   BlockHash hash(units.size());
   std::size_t index = 0;
   for (; units.size() - index >= 4; index += 4) {
-    const Unit* unit = units.data() + index;
-    hash.add(NSUInteger{static_cast<unichar>(unit[0])} |
-             NSUInteger{static_cast<unichar>(unit[1])} << 16 |
-             NSUInteger{static_cast<unichar>(unit[2])} << 32 |
-             NSUInteger{static_cast<unichar>(unit[3])} << 48);
+    hash.add(fourUnits(units.data() + index));
   }
   for (; index < units.size(); ++index) {
     hash.add(static_cast<unichar>(units[index]));
