@@ -3,13 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include "PlainUTF8.h"
 #include "RandomRun.h"
 #include "VectorTargets.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,117 +19,12 @@ namespace {
 
 using namespace std::string_view_literals;
 using testing::forEachVectorTarget;
+using testing::inUTF16;
+using testing::isBetween;
+using testing::plainLengthOfUTF16;
+using testing::plainLengthOfUTF8;
+using testing::plainUTF8Of;
 using testing::RandomRun;
-
-// ---- A plain model: Unicode's table of well-formed byte sequences, one character at a time.
-
-struct Character {
-  char32_t value;
-  std::size_t length;
-};
-
-int byteAt(std::string_view bytes, std::size_t index) {
-  return index < bytes.size() ? static_cast<unsigned char>(bytes[index]) : -1;
-}
-
-bool isBetween(int value, int first, int last) { return value >= first && value <= last; }
-
-std::optional<Character> firstOfUTF8(std::string_view bytes) {
-  const int a = byteAt(bytes, 0);
-  const int b = byteAt(bytes, 1);
-  const auto continues = [&](std::size_t i) { return isBetween(byteAt(bytes, i), 0x80, 0xBF); };
-  const auto bits = [&](std::size_t i) { return static_cast<char32_t>(byteAt(bytes, i) & 0x3F); };
-  if (isBetween(a, 0, 0x7F)) {
-    return Character{static_cast<char32_t>(a), 1};
-  }
-  if (isBetween(a, 0xC2, 0xDF) && continues(1)) {
-    return Character{static_cast<char32_t>(a & 0x1F) << 6 | bits(1), 2};
-  }
-  if (isBetween(a, 0xE0, 0xEF) && continues(1) && continues(2) && (a != 0xE0 || b >= 0xA0) &&
-      (a != 0xED || b <= 0x9F)) {
-    return Character{static_cast<char32_t>(a & 0x0F) << 12 | bits(1) << 6 | bits(2), 3};
-  }
-  if (isBetween(a, 0xF0, 0xF4) && continues(1) && continues(2) && continues(3) &&
-      (a != 0xF0 || b >= 0x90) && (a != 0xF4 || b <= 0x8F)) {
-    return Character{static_cast<char32_t>(a & 0x07) << 18 | bits(1) << 12 | bits(2) << 6 | bits(3),
-                     4};
-  }
-  return std::nullopt;
-}
-
-std::optional<Character> firstOfUTF16(std::u16string_view units) {
-  const char16_t a = units[0];
-  if (a < 0xD800 || a > 0xDFFF) {
-    return Character{a, 1};
-  }
-  if (a <= 0xDBFF && units.size() > 1 && units[1] >= 0xDC00 && units[1] <= 0xDFFF) {
-    return Character{0x10000 + ((a & 0x3FFU) << 10) + (units[1] & 0x3FFU), 2};
-  }
-  return std::nullopt;
-}
-
-std::string inUTF8(char32_t c) {
-  const auto tail = [&](int shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
-  if (c < 0x80) {
-    return {static_cast<char>(c)};
-  }
-  if (c < 0x800) {
-    return {static_cast<char>(0xC0 | c >> 6), tail(0)};
-  }
-  if (c < 0x10000) {
-    return {static_cast<char>(0xE0 | c >> 12), tail(6), tail(0)};
-  }
-  return {static_cast<char>(0xF0 | c >> 18), tail(12), tail(6), tail(0)};
-}
-
-std::u16string inUTF16(char32_t c) {
-  return c < 0x10000 ? std::u16string{static_cast<char16_t>(c)}
-                     : std::u16string{static_cast<char16_t>(0xD7C0 + (c >> 10)),
-                                      static_cast<char16_t>(0xDC00 + (c & 0x3FF))};
-}
-
-std::size_t modelLengthOfUTF8(std::string_view bytes) {
-  std::size_t index = 0;
-  while (index < bytes.size()) {
-    const auto character = firstOfUTF8(bytes.substr(index));
-    if (!character) {
-      break;
-    }
-    index += character->length;
-  }
-  return index;
-}
-
-std::size_t modelLengthOfUTF16(std::u16string_view units) {
-  std::size_t index = 0;
-  while (index < units.size()) {
-    const auto character = firstOfUTF16(units.substr(index));
-    if (!character) {
-      break;
-    }
-    index += character->length;
-  }
-  return index;
-}
-
-struct Converted {
-  std::size_t read = 0;
-  std::string bytes;
-};
-
-Converted modelToUTF8(std::u16string_view units, std::size_t room) {
-  Converted done;
-  while (done.read < units.size()) {
-    const auto character = firstOfUTF16(units.substr(done.read)).value_or(Character{0xFFFD, 1});
-    const std::string bytes = inUTF8(character.value);
-    if (done.bytes.size() + bytes.size() > room) {
-      break;
-    }
-    done.bytes += bytes;
-    done.read += character.length;
-  }
-  return done;
-}
 
 // ---- Verbs
 
@@ -145,7 +40,7 @@ std::basic_string_view<Unit> viewOf(const std::vector<Unit>& units) {
 }
 
 void expectCheckedAsByModel(std::string_view bytes) {
-  const std::size_t length = modelLengthOfUTF8(bytes);
+  const std::size_t length = plainLengthOfUTF8(bytes);
   ASSERT_EQ(wellFormedLengthOfUTF8(bytes), length) << ::testing::PrintToString(bytes);
   ASSERT_EQ(isWellFormedUTF8(bytes), length == bytes.size());
 }
@@ -162,7 +57,7 @@ std::string bytesInOrder(std::u16string_view units, std::endian order) {
 }
 
 void expectCheckedAsByModel(std::u16string_view units) {
-  const std::size_t length = modelLengthOfUTF16(units);
+  const std::size_t length = plainLengthOfUTF16(units);
   ASSERT_EQ(wellFormedLengthOfUTF16(units), length) << ::testing::PrintToString(units);
   ASSERT_EQ(isWellFormedUTF16(units), length == units.size());
   for (const auto order : {std::endian::little, std::endian::big}) {
@@ -173,7 +68,7 @@ void expectCheckedAsByModel(std::u16string_view units) {
 }
 
 void expectConvertedAsByModel(std::u16string_view units, std::size_t room) {
-  const Converted expected = modelToUTF8(units, room);
+  const testing::PlainUTF8 expected = plainUTF8Of(units, room);
   std::vector<char> buffer(room);
   const UTF8Piece piece = writeUTF8(units, buffer);
   ASSERT_EQ(piece.unitsRead, expected.read) << room << ' ' << ::testing::PrintToString(units);
@@ -190,7 +85,7 @@ void expectConvertedBack(std::u16string_view units, std::string_view utf8, std::
       fitting > 0 && fitting < units.size() && isBetween(units[fitting - 1], 0xD800, 0xDBFF);
   fitting -= cutsPair ? 1 : 0;
   ASSERT_EQ(viewOf(buffer).substr(0, piece.unitsWritten), units.substr(0, fitting)) << room;
-  ASSERT_EQ(piece.bytesRead, modelToUTF8(units.substr(0, fitting), 4 * fitting).bytes.size());
+  ASSERT_EQ(piece.bytesRead, plainUTF8Of(units.substr(0, fitting), 4 * fitting).bytes.size());
 }
 
 /// Kinds of texts: what a random character is taken from, in this mixture.
@@ -227,7 +122,7 @@ std::u16string randomText(RandomRun& random, const Alphabet& alphabet, std::size
   return text;
 }
 
-std::string allOf(std::u16string_view units) { return modelToUTF8(units, 3 * units.size()).bytes; }
+std::string allOf(std::u16string_view units) { return plainUTF8Of(units, 3 * units.size()).bytes; }
 
 std::u16string everyCharacter() {
   std::u16string text;
@@ -343,7 +238,7 @@ TEST(UTF8Tests, EveryPairOfBytesIsCheckedInEveryPlaceOfAVector) {
         text[place] = static_cast<char>(pair >> 8);
         text[place + 1] = static_cast<char>(pair & 0xFF);
         const std::size_t expected =
-            place + modelLengthOfUTF8(std::string_view(text).substr(place, 3));
+            place + plainLengthOfUTF8(std::string_view(text).substr(place, 3));
         ASSERT_EQ(wellFormedLengthOfUTF8(text), expected == place + 3 ? text.size() : expected)
             << place << ' ' << pair;
       }
@@ -359,7 +254,7 @@ TEST(UTF8Tests, EveryThreeBytesThatBeginBeyondASCIIAreChecked) {
       text[kPlace] = static_cast<char>(three >> 16);
       text[kPlace + 1] = static_cast<char>(three >> 8 & 0xFF);
       text[kPlace + 2] = static_cast<char>(three & 0xFF);
-      const bool expected = modelLengthOfUTF8(std::string_view(text).substr(kPlace, 4)) == 4;
+      const bool expected = plainLengthOfUTF8(std::string_view(text).substr(kPlace, 4)) == 4;
       ASSERT_EQ(isWellFormedUTF8(text), expected) << std::hex << three;
     }
   });
