@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+// Looking up, filling and walking through a dictionary by string keys of 21 bytes, beside
+// absl::flat_hash_map and QHash.
+#include <KestovaPlatform/NSDictionary.h>
+
+#include <absl/container/flat_hash_map.h>
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+#include <QHash>
+#include <QString>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace kestova;
+
+using Shared = std::shared_ptr<int>;
+
+std::string keyText(std::size_t number) {
+  char text[32];
+  std::snprintf(text, sizeof text, "key-%017zu", number * 7919);
+  return text;
+}
+
+std::vector<std::string> keyTexts(std::size_t count) {
+  std::vector<std::string> texts;
+  for (std::size_t number = 0; number < count; ++number) {
+    texts.push_back(keyText(number));
+  }
+  return texts;
+}
+
+template <class Key>
+std::vector<Key> keysOf(const benchmark::State& state) {
+  std::vector<Key> keys;
+  for (const std::string& text : keyTexts(static_cast<std::size_t>(state.range(0)))) {
+    if constexpr (std::is_same_v<Key, QString>) {
+      keys.push_back(QString::fromStdString(text));
+    } else {
+      keys.push_back(Key(text));
+    }
+  }
+  return keys;
+}
+
+/// The same keys as other objects, in a random order: what a program asks with.
+template <class Key>
+std::vector<Key> askedKeysOf(const benchmark::State& state) {
+  auto keys = keysOf<Key>(state);
+  std::shuffle(keys.begin(), keys.end(), std::mt19937(7));
+  return keys;
+}
+
+Ref<NSMutableDictionary> filledHere(const std::vector<id>& keys) {
+  const auto dictionary = NSMutableDictionary::dictionary();
+  for (const id& key : keys) {
+    dictionary->setObject_forKey(key, key);
+  }
+  return dictionary;
+}
+
+template <class Map, class Key>
+Map filled(const std::vector<Key>& keys) {
+  Map map;
+  const auto object = std::make_shared<int>(1);
+  for (const Key& key : keys) {
+    map.insert_or_assign(key, object);
+  }
+  return map;
+}
+
+using FlatMap = absl::flat_hash_map<std::string, Shared>;
+
+QHash<QString, Shared> filledQt(const std::vector<QString>& keys) {
+  QHash<QString, Shared> map;
+  const auto object = std::make_shared<int>(1);
+  for (const QString& key : keys) {
+    map.insert(key, object);
+  }
+  return map;
+}
+
+/// Asks for one key after the other, around and around.
+template <class Keys, class Find>
+void lookUp(benchmark::State& state, const Keys& asked, const Find& find) {
+  std::size_t next = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(find(asked[next]));
+    next = next + 1 == asked.size() ? 0 : next + 1;
+  }
+}
+
+void FindHere(benchmark::State& state) {
+  const auto dictionary = filledHere(keysOf<id>(state));
+  lookUp(state, askedKeysOf<id>(state),
+         [&](const id& key) { return dictionary->objectForKey(key); });
+}
+
+void FindAbsl(benchmark::State& state) {
+  const auto map = filled<FlatMap>(keysOf<std::string>(state));
+  lookUp(state, askedKeysOf<std::string>(state),
+         [&](const std::string& key) { return map.find(key)->second; });
+}
+
+/// Without counting a reference to what was found.
+void FindAbslUncounted(benchmark::State& state) {
+  const auto map = filled<FlatMap>(keysOf<std::string>(state));
+  lookUp(state, askedKeysOf<std::string>(state),
+         [&](const std::string& key) { return map.find(key)->second.get(); });
+}
+
+void FindQHash(benchmark::State& state) {
+  const auto map = filledQt(keysOf<QString>(state));
+  lookUp(state, askedKeysOf<QString>(state),
+         [&](const QString& key) { return map.find(key).value(); });
+}
+
+void FillHere(benchmark::State& state) {
+  const auto keys = keysOf<id>(state);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(filledHere(keys));
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void FillAbsl(benchmark::State& state) {
+  const auto keys = keysOf<std::string>(state);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(filled<FlatMap>(keys));
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void FillQHash(benchmark::State& state) {
+  const auto keys = keysOf<QString>(state);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(filledQt(keys));
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void WalkHere(benchmark::State& state) {
+  const auto dictionary = filledHere(keysOf<id>(state));
+  for (auto _ : state) {
+    for (const id& key : dictionary) {
+      benchmark::DoNotOptimize(key.get());
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void WalkAbsl(benchmark::State& state) {
+  const auto map = filled<FlatMap>(keysOf<std::string>(state));
+  for (auto _ : state) {
+    for (const auto& entry : map) {
+      benchmark::DoNotOptimize(&entry);
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+/// What one string of 21 bytes takes, as the counter "bytes".
+void StringMemory(benchmark::State& state) {
+  constexpr std::size_t kCount = 100'000;
+  std::size_t used = 0;
+  for (auto _ : state) {
+    std::vector<id> strings;
+    strings.reserve(kCount);
+    const auto before = mallinfo2().uordblks;
+    for (std::size_t number = 0; number < kCount; ++number) {
+      strings.emplace_back(keyText(number).c_str());
+    }
+    used = mallinfo2().uordblks - before;
+  }
+  state.counters["bytes"] = static_cast<double>(used) / kCount;
+}
+
+#define IN_TWO_SIZES(name) BENCHMARK(name)->Arg(1'000)->Arg(100'000)
+
+IN_TWO_SIZES(FindHere);
+IN_TWO_SIZES(FindAbsl);
+IN_TWO_SIZES(FindAbslUncounted);
+IN_TWO_SIZES(FindQHash);
+IN_TWO_SIZES(FillHere);
+IN_TWO_SIZES(FillAbsl);
+IN_TWO_SIZES(FillQHash);
+IN_TWO_SIZES(WalkHere);
+IN_TWO_SIZES(WalkAbsl);
+BENCHMARK(StringMemory);
+
+}  // namespace
+
+/// Once a process has started a thread, the standard library counts shared pointers atomically, as
+/// any application's does.
+int main(int argc, char** argv) {
+  std::thread([] {}).join();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+}
