@@ -7,6 +7,7 @@
 #include <KestovaFoundation/Additions/NSArrayAdditions.h>
 #include <KestovaFoundation/Additions/NSDataAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
+#include <KestovaFoundation/Additions/NSGeometryAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
 #include <KestovaFoundation/Additions/NSScannerAdditions.h>
 #include <KestovaFoundation/Additions/NSStringCodecAdditions.h>

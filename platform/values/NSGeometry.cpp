@@ -153,7 +153,95 @@ class NumbersInText {
   std::string_view rest_;
 };
 
+/// What a rectangle covers of one axis.
+struct Span {
+  double start;
+  double length;
+
+  double end() const { return start + length; }
+};
+
+Span across(const NSRect& rect) { return {rect.origin.x, rect.size.width}; }
+Span along(const NSRect& rect) { return {rect.origin.y, rect.size.height}; }
+NSRect rectOf(Span x, Span y) { return {{x.start, y.start}, {x.length, y.length}}; }
+
+/// The difference of the edges may round to another length than that of a span with these very
+/// edges, which is then the answer.
+Span between(double start, double end, Span a, Span b) {
+  const auto fits = [&](Span span) { return span.start == start && span.end() == end; };
+  return fits(a) ? a : fits(b) ? b : Span{start, end - start};
+}
+
+Span shared(Span a, Span b) {
+  return between(std::max(a.start, b.start), std::min(a.end(), b.end()), a, b);
+}
+
+/// The first one where it is smaller or a NaN.
+double leastOf(double a, double b) { return a < b || std::isnan(a) ? a : b; }
+double greatestOf(double a, double b) { return a > b || std::isnan(a) ? a : b; }
+
+Span hull(Span a, Span b) {
+  return between(leastOf(a.start, b.start), greatestOf(a.end(), b.end()), a, b);
+}
+
+Span whole(Span span) {
+  const double start = std::floor(span.start);
+  return {start, std::ceil(span.end()) - start};
+}
+
+/// A NaN counts as nothing.
+double lengthToCut(Span span, double amount) {
+  return amount > 0 ? std::min(amount, std::max(span.length, 0.0)) : 0;
+}
+
+struct Cut {
+  Span slice;
+  Span remainder;
+};
+
+Cut cutAtFront(Span span, double amount) {
+  const double length = lengthToCut(span, amount);
+  return {{span.start, length}, {span.start + length, span.length - length}};
+}
+
+Cut cutAtBack(Span span, double amount) {
+  const double length = lengthToCut(span, amount);
+  const double rest = span.length - length;
+  return {{span.start + rest, length}, {span.start, rest}};
+}
+
 }  // namespace
+
+NSRect NSIntersectionRect(const NSRect& a, const NSRect& b) {
+  return NSIntersectsRect(a, b) ? rectOf(shared(across(a), across(b)), shared(along(a), along(b)))
+                                : NSZeroRect;
+}
+
+NSRect NSUnionRect(const NSRect& a, const NSRect& b) {
+  if (NSIsEmptyRect(a)) {
+    return NSIsEmptyRect(b) ? NSZeroRect : b;
+  }
+  return NSIsEmptyRect(b) ? a : rectOf(hull(across(a), across(b)), hull(along(a), along(b)));
+}
+
+NSRect NSIntegralRect(const NSRect& rect) {
+  return NSIsEmptyRect(rect) ? NSZeroRect : rectOf(whole(across(rect)), whole(along(rect)));
+}
+
+void NSDivideRect(const NSRect& rect, NSRect* slice, NSRect* remainder, double amount,
+                  NSRectEdge edge) {
+  const bool isAcross = edge == NSMinXEdge || edge == NSMaxXEdge;
+  const bool isFar = edge == NSMaxXEdge || edge == NSMaxYEdge;
+  const Span span = isAcross ? across(rect) : along(rect);
+  const Cut cut = isFar ? cutAtBack(span, amount) : cutAtFront(span, amount);
+  const auto store = [&](NSRect* target, Span part) {
+    if (target != nullptr) {
+      *target = isAcross ? rectOf(part, along(rect)) : rectOf(across(rect), part);
+    }
+  };
+  store(slice, cut.slice);
+  store(remainder, cut.remainder);
+}
 
 Ref<NSString> NSStringFromPoint(NSPoint point) { return textOf(point); }
 
