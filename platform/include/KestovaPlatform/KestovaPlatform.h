@@ -58,6 +58,10 @@
 #include <KestovaPlatform/NSTimer.h>
 #include <KestovaPlatform/NSTypes.h>
 #include <KestovaPlatform/NSURL.h>
+#include <KestovaPlatform/NSURLConnection.h>
+#include <KestovaPlatform/NSURLError.h>
+#include <KestovaPlatform/NSURLRequest.h>
+#include <KestovaPlatform/NSURLResponse.h>
 #include <KestovaPlatform/NSValue.h>
 #include <KestovaPlatform/Ref.h>
 #include <KestovaPlatform/RunLoopDescriptorSource.h>
