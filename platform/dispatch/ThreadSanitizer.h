@@ -16,6 +16,8 @@
 extern "C" {
 void __tsan_acquire(void* tag);
 void __tsan_release(void* tag);
+void __tsan_mutex_pre_lock(void* mutex, unsigned flags);
+void __tsan_mutex_post_lock(void* mutex, unsigned flags, int recursion);
 }
 #endif
 
@@ -26,6 +28,14 @@ inline constexpr bool threadSanitizer = true;
 #else
 inline constexpr bool threadSanitizer = false;
 #endif
+
+/// A mutex was taken in a way that the sanitizer does not see; giving it back is seen.
+inline void tellLocked([[maybe_unused]] void* mutex) noexcept {
+#if defined(KESTOVA_THREAD_SANITIZER)
+  __tsan_mutex_pre_lock(mutex, 0);
+  __tsan_mutex_post_lock(mutex, 0, 0);
+#endif
+}
 
 /// What was done before a release of the same tag is seen from here on. A null tag is none.
 inline void tellAcquired([[maybe_unused]] const void* tag) noexcept {

@@ -9,6 +9,8 @@
 
 #include <KestovaPlatform/UTF8.h>
 
+#include "values/VectorMasks-inl.h"
+
 #include <algorithm>
 #include <atomic>
 #include <bit>
@@ -56,23 +58,6 @@ HWY_INLINE std::size_t nthBit(Bits bits, std::size_t nth) {
     bits &= bits - 1;
   }
   return static_cast<std::size_t>(std::countr_zero(bits));
-}
-
-/// A word that holds just the bits of one mask: as wide as what is stored, so that it is not put
-/// together in memory.
-template <class D>
-using MaskWord = std::conditional_t<
-    (hn::MaxLanes(D()) > 32), std::uint64_t,
-    std::conditional_t<(hn::MaxLanes(D()) > 16), std::uint32_t,
-                       std::conditional_t<(hn::MaxLanes(D()) > 8), std::uint16_t, std::uint8_t>>>;
-
-template <class D>
-HWY_INLINE Bits bitsOf(D d, hn::Mask<D> mask) {
-  std::uint8_t bytes[8] = {};
-  hn::StoreMaskBits(d, mask, bytes);
-  MaskWord<D> word;
-  hwy::CopyBytes<sizeof(word)>(bytes, &word);
-  return word;
 }
 
 /// The units of a block that equal one.
@@ -363,22 +348,34 @@ HWY_INLINE UnitVec halfEdges(UnitVec units, UnitVec before, UnitMask isFirst) {
   return hn::IfThenElse(isFirst, first, second);
 }
 
-/// For units with surrogates among them; `text` has a unit on both sides.
-HWY_INLINE EdgeBytes surrogateEdges(const std::uint16_t* text) {
-  const UnitLanes d;
-  const auto units = hn::LoadU(d, text);
-  const auto before = hn::LoadU(d, text - 1);
-  const auto after = hn::LoadU(d, text + 1);
+/// Which of some units are the halves of pairs.
+struct PairMasks {
+  UnitMask isFirst;
+  UnitMask isPaired;
+};
+
+HWY_INLINE PairMasks pairsIn(UnitVec units, UnitVec before, UnitVec after) {
   const auto isFirst =
       hn::And(startsWith(units, 0xFC00, 0xD800), startsWith(after, 0xFC00, 0xDC00));
   const auto isSecond =
       hn::And(startsWith(units, 0xFC00, 0xDC00), startsWith(before, 0xFC00, 0xD800));
-  const auto isPaired = hn::Or(isFirst, isSecond);
-  const auto isAlone = hn::AndNot(isPaired, startsWith(units, 0xF800, 0xD800));
-  const auto shown = hn::IfThenElse(isAlone, each(0xFFFD), units);
-  const auto shorts =
-      hn::IfThenElse(isPaired, halfEdges(units, before, isFirst), shortEdges(shown));
-  return longEdges(shown, shorts, hn::AndNot(isPaired, isAbove(shown, 0x7FF)));
+  return {isFirst, hn::Or(isFirst, isSecond)};
+}
+
+/// For units with surrogates among them; `text` has a unit on both sides.
+HWY_INLINE EdgeBytes surrogateEdges(const std::uint16_t* text, UnitVec shorts, UnitMask isLong) {
+  const UnitLanes d;
+  const auto units = hn::LoadU(d, text);
+  const auto before = hn::LoadU(d, text - 1);
+  const PairMasks pairs = pairsIn(units, before, hn::LoadU(d, text + 1));
+  const auto edges =
+      hn::IfThenElse(pairs.isPaired, halfEdges(units, before, pairs.isFirst), shorts);
+  const auto isLongAlone = hn::AndNot(pairs.isPaired, isLong);
+  if (hn::AllFalse(d, isLongAlone)) {
+    return {edges, edges, isLongAlone};
+  }
+  const auto isHalfAlone = hn::AndNot(pairs.isPaired, startsWith(units, 0xF800, 0xD800));
+  return longEdges(hn::IfThenElse(isHalfAlone, each(0xFFFD), units), edges, isLongAlone);
 }
 
 /// Of some units whether the set holds their first and last bytes, side by side, and whether it
@@ -398,7 +395,7 @@ HWY_INLINE EdgeBits edgeBits(const std::uint16_t* text, const Members& members) 
   const UnitLanes d;
   const auto units = hn::LoadU(d, text);
   const auto shorts = shortEdges(units);
-  const std::size_t beyondASCII = hn::CountTrue(d, isAbove(units, 0x7F));
+  const std::size_t beyondASCII = lanesIn(d, isAbove(units, 0x7F));
   const auto isLong = isAbove(units, 0x7FF);
   if (hn::AllFalse(d, isLong)) {
     const Bits edges = bitsIn(members, shorts);
@@ -406,9 +403,12 @@ HWY_INLINE EdgeBits edgeBits(const std::uint16_t* text, const Members& members) 
   }
   const auto bytes = hn::AllFalse(d, startsWith(units, 0xF800, 0xD800))
                          ? longEdges(units, shorts, isLong)
-                         : surrogateEdges(text);
-  return {bitsIn(members, bytes.edges), bitsIn(members, bytes.middles),
-          beyondASCII + hn::CountTrue(d, bytes.isLong)};
+                         : surrogateEdges(text, shorts, isLong);
+  const Bits edges = bitsIn(members, bytes.edges);
+  if (hn::AllFalse(d, bytes.isLong)) {
+    return {edges, edges, beyondASCII};
+  }
+  return {edges, bitsIn(members, bytes.middles), beyondASCII + lanesIn(d, bytes.isLong)};
 }
 
 /// Units that make one word of bits, two for each.

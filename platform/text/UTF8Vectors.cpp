@@ -8,6 +8,7 @@
 #include <hwy/highway.h>
 
 #include "text/UTF8ErrorTables.h"
+#include "values/VectorMasks-inl.h"
 
 // Every lane looks at its neighbours by loads that begin a byte or unit beside it, and never at
 // what an earlier step found. So a step may begin anywhere, and the last one of a check may overlap
@@ -206,8 +207,8 @@ HWY_INLINE MeasuredVectors addUTF16Length(D d, const std::uint8_t* bytes, std::s
   const auto lastContinuation = hn::Set(ds, static_cast<std::int8_t>(0xBF));
   for (; size - done.read >= step; done.read += step) {
     const auto block = hn::LoadU(d, bytes + done.read);
-    done.length += hn::CountTrue(ds, hn::Gt(hn::BitCast(ds, block), lastContinuation)) +
-                   hn::CountTrue(d, isAtLeast(d, block, 0xF0));
+    done.length += lanesIn(ds, hn::Gt(hn::BitCast(ds, block), lastContinuation)) +
+                   lanesIn(d, isAtLeast(d, block, 0xF0));
   }
   return done;
 }
@@ -226,8 +227,8 @@ HWY_INLINE MeasuredVectors addUTF8Length(D d, const std::uint16_t* units, std::s
     const auto previous = hn::LoadU(d, units + done.read - 1);
     const auto closes = hn::And(isKind(d, previous, 0xD800, std::endian::native),
                                 isKind(d, block, 0xDC00, std::endian::native));
-    done.length += step + hn::CountTrue(d, isAtLeast(d, block, 0x80)) +
-                   hn::CountTrue(d, isAtLeast(d, block, 0x800)) - 2 * hn::CountTrue(d, closes);
+    done.length += step + lanesIn(d, isAtLeast(d, block, 0x80)) +
+                   lanesIn(d, isAtLeast(d, block, 0x800)) - 2 * lanesIn(d, closes);
   }
   return done;
 }
@@ -242,7 +243,7 @@ MeasuredVectors UTF8Length(const std::uint16_t* units, std::size_t size, std::si
 template <class D>
 HWY_INLINE std::size_t storeKept(D d, hn::Vec<D> lanes, hn::Mask<D> keep, hn::TFromD<D>* to) {
   hn::StoreU(hn::Compress(lanes, keep), d, to);
-  return hn::CountTrue(d, keep);
+  return lanesIn(d, keep);
 }
 
 /// A lane for each byte; what does not begin a character is dropped, save the second byte of a
