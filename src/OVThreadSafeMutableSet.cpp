@@ -1,103 +1,61 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/OVThreadSafeMutableSet.h>
-#include <KestovaPlatform/Backoff.h>
 #include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/Contract.h>
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSEnumerator.h>
 
-#include <exception>
-#include <thread>
 #include <utility>
 
 namespace kestova {
 
 KESTOVA_DEFINE_CLASS(OVThreadSafeMutableSet)
 
-namespace {
-
-/// Marks something as in use while it lives, if need be after a wait for its other users. When that
-/// takes longer than waking a sleeping one would, it goes on without the mark: it is no lock.
-class Turn {
+/// One thread's turn at the set, for as long as it lives.
+class OVThreadSafeMutableSet::Turn {
  public:
-  explicit Turn(std::atomic_flag& isBusy) noexcept : isBusy_(isBusy), isMine_(take()) {
-    for (Backoff backoff; !isMine_ && backoff.pause();) {
-      isMine_ = take();
-    }
-    for (int left = kYields; !isMine_ && left > 0; --left) {
-      std::this_thread::yield();
-      isMine_ = take();
-    }
+  explicit Turn(const OVThreadSafeMutableSet& set) : set_(set) {
+    const auto self = std::this_thread::get_id();
+    require(set_.turn_.load(std::memory_order_relaxed) != self,
+            "isEqual and hash of a member do not use the set");
+    set_._queue.lock();
+    set_.turn_.store(self, std::memory_order_relaxed);
   }
   ~Turn() {
-    if (isMine_) {
-      isBusy_.clear(std::memory_order_release);
-    }
+    set_.turn_.store({}, std::memory_order_relaxed);
+    set_._queue.unlock();
   }
   Turn(const Turn&) = delete;
   Turn& operator=(const Turn&) = delete;
 
  private:
-  static constexpr int kYields = 64;
-
-  bool take() noexcept {
-    return !isBusy_.test(std::memory_order_relaxed) &&
-           !isBusy_.test_and_set(std::memory_order_acquire);
-  }
-
-  std::atomic_flag& isBusy_;
-  bool isMine_;
+  const OVThreadSafeMutableSet& set_;
 };
 
-}  // namespace
-
-/// An exception takes the way around the queue, which can't carry it.
-template <class Operation>
-void OVThreadSafeMutableSet::onQueue(const Operation& operation) const {
-  std::exception_ptr failure;
-  {
-    const Turn turn(isBusy_);
-    dispatch_sync(_queue, [&] {
-      try {
-        operation();
-      } catch (...) {
-        failure = std::current_exception();
-      }
-    });
-  }
-  if (failure) {
-    std::rethrow_exception(failure);
-  }
-}
-
-OVThreadSafeMutableSet::OVThreadSafeMutableSet()
-    : _queue(dispatchSerialQueue()), _set(NSMutableSet::set()) {}
+OVThreadSafeMutableSet::OVThreadSafeMutableSet() : _set(NSMutableSet::set()) {}
 
 Ref<OVThreadSafeMutableSet> OVThreadSafeMutableSet::init() {
   return make<OVThreadSafeMutableSet>();
 }
 
 NSUInteger OVThreadSafeMutableSet::count() const {
-  NSUInteger count = 0;
-  onQueue([&] { count = _set->count(); });
-  return count;
+  const Turn turn(*this);
+  return _set->count();
 }
 
 id OVThreadSafeMutableSet::member(const id& object) const {
-  id member;
-  onQueue([&] { member = _set->member(object); });
-  return member;
+  const Turn turn(*this);
+  return _set->member(object);
 }
 
 bool OVThreadSafeMutableSet::containsObject(const id& object) const {
-  bool contains = false;
-  onQueue([&] { contains = _set->containsObject(object); });
-  return contains;
+  const Turn turn(*this);
+  return _set->containsObject(object);
 }
 
 Ref<NSArray> OVThreadSafeMutableSet::allObjects() const {
-  Ref<NSArray> objects;
-  onQueue([&] { objects = _set->allObjects(); });
-  return objects;
+  const Turn turn(*this);
+  return _set->allObjects();
 }
 
 Ref<NSEnumerator> OVThreadSafeMutableSet::objectEnumerator() const {
@@ -105,20 +63,21 @@ Ref<NSEnumerator> OVThreadSafeMutableSet::objectEnumerator() const {
 }
 
 void OVThreadSafeMutableSet::addObject(const id& object) {
-  onQueue([&] { _set->addObject(object); });
+  const Turn turn(*this);
+  _set->addObject(object);
 }
 
 void OVThreadSafeMutableSet::removeObject(const id& object) {
   id removed;
-  onQueue([&] {
-    removed = _set->member(object);
-    _set->removeObject(object);
-  });
+  const Turn turn(*this);
+  removed = _set->member(object);
+  _set->removeObject(object);
 }
 
 void OVThreadSafeMutableSet::removeAllObjects() {
   auto removed = NSMutableSet::set();
-  onQueue([&] { std::swap(_set, removed); });
+  const Turn turn(*this);
+  std::swap(_set, removed);
 }
 
 }  // namespace kestova

@@ -2,10 +2,11 @@
 #pragma once
 
 #include <KestovaFoundation/Export.h>
-#include <KestovaPlatform/Dispatch.h>
 #include <KestovaPlatform/NSSet.h>
 
 #include <atomic>
+#include <mutex>
+#include <thread>
 
 namespace kestova {
 
@@ -20,12 +21,13 @@ namespace kestova {
 /// several operations. A walk, by enumerator or range-`for`, goes over the members as they were
 /// when it began, whatever is added and removed meanwhile.
 ///
-/// Threads: any. Members are compared and hashed on the set's private serial queue, so `isEqual`
-/// and `hash` of a member must not use the set; libdispatch ends the process over it. What they
-/// throw arrives at the caller, and so does what NSMutableSet throws. Objects are let go of outside
-/// the queue: what goes with the set's last reference to it may use the set.
+/// Threads: any; operations are performed one after the other, each on the thread that asks for it.
+/// Members are compared and hashed meanwhile, so `isEqual` and `hash` of a member must not use the
+/// set, which is a broken contract. What they throw arrives at the caller, and so does what
+/// NSMutableSet throws. Objects are let go of afterwards: what goes with the set's last reference
+/// to it may use the set.
 ///
-/// Cost: an entry of the queue for each operation; a copy of all members for `allObjects`, for
+/// Cost: holding a mutex for each operation; a copy of all members for `allObjects`, for
 /// every enumerator and for what walks through the set.
 class KESTOVA_FOUNDATION_EXPORT OVThreadSafeMutableSet : public NSMutableSet {
   KESTOVA_CLASS(OVThreadSafeMutableSet, NSMutableSet)
@@ -56,17 +58,13 @@ class KESTOVA_FOUNDATION_EXPORT OVThreadSafeMutableSet : public NSMutableSet {
   OVThreadSafeMutableSet();
 
  private:
-  template <class Operation>
-  void onQueue(const Operation& operation) const;
+  class Turn;
 
-  const DispatchQueue _queue;
-  /// Used on the queue only.
+  /// The queue at which operations wait for their turns, and whose turn it is.
+  mutable std::mutex _queue;
+  mutable std::atomic<std::thread::id> turn_;
+  /// Used by whoever has the turn.
   Ref<NSMutableSet> _set;
-
-  /// Whether somebody uses the queue. Who finds it taken waits a little before entering anyway:
-  /// where two threads once sleep for the queue in turn, each operation costs a wake-up from then
-  /// on. The queue alone keeps operations apart.
-  mutable std::atomic_flag isBusy_;
 };
 
 }  // namespace kestova

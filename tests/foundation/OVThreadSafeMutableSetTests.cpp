@@ -117,7 +117,7 @@ TEST(OVThreadSafeMutableSetDeathTests, AMemberThatUsesTheSetToCompareEndsTheProc
   set->addObject(member);
   const auto key = make<Telltale>();
   key->onCompare = member->onCompare = [&] { (void)set->count(); };
-  EXPECT_DEATH((void)set->containsObject(key), "");
+  EXPECT_DEATH((void)set->containsObject(key), "a member do not use the set");
 }
 
 TEST(OVThreadSafeMutableSetTests, ManyThreadsAddAndRemoveEachTheirOwn) {
