@@ -91,6 +91,11 @@ void dispatch_async(dispatch_queue_t queue, Block<void()> block) {
 }
 
 void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, Block<void()> block) {
+  if (when == DISPATCH_TIME_FOREVER) {
+    // libdispatch takes no such task, and would leave the submission to nobody.
+    Submission{queue, std::move(block)}.requireComplete();
+    return;
+  }
   dispatch_after_f(when, queue, Submission::send({queue, std::move(block)}), &Submission::run);
 }
 

@@ -36,10 +36,14 @@ struct Submission {
   /// The group that it is a task of; null for none.
   dispatch_group_t group = nullptr;
 
+  void requireComplete() const {
+    require(queue != nullptr, "queue != nullptr");
+    require(block != nullptr, "block != nullptr");
+  }
+
   /// Checks it and puts it where `run` will find it and let go of it.
   static void* send(Submission submission) {
-    require(submission.queue != nullptr, "queue != nullptr");
-    require(submission.block != nullptr, "block != nullptr");
+    submission.requireComplete();
     auto* sent = new Submission(std::move(submission));
     tellReleased(sent);
     return sent;

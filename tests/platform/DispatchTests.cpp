@@ -137,6 +137,12 @@ TEST_F(Dispatch, ADelayInThePastIsNoDelay) {
   ran.wait();
 }
 
+TEST_F(Dispatch, ABlockThatIsNeverDueIsLetGoOf) {
+  const auto gone = std::make_shared<std::latch>(1);
+  dispatch_after(DISPATCH_TIME_FOREVER, queue, Tracer(gone));
+  EXPECT_TRUE(gone->try_wait());
+}
+
 TEST_F(Dispatch, DelaysAreCutOffToWholeNanoseconds) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   EXPECT_EQ(dispatchNanoseconds(0.5), 500'000'000);

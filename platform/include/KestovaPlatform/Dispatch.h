@@ -128,7 +128,7 @@ KESTOVA_PLATFORM_EXPORT dispatch_time_t dispatchTimeAfter(NSTimeInterval seconds
 /// Runs the block on the queue, soon.
 KESTOVA_PLATFORM_EXPORT void dispatch_async(dispatch_queue_t queue, Block<void()> block);
 
-/// Runs the block on the queue at that moment, or soon after.
+/// Runs the block on the queue at that moment, or soon after; at DISPATCH_TIME_FOREVER never.
 KESTOVA_PLATFORM_EXPORT void dispatch_after(dispatch_time_t when, dispatch_queue_t queue,
                                             Block<void()> block);
 
