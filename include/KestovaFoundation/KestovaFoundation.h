@@ -19,6 +19,8 @@
 #include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
 #include <KestovaFoundation/Additions/NSURLConnectionAdditions.h>
 #include <KestovaFoundation/Export.h>
+#include <KestovaFoundation/GCDCoalescer.h>
+#include <KestovaFoundation/GCDKeyedCoalescer.h>
 #include <KestovaFoundation/OSXCrashReporterInfo.h>
 #include <KestovaFoundation/OSXVersion.h>
 #include <KestovaFoundation/OVBinaryDataStream.h>
@@ -29,6 +31,7 @@
 #include <KestovaFoundation/OVCacheGenerator.h>
 #include <KestovaFoundation/OVCacheItem.h>
 #include <KestovaFoundation/OVCacheLRUExpiryPolicy.h>
+#include <KestovaFoundation/OVEnqueueCoalescedBlock.h>
 #include <KestovaFoundation/OVFileOperation.h>
 #include <KestovaFoundation/OVFlattenedArray.h>
 #include <KestovaFoundation/OVGenerateAndProcess.h>
@@ -36,7 +39,9 @@
 #include <KestovaFoundation/OVMutableCaseInsensitiveStringDictionary.h>
 #include <KestovaFoundation/OVMutableKeyPathDictionary.h>
 #include <KestovaFoundation/OVNSErrorBuilder.h>
+#include <KestovaFoundation/OVRollingSampler.h>
 #include <KestovaFoundation/OVStringEncodingGuess.h>
 #include <KestovaFoundation/OVThreadSafeMutableSet.h>
 #include <KestovaFoundation/OVThreadSafeQueue.h>
+#include <KestovaFoundation/OVThrottlingDispatcher.h>
 #include <KestovaFoundation/OVUtilities.h>

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/GCDKeyedCoalescer.h>
+#include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/Contract.h>
+
+#include <algorithm>
+#include <atomic>
+#include <utility>
+
+namespace kestova {
+
+KESTOVA_DEFINE_CLASS(GCDKeyedCoalescer)
+
+namespace {
+
+constexpr NSUInteger kSlots = 16;
+
+}  // namespace
+
+GCDKeyedCoalescer::GCDKeyedCoalescer()
+    : _keys(NSMutableArray::array()),
+      _counts(std::make_unique<NSUInteger[]>(kSlots)),
+      _capacity(kSlots) {}
+
+Ref<GCDKeyedCoalescer> GCDKeyedCoalescer::init() { return make<GCDKeyedCoalescer>(); }
+
+void GCDKeyedCoalescer::dispatch_on_after_block(const id& key, dispatch_queue_t queue,
+                                                NSTimeInterval delay, Block<void()> block) {
+  require(block != nullptr, "block != nil");
+  const NSUInteger slot = slotOf(key);
+  const NSUInteger number = increment(slot);
+  dispatch_after(dispatchTimeAfter(delay), queue,
+                 [kept = Ref<GCDKeyedCoalescer>(this), slot, number, block = std::move(block)] {
+                   if (kept->countAt(slot) <= number) {
+                     block();
+                   }
+                 });
+}
+
+NSUInteger GCDKeyedCoalescer::slotOf(const id& key) {
+  const NSUInteger slot = _keys->indexOfObject(key);
+  if (slot != NSNotFound) {
+    return slot;
+  }
+  if (_numCounts == _capacity) {
+    grow();
+  }
+  _keys->addObject(key);
+  return _numCounts++;
+}
+
+/// New counters are 0. The thread that makes requests is the only one that writes here.
+void GCDKeyedCoalescer::grow() {
+  auto larger = std::make_unique<NSUInteger[]>(_capacity + kSlots);
+  const std::lock_guard lock(_lock);
+  std::copy_n(_counts.get(), _numCounts, larger.get());
+  _counts = std::move(larger);
+  _capacity += kSlots;
+}
+
+NSUInteger GCDKeyedCoalescer::increment(NSUInteger slot) {
+  return ++std::atomic_ref<NSUInteger>(_counts[slot]);
+}
+
+NSUInteger GCDKeyedCoalescer::countAt(NSUInteger slot) {
+  const std::lock_guard lock(_lock);
+  return std::atomic_ref<NSUInteger>(_counts[slot]).load(std::memory_order_relaxed);
+}
+
+}  // namespace kestova

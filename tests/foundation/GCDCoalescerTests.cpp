@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/GCDCoalescer.h>
+#include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/NSException.h>
+#include <gtest/gtest.h>
+
+#include "CountingObject.h"
+#include "RunRecord.h"
+#include "Stress.h"
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <thread>
+
+namespace kestova::testing {
+namespace {
+
+/// A delay that a burst stays within however busy the machine is, and one that is over soon.
+constexpr NSTimeInterval kLong = 0.5;
+constexpr NSTimeInterval kShort = 0.01;
+
+class GCDCoalescerTests : public ::testing::Test {
+ protected:
+  void request(NSTimeInterval delay, const Block<void()>& block) const {
+    coalescer->dispatchOn_after_block(queue, delay, block);
+  }
+
+  /// A block that carries an object, to see when it is let go of.
+  Block<void()> carrier(char name) const {
+    return runs.block(name, [object = counted(0)] { (void)object; });
+  }
+
+  static void waitUntilAllAreGone() {
+    while (CountingObject::alive() > 0) {
+      std::this_thread::yield();
+    }
+  }
+
+  const Ref<GCDCoalescer> coalescer = GCDCoalescer::init();
+  const DispatchQueue queue = dispatchSerialQueue();
+  const RunRecord runs;
+};
+
+using GCDCoalescerDeathTests = GCDCoalescerTests;
+
+TEST_F(GCDCoalescerTests, IsMadeByItsClass) {
+  EXPECT_TRUE(cast<GCDCoalescer>(GCDCoalescer::staticClass().make()));
+}
+
+TEST_F(GCDCoalescerTests, OfABurstTheLastBlockRunsAlone) {
+  for (const char name : {'A', 'B', 'C'}) {
+    request(kLong, runs.block(name));
+  }
+  EXPECT_EQ(runs.waitFor(1), "C");
+  request(kShort, runs.block('D'));
+  EXPECT_EQ(runs.waitFor(2), "CD") << "a later request is a burst of its own";
+}
+
+TEST_F(GCDCoalescerTests, ALaterRequestSupersedesWhateverItsDelay) {
+  request(kLong, runs.block('A'));
+  request(kShort, runs.block('B'));
+  EXPECT_EQ(runs.waitFor(1), "B");
+  letRunWhatIsDue(kLong);
+  EXPECT_EQ(runs.names(), "B");
+}
+
+TEST_F(GCDCoalescerTests, ABlockRunsOnTheQueueOfItsRequest) {
+  const DispatchQueue other = dispatchSerialQueue();
+  request(kLong, runs.block('A'));
+  coalescer->dispatchOn_after_block(other, kShort,
+                                    [&] { runs.add(dispatchQueueIsCurrent(other) ? 'B' : 'x'); });
+  EXPECT_EQ(runs.waitFor(1), "B");
+}
+
+TEST_F(GCDCoalescerTests, ADelayThatIsNotAboveZeroIsOverAtOnce) {
+  const std::array delays{0.0, -0.0, -1.0, std::nan(""), -std::numeric_limits<double>::infinity()};
+  for (std::size_t i = 0; i < delays.size(); ++i) {
+    request(delays.at(i), runs.block('A'));
+    EXPECT_EQ(runs.waitFor(i + 1), std::string(i + 1, 'A'));
+  }
+}
+
+TEST_F(GCDCoalescerTests, AnEndlessDelaySupersedesAndDropsItsOwnBlock) {
+  request(kShort, carrier('A'));
+  request(std::numeric_limits<double>::infinity(), carrier('B'));
+  waitUntilAllAreGone();
+  EXPECT_EQ(runs.names(), "");
+  EXPECT_EQ(coalescer->retainCount(), 1U);
+}
+
+TEST_F(GCDCoalescerTests, ARequestKeepsTheCoalescerUntilItIsDue) {
+  auto mine = GCDCoalescer::init();
+  mine->dispatchOn_after_block(queue, kLong, runs.block('A'));
+  EXPECT_EQ(mine->retainCount(), 2U);
+  mine = nullptr;
+  EXPECT_EQ(runs.waitFor(1), "A");
+}
+
+TEST_F(GCDCoalescerTests, ASupersededRequestIsHeldUntilItIsDue) {
+  request(kLong, carrier('A'));
+  request(kShort, carrier('B'));
+  EXPECT_EQ(coalescer->retainCount(), 3U);
+  EXPECT_EQ(runs.waitFor(1), "B");
+  waitUntilAllAreGone();
+  dispatch_sync(queue, [] {});
+  EXPECT_EQ(coalescer->retainCount(), 1U);
+}
+
+TEST_F(GCDCoalescerTests, ABlockMayMakeTheNextRequest) {
+  request(0, runs.block('A', [this] {
+    request(0, runs.block('B'));
+    runs.add('a');
+  }));
+  EXPECT_EQ(runs.waitFor(3), "AaB");
+}
+
+TEST_F(GCDCoalescerTests, RequestsOfManyThreadsMakeOneBurst) {
+  Threads threads;
+  threads.start(8, [&](int) {
+    for (int i = 0; i < 500; ++i) {
+      coalescer->dispatchOn_after_block(dispatch_get_global_queue(0, 0), 60 + i, [] {});
+    }
+  });
+  threads.join();
+  EXPECT_EQ(coalescer->retainCount(), 4001U) << "each one is a task of its own";
+  request(kShort, runs.block('Z'));
+  EXPECT_EQ(runs.waitFor(1), "Z");
+}
+
+TEST_F(GCDCoalescerTests, CoalescersMayGoWhileTheirRequestsAreUnderWay) {
+  const StressTime time;
+  Threads threads;
+  threads.start(8, [&](int number) {
+    while (!time.isOver()) {
+      const auto mine = GCDCoalescer::init();
+      for (int i = 0; i < 10; ++i) {
+        mine->dispatchOn_after_block(dispatch_get_global_queue(0, 0), 1e-5 * (i % 3),
+                                     [object = counted(number)] { (void)object; });
+      }
+    }
+  });
+  threads.join();
+  waitUntilAllAreGone();
+}
+
+TEST_F(GCDCoalescerDeathTests, NoQueueAndNoBlockEndTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(coalescer->dispatchOn_after_block(nullptr, 0, [] {}), "queue != nullptr");
+  EXPECT_DEATH(request(0, nullptr), "block != nil");
+}
+
+TEST_F(GCDCoalescerDeathTests, ABlockThatThrowsEndsTheProcessWithItsText) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        request(0, [] { throw NSException(NSRangeException, "too far"); });
+        runs.waitFor(1);
+      },
+      "an exception left a submitted block: NSRangeException: too far");
+}
+
+}  // namespace
+}  // namespace kestova::testing
