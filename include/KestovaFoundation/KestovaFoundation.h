@@ -26,6 +26,7 @@
 #include <KestovaFoundation/OVBinaryDataStream.h>
 #include <KestovaFoundation/OVBinaryFileStream.h>
 #include <KestovaFoundation/OVBinaryStream.h>
+#include <KestovaFoundation/OVByteFormatter.h>
 #include <KestovaFoundation/OVCache.h>
 #include <KestovaFoundation/OVCacheExpiryPolicy.h>
 #include <KestovaFoundation/OVCacheGenerator.h>
@@ -44,4 +45,5 @@
 #include <KestovaFoundation/OVThreadSafeMutableSet.h>
 #include <KestovaFoundation/OVThreadSafeQueue.h>
 #include <KestovaFoundation/OVThrottlingDispatcher.h>
+#include <KestovaFoundation/OVTimeFormatter.h>
 #include <KestovaFoundation/OVUtilities.h>

@@ -3,10 +3,9 @@
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSLocale.h>
 #include <unicode/dcfmtsym.h>
-#include <unicode/locid.h>
 #include <unicode/uloc.h>
-#include <unicode/ures.h>
 
+#include "text/ICULocale.h"
 #include "text/LocaleEnvironment.h"
 #include "text/UnicodeConversion.h"
 
@@ -29,18 +28,9 @@ using icu::DecimalFormatSymbols;
 /// Null for an empty part of an identifier.
 Ref<NSString> partOrNull(const char* part) { return *part == '\0' ? nullptr : Ref<NSString>(part); }
 
-/// The locale, or the root for one that ICU does not know: it would take the default locale, and
-/// answers would depend on where the process runs.
-icu::Locale knownLocale(const icu::Locale& locale) {
+Ref<NSString> symbolOf(const NSLocale& locale, DecimalFormatSymbols::ENumberFormatSymbol symbol) {
   UErrorCode status = U_ZERO_ERROR;
-  const icu::LocalUResourceBundlePointer bundle(ures_open(nullptr, locale.getName(), &status));
-  return status == U_USING_DEFAULT_WARNING ? icu::Locale::getRoot() : locale;
-}
-
-Ref<NSString> symbolOf(const icu::Locale& locale,
-                       DecimalFormatSymbols::ENumberFormatSymbol symbol) {
-  UErrorCode status = U_ZERO_ERROR;
-  const DecimalFormatSymbols symbols(knownLocale(locale), status);
+  const DecimalFormatSymbols symbols(knownICULocale(locale), status);
   const icu::UnicodeString& text = symbols.getConstSymbol(symbol);
   return U_FAILURE(status) ? nullptr
                            : NSString::stringWithCharacters_length(
@@ -81,23 +71,20 @@ Ref<NSLocale> NSLocale::systemLocale() {
 }
 
 id NSLocale::objectForKey(const Ref<NSString>& key) const {
-  // The root has to be asked for by name: an empty one is ICU's own default.
-  const bool isRoot = identifier_->length() == 0;
-  const icu::Locale locale = isRoot ? icu::Locale::getRoot() : identifier_->displayUTF8().c_str();
   if (key == NSLocaleIdentifier) {
     return identifier_;
   }
   if (key == NSLocaleLanguageCode) {
-    return partOrNull(locale.getLanguage());
+    return partOrNull(icuLocale(*this).getLanguage());
   }
   if (key == NSLocaleCountryCode) {
-    return partOrNull(locale.getCountry());
+    return partOrNull(icuLocale(*this).getCountry());
   }
   if (key == NSLocaleDecimalSeparator) {
-    return symbolOf(locale, DecimalFormatSymbols::kDecimalSeparatorSymbol);
+    return symbolOf(*this, DecimalFormatSymbols::kDecimalSeparatorSymbol);
   }
   if (key == NSLocaleGroupingSeparator) {
-    return symbolOf(locale, DecimalFormatSymbols::kGroupingSeparatorSymbol);
+    return symbolOf(*this, DecimalFormatSymbols::kGroupingSeparatorSymbol);
   }
   return nullptr;
 }

@@ -34,6 +34,7 @@
 #include <KestovaPlatform/NSError.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSFileManager.h>
+#include <KestovaPlatform/NSFormatter.h>
 #include <KestovaPlatform/NSGeometry.h>
 #include <KestovaPlatform/NSIndexSet.h>
 #include <KestovaPlatform/NSKeyValueObserving.h>
@@ -42,6 +43,7 @@
 #include <KestovaPlatform/NSLog.h>
 #include <KestovaPlatform/NSNull.h>
 #include <KestovaPlatform/NSNumber.h>
+#include <KestovaPlatform/NSNumberFormatter.h>
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSPropertyListSerialization.h>
 #include <KestovaPlatform/NSRange.h>

@@ -22,6 +22,10 @@ namespace kestova {
 /// A file `Info.plist` in the program's folder, a property list with a dictionary at the top, tells
 /// more about the program. It is read once. One that can't be read is logged and counts as missing.
 ///
+/// Texts for people stand in property lists `NAME.strings`, each a dictionary of strings: for the
+/// current locale in the program's folder under `de_CH.lproj` or `de.lproj`, for all others beside
+/// the program.
+///
 /// Threads: any number at a time. Nothing here answers null but `objectForInfoDictionaryKey`.
 class KESTOVA_PLATFORM_EXPORT NSBundle : public NSObject {
   KESTOVA_CLASS(NSBundle, NSObject)
@@ -51,6 +55,13 @@ class KESTOVA_PLATFORM_EXPORT NSBundle : public NSObject {
 
   /// The entry of `infoDictionary` under the key; null where there is none, and for null.
   id objectForInfoDictionaryKey(const Ref<NSString>& key) const;
+
+  /// The text under the key in the file `table`, "Localizable" for null or an empty name; where
+  /// there is none, `value`, or the key itself when that is null or empty. A null key answers
+  /// `value`, or the empty text. Reads files, and blocks meanwhile.
+  Ref<NSString> localizedStringForKey_value_table(const Ref<NSString>& key,
+                                                  const Ref<NSString>& value,
+                                                  const Ref<NSString>& table) const;
 
  protected:
   /// What belongs to the program file at that path, which need not exist.

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/NSBundle.h>
+#include <KestovaPlatform/NSLocale.h>
+
+#include <string>
+#include <vector>
+
+namespace kestova {
+namespace {
+
+bool isNullOrEmpty(const Ref<NSString>& text) { return !text || text->length() == 0; }
+
+/// Where texts of the locale may stand below a folder, those of its country first.
+std::vector<Ref<NSString>> foldersFor(const NSLocale& locale, const Ref<NSString>& folder) {
+  std::vector<Ref<NSString>> folders;
+  for (const id& name :
+       {id(locale.localeIdentifier()), locale.objectForKey(NSLocaleLanguageCode)}) {
+    if (name) {
+      folders.push_back(
+          folder->stringByAppendingPathComponent(NSString::stringWithFormat("%@.lproj", name)));
+    }
+  }
+  folders.push_back(folder);
+  return folders;
+}
+
+}  // namespace
+
+Ref<NSString> NSBundle::localizedStringForKey_value_table(const Ref<NSString>& key,
+                                                          const Ref<NSString>& value,
+                                                          const Ref<NSString>& table) const {
+  const Ref<NSString> name = NSString::stringWithFormat(
+      "%@.strings", isNullOrEmpty(table) ? Ref<NSString>("Localizable") : table);
+  for (const auto& folder : foldersFor(*NSLocale::currentLocale(), bundlePath())) {
+    const auto texts =
+        NSDictionary::dictionaryWithContentsOfFile(folder->stringByAppendingPathComponent(name));
+    if (const auto text = texts && key ? cast<NSString>(texts->objectForKey(key)) : nullptr) {
+      return text;
+    }
+  }
+  return !isNullOrEmpty(value) ? value : key ? key : NSString::string();
+}
+
+}  // namespace kestova
