@@ -17,6 +17,7 @@
 #include <KestovaFoundation/Additions/NSStringIdentifiers.h>
 #include <KestovaFoundation/Additions/NSStringSearching.h>
 #include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
+#include <KestovaFoundation/Additions/NSTimeZoneAdditions.h>
 #include <KestovaFoundation/Additions/NSURLConnectionAdditions.h>
 #include <KestovaFoundation/Export.h>
 #include <KestovaFoundation/GCDCoalescer.h>

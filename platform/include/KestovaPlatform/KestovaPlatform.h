@@ -57,6 +57,7 @@
 #include <KestovaPlatform/NSStringEncodings.h>
 #include <KestovaPlatform/NSTextCheckingResult.h>
 #include <KestovaPlatform/NSThread.h>
+#include <KestovaPlatform/NSTimeZone.h>
 #include <KestovaPlatform/NSTimer.h>
 #include <KestovaPlatform/NSTypes.h>
 #include <KestovaPlatform/NSURL.h>

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/Additions/NSTimeZoneAdditions.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "BothStorages.h"
+#include "ExceptionExpectation.h"
+
+namespace kestova {
+namespace {
+
+Ref<NSLocale> localeOf(const Ref<NSString>& identifier) {
+  return NSLocale::localeWithLocaleIdentifier(identifier);
+}
+
+/// "none" where no zone has the name.
+std::string zoneNamed(const Ref<NSString>& name, const char* locale) {
+  const auto zone = timeZoneWithAName_inLocale(name, localeOf(locale));
+  return zone ? zone->name()->displayUTF8() : "none";
+}
+
+/// All zones that have the name, in the order of the known names.
+std::vector<std::string> plainlyNamed(const Ref<NSString>& name, const char* locale) {
+  std::vector<std::string> zones;
+  for (const id& known : NSTimeZone::knownTimeZoneNames()) {
+    const auto zone = NSTimeZone::timeZoneWithName(cast<NSString>(known));
+    for (int style = 0; style < 4; ++style) {
+      const auto each = zone->localizedName_locale(NSTimeZoneNameStyle(style), localeOf(locale));
+      if (each->lowercaseString()->isEqualToString(name->lowercaseString())) {
+        zones.push_back(zone->name()->displayUTF8());
+        break;
+      }
+    }
+  }
+  return zones;
+}
+
+/// Each test takes a language of its own, because the first search of a process differs.
+void expectFirstLastThenFirst(const Ref<NSString>& name, const char* locale) {
+  const std::vector<std::string> zones = plainlyNamed(name, locale);
+  ASSERT_GT(zones.size(), 1U) << name;
+  EXPECT_EQ(zoneNamed(name, locale), zones.back());
+  EXPECT_EQ(zoneNamed(name, locale), zones.front());
+  EXPECT_EQ(zoneNamed(name, locale), zones.front());
+}
+
+TEST(NSTimeZoneAdditionsTests, TheFirstCallAnswersTheLastZoneAndLaterOnesTheFirst) {
+  expectFirstLastThenFirst("CST", "en_US");
+  expectFirstLastThenFirst("Mitteleurop\u00e4ische Normalzeit", "de_DE");
+  expectFirstLastThenFirst("heure normale d\u2019Europe centrale", "fr_FR");
+  expectFirstLastThenFirst("\u65e5\u672c\u6a19\u6e96\u6642", "ja_JP");
+}
+
+TEST(NSTimeZoneAdditionsTests, StandardAndDaylightSavingNamesOfEitherLengthAreFound) {
+  (void)zoneNamed("nothing", "en");
+  for (const char* name : {"Pacific Standard Time", "PST", "Pacific Daylight Time", "PDT"}) {
+    const auto zone = NSTimeZone::timeZoneWithName(zoneNamed(name, "en"));
+    ASSERT_TRUE(zone) << name;
+    EXPECT_EQ(zone->secondsFromGMTForDate(NSDate::dateWithTimeIntervalSince1970(1704067200)),
+              -8 * 3600)
+        << name;
+  }
+}
+
+TEST(NSTimeZoneAdditionsTests, CaseMakesNoDifference) {
+  (void)zoneNamed("nothing", "en_GB");
+  const std::string zone = zoneNamed("central european summer time", "en_GB");
+  EXPECT_NE(zone, "none");
+  testing::forBothStorages(u"CENTRAL European SUMMER time", [&](const Ref<NSString>& name) {
+    EXPECT_EQ(zoneNamed(name, "en_GB"), zone);
+  });
+}
+
+TEST(NSTimeZoneAdditionsTests, NamesThatNoZoneHasAreFoundNeverNotEvenAtFirst) {
+  for (int turn = 0; turn < 3; ++turn) {
+    for (const char* name : {"nothing", "", "Pacific Standard", "Europe/Paris", " PST"}) {
+      EXPECT_EQ(zoneNamed(name, "es_ES"), "none") << name;
+    }
+    EXPECT_EQ(zoneNamed(nullptr, "es_ES"), "none");
+  }
+}
+
+TEST(NSTimeZoneAdditionsTests, EachIdentifierHasItsOwnTable) {
+  (void)zoneNamed("nothing", "de_LU");
+  expectFirstLastThenFirst("Mitteleurop\u00e4ische Sommerzeit", "de_LI");
+  EXPECT_EQ(zoneNamed("Central European Summer Time", "de_LI"), "none");
+}
+
+TEST(NSTimeZoneAdditionsTests, WithoutALocaleItThrows) {
+  testing::expectException(NSInvalidArgumentException,
+                           [] { (void)timeZoneWithAName_inLocale("PST", nullptr); });
+}
+
+}  // namespace
+}  // namespace kestova
