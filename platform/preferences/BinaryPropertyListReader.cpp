@@ -5,7 +5,10 @@
 
 #include "preferences/PropertyListFault.h"
 
+#include <endian.h>
+
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -101,7 +104,7 @@ BinaryPropertyListItem BinaryPropertyListReader::itemOf(std::size_t number,
     failAtByte(place, NSString::stringWithFormat("There is no object %lu", number));
   }
   const auto entry = offsets_.subspan(number * offsetSize_, offsetSize_);
-  const std::uint64_t offset = unsignedFrom(entry);
+  const std::uint64_t offset = numberIn(entry);
   if (offset < kBinaryHeaderSize || offset >= objectBytes_.size()) {
     failAtByte(placeOf(entry), "An offset leads to where no objects are");
   }
@@ -111,7 +114,15 @@ BinaryPropertyListItem BinaryPropertyListReader::itemOf(std::size_t number,
 std::size_t BinaryPropertyListReader::takeReference(std::span<const std::byte>& references) const {
   const auto reference = references.first(referenceSize_);
   references = references.subspan(referenceSize_);
-  return unsignedFrom(reference);
+  return numberIn(reference);
+}
+
+/// A number of one to eight bytes, read as the end of eight: at least the header stands before it.
+std::uint64_t BinaryPropertyListReader::numberIn(std::span<const std::byte> bytes) const {
+  std::uint64_t value = 0;
+  const std::size_t end = placeOf(bytes) + bytes.size();
+  std::memcpy(&value, bytes_.data() + end - sizeof value, sizeof value);
+  return be64toh(value) & (~std::uint64_t(0) >> (64 - 8 * bytes.size()));
 }
 
 id BinaryPropertyListReader::takeKey(std::span<const std::byte>& references) {
@@ -121,7 +132,8 @@ id BinaryPropertyListReader::takeKey(std::span<const std::byte>& references) {
   if (!item.isString()) {
     failAtByte(place, "A key is no string");
   }
-  return slots_[number].object ? slots_[number].object : make(number, item);
+  NSObject* const known = slots_[number].object;
+  return known != nullptr ? id(known) : make(number, item);
 }
 
 /// Adds an object to where it is used; `place` is that of the reference to it.
@@ -131,7 +143,7 @@ void BinaryPropertyListReader::visit(std::size_t number, std::size_t place) {
   if (slot.isOpen != 0) {
     failAtByte(place, "A container holds itself");
   }
-  if (slot.object) {
+  if (slot.object != nullptr) {
     return reuse(slot, place);
   }
   switch (item.kind()) {
@@ -140,17 +152,26 @@ void BinaryPropertyListReader::visit(std::size_t number, std::size_t place) {
     case BinaryKind::uid:
       return open(number, item);
     default:
-      return add(objects_.leaf(make(number, item)), 0);
+      return add(use(make(number, item)), 0);
   }
 }
 
 /// Makes the object without others in it that a slot stands for.
-const id& BinaryPropertyListReader::make(std::size_t number, BinaryPropertyListItem item) {
+id BinaryPropertyListReader::make(std::size_t number, BinaryPropertyListItem item) {
   Slot& slot = slots_[number];
-  slot.object = item.value();
+  id object = item.value();
+  slot.object = object.get();
   slot.size = item.valueSize();
   spend(item.valueSize(), item.place());
-  return slot.object;
+  return object;
+}
+
+/// What stands in the list for an object that was just made: itself, or a copy.
+id BinaryPropertyListReader::use(id leaf) {
+  if (objects_.areLeavesMutable()) {
+    kept_.push_back(leaf);
+  }
+  return objects_.leaf(std::move(leaf));
 }
 
 void BinaryPropertyListReader::reuse(const Slot& known, std::size_t place) {
@@ -160,7 +181,7 @@ void BinaryPropertyListReader::reuse(const Slot& known, std::size_t place) {
   } else if (objects_.areLeavesMutable()) {
     spend(known.size, place);
   }
-  add(objects_.leaf(known.object), known.height);
+  add(objects_.leaf(id(known.object)), known.height);
 }
 
 void BinaryPropertyListReader::add(id object, std::size_t height) {
@@ -207,17 +228,30 @@ void BinaryPropertyListReader::openReferences(OpenContainer& container,
 void BinaryPropertyListReader::close() {
   OpenContainer closed = std::move(open_.back());
   open_.pop_back();
-  id object = closed.kind == BinaryKind::array
-                  ? objects_.array(std::move(closed.objects))
-                  : objects_.dictionary(std::move(closed.keys), std::move(closed.objects));
+  id object = containerOf(closed);
   Slot& slot = slots_[closed.number];
   slot.isOpen = 0;
   if (!objects_.areContainersMutable()) {
-    slot.object = object;
+    slot.object = object.get();
     slot.size = unfolded_ - closed.unfoldedBefore;
     slot.height = closed.height;
   }
   add(std::move(object), closed.height);
+}
+
+id BinaryPropertyListReader::containerOf(OpenContainer& closed) {
+  if (closed.kind == BinaryKind::array) {
+    return objects_.array(std::move(closed.objects));
+  }
+  id dictionary = objects_.dictionary(closed.keys, closed.objects);
+  for (auto* const left : {&closed.keys, &closed.objects}) {
+    for (id& object : *left) {
+      if (object) {
+        kept_.push_back(std::move(object));
+      }
+    }
+  }
+  return dictionary;
 }
 
 void BinaryPropertyListReader::checkNesting(std::size_t height, std::size_t place) const {

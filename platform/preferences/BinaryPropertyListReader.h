@@ -31,8 +31,9 @@ class BinaryPropertyListReader {
   /// What is known of an object of the file. Small, since a file may claim one for each of its
   /// bytes.
   struct Slot {
-    /// Null until it is made; for a container that is made for each use, always.
-    id object;
+    /// Null until it is made; for a container that is made for each use, always. The list holds it,
+    /// or `kept_` does.
+    NSObject* object = nullptr;
     /// Of a container, how many objects there are in it at all levels; of a leaf, its bytes.
     std::uint64_t size : 48 = 0;
     /// How many containers lie in each other from this object down; 0 for a leaf.
@@ -59,11 +60,13 @@ class BinaryPropertyListReader {
 
   std::size_t placeOf(std::span<const std::byte> bytes) const;
   BinaryPropertyListItem itemOf(std::size_t number, std::size_t place) const;
+  std::uint64_t numberIn(std::span<const std::byte> bytes) const;
   std::size_t takeReference(std::span<const std::byte>& references) const;
   id takeKey(std::span<const std::byte>& references);
 
   void visit(std::size_t number, std::size_t place);
-  const id& make(std::size_t number, BinaryPropertyListItem item);
+  id make(std::size_t number, BinaryPropertyListItem item);
+  id use(id leaf);
   void reuse(const Slot& known, std::size_t place);
   void add(id object, std::size_t height);
 
@@ -71,6 +74,7 @@ class BinaryPropertyListReader {
   void openUID(OpenContainer& container, BinaryPropertyListItem& item);
   void openReferences(OpenContainer& container, BinaryPropertyListItem& item);
   void close();
+  id containerOf(OpenContainer& closed);
 
   void checkNesting(std::size_t height, std::size_t place) const;
   void unfold(std::uint64_t objects, std::size_t place);
@@ -87,6 +91,8 @@ class BinaryPropertyListReader {
 
   std::vector<Slot> slots_;
   std::vector<OpenContainer> open_;
+  /// What was made and is not in the list itself.
+  std::vector<id> kept_;
   /// How many objects there are in the list up to here, and how many bytes of texts and data were
   /// made for it.
   std::uint64_t unfolded_ = 0;

@@ -23,11 +23,12 @@ id PropertyListObjects::array(std::vector<id> objects) const {
   return NSArray::arrayWithObjects(std::move(objects));
 }
 
-id PropertyListObjects::dictionary(std::vector<id> keys, std::vector<id> objects) const {
+id PropertyListObjects::dictionary(std::vector<id>& keys, std::vector<id>& objects) const {
   ObjectMap table;
   table.reserve(keys.size());
   for (std::size_t index = 0; index < keys.size(); ++index) {
-    table.insert_or_assign(std::move(keys[index]), std::move(objects[index]));
+    auto entry = table.try_emplace(std::move(keys[index])).first;
+    std::swap(entry.value(), objects[index]);
   }
   return mutableContainers_ ? id(mutableDictionaryFromTable(std::move(table)))
                             : dictionaryFromTable(std::move(table));

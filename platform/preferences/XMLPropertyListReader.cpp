@@ -241,9 +241,7 @@ id XMLPropertyListReader::valueOf(OpenElement& closed) const {
     case Role::document:
       return objects.empty() ? nullptr : objects.front();
     case Role::dictionary:
-      return keys.size() == objects.size()
-                 ? objects_.dictionary(std::move(keys), std::move(objects))
-                 : nullptr;
+      return keys.size() == objects.size() ? objects_.dictionary(keys, objects) : nullptr;
     case Role::array:
       return objects_.array(std::move(objects));
     case Role::key:

@@ -120,6 +120,17 @@ TEST(BinaryPropertyListReaderTests, TheLastOfEqualKeysCounts) {
   EXPECT_TRUE(NSDictionary::of({{"k", 2}})->isEqual(read(list.bytes())));
 }
 
+TEST(BinaryPropertyListReaderTests, WhatAnEqualKeyDisplacesIsStillThereForOthers) {
+  // 0: [1, 3, 4, 5]   1: {2: 4, 3: 5}   2, 3: "k"   4: [6]   5: [6]   6: "v"
+  const BinaryPropertyList list{{"\xA4\x01\x03\x04\x05", "\xD2\x02\x03\x04\x05", "\x51"s + "k",
+                                 "\x61\0k"s, "\xA1\x06", "\xA1\x06", "\x51"s + "v"}};
+  const id inner = NSArray::of("v");
+  const id expected = NSArray::of(NSDictionary::of({{"k", inner}}), "k", inner, inner);
+  for (const NSUInteger options : kEveryOption) {
+    EXPECT_TRUE(expected->isEqual(read(list.bytes(), options)));
+  }
+}
+
 TEST(BinaryPropertyListReaderTests, OnlyTheFirstDigitOfTheVersionMatters) {
   auto bytes = BinaryPropertyList{{"\x09"}}.bytes();
   bytes[7] = '1';
