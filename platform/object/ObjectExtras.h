@@ -3,6 +3,7 @@
 
 #include <KestovaPlatform/NSObject.h>
 
+#include "object/AssociationTable.h"
 #include "object/ObserverTable.h"
 
 namespace kestova {
@@ -18,7 +19,25 @@ class ObjectExtras {
     return object.extras_.load(std::memory_order_acquire);
   }
 
+  /// Shares an object that may be on its way out, whose destructor can't have come far: the caller
+  /// holds a lock that the destructor takes. Null once nothing else shares it.
+  template <class T>
+  static Ref<T> share(T& object) noexcept {
+    return tryRetain(object) ? Ref<T>::adopt(&object) : Ref<T>();
+  }
+
   ObserverTable observers;
+  /// Goes first, for what is attached may observe the object until then.
+  AssociationTable associations;
+
+ private:
+  static bool tryRetain(const NSObject& object) noexcept {
+    std::uint32_t count = object.references_.load(std::memory_order_relaxed);
+    while (count != 0 &&
+           !object.references_.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) {
+    }
+    return count != 0;
+  }
 };
 
 }  // namespace kestova

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/Contract.h>
+#include <KestovaPlatform/MainThreadPerformer.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSThread.h>
 #include <pthread.h>
@@ -178,29 +179,49 @@ Ref<NSRunLoop> NSThread::runLoop() {
   return runLoop_;
 }
 
-void performOnThread(const Ref<NSThread>& thread, Block<void()> block, bool waitUntilDone,
-                     const Ref<NSString>& mode) {
-  require(thread != nullptr, "thread != nullptr");
+namespace {
+
+/// Hands the block to one who runs it soon, and waits for it where that is asked for.
+template <class Submit>
+void performThrough(const Submit& submit, bool isThere, Block<void()> block, bool waitUntilDone) {
   require(block != nullptr, "block != nullptr");
-  if (waitUntilDone && thread == NSThread::currentThread()) {
+  if (!waitUntilDone) {
+    submit(std::move(block));
+    return;
+  }
+  if (isThere) {
     block();
     return;
   }
   const auto completion = std::make_shared<Completion>();
-  if (waitUntilDone) {
-    block = AwaitedBlock(std::move(block), completion);
-  }
-  if (const Ref<NSRunLoop> runLoop = thread->runLoop()) {
-    runLoop->performInMode_block(mode, std::move(block));
-  }
-  block = nullptr;
-  if (waitUntilDone && !completion->wait()) {
+  submit(AwaitedBlock(std::move(block), completion));
+  if (!completion->wait()) {
     throw NSException(NSDestinationInvalidException, "the thread ended before the block ran");
   }
 }
 
+}  // namespace
+
+void performOnThread(const Ref<NSThread>& thread, Block<void()> block, bool waitUntilDone,
+                     const Ref<NSString>& mode) {
+  require(thread != nullptr, "thread != nullptr");
+  const auto submit = [&](Block<void()> submitted) {
+    if (const Ref<NSRunLoop> runLoop = thread->runLoop()) {
+      runLoop->performInMode_block(mode, std::move(submitted));
+    }
+  };
+  const bool isThere = waitUntilDone && thread == NSThread::currentThread();
+  performThrough(submit, isThere, std::move(block), waitUntilDone);
+}
+
 void performBlockOnMainThread(Block<void()> block, bool waitUntilDone, const Ref<NSString>& mode) {
-  performOnThread(NSThread::mainThread(), std::move(block), waitUntilDone, mode);
+  MainThreadPerformer* performer = MainThreadPerformer::current();
+  if (performer == nullptr) {
+    performOnThread(NSThread::mainThread(), std::move(block), waitUntilDone, mode);
+    return;
+  }
+  const auto submit = [&](Block<void()> submitted) { performer->perform(std::move(submitted)); };
+  performThrough(submit, performer->isMainThread(), std::move(block), waitUntilDone);
 }
 
 }  // namespace kestova

@@ -4,6 +4,7 @@
 /// \file
 /// All of KestovaPlatform.
 
+#include <KestovaPlatform/AssociatedObjects.h>
 #include <KestovaPlatform/Backoff.h>
 #include <KestovaPlatform/Base32Coding.h>
 #include <KestovaPlatform/Block.h>
@@ -21,6 +22,7 @@
 #include <KestovaPlatform/Gestalt.h>
 #include <KestovaPlatform/HexCoding.h>
 #include <KestovaPlatform/MacErrors.h>
+#include <KestovaPlatform/MainThreadPerformer.h>
 #include <KestovaPlatform/MessageDigest.h>
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSBeep.h>
@@ -41,10 +43,14 @@
 #include <KestovaPlatform/NSLocale.h>
 #include <KestovaPlatform/NSLock.h>
 #include <KestovaPlatform/NSLog.h>
+#include <KestovaPlatform/NSNotification.h>
+#include <KestovaPlatform/NSNotificationCenter.h>
 #include <KestovaPlatform/NSNull.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <KestovaPlatform/NSNumberFormatter.h>
 #include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSOperation.h>
+#include <KestovaPlatform/NSOperationQueue.h>
 #include <KestovaPlatform/NSPropertyListSerialization.h>
 #include <KestovaPlatform/NSRange.h>
 #include <KestovaPlatform/NSRecursiveLock.h>

@@ -7,6 +7,7 @@
 #include <span>
 #include <tuple>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 namespace kestova {
@@ -22,6 +23,20 @@ struct SelectorBody {
   bool (*isAnsweredBy)(const NSObject& target);
   /// How many arguments the function takes.
   NSUInteger arity;
+
+  /// \name For one who performs it often on the same object
+  /// All null where there is no shorter way than `perform`.
+  /// @{
+
+  /// Whether the function takes nothing, or just a reference to that class.
+  bool (*takesOnly)(const std::type_info& argument) = nullptr;
+  /// The object as the function wants it; null when it doesn't have the function.
+  void* (*targetIn)(NSObject& object) = nullptr;
+  /// Performs it without converting anything: on what `targetIn` answered, with the address of a
+  /// reference to the class that it takes. The result is dropped.
+  void (*performOnly)(void* target, const void* argument) = nullptr;
+
+  /// @}
 };
 
 /// The name of an operation as a value: equal functions give the same address. Null is no
@@ -48,11 +63,22 @@ struct MemberFunction<R (C::*)(A...) noexcept> : MemberFunction<R (C::*)(A...)> 
 template <class R, class C, class... A>
 struct MemberFunction<R (C::*)(A...) const noexcept> : MemberFunction<R (C::*)(A...) const> {};
 
-template <auto Function>
+/// What a function's arguments are references to, where it takes one and nothing else.
+template <class Arguments>
+struct SoleReference {};
+template <class T>
+struct SoleReference<std::tuple<Ref<T>>> {
+  using Class = T;
+};
+
+/// The type beside the function keeps apart what functions of equal names in unnamed namespaces
+/// make: g++ takes only types for something that is known to one unit alone.
+template <auto Function, class Type>
 class SelectorMaker {
   using Shape = MemberFunction<decltype(Function)>;
   using Target = typename Shape::Target;
   using Arguments = typename Shape::Arguments;
+  static constexpr bool takesReference = requires { typename SoleReference<Arguments>::Class; };
 
  public:
   static id perform(NSObject& target, std::span<const id> arguments) {
@@ -62,7 +88,28 @@ class SelectorMaker {
   static bool isAnsweredBy(const NSObject& target) {
     return dynamic_cast<const Target*>(&target) != nullptr;
   }
-  static constexpr SelectorBody body{&perform, &isAnsweredBy, std::tuple_size_v<Arguments>};
+  static bool takesOnly(const std::type_info& argument) {
+    if constexpr (std::tuple_size_v<Arguments> == 0) {
+      return true;
+    } else if constexpr (takesReference) {
+      return argument == typeid(typename SoleReference<Arguments>::Class);
+    } else {
+      return false;
+    }
+  }
+  static void* targetIn(NSObject& object) {
+    return const_cast<std::remove_const_t<Target>*>(dynamic_cast<Target*>(&object));
+  }
+  static void performOnly(void* target, [[maybe_unused]] const void* argument) {
+    if constexpr (std::tuple_size_v<Arguments> == 0) {
+      static_cast<void>((static_cast<Target*>(target)->*Function)());
+    } else if constexpr (takesReference) {
+      const auto& reference = *static_cast<const std::tuple_element_t<0, Arguments>*>(argument);
+      static_cast<void>((static_cast<Target*>(target)->*Function)(reference));
+    }
+  }
+  static constexpr SelectorBody body{&perform,   &isAnsweredBy, std::tuple_size_v<Arguments>,
+                                     &takesOnly, &targetIn,     &performOnly};
 
  private:
   template <std::size_t Index>
@@ -87,9 +134,9 @@ class SelectorMaker {
 
 /// The selector of a member function: `sel<&Observer::changed>()`. Its arguments and its result are
 /// references to objects, or plain values that box.
-template <auto Function>
+template <auto Function, class Type = decltype(Function)>
 constexpr SEL sel() noexcept {
-  return &detail::SelectorMaker<Function>::body;
+  return &detail::SelectorMaker<Function, Type>::body;
 }
 
 }  // namespace kestova

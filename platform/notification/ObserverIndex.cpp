@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "notification/ObserverIndex.h"
+
+#include <KestovaPlatform/Contract.h>
+
+#include <algorithm>
+#include <span>
+#include <utility>
+
+namespace kestova {
+
+void ObserverRegistration::call(const Ref<NSNotification>& notification) const {
+  if (target_ != nullptr) {
+    selector_->performOnly(target_, &notification);
+  } else if (queue_) {
+    callOnQueue(notification);
+  } else if (block_) {
+    block_(notification);
+  } else {
+    const id argument = notification;
+    static_cast<void>(selector_->perform(*observer_, std::span(&argument, 1)));
+  }
+}
+
+void ObserverRegistration::callOnQueue(const Ref<NSNotification>& notification) const {
+  if (NSOperationQueue::currentQueue() == queue_) {
+    block_(notification);
+    return;
+  }
+  const auto operation = NSBlockOperation::blockOperationWithBlock(
+      [stay = Ref<const ObserverRegistration>(this), notification] {
+        if (!stay->isRemoved()) {
+          stay->block_(notification);
+        }
+      });
+  queue_->addOperation(operation);
+  operation->waitUntilFinished();
+}
+
+void Audience::deliver(const Ref<NSNotification>& notification) const {
+  if (count_ > 1) {
+    deliverMerged(notification);
+    return;
+  }
+  for (std::size_t i = 0; i < count_; ++i) {
+    for (const auto& registration : lists_[i]->members) {
+      if (registration) {
+        registration->deliver(notification);
+      }
+    }
+  }
+}
+
+void Audience::deliverMerged(const Ref<NSNotification>& notification) const {
+  using Place = const Ref<ObserverRegistration>*;
+  std::array<std::pair<Place, Place>, 4> rests;
+  for (std::size_t i = 0; i < count_; ++i) {
+    const auto& members = lists_[i]->members;
+    rests[i] = {members.data(), members.data() + members.size()};
+  }
+  for (;;) {
+    Place* oldest = nullptr;
+    for (auto& [first, end] : std::span(rests).first(count_)) {
+      first = std::find_if(first, end, [](const auto& member) { return member != nullptr; });
+      if (first != end && (oldest == nullptr || (*first)->number() < (**oldest)->number())) {
+        oldest = &first;
+      }
+    }
+    if (oldest == nullptr) {
+      return;
+    }
+    (**oldest)->deliver(notification);
+    ++*oldest;
+  }
+}
+
+void ObserverIndex::add(Ref<ObserverRegistration> registration, Interest interest) {
+  const std::lock_guard lock(mutex_);
+  registration->number_ = ++lastNumber_;
+  addToObserver(*registration);
+  addToChannel(*registration, std::move(interest));
+}
+
+void ObserverIndex::addToChannel(ObserverRegistration& registration, Interest interest) {
+  const auto [place, isNew] = channels_.try_emplace(std::move(interest));
+  ObserverChannel& channel = place->second;
+  if (isNew) {
+    channel.interest = &place->first;
+    channel.list = Ref<ObserverList>::adopt(new ObserverList);
+    ++channelsOfKind_[InterestView(place->first).kind()];
+  }
+  makeChangeable(channel);
+  registration.channel_ = &channel;
+  registration.place_ = channel.list->members.size();
+  channel.list->members.emplace_back(&registration);
+  ++channel.count;
+}
+
+void ObserverIndex::addToObserver(ObserverRegistration& registration) {
+  ObserverRegistration*& latest = byObserver_[registration.observer()];
+  registration.next_ = latest;
+  if (latest != nullptr) {
+    latest->previous_ = &registration;
+  }
+  latest = &registration;
+}
+
+void ObserverIndex::remove(const NSObject* observer, InterestView interest) {
+  Registrations removed;  // let go of after the mutex
+  const std::lock_guard lock(mutex_);
+  const auto found = byObserver_.find(observer);
+  ObserverRegistration* next = found == byObserver_.end() ? nullptr : found->second;
+  while (next != nullptr) {
+    ObserverRegistration& registration = *std::exchange(next, next->next_);
+    const InterestView own = *registration.channel_->interest;
+    if ((interest.name == nullptr || SameInterest::isSameName(own.name, interest.name)) &&
+        (interest.object == nullptr || own.object == interest.object)) {
+      registration.removed_.store(true, std::memory_order_release);
+      takeFromObserver(registration);
+      removed.push_back(takeFromChannel(registration));
+    }
+  }
+}
+
+void ObserverIndex::takeFromObserver(ObserverRegistration& registration) {
+  if (registration.next_ != nullptr) {
+    registration.next_->previous_ = registration.previous_;
+  }
+  if (registration.previous_ != nullptr) {
+    registration.previous_->next_ = registration.next_;
+  } else if (registration.next_ != nullptr) {
+    byObserver_[registration.observer()] = registration.next_;
+  } else {
+    byObserver_.erase(registration.observer());
+  }
+}
+
+/// The last one takes the channel along.
+Ref<ObserverRegistration> ObserverIndex::takeFromChannel(ObserverRegistration& registration) {
+  ObserverChannel& channel = *registration.channel_;
+  makeChangeable(channel);
+  Ref<ObserverRegistration> taken = std::move(channel.list->members[registration.place_]);
+  if (--channel.count == 0) {
+    --channelsOfKind_[InterestView(*channel.interest).kind()];
+    channels_.erase(channels_.find(*channel.interest));
+  } else if (channel.list->members.size() > 2 * channel.count + 8) {
+    closeGaps(channel);
+  }
+  return taken;
+}
+
+/// Leaves the list to the postings that hold it.
+void ObserverIndex::makeChangeable(ObserverChannel& channel) {
+  if (channel.list->isShared()) {
+    auto own = Ref<ObserverList>::adopt(new ObserverList);
+    own->members = channel.list->members;
+    channel.list = std::move(own);
+  }
+}
+
+void ObserverIndex::closeGaps(ObserverChannel& channel) {
+  auto& members = channel.list->members;
+  std::erase(members, nullptr);
+  for (std::size_t place = 0; place < members.size(); ++place) {
+    members[place]->place_ = place;
+  }
+}
+
+Audience ObserverIndex::audienceOf(InterestView told) {
+  Audience audience;
+  const std::lock_guard lock(mutex_);
+  addChannel(audience, {nullptr, nullptr});
+  if (told.name != nullptr) {
+    addChannel(audience, {told.name, nullptr});
+  }
+  if (told.object != nullptr) {
+    addChannel(audience, {nullptr, told.object});
+  }
+  if (told.name != nullptr && told.object != nullptr) {
+    addChannel(audience, told);
+  }
+  return audience;
+}
+
+void ObserverIndex::addChannel(Audience& audience, InterestView interest) {
+  if (channelsOfKind_[interest.kind()] == 0) {
+    return;
+  }
+  if (const auto found = channels_.find(interest); found != channels_.end()) {
+    audience.add(found->second.list);
+  }
+}
+
+}  // namespace kestova

@@ -1,0 +1,334 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/Contract.h>
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSOperation.h>
+
+#include "collections/MemberRelease.h"
+#include "object/ObjectExtras.h"
+#include "operations/OperationScheduler.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace kestova {
+
+KESTOVA_DEFINE_CLASS(NSOperation, .property<&NSOperation::isCancelled>("isCancelled")
+                                      .property<&NSOperation::isExecuting>("isExecuting")
+                                      .property<&NSOperation::isFinished>("isFinished")
+                                      .property<&NSOperation::isReady>("isReady")
+                                      .property<&NSOperation::isAsynchronous>("isAsynchronous")
+                                      .property<&NSOperation::dependencies>("dependencies")
+                                      .property<&NSOperation::name, &NSOperation::setName>("name"))
+
+namespace {
+
+constexpr const char* kFinishedKey = "isFinished";
+constexpr const char* kReadyKey = "isReady";
+
+[[noreturn]] void refuse(const char* reason) {
+  throw NSException(NSInvalidArgumentException, reason);
+}
+
+/// Whether an operation is in a list, and out of it from now on.
+template <class List>
+bool removeFrom(List& list, const NSOperation& operation) {
+  const auto found =
+      std::ranges::find_if(list, [&](const auto& member) { return &*member == &operation; });
+  if (found == list.end()) {
+    return false;
+  }
+  list.erase(found);
+  return true;
+}
+
+}  // namespace
+
+/// Follows the operations that keep their own state by what they announce of it.
+class OperationStateObserver final : public NSObject {
+ public:
+  static OperationStateObserver& shared() {
+    static OperationStateObserver& observer = *make<OperationStateObserver>().leak();
+    return observer;
+  }
+
+  void observe(NSOperation& operation, const char* key) {
+    operation.addObserver_forKeyPath_options_context(this, key, 0, nullptr);
+  }
+
+  void observeValueForKeyPath_ofObject_change_context(const Ref<NSString>& keyPath,
+                                                      const id& object, const Ref<NSDictionary>&,
+                                                      void*) override {
+    auto& operation = static_cast<NSOperation&>(*object);
+    if (keyPath == kReadyKey) {
+      operation.tellReady();
+    } else if (operation.isFinished()) {
+      operation.settle();
+    }
+  }
+};
+
+NSOperation::~NSOperation() {
+  for (const auto& dependency : dependencies_) {
+    static_cast<void>(dependency->removeDependent(*this));
+  }
+  // A long row of operations that depend on each other may go at once.
+  std::vector<id> members(std::make_move_iterator(dependencies_.begin()),
+                          std::make_move_iterator(dependencies_.end()));
+  MemberRelease().letGo(members);
+}
+
+Ref<NSOperation> NSOperation::init() { return make<NSOperation>(); }
+
+void NSOperation::start() {
+  if (isFinished() || !begin()) {
+    return;
+  }
+  try {
+    main();
+  } catch (...) {
+    // In a queue the process ends over it: nobody is to go on as if it had finished.
+    if (!OperationScheduler::isRunning(*this)) {
+      finish();
+    }
+    throw;
+  }
+  finish();
+}
+
+bool NSOperation::begin() {
+  if (state_.load() != pending) {
+    refuse("the operation executes already or has finished");
+  }
+  if (isCancelled()) {
+    finish();
+    return false;
+  }
+  if (!isReady()) {
+    refuse("the operation is not ready");
+  }
+  KeyValueChange change(*this, "isExecuting");
+  int expected = pending;
+  if (!state_.compare_exchange_strong(expected, executing)) {
+    refuse("the operation executes already or has finished");
+  }
+  return true;
+}
+
+void NSOperation::finish() {
+  if (isEnding_.exchange(true)) {
+    return;
+  }
+  {
+    KeyValueChange finishedChange(*this, kFinishedKey);
+    if (state_.load() == executing) {
+      KeyValueChange executingChange(*this, "isExecuting");
+      state_.store(finished);
+    } else {
+      state_.store(finished);
+    }
+  }
+  settle();
+}
+
+/// Tells everybody who waits for the end, once.
+void NSOperation::settle() {
+  std::vector<Ref<NSOperation>> dependents;
+  std::shared_ptr<OperationScheduler> scheduler;
+  Block<void()> completion;
+  {
+    const std::lock_guard lock(mutex_);
+    if (std::exchange(toldDependents_, true)) {
+      return;
+    }
+    dependents = takeDependents();
+    std::swap(scheduler, scheduler_);
+    std::swap(completion, completionBlock_);
+  }
+  for (const auto& dependent : dependents) {
+    dependent->dependencyHasFinished();
+  }
+  const Ref<NSOperation> stay = scheduler ? scheduler->finished(*this) : Ref(this);
+  state_.store(settled);
+  state_.notify_all();
+  if (completion) {
+    completion();
+  }
+}
+
+void NSOperation::cancel() {
+  if (isFinished() || cancelled_.load()) {
+    return;
+  }
+  {
+    KeyValueChange cancelledChange(*this, "isCancelled");
+    KeyValueChange readyChange(*this, kReadyKey);
+    cancelled_.store(true);
+  }
+  tellReady();
+}
+
+void NSOperation::waitUntilFinished() {
+  require(!OperationScheduler::isRunning(*this), "an operation does not wait for itself");
+  if (isAsynchronous()) {
+    watchOwnEnd();
+  }
+  int state = state_.load();
+  if (state == pending) {
+    const auto queue = scheduler();
+    require(queue == nullptr || !queue->needsCallingThread(),
+            "the main thread does not wait for its own queue");
+  }
+  for (; state != settled; state = state_.load()) {
+    state_.wait(state);
+  }
+}
+
+bool NSOperation::isCancelled() const { return cancelled_.load(); }
+
+bool NSOperation::isReady() const { return unfinishedDependencies_.load() == 0 || isCancelled(); }
+
+bool NSOperation::isExecuting() const { return state_.load() == executing; }
+
+bool NSOperation::isFinished() const { return state_.load() >= finished; }
+
+void NSOperation::addDependency(const Ref<NSOperation>& operation) {
+  if (!operation) {
+    refuse("an operation cannot depend on nothing");
+  }
+  if (operation->isAsynchronous()) {
+    operation->watchOwnEnd();
+  }
+  KeyValueChange change(*this, kReadyKey);
+  {
+    const std::lock_guard lock(mutex_);
+    if (std::ranges::find(dependencies_, operation) != dependencies_.end()) {
+      return;
+    }
+    dependencies_.push_back(operation);
+    // Counted before it can be counted down.
+    unfinishedDependencies_.fetch_add(1);
+  }
+  if (!operation->addDependent(*this)) {
+    unfinishedDependencies_.fetch_sub(1);
+  }
+}
+
+void NSOperation::removeDependency(const Ref<NSOperation>& operation) {
+  Ref<NSOperation> stay = operation;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!operation || !removeFrom(dependencies_, *operation)) {
+      return;
+    }
+  }
+  if (operation->removeDependent(*this)) {
+    dependencyHasFinished();
+  }
+}
+
+Ref<NSArray> NSOperation::dependencies() const {
+  const std::lock_guard lock(mutex_);
+  return NSArray::arrayWithObjects({dependencies_.begin(), dependencies_.end()});
+}
+
+/// Whether the operation is to wait for this one.
+bool NSOperation::addDependent(NSOperation& operation) {
+  const std::lock_guard lock(mutex_);
+  if (!toldDependents_) {
+    dependents_.push_back(&operation);
+  }
+  return !toldDependents_;
+}
+
+/// Whether the operation would have been told.
+bool NSOperation::removeDependent(const NSOperation& operation) {
+  const std::lock_guard lock(mutex_);
+  return removeFrom(dependents_, operation);
+}
+
+/// Those of the operations that wait for this one that are not about to go: these wait for the
+/// mutex to take themselves out. Called with the mutex held.
+std::vector<Ref<NSOperation>> NSOperation::takeDependents() {
+  std::vector<Ref<NSOperation>> taken;
+  taken.reserve(dependents_.size());
+  for (NSOperation* dependent : std::exchange(dependents_, {})) {
+    if (auto stays = ObjectExtras::share(*dependent)) {
+      taken.push_back(std::move(stays));
+    }
+  }
+  return taken;
+}
+
+void NSOperation::dependencyHasFinished() {
+  {
+    KeyValueChange change(*this, kReadyKey);
+    unfinishedDependencies_.fetch_sub(1);
+  }
+  tellReady();
+}
+
+void NSOperation::tellReady() {
+  if (const auto queue = scheduler()) {
+    queue->readinessChanged(*this);
+  }
+}
+
+void NSOperation::watchOwnEnd() {
+  if (!watchesEnd_.exchange(true)) {
+    OperationStateObserver::shared().observe(*this, kFinishedKey);
+  }
+  if (isFinished()) {
+    settle();
+  }
+}
+
+/// Where a subclass has reasons of its own not to be ready, what it announces is followed. Whether
+/// that has just begun.
+bool NSOperation::watchReadiness() {
+  if (unfinishedDependencies_.load() > 0 || watchesReadiness_.exchange(true)) {
+    return false;
+  }
+  OperationStateObserver::shared().observe(*this, kReadyKey);
+  return true;
+}
+
+std::shared_ptr<OperationScheduler> NSOperation::scheduler() const {
+  const std::lock_guard lock(mutex_);
+  return scheduler_;
+}
+
+NSOperationQueuePriority NSOperation::queuePriority() const noexcept {
+  return static_cast<NSOperationQueuePriority>(priority_.load());
+}
+
+void NSOperation::setQueuePriority(NSInteger priority) {
+  priority_.store(std::clamp<NSInteger>(priority / 4, -2, 2) * 4);
+  if (const auto queue = scheduler()) {
+    queue->priorityChanged(*this);
+  }
+}
+
+Block<void()> NSOperation::completionBlock() const {
+  const std::lock_guard lock(mutex_);
+  return completionBlock_;
+}
+
+void NSOperation::setCompletionBlock(Block<void()> block) {
+  const std::lock_guard lock(mutex_);
+  std::swap(completionBlock_, block);
+}
+
+Ref<NSString> NSOperation::name() const {
+  const std::lock_guard lock(mutex_);
+  return name_;
+}
+
+void NSOperation::setName(const Ref<NSString>& name) {
+  Ref<NSString> replaced = copyOf(name);  // let go of after the mutex
+  const std::lock_guard lock(mutex_);
+  std::swap(name_, replaced);
+}
+
+}  // namespace kestova

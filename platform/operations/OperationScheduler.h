@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <KestovaPlatform/Block.h>
+#include <KestovaPlatform/NSOperation.h>
+#include <KestovaPlatform/NSOperationQueue.h>
+
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace kestova {
+
+/// What an operation queue does, and goes on doing when the queue itself has gone.
+///
+/// Operations are linked into two lists: that of all in the order of adding, and that of those of
+/// one priority that are ready. Pumps are tasks of libdispatch that take ready operations one after
+/// another. A pump that executes nothing at the moment looks for work; a new one is submitted only
+/// when more operations could start than pumps look, so that a row of operations costs one
+/// hand-off.
+class OperationScheduler : public std::enable_shared_from_this<OperationScheduler> {
+ public:
+  enum class Threads { workers, main };
+
+  explicit OperationScheduler(Threads threads) noexcept : threads_(threads) {}
+
+  /// The scheduler whose operation the calling thread runs; null when it runs none.
+  static OperationScheduler* current() noexcept;
+
+  static bool isMainThread();
+
+  /// Whether the calling thread runs that operation for a scheduler.
+  static bool isRunning(const NSOperation& operation) noexcept;
+
+  /// The queue that this is the scheduler of, set before anything else; null when it has gone.
+  Ref<NSOperationQueue> queue() const;
+  void setQueue(NSOperationQueue& queue) noexcept { queue_ = &queue; }
+  void queueGoes();
+
+  void add(const Ref<NSOperation>& operation);
+
+  /// An operation may have become ready.
+  void readinessChanged(NSOperation& operation);
+  void priorityChanged(NSOperation& operation);
+
+  /// An operation has finished. Answers what held it here.
+  Ref<NSOperation> finished(NSOperation& operation);
+
+  std::vector<id> operations() const;
+  NSUInteger operationCount() const noexcept { return count_.load(std::memory_order_acquire); }
+  void waitUntilEmpty();
+
+  /// Whether what is in here can run on the calling thread only.
+  bool needsCallingThread() const;
+
+  NSInteger maximum() const;
+  void setMaximum(NSInteger maximum);
+  bool isSuspended() const;
+  void setSuspended(bool suspended);
+  Ref<NSString> name() const;
+  void setName(const Ref<NSString>& name);
+
+ private:
+  class Pump;
+  using Link = NSOperation::Link;
+
+  /// A list that is linked through its members.
+  template <Link NSOperation::*Member>
+  struct List {
+    NSOperation* first = nullptr;
+    NSOperation* last = nullptr;
+
+    void append(NSOperation& operation) noexcept;
+    void remove(NSOperation& operation) noexcept;
+  };
+
+  static constexpr std::size_t kPriorities = 5;
+
+  void link(const Ref<NSOperation>& operation, bool isReady);
+  void appendReady(NSOperation& operation) noexcept;
+  void removeReady(NSOperation& operation) noexcept;
+  Ref<NSOperation> takeReady();
+  std::size_t startable() const noexcept;
+  std::size_t missingPumps() noexcept;
+  void submitPumps(std::size_t count);
+  void pump();
+  bool mayLookOn();
+
+  const Threads threads_;
+  std::atomic<NSUInteger> count_{0};
+
+  /// Guards what follows; never held while other code runs.
+  mutable std::mutex mutex_;
+  std::condition_variable emptied_;
+  NSOperationQueue* queue_ = nullptr;  // unowned: takes itself out as it goes
+  List<&NSOperation::inQueue_> all_;
+  std::array<List<&NSOperation::inReadyList_>, kPriorities> ready_;
+  std::size_t readyCount_ = 0;
+  std::size_t executing_ = 0;
+  std::size_t lookingPumps_ = 0;
+  NSInteger maximum_ = NSOperationQueueDefaultMaxConcurrentOperationCount;
+  bool suspended_ = false;
+  Ref<NSString> name_;
+};
+
+}  // namespace kestova
