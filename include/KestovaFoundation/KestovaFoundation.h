@@ -6,10 +6,17 @@
 
 #include <KestovaFoundation/Additions/NSArrayAdditions.h>
 #include <KestovaFoundation/Additions/NSDataAdditions.h>
+#include <KestovaFoundation/Additions/NSDictionaryAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
 #include <KestovaFoundation/Additions/NSGeometryAdditions.h>
+#include <KestovaFoundation/Additions/NSMutableArrayAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
+#include <KestovaFoundation/Additions/NSMutableDictionaryAdditions.h>
+#include <KestovaFoundation/Additions/NSObjectAdditions.h>
+#include <KestovaFoundation/Additions/NSObjectKVOHelperAdditions.h>
+#include <KestovaFoundation/Additions/NSPropertyListSerializationAdditions.h>
 #include <KestovaFoundation/Additions/NSScannerAdditions.h>
+#include <KestovaFoundation/Additions/NSSetAdditions.h>
 #include <KestovaFoundation/Additions/NSStringCodecAdditions.h>
 #include <KestovaFoundation/Additions/NSStringEditing.h>
 #include <KestovaFoundation/Additions/NSStringEncodingStuff.h>

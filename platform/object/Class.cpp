@@ -20,17 +20,32 @@ constinit ClassRegistration* firstRegistration = nullptr;
 }  // namespace
 
 Class::Class(std::string_view name, const Class* superclass, std::vector<Property> properties,
-             Maker maker)
-    : name_(name), superclass_(superclass), properties_(std::move(properties)), maker_(maker) {}
+             std::vector<ClassOperation> operations, Maker maker)
+    : name_(name),
+      superclass_(superclass),
+      properties_(std::move(properties)),
+      operations_(std::move(operations)),
+      maker_(maker) {}
 
-const Property* Class::property(std::string_view name) const noexcept {
+/// The member of that name in a list of the class itself or of the nearest one above that has it.
+template <class Member>
+const Member* Class::nearest(const std::vector<Member> Class::*list,
+                             std::string_view name) const noexcept {
   for (const Class* described = this; described != nullptr; described = described->superclass_) {
-    const auto found = std::ranges::find(described->properties_, name, &Property::name);
-    if (found != described->properties_.end()) {
+    const auto found = std::ranges::find(described->*list, name, &Member::name);
+    if (found != (described->*list).end()) {
       return &*found;
     }
   }
   return nullptr;
+}
+
+const Property* Class::property(std::string_view name) const noexcept {
+  return nearest(&Class::properties_, name);
+}
+
+const ClassOperation* Class::classOperation(std::string_view name) const noexcept {
+  return nearest(&Class::operations_, name);
 }
 
 bool Class::isSubclassOfClass(const Class& other) const noexcept {

@@ -13,7 +13,7 @@
 namespace kestova {
 
 const Class& NSObject::staticClass() {
-  static const Class& description = *new Class("NSObject", nullptr, {}, nullptr);
+  static const Class& description = *new Class("NSObject", nullptr, {}, {}, nullptr);
   return description;
 }
 static const ClassRegistration registrationOfNSObject{"NSObject", &NSObject::staticClass};

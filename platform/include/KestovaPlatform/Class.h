@@ -33,8 +33,16 @@ struct Property {
   bool takesNull = true;
 };
 
-/// What a class says of itself, once: name, superclass, declared properties in order, how to make
-/// one. Look-up by name, key-value coding, property dumps and interface files all read it.
+/// Something that a class answers without an object, for itself and the classes below it that don't
+/// override it.
+struct ClassOperation {
+  std::string_view name;
+  id (*perform)();
+};
+
+/// What a class says of itself, once: name, superclass, declared properties in order, what it
+/// answers without an object, how to make one. Look-up by name, key-value coding, property dumps
+/// and interface files all read it.
 ///
 ///     KESTOVA_DEFINE_CLASS(Account,
 ///         .property<&Account::name, &Account::setName>("name")
@@ -47,7 +55,7 @@ class KESTOVA_PLATFORM_EXPORT Class {
   using Maker = id (*)();
 
   Class(std::string_view name, const Class* superclass, std::vector<Property> properties,
-        Maker maker);
+        std::vector<ClassOperation> operations, Maker maker);
 
   std::string_view name() const noexcept { return name_; }
 
@@ -60,6 +68,10 @@ class KESTOVA_PLATFORM_EXPORT Class {
   /// The property of that name, declared here or above; null when there is none.
   const Property* property(std::string_view name) const noexcept;
 
+  /// What the nearest class, this one or one above, answers without an object under that name; null
+  /// when none does.
+  const ClassOperation* classOperation(std::string_view name) const noexcept;
+
   /// Whether this is `other` or stands below it.
   bool isSubclassOfClass(const Class& other) const noexcept;
 
@@ -71,9 +83,14 @@ class KESTOVA_PLATFORM_EXPORT Class {
   static const Class* named(std::string_view name);
 
  private:
+  template <class Member>
+  const Member* nearest(const std::vector<Member> Class::*list,
+                        std::string_view name) const noexcept;
+
   std::string_view name_;
   const Class* superclass_;
   std::vector<Property> properties_;
+  std::vector<ClassOperation> operations_;
   Maker maker_;
 };
 
@@ -121,7 +138,17 @@ class ClassBuilder {
     return std::move(*this);
   }
 
-  Class build() && { return {name_, superclass_, std::move(properties_), maker()}; }
+  /// What the class answers without an object, in place of what a class above answers. `Operation`
+  /// is a function without arguments, static in the class.
+  template <auto Operation>
+  ClassBuilder&& classOperation(std::string_view name) && {
+    operations_.push_back({name, [] { return id(Operation()); }});
+    return std::move(*this);
+  }
+
+  Class build() && {
+    return {name_, superclass_, std::move(properties_), std::move(operations_), maker()};
+  }
 
  private:
   template <auto Get>
@@ -159,10 +186,12 @@ class ClassBuilder {
   std::string_view name_;
   const Class* superclass_;
   std::vector<Property> properties_;
+  std::vector<ClassOperation> operations_;
 };
 
-/// Defines what `KESTOVA_CLASS` declared. What follows the name are the properties, as calls of
-/// ClassBuilder. The description is never destroyed: objects may outlive the statics of their unit.
+/// Defines what `KESTOVA_CLASS` declared. What follows the name are the properties and class
+/// operations, as calls of ClassBuilder. The description is never destroyed: objects may outlive
+/// the statics of their unit.
 #define KESTOVA_DEFINE_CLASS(Name, ...)                                                         \
   const ::kestova::Class& Name::staticClass() {                                                 \
     static const ::kestova::Class& description = *new ::kestova::Class(                         \

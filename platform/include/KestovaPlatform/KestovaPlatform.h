@@ -35,6 +35,7 @@
 #include <KestovaPlatform/NSEnumerator.h>
 #include <KestovaPlatform/NSError.h>
 #include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSFastEnumeration.h>
 #include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSFormatter.h>
 #include <KestovaPlatform/NSGeometry.h>

@@ -1,17 +1,247 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/Additions/NSArrayAdditions.h>
+#include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSException.h>
 #include <gtest/gtest.h>
 
 #include "Bytes.h"
+#include "CountingObject.h"
 #include "ExceptionExpectation.h"
+#include "RandomRun.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace kestova {
 namespace {
 
+using testing::counted;
 using testing::dataOf;
 using testing::expectException;
 using testing::hex;
+using testing::RandomRun;
+using testing::valueOf;
+
+Ref<NSArray> records() {
+  const auto record = [](const char* name) { return NSDictionary::of({{"name", name}}); };
+  return NSArray::of(record("x"), record("y"), record("x"));
+}
+
+bool isImmutable(const Ref<NSArray>& array) { return cast<NSMutableArray>(array) == nullptr; }
+
+TEST(NSArrayKestovaAdditionsTests, TheFirstObjectOfNoneIsNothing) {
+  EXPECT_TRUE(firstObject(NSArray::of(1, 2))->isEqual(1));
+  EXPECT_EQ(firstObject(NSArray::array()), nullptr);
+}
+
+TEST(NSArrayKestovaAdditionsTests, AnObjectIsFoundByAValue) {
+  EXPECT_EQ(indexOfObjectWithValue_forKey(records(), "x", "name"), 0U);
+  EXPECT_EQ(indexOfObjectWithValue_forKey(records(), "y", "name"), 1U);
+  EXPECT_EQ(indexOfObjectWithValue_forKey(records(), "z", "name"), 9223372036854775807U);
+  EXPECT_TRUE(
+      objectWithValue_forKey(records(), "y", "name")->isEqual(NSDictionary::of({{"name", "y"}})));
+  EXPECT_EQ(objectWithValue_forKey(records(), "z", "name"), nullptr);
+  EXPECT_EQ(indexOfObjectWithValue_forKey(NSArray::array(), "x", "name"), NSNotFound);
+}
+
+TEST(NSArrayKestovaAdditionsTests, NothingIsFoundAsAValueToo) {
+  const auto some = records()->arrayByAddingObject(NSDictionary::of({{"size", 1}}));
+  EXPECT_EQ(indexOfObjectWithValue_forKey(some, nullptr, "name"), 3U);
+  EXPECT_EQ(indexOfObjectWithValue_forKey(records(), nullptr, "name"), NSNotFound);
+}
+
+/// Empties an array when it is asked for a value.
+class Emptying : public NSObject {
+ public:
+  explicit Emptying(NSMutableArray& array) : array_(array) {}
+  id valueForKey(const Ref<NSString>&) const override {
+    array_.removeAllObjects();
+    return nullptr;
+  }
+
+ private:
+  NSMutableArray& array_;
+};
+
+TEST(NSArrayKestovaAdditionsTests, AnArrayMayShrinkWhileAValueIsLookedFor) {
+  const auto array = NSMutableArray::array();
+  const id emptying = make<Emptying>(*array);
+  array->setArray(NSArray::of(emptying, emptying, emptying));
+  EXPECT_EQ(indexOfObjectWithValue_forKey(array, "x", "name"), NSNotFound);
+}
+
+TEST(NSArrayKestovaAdditionsTests, OnlyTheFirstIndexOfEachMemberIsTold) {
+  const auto array = NSArray::of("a", "b", "a", "c", "b");
+  const auto found = indexesOfObjectsInSet(array, NSSet::of("b", "a", "z"));
+  EXPECT_TRUE(found->isEqual(NSIndexSet::of({0, 1})));
+  EXPECT_EQ(cast<NSMutableIndexSet>(found), nullptr);
+  EXPECT_TRUE(
+      indexesOfObjectsInArray(array, NSArray::of("c", "c", "b"))->isEqual(NSIndexSet::of({1, 3})));
+  EXPECT_EQ(indexesOfObjectsInSet(array, nullptr)->count(), 0U);
+  EXPECT_EQ(indexesOfObjectsInArray(array, nullptr)->count(), 0U);
+}
+
+TEST(NSArrayKestovaAdditionsTests, StringsAreEnclosed) {
+  const auto letters = NSArray::of("a", "", "ü");
+  EXPECT_TRUE(
+      componentsEnclosedWith(letters, "\"")->isEqual(NSArray::of("\"a\"", "\"\"", "\"ü\"")));
+  EXPECT_TRUE(
+      componentsEnclosedBy_and(letters, "<", "/>")->isEqual(NSArray::of("<a/>", "</>", "<ü/>")));
+  EXPECT_EQ(componentsEnclosedWith(NSArray::array(), "x")->count(), 0U);
+  EXPECT_TRUE(isImmutable(componentsEnclosedWith(letters, "x")));
+}
+
+TEST(NSArrayKestovaAdditionsTests, WhatIsNoStringIsNotEnclosed) {
+  expectException(NSInvalidArgumentException,
+                  [] { (void)componentsEnclosedWith(NSArray::of(1), "x"); });
+  expectException(NSInvalidArgumentException,
+                  [] { (void)componentsEnclosedBy_and(NSArray::of("a"), nullptr, "x"); });
+  expectException(NSInvalidArgumentException,
+                  [] { (void)componentsEnclosedBy_and(NSArray::of("a"), "x", nullptr); });
+}
+
+const auto isEven = [](const id& object, bool*) {
+  return cast<NSNumber>(object)->intValue() % 2 == 0;
+};
+
+TEST(NSArrayKestovaAdditionsTests, ObjectsArePassedInEitherDirection) {
+  const auto numbers = NSArray::of(1, 2, 3, 4);
+  EXPECT_TRUE(objectsWithOptions_passingTest(numbers, 0, isEven)->isEqual(NSArray::of(2, 4)));
+  EXPECT_TRUE(objectsWithOptions_passingTest(numbers, 2, isEven)->isEqual(NSArray::of(4, 2)));
+  EXPECT_TRUE(objectsWithOptions_passingTest(numbers, 1, isEven)->isEqual(NSArray::of(2, 4)));
+  EXPECT_TRUE(
+      objectsWithOptions_passingTest(numbers, ~NSUInteger{0}, isEven)->isEqual(NSArray::of(4, 2)));
+  EXPECT_TRUE(isImmutable(objectsWithOptions_passingTest(numbers, 0, isEven)));
+}
+
+TEST(NSArrayKestovaAdditionsTests, ATestMayStopWithOrWithoutTheObjectItStopsAt) {
+  const auto numbers = NSArray::of(1, 2, 3, 4);
+  const auto until = [&](int last, bool passes) {
+    return objectsWithOptions_passingTest(numbers, 0, [=](const id& object, bool* stop) {
+      *stop = object->isEqual(last);
+      return !*stop || passes;
+    });
+  };
+  EXPECT_TRUE(until(2, true)->isEqual(NSArray::of(1, 2)));
+  EXPECT_TRUE(until(2, false)->isEqual(NSArray::of(1)));
+}
+
+TEST(NSArrayKestovaAdditionsTests, TheFirstObjectThatPassesIsFound) {
+  const auto numbers = NSArray::of(1, 2, 3, 4);
+  const auto even = [](const id& object, NSUInteger, bool* stop) { return isEven(object, stop); };
+  EXPECT_TRUE(ov_objectPassingTest(numbers, even)->isEqual(2));
+  EXPECT_EQ(ov_objectPassingTest(NSArray::of(1, 3), even), nullptr);
+  EXPECT_EQ(ov_objectPassingTest(numbers,
+                                 [](const id&, NSUInteger, bool* stop) {
+                                   *stop = true;
+                                   return false;
+                                 }),
+            nullptr);
+}
+
+TEST(NSArrayKestovaAdditionsTests, ACopyLacksWhatIsRemoved) {
+  const auto array = NSMutableArray::of("a", "b", "a", "c");
+  EXPECT_TRUE(arrayByRemovingObject(array, "a")->isEqual(NSArray::of("b", "c")));
+  EXPECT_TRUE(arrayByRemovingObject(array, nullptr)->isEqual(array));
+  EXPECT_TRUE(
+      arrayByRemovingObjectsInArray(array, NSArray::of("c", "a"))->isEqual(NSArray::of("b")));
+  EXPECT_TRUE(arrayByRemovingObjectsInArray(array, nullptr)->isEqual(array));
+  EXPECT_TRUE(arrayByRemovingObjectAtIndex(array, 1)->isEqual(NSArray::of("a", "a", "c")));
+  EXPECT_TRUE(arrayByRemovingObjectsAtIndexes(array, NSIndexSet::of({0, 3}))
+                  ->isEqual(NSArray::of("b", "a")));
+  EXPECT_EQ(array->count(), 4U);
+  EXPECT_TRUE(isImmutable(arrayByRemovingObject(array, "a")));
+  EXPECT_TRUE(isImmutable(arrayByRemovingObjectsInArray(array, nullptr)));
+  EXPECT_TRUE(isImmutable(arrayByRemovingObjectAtIndex(array, 1)));
+  EXPECT_TRUE(isImmutable(arrayByRemovingObjectsAtIndexes(array, NSIndexSet::indexSet())));
+}
+
+TEST(NSArrayKestovaAdditionsTests, ACopyHasWhatIsInserted) {
+  const auto array = NSMutableArray::of("a", "b");
+  EXPECT_TRUE(arrayByInsertingObject_atIndex(array, "x", 2)->isEqual(NSArray::of("a", "b", "x")));
+  EXPECT_TRUE(
+      arrayByInsertingObjects_atIndexes(array, NSArray::of("x", "y"), NSIndexSet::of({0, 2}))
+          ->isEqual(NSArray::of("x", "a", "y", "b")));
+  EXPECT_EQ(array->count(), 2U);
+  EXPECT_TRUE(isImmutable(arrayByInsertingObject_atIndex(array, "x", 2)));
+}
+
+TEST(NSArrayKestovaAdditionsTests, AnIndexPastTheEndFailsAsInAMutableArray) {
+  const auto array = NSArray::of("a");
+  expectException(NSRangeException, [&] { (void)arrayByRemovingObjectAtIndex(array, 1); });
+  expectException(NSRangeException,
+                  [&] { (void)arrayByRemovingObjectsAtIndexes(array, NSIndexSet::of({1})); });
+  expectException(NSRangeException, [&] { (void)arrayByInsertingObject_atIndex(array, "x", 2); });
+  expectException(NSInvalidArgumentException,
+                  [&] { (void)arrayByInsertingObject_atIndex(array, nullptr, 0); });
+  expectException(NSRangeException, [&] {
+    (void)arrayByInsertingObjects_atIndexes(array, NSArray::of("x"), NSIndexSet::of({2}));
+  });
+  expectException(NSInvalidArgumentException, [&] {
+    (void)arrayByInsertingObjects_atIndexes(array, NSArray::of("x"), NSIndexSet::of({0, 1}));
+  });
+}
+
+TEST(NSArrayKestovaAdditionsTests, AnInsertionIndexIsAdjustedByWhatIsTakenOutBeforeIt) {
+  const auto indexes = NSIndexSet::of({0, 1, 5});
+  EXPECT_EQ(ajustedInsertionIndex_forMovingObjectsAtIndexes(4, indexes), 2U);
+  EXPECT_EQ(ajustedInsertionIndex_forMovingObjectsAtIndexes(5, indexes), 3U);
+  EXPECT_EQ(ajustedInsertionIndex_forMovingObjectsAtIndexes(6, indexes), 3U);
+  EXPECT_EQ(ajustedInsertionIndex_forMovingObjectsAtIndexes(1, indexes), 0U);
+  EXPECT_EQ(ajustedInsertionIndex_forMovingObjectsAtIndexes(0, indexes), 0U);
+  EXPECT_EQ(ajustedInsertionIndex_forMovingObjectsAtIndexes(7, nullptr), 7U);
+  EXPECT_EQ(ajustedInsertionIndex_forMovingObjectsAtIndexes(NSNotFound, indexes), NSNotFound - 3);
+}
+
+TEST(NSArrayKestovaAdditionsTests, AMapSkipsNothing) {
+  const auto numbers = NSArray::of(1, 2, 3);
+  EXPECT_TRUE(ov_map(numbers, [](const id& number) -> id {
+                return number->isEqual(2) ? id() : id(number->description());
+              })->isEqual(NSArray::of("1", "3")));
+  const auto none = ov_map(numbers, [](const id&) { return id(); });
+  EXPECT_EQ(none->count(), 0U);
+  EXPECT_TRUE(isImmutable(none));
+}
+
+TEST(NSArraySortingAdditionTests, ObjectsAreSortedByAPropertyInEitherDirection) {
+  const auto named = [](const char* name) { return NSDictionary::of({{"name", name}}); };
+  const auto array = NSArray::of(named("b"), named("C"), named("a"));
+  const auto names = [&](bool ascending, SEL selector) {
+    return sortedArrayUsingKey_ascending_selector(array, "name", ascending, selector)
+        ->valueForKey("name");
+  };
+  EXPECT_TRUE(names(true, sel<&NSString::compare>())->isEqual(NSArray::of("C", "a", "b")));
+  EXPECT_TRUE(names(false, sel<&NSString::compare>())->isEqual(NSArray::of("b", "a", "C")));
+  EXPECT_TRUE(
+      names(true, sel<&NSString::caseInsensitiveCompare>())->isEqual(NSArray::of("a", "b", "C")));
+}
+
+TEST(NSArrayKestovaAdditionsTests, RemovingBehavesAsAPlainVectorDoes) {
+  RandomRun random;
+  for (int round = 0; round < 200; ++round) {
+    std::vector<id> objects;
+    std::vector<id> others;
+    std::vector<int> left;
+    for (auto count = random.below(12); count > 0; --count) {
+      objects.push_back(counted(static_cast<int>(random.below(6))));
+    }
+    for (auto count = random.below(4); count > 0; --count) {
+      others.push_back(counted(static_cast<int>(random.below(6))));
+    }
+    for (const id& object : objects) {
+      if (std::ranges::none_of(others, [&](const id& other) { return object->isEqual(other); })) {
+        left.push_back(valueOf(object));
+      }
+    }
+    std::vector<int> here;
+    for (const id& object : arrayByRemovingObjectsInArray(NSArray::arrayWithObjects(objects),
+                                                          NSArray::arrayWithObjects(others))) {
+      here.push_back(valueOf(object));
+    }
+    ASSERT_EQ(here, left);
+  }
+}
 
 TEST(NSArrayDataAdditionsTests, TheSeparatorStandsBetweenEachTwo) {
   const auto letters = NSArray::of(dataOf({'A'}), dataOf({'B'}), dataOf({'C'}));
