@@ -4,22 +4,24 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSString.h>
 
+#include "object/KeyText.h"
+
 #include <string>
+#include <string_view>
 
 namespace kestova {
 namespace {
 
 /// The property that a key names: by its own name, or with "is" before it.
 const Property* propertyForKey(const NSObject& object, const Ref<NSString>& key) {
-  const auto name = key->UTF8String();
-  if (!name || name->empty()) {
-    return nullptr;
-  }
+  const KeyText text(key);
+  const std::string_view name = text;
   const Class& described = object.classDescriptor();
-  if (const Property* property = described.property(*name)) {
+  const Property* property = name.empty() ? nullptr : described.property(name);
+  if (property != nullptr || name.empty()) {
     return property;
   }
-  std::string question = "is" + *name;
+  std::string question = "is" + std::string(name);
   question[2] =
       static_cast<char>(question[2] >= 'a' && question[2] <= 'z' ? question[2] - 32 : question[2]);
   return described.property(question);

@@ -2,9 +2,12 @@
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSKeyValueObserving.h>
 #include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSSet.h>
 #include <KestovaPlatform/NSString.h>
 
+#include "object/KeyText.h"
 #include "object/ObjectExtras.h"
+#include "object/PendingChanges.h"
 
 #include <memory>
 
@@ -21,7 +24,7 @@ void endRegistration(NSObject& object, const NSObject* observer, const Ref<NSStr
                      void* const* context) {
   ObjectExtras* extras = ObjectExtras::existing(object);
   const auto registration =
-      extras == nullptr ? nullptr : extras->observers.find(observer, keyPath, context);
+      extras == nullptr || !keyPath ? nullptr : extras->observers.find(observer, keyPath, context);
   if (registration == nullptr) {
     throw NSException(NSRangeException,
                       NSString::stringWithFormat("%p does not observe the key path \"%@\" of %p.",
@@ -36,7 +39,11 @@ void endRegistration(NSObject& object, const NSObject* observer, const Ref<NSStr
 void NSObject::addObserver_forKeyPath_options_context(NSObject* observer,
                                                       const Ref<NSString>& keyPath,
                                                       NSUInteger options, void* context) {
-  std::make_shared<KeyPathRegistration>(*this, observer, keyPath, options, context)->begin();
+  if (observer == nullptr || !keyPath) {
+    throw NSException(NSInvalidArgumentException,
+                      "an observer needs to be there and a key path to observe");
+  }
+  std::make_shared<KeyPathRegistration>(*this, *observer, keyPath, options, context)->begin();
 }
 
 void NSObject::removeObserver_forKeyPath(NSObject* observer, const Ref<NSString>& keyPath) {
@@ -57,26 +64,42 @@ void NSObject::observeValueForKeyPath_ofObject_change_context(const Ref<NSString
                                  self(), keyPath));
 }
 
-bool NSObject::hasObservers() const noexcept {
-  const ObjectExtras* extras = ObjectExtras::existing(*this);
-  return extras != nullptr && !extras->observers.isEmpty();
+Ref<NSSet> NSObject::keyPathsForValuesAffectingValueForKey(const Ref<NSString>&) const {
+  return nullptr;
+}
+
+bool NSObject::isObserved() const noexcept {
+  return !ObjectExtras::existing(*this)->observers.isEmpty();
 }
 
 void NSObject::willChangeValueForKey(const Ref<NSString>& key) {
   if (hasObservers()) {
-    ObjectExtras::of(*this).observers.willChange(key);
+    PendingChanges::ofThread().willChange(*this, KeyText(key));
   }
 }
 
-void NSObject::didChangeValueForKey(const Ref<NSString>& key) {
+void NSObject::willChangeValueForKey(const char* key) {
   if (hasObservers()) {
-    ObjectExtras::of(*this).observers.didChange(key);
+    PendingChanges::ofThread().willChange(*this, key);
+  }
+}
+
+/// Whoever observed it before may be gone by now: what was announced ends all the same.
+void NSObject::didChangeValueForKey(const Ref<NSString>& key) {
+  if (PendingChanges* pending = PendingChanges::existing()) {
+    pending->didChange(*this, KeyText(key));
+  }
+}
+
+void NSObject::didChangeValueForKey(const char* key) {
+  if (PendingChanges* pending = PendingChanges::existing()) {
+    pending->didChange(*this, key);
   }
 }
 
 void KeyValueChange::begin() {
-  begun_ = true;
   object_.willChangeValueForKey(key_);
+  begun_ = true;
 }
 
 void KeyValueChange::end() { object_.didChangeValueForKey(key_); }

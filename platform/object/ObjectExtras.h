@@ -26,6 +26,7 @@ class ObjectExtras {
     return tryRetain(object) ? Ref<T>::adopt(&object) : Ref<T>();
   }
 
+  ObservingTable observing;
   ObserverTable observers;
   /// Goes first, for what is attached may observe the object until then.
   AssociationTable associations;

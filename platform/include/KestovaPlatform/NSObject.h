@@ -13,6 +13,7 @@ namespace kestova {
 class Class;
 class NSArray;
 class NSDictionary;
+class NSSet;
 class ObjectExtras;
 
 /// What an observer wants to be told, as a sum of bits.
@@ -120,18 +121,22 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
   /// \name Observation of properties (key-value observing)
   ///
   /// An observer is told of each announced change of a property or of the end of a dotted path,
-  /// once per registration, in the order of registration.
+  /// once per registration, in the order of registration. Whoever was registered when the change
+  /// began is told when it is done.
   /// @{
 
-  /// Registers `observer` (unowned: it must be removed before it goes) for a key or dotted path.
-  /// `options` is a sum of NSKeyValueObservingOptions; `context` is handed back untouched and tells
-  /// registrations apart. Objects in the middle of a path are followed as they change.
+  /// Registers `observer` for a key or dotted path. It is not held: an observer that goes ends its
+  /// registrations, and so does the object that is observed. `options` is a sum of
+  /// NSKeyValueObservingOptions; `context` is handed back untouched and tells registrations apart.
+  /// Objects in the middle of a path are followed as they change. A null observer or path throws
+  /// NSInvalidArgumentException.
   void addObserver_forKeyPath_options_context(NSObject* observer, const Ref<NSString>& keyPath,
                                               NSUInteger options, void* context);
 
   /// Ends the latest registration of `observer` for the path, whatever its context. When there is
-  /// none, throws NSRangeException. Nothing is delivered to it on this thread afterwards, also when
-  /// it is called during a delivery.
+  /// none, throws NSRangeException. Nothing is delivered to it afterwards, also when it is called
+  /// during a delivery; what another thread is just delivering may still run on, and keeps the
+  /// observer and the object alive until it has.
   void removeObserver_forKeyPath(NSObject* observer, const Ref<NSString>& keyPath);
 
   /// The same for the latest registration with that context.
@@ -147,13 +152,24 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
                                                               const Ref<NSDictionary>& change,
                                                               void* context);
 
-  /// Announce a change by hand: `will` before it, `did` after it, always in pairs. A pair costs
-  /// next to nothing while nobody observes. Within one function `KeyValueChange` is the safer form.
+  /// Announce a change by hand: `will` before it, `did` after it, always in pairs on one thread. A
+  /// pair costs next to nothing while nobody observes. Within one function `KeyValueChange` is the
+  /// safer form.
   void willChangeValueForKey(const Ref<NSString>& key);
   void didChangeValueForKey(const Ref<NSString>& key);
+  void willChangeValueForKey(const char* key);
+  void didChangeValueForKey(const char* key);
+
+  /// The keys and dotted paths, from this object on, whose changes are changes of the property as
+  /// well: observers of "fullName" are told when "firstName" changes. Null is none, as here. A
+  /// subclass answers for the properties that it declares and asks the class above for all others.
+  /// The answer is the same for all objects of a class.
+  virtual Ref<NSSet> keyPathsForValuesAffectingValueForKey(const Ref<NSString>& key) const;
 
   /// Whether anybody observes any property of this object.
-  bool hasObservers() const noexcept;
+  bool hasObservers() const noexcept {
+    return extras_.load(std::memory_order_acquire) != nullptr && isObserved();
+  }
 
   /// @}
   /// \name Ownership
@@ -181,6 +197,8 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
 
  private:
   friend class ObjectExtras;
+
+  bool isObserved() const noexcept;
 
   mutable std::atomic<std::uint32_t> references_{1};
   /// What only few objects have, such as observers: made on first need, gone with the object.

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSString.h>
+
+#include "object/ObservedChange.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+namespace kestova {
+
+class KeyPathStep;
+
+/// One registration of an observer for a key or dotted path of one object, the root.
+///
+/// Root and observer are unowned. Each ends the registration when it goes, and ending takes the
+/// mutex: under it, and as long as the registration has not ended, both can be looked at and
+/// shared, unless they have begun to go.
+class KeyPathRegistration : public std::enable_shared_from_this<KeyPathRegistration> {
+ public:
+  KeyPathRegistration(NSObject& root, NSObject& observer, const Ref<NSString>& keyPath,
+                      NSUInteger options, void* context);
+
+  /// Enters it along its path, and tells the observer at once when it asked for that. What throws
+  /// ends it.
+  void begin();
+
+  /// Takes it out of every table. No delivery begins afterwards.
+  void end();
+
+  bool matches(const NSObject* observer, const Ref<NSString>& keyPath) const;
+  void* context() const noexcept { return context_; }
+
+  /// Later registrations have higher numbers.
+  std::uint64_t number() const noexcept { return number_; }
+
+  bool isRoot(const NSObject& object) const noexcept { return &object == &root_; }
+
+  /// The root, shared; null once it goes or the registration has ended.
+  id liveRoot() const { return parties().root; }
+
+  /// The value at the end of the path, when the observer wants it as the one before the change.
+  id oldValue() const;
+
+  /// Tells the observer, when it wants to be told at that moment.
+  void tell(ChangeMoment moment, const id& oldValue) const;
+
+  /// Guards what can change here and in the steps; never held while other code runs.
+  std::mutex& mutex() const noexcept { return mutex_; }
+
+ private:
+  struct Parties {
+    id root;
+    id observer;
+    explicit operator bool() const noexcept { return root && observer; }
+  };
+
+  bool asksFor(NSUInteger option) const noexcept { return (options_ & option) != 0; }
+  Parties shareBoth() const noexcept;
+  Parties parties() const;
+  id newValue(const NSObject& root) const;
+  void tellInitialValue() const;
+  void deliver(const Parties& parties, const Ref<NSDictionary>& change) const;
+
+  NSObject& root_;
+  NSObject& observer_;
+  const Ref<NSString> keyPath_;
+  const NSUInteger options_;
+  void* const context_;
+  const std::uint64_t number_;
+
+  mutable std::mutex mutex_;
+  bool ended_ = false;
+  std::shared_ptr<KeyPathStep> first_;
+};
+
+}  // namespace kestova
