@@ -14,6 +14,7 @@
 #include <KestovaFoundation/Additions/NSMutableDictionaryAdditions.h>
 #include <KestovaFoundation/Additions/NSObjectAdditions.h>
 #include <KestovaFoundation/Additions/NSObjectKVOHelperAdditions.h>
+#include <KestovaFoundation/Additions/NSObjectRTKVONotification.h>
 #include <KestovaFoundation/Additions/NSPropertyListSerializationAdditions.h>
 #include <KestovaFoundation/Additions/NSScannerAdditions.h>
 #include <KestovaFoundation/Additions/NSSetAdditions.h>
@@ -44,6 +45,8 @@
 #include <KestovaFoundation/OVFileOperation.h>
 #include <KestovaFoundation/OVFlattenedArray.h>
 #include <KestovaFoundation/OVGenerateAndProcess.h>
+#include <KestovaFoundation/OVKVOMutableDictionary.h>
+#include <KestovaFoundation/OVKVOReceptionist.h>
 #include <KestovaFoundation/OVMutableCaseInsensitiveKeyPathDictionary.h>
 #include <KestovaFoundation/OVMutableCaseInsensitiveStringDictionary.h>
 #include <KestovaFoundation/OVMutableKeyPathDictionary.h>
@@ -55,3 +58,5 @@
 #include <KestovaFoundation/OVThrottlingDispatcher.h>
 #include <KestovaFoundation/OVTimeFormatter.h>
 #include <KestovaFoundation/OVUtilities.h>
+#include <KestovaFoundation/_RTKVONotificationCenter.h>
+#include <KestovaFoundation/_RTKVONotificationHelper.h>

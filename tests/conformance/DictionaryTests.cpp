@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/OVKVOMutableDictionary.h>
+
 #include "DictionarySuite.h"
 #include "MutableDictionarySuite.h"
 #include "PrimitiveCollections.h"
@@ -39,10 +41,25 @@ struct UsersOwnMutable {
   }
 };
 
-using Dictionaries = ::testing::Types<Immutable, Mutable, UsersOwn, UsersOwnMutable>;
+struct Observable {
+  static constexpr bool kRequiresKeys = true;
+
+  static Ref<NSMutableDictionary> make(const Entries& entries) {
+    std::vector<id> keys;
+    std::vector<id> objects;
+    for (const auto& [key, object] : entries) {
+      keys.push_back(key);
+      objects.push_back(object);
+    }
+    return OVKVOMutableDictionary::initWithObjects_forKeys(
+        NSArray::arrayWithObjects(std::move(objects)), NSArray::arrayWithObjects(std::move(keys)));
+  }
+};
+
+using Dictionaries = ::testing::Types<Immutable, Mutable, UsersOwn, UsersOwnMutable, Observable>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, DictionarySuite, Dictionaries);
 
-using MutableDictionaries = ::testing::Types<Mutable, UsersOwnMutable>;
+using MutableDictionaries = ::testing::Types<Mutable, UsersOwnMutable, Observable>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Platform, MutableDictionarySuite, MutableDictionaries);
 
 }  // namespace
