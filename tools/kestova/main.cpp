@@ -4,6 +4,7 @@
 #include "ConvertCommand.h"
 #include "TextCommand.h"
 #include "TransferCommand.h"
+#include "WatchCommand.h"
 
 #include <CLI/CLI.hpp>
 
@@ -35,6 +36,7 @@ int runTool(int argc, char** argv) {
   addMD5Command(app, commands);
   addReplaceCommand(app, commands);
   addConvertCommand(app, commands);
+  addWatchCommand(app, commands);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
