@@ -35,21 +35,23 @@ void OVRollingSampler::addSample(double value) {
 
 OVRollingSamplerResult OVRollingSampler::resultForPreviousSeconds(NSTimeInterval seconds) const {
   const CFAbsoluteTime cutOff = CFAbsoluteTimeGetCurrent() - seconds;
+  return dispatch_sync(_queue, [&] { return resultSince(cutOff); });
+}
+
+OVRollingSamplerResult OVRollingSampler::resultSince(CFAbsoluteTime cutOff) const {
   double sum = 0;
   NSUInteger count = 0;
   CFAbsoluteTime earliest = std::numeric_limits<double>::max();
   CFAbsoluteTime latest = 0;
-  dispatch_sync(_queue, [&] {
-    for (const Sample& sample :
-         std::span(_samples.get(), std::min(_samplesCount, _samplesCapacity))) {
-      if (sample.time >= cutOff) {
-        sum += sample.value;
-        ++count;
-        earliest = std::min(earliest, sample.time);
-        latest = std::max(latest, sample.time);
-      }
+  for (const Sample& sample :
+       std::span(_samples.get(), std::min(_samplesCount, _samplesCapacity))) {
+    if (sample.time >= cutOff) {
+      sum += sample.value;
+      ++count;
+      earliest = std::min(earliest, sample.time);
+      latest = std::max(latest, sample.time);
     }
-  });
+  }
   return {sum, count, latest - earliest};
 }
 

@@ -68,6 +68,8 @@ class KESTOVA_FOUNDATION_EXPORT OVRollingSampler : public NSObject {
     CFAbsoluteTime time;
   };
 
+  OVRollingSamplerResult resultSince(CFAbsoluteTime cutOff) const;
+
   /// Everything but the capacity is used on the queue only. A sample's place is its number modulo
   /// the capacity.
   const DispatchQueue _queue;
