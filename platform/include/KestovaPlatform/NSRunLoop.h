@@ -63,6 +63,9 @@ enum CFRunLoopRunResult : std::int32_t {
 ///
 ///     g_unix_fd_add(loop->fileDescriptor(), G_IO_IN, [](auto…) { loop->turn(); return TRUE; }, 0);
 ///
+/// A callback that runs the host's loop again, for a dialog say, is served there as well; GLib wants
+/// to be told that the watch may recurse (`g_source_set_can_recurse`).
+///
 /// Threads: what adds, removes, stops or wakes may be called from any thread; what runs, only on
 /// the run loop's own (else a broken contract). Callbacks run with no lock held and may add or
 /// remove anything or run the loop again, in this mode or another. An exception that leaves a
