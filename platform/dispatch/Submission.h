@@ -5,25 +5,28 @@
 #include <KestovaPlatform/Contract.h>
 #include <KestovaPlatform/Dispatch.h>
 
+#include <cstdio>
 #include <exception>
 #include <memory>
-#include <string>
 #include <utility>
 
 #include "dispatch/QueueOrder.h"
 
 namespace kestova {
 
-/// Calls what was submitted. An exception ends the process with its text: the frames of libdispatch
-/// below can't be unwound.
+/// Calls what was submitted. An exception ends the process: the frames of libdispatch below can't
+/// be unwound. Its text is printed, and the program's terminate handler finds it as the current
+/// one.
 template <class Callable>
 void performSubmitted(Callable&& callable) noexcept {
   try {
     callable();
   } catch (const std::exception& exception) {
-    failContract((std::string("an exception left a submitted block: ") + exception.what()).c_str());
+    std::fprintf(stderr, "an exception left a submitted block: %s\n", exception.what());
+    std::terminate();
   } catch (...) {
-    failContract("an exception left a submitted block");
+    std::fputs("an exception left a submitted block\n", stderr);
+    std::terminate();
   }
 }
 

@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <exception>
 #include <latch>
 #include <limits>
 #include <memory>
@@ -343,6 +345,24 @@ TEST_F(DispatchDeathTest, AnExceptionThatLeavesABlockEndsTheProcess) {
       },
       "an exception left a submitted block: NSRangeException: too far");
   EXPECT_DEATH(dispatch_sync(queue, [] { throw 42; }), "an exception left a submitted block");
+}
+
+TEST_F(DispatchDeathTest, AnExceptionThatLeavesABlockReachesTheTerminateHandler) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto exitWithTheNumberThrown = [] {
+    try {
+      std::rethrow_exception(std::current_exception());
+    } catch (int number) {
+      std::_Exit(number);
+    }
+  };
+  EXPECT_EXIT(
+      {
+        std::set_terminate(exitWithTheNumberThrown);
+        dispatch_async(queue, [] { throw 42; });
+        drain();
+      },
+      ::testing::ExitedWithCode(42), "an exception left a submitted block");
 }
 
 TEST_F(DispatchDeathTest, NothingIsSubmittedToNoQueue) {
