@@ -2,7 +2,10 @@
 #include "ByteCommands.h"
 #include "Command.h"
 #include "ConvertCommand.h"
+#include "FormatCommand.h"
+#include "RectsCommand.h"
 #include "TextCommand.h"
+#include "TimezoneCommand.h"
 #include "TransferCommand.h"
 #include "WatchCommand.h"
 
@@ -37,6 +40,9 @@ int runTool(int argc, char** argv) {
   addReplaceCommand(app, commands);
   addConvertCommand(app, commands);
   addWatchCommand(app, commands);
+  addFormatCommand(app, commands);
+  addTimezoneCommand(app, commands);
+  addRectsCommand(app, commands);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
