@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/FSFileOperation.h>
-#include <KestovaPlatform/NSURL.h>
 
 #include "files/FileOperationRun.h"
 #include "files/SystemFileOperationService.h"
@@ -49,13 +48,6 @@ FileOperationService& FileOperationService::shared() {
 FileOperationService* FileOperationService::setShared(FileOperationService* service) {
   FileOperationService* before = replacement.exchange(service);
   return before == nullptr ? &systemService() : before;
-}
-
-Ref<NSURL> CFURLCreateFromFSRef(const FSRef& item) {
-  if (item.path.empty()) {
-    return nullptr;
-  }
-  return NSURL::fileURLWithPath(NSString::stringWithFileSystemRepresentation(item.path));
 }
 
 FSFileOperationRef FSFileOperationCreate() { return FileOperationService::shared().create(); }

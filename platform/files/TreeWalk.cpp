@@ -125,7 +125,7 @@ void TreeWalk::list(WalkFolder& folder, TreeVisitor& visitor, std::vector<char>&
     const ssize_t size = uninterrupted([&] {
       return FileSystemCalls::current().getdents64(open->source.get(), buffer.data(), kBatchBytes);
     });
-    if (size < 0) control_.fail(errno, pathOf(folder));
+    if (size < 0) failOn(folder, errno, visitor);
     if (size <= 0) break;
     const bool more = static_cast<std::size_t>(size) > kFullBatch;
     if (more) put(folder);
@@ -181,8 +181,12 @@ TreeWalk::Open TreeWalk::openBelow(WalkFolder& folder, const OpenFolder& parent,
     if (same) return keepOpen(folder, std::move(open));
     errno = ENOENT;
   }
-  control_.fail(errno, pathOf(folder));
+  failOn(folder, errno, visitor);
   return nullptr;
+}
+
+void TreeWalk::failOn(const WalkFolder& folder, int error, TreeVisitor& visitor) {
+  if (!visitor.goesOnAfter(error)) control_.fail(error, pathOf(folder));
 }
 
 TreeWalk::Open TreeWalk::keepOpen(WalkFolder& folder, Open open) {
@@ -224,7 +228,7 @@ void TreeWalk::release(WalkFolder* folder, TreeVisitor& visitor) {
 }
 
 void TreeWalk::leave(WalkFolder& folder, TreeVisitor& visitor) {
-  if (!folder.entered || control_.stopped()) return;
+  if (!visitor.wantsToLeave() || !folder.entered || control_.stopped()) return;
   const Open open = opened(folder, visitor);
   if (!open) return;
   const Open parent = folder.parent ? opened(*folder.parent, visitor) : nullptr;

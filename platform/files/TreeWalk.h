@@ -64,6 +64,14 @@ class TreeVisitor {
   virtual void visit(WalkFolder& folder, const OpenFolder& open, const WalkEntry& entry) = 0;
   /// Everything beneath `folder` is done.
   virtual void leave(WalkFolder& folder, const OpenFolder& open, const OpenFolder& parent) = 0;
+  /// Whether `leave` is to be called, for which a folder may have to be opened once more.
+  virtual bool wantsToLeave() const { return true; }
+  /// Told of a folder that can't be listed or opened once more. True: the walk goes on without what
+  /// is missing. False: it fails.
+  virtual bool goesOnAfter(int error) {
+    static_cast<void>(error);
+    return false;
+  }
 };
 
 /// Walks a tree with a few threads, a batch of directory entries at a time, without recursion.
@@ -121,6 +129,7 @@ class TreeWalk {
   Open opened(WalkFolder& folder, TreeVisitor& visitor);
   Open openBelow(WalkFolder& folder, const OpenFolder& parent, TreeVisitor& visitor);
   Open keepOpen(WalkFolder& folder, Open open);
+  void failOn(const WalkFolder& folder, int error, TreeVisitor& visitor);
   void markListed(WalkFolder& folder);
   void release(WalkFolder* folder, TreeVisitor& visitor);
   void leave(WalkFolder& folder, TreeVisitor& visitor);

@@ -41,6 +41,8 @@ constexpr std::array kStatusTexts = {
     StatusText{diffVolErr, "diffVolErr", "Files are on different volumes"},
     StatusText{fileBoundsErr, "fileBoundsErr", "File too large"},
     StatusText{errFSBadFSRef, "errFSBadFSRef", "File reference not valid"},
+    StatusText{errFSNotAFolder, "errFSNotAFolder", "Not a folder"},
+    StatusText{errFSNoMoreItems, "errFSNoMoreItems", "No more items"},
     StatusText{afpAccessDenied, "afpAccessDenied", "Permission denied"},
     StatusText{afpObjectNotFound, "afpObjectNotFound", "Object not found"},
     StatusText{errAuthorizationInvalidSet, "errAuthorizationInvalidSet", "Set of rights not valid"},

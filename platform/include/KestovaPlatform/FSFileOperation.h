@@ -2,6 +2,7 @@
 #pragma once
 
 #include <KestovaPlatform/Export.h>
+#include <KestovaPlatform/FSRef.h>
 #include <KestovaPlatform/MacErrors.h>
 #include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSRunLoop.h>
@@ -29,7 +30,6 @@
 namespace kestova {
 
 class FileOperationRun;
-class NSURL;
 
 /// One copy or move at work, behind the functions below.
 ///
@@ -92,15 +92,6 @@ extern KESTOVA_PLATFORM_EXPORT const StringConstant kFSOperationUserVisibleObjec
 /// Bytes per second over the last few seconds, a double.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant kFSOperationThroughputKey;
 /// @}
-
-/// A reference to an item of the file system.
-struct FSRef {
-  /// The path's bytes; empty for no item.
-  std::string path;
-};
-
-/// The URL of the item; null for no item.
-KESTOVA_PLATFORM_EXPORT Ref<NSURL> CFURLCreateFromFSRef(const FSRef& item);
 
 /// What the client wants to get back in its status function. `retain`, where given, is called with
 /// `info` when an operation starts, `release` once when the operation lets go of it; either may be

@@ -16,9 +16,12 @@
 #include <KestovaPlatform/Contract.h>
 #include <KestovaPlatform/Dispatch.h>
 #include <KestovaPlatform/Export.h>
+#include <KestovaPlatform/FSCatalog.h>
 #include <KestovaPlatform/FSFileOperation.h>
 #include <KestovaPlatform/FormatArgument.h>
 #include <KestovaPlatform/FoundationErrors.h>
+#include <KestovaPlatform/FSFolders.h>
+#include <KestovaPlatform/FSRef.h>
 #include <KestovaPlatform/Gestalt.h>
 #include <KestovaPlatform/HexCoding.h>
 #include <KestovaPlatform/MacErrors.h>
@@ -36,6 +39,7 @@
 #include <KestovaPlatform/NSError.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSFastEnumeration.h>
+#include <KestovaPlatform/NSFileHandle.h>
 #include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSFormatter.h>
 #include <KestovaPlatform/NSGeometry.h>
@@ -52,6 +56,7 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSOperation.h>
 #include <KestovaPlatform/NSOperationQueue.h>
+#include <KestovaPlatform/NSPipe.h>
 #include <KestovaPlatform/NSPropertyListSerialization.h>
 #include <KestovaPlatform/NSRange.h>
 #include <KestovaPlatform/NSRecursiveLock.h>
@@ -62,6 +67,7 @@
 #include <KestovaPlatform/NSSortDescriptor.h>
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/NSStringEncodings.h>
+#include <KestovaPlatform/NSTask.h>
 #include <KestovaPlatform/NSTextCheckingResult.h>
 #include <KestovaPlatform/NSThread.h>
 #include <KestovaPlatform/NSTimeZone.h>

@@ -40,6 +40,8 @@ enum : OSStatus {
   diffVolErr = -1303,
   fileBoundsErr = -1309,
   errFSBadFSRef = -1401,
+  errFSNotAFolder = -1407,
+  errFSNoMoreItems = -1417,
   afpAccessDenied = -5000,
   afpObjectNotFound = -5018,
 

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSPipe.h>
+#include <KestovaPlatform/NSTask.h>
+
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "files/FileSystemCalls.h"
+
+namespace kestova {
+namespace {
+
+[[noreturn]] void refuse(const std::string& reason) {
+  throw NSException(NSInvalidArgumentException, NSString::stringWithUTF8String(reason));
+}
+
+/// The end of a stream that the program gets under that number; null for this process's own.
+Ref<NSFileHandle> programEnd(std::size_t number, const id& stream) {
+  if (const auto pipe = stream ? cast<NSPipe>(stream) : nullptr) {
+    return number == STDIN_FILENO ? pipe->fileHandleForReading() : pipe->fileHandleForWriting();
+  }
+  return stream ? cast<NSFileHandle>(stream) : nullptr;
+}
+
+/// What the program's descriptors are made of.
+class FileActions {
+ public:
+  FileActions() { posix_spawn_file_actions_init(&actions_); }
+  ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
+  FileActions(const FileActions&) = delete;
+  FileActions& operator=(const FileActions&) = delete;
+
+  void put(int descriptor, std::size_t number) {
+    posix_spawn_file_actions_adddup2(&actions_, descriptor, static_cast<int>(number));
+  }
+
+  /// Closes whatever else the program would get.
+  void closeOthers() { posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1); }
+
+  const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+ private:
+  posix_spawn_file_actions_t actions_{};
+};
+
+/// Signals as a new program expects them, whatever this process does with its own.
+class FreshSignals {
+ public:
+  FreshSignals() {
+    sigset_t signals;
+    posix_spawnattr_init(&attributes_);
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes_, &signals);
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes_, &signals);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  ~FreshSignals() { posix_spawnattr_destroy(&attributes_); }
+  FreshSignals(const FreshSignals&) = delete;
+  FreshSignals& operator=(const FreshSignals&) = delete;
+
+  const posix_spawnattr_t* get() const { return &attributes_; }
+
+ private:
+  posix_spawnattr_t attributes_{};
+};
+
+std::vector<std::string> wordsOf(const Ref<NSString>& program, const Ref<NSArray>& arguments) {
+  std::vector<std::string> words = {program->fileSystemRepresentation()};
+  for (NSUInteger index = 0; arguments && index < arguments->count(); ++index) {
+    const auto argument = cast<NSString>(arguments->objectAtIndex(index));
+    if (!argument) {
+      refuse("-[NSTask launch]: an argument is no string");
+    }
+    words.push_back(argument->fileSystemRepresentation());
+  }
+  return words;
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& words) {
+  std::vector<char*> pointers;
+  for (std::string& word : words) {
+    pointers.push_back(word.data());
+  }
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+}  // namespace
+
+KESTOVA_DEFINE_CLASS(NSTask)
+
+Ref<NSTask> NSTask::init() { return make<NSTask>(); }
+
+void NSTask::requirePrepared() const {
+  if (state_ != State::prepared) {
+    refuse("task already launched");
+  }
+}
+
+void NSTask::requireEnded() const {
+  if (state_ != State::ended) {
+    refuse(state_ == State::running ? "task still running" : "task not launched");
+  }
+}
+
+void NSTask::setLaunchPath(const Ref<NSString>& path) {
+  requirePrepared();
+  launchPath_ = path;
+}
+
+void NSTask::setArguments(const Ref<NSArray>& arguments) {
+  requirePrepared();
+  arguments_ = arguments;
+}
+
+void NSTask::setStream(std::size_t number, const id& stream) {
+  requirePrepared();
+  if (stream && !programEnd(number, stream)) {
+    refuse("a task's stream is an NSPipe or an NSFileHandle");
+  }
+  streams_[number] = stream;
+}
+
+void NSTask::setStandardInput(const id& stream) { setStream(STDIN_FILENO, stream); }
+void NSTask::setStandardOutput(const id& stream) { setStream(STDOUT_FILENO, stream); }
+void NSTask::setStandardError(const id& stream) { setStream(STDERR_FILENO, stream); }
+
+void NSTask::launch() {
+  requirePrepared();
+  if (!launchPath_) {
+    refuse("launch path not set");
+  }
+  std::vector<std::string> words = wordsOf(launchPath_, arguments_);
+  FileActions actions;
+  for (std::size_t number = 0; number < streams_.size(); ++number) {
+    if (const auto end = programEnd(number, streams_[number])) {
+      actions.put(end->fileDescriptor(), number);
+    }
+  }
+  actions.closeOthers();
+  const int error = posix_spawn(&process_, words[0].c_str(), actions.get(), FreshSignals().get(),
+                                pointersTo(words).data(), environ);
+  if (error != 0) {
+    process_ = 0;
+    refuse("launch path not accessible: " + std::generic_category().message(error));
+  }
+  state_ = State::running;
+  for (std::size_t number = 0; number < streams_.size(); ++number) {
+    if (const auto pipe = streams_[number] ? cast<NSPipe>(streams_[number]) : nullptr) {
+      programEnd(number, pipe)->closeFile();
+    }
+  }
+}
+
+/// Takes what the system says of the process, if it has ended.
+void NSTask::reap(int options) {
+  if (state_ != State::running) {
+    return;
+  }
+  const pid_t ended = uninterrupted([&] { return ::waitpid(process_, &waitStatus_, options); });
+  if (ended != 0) {
+    state_ = State::ended;
+    isStatusKnown_ = ended == process_;
+  }
+}
+
+bool NSTask::isRunning() {
+  reap(WNOHANG);
+  return state_ == State::running;
+}
+
+void NSTask::waitUntilExit() { reap(0); }
+
+void NSTask::terminate() {
+  if (isRunning()) {
+    ::kill(process_, SIGTERM);
+  }
+}
+
+int NSTask::terminationStatus() const {
+  requireEnded();
+  if (!isStatusKnown_) {
+    return -1;
+  }
+  return WIFSIGNALED(waitStatus_) ? WTERMSIG(waitStatus_) : WEXITSTATUS(waitStatus_);
+}
+
+NSTaskTerminationReason NSTask::terminationReason() const {
+  requireEnded();
+  return isStatusKnown_ && WIFSIGNALED(waitStatus_) ? NSTaskTerminationReasonUncaughtSignal
+                                                    : NSTaskTerminationReasonExit;
+}
+
+}  // namespace kestova
