@@ -12,9 +12,12 @@
 #include <KestovaFoundation/Additions/NSMutableArrayAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDictionaryAdditions.h>
+#include <KestovaFoundation/Additions/NSNotificationCenterAdditions.h>
 #include <KestovaFoundation/Additions/NSObjectAdditions.h>
 #include <KestovaFoundation/Additions/NSObjectKVOHelperAdditions.h>
 #include <KestovaFoundation/Additions/NSObjectRTKVONotification.h>
+#include <KestovaFoundation/Additions/NSOperationAdditions.h>
+#include <KestovaFoundation/Additions/NSOperationQueueAdditions.h>
 #include <KestovaFoundation/Additions/NSPropertyListSerializationAdditions.h>
 #include <KestovaFoundation/Additions/NSScannerAdditions.h>
 #include <KestovaFoundation/Additions/NSSetAdditions.h>
@@ -51,7 +54,9 @@
 #include <KestovaFoundation/OVMutableCaseInsensitiveStringDictionary.h>
 #include <KestovaFoundation/OVMutableKeyPathDictionary.h>
 #include <KestovaFoundation/OVNSErrorBuilder.h>
+#include <KestovaFoundation/OVNotificationQueue.h>
 #include <KestovaFoundation/OVRollingSampler.h>
+#include <KestovaFoundation/OVSerialOperationQueue.h>
 #include <KestovaFoundation/OVStringEncodingGuess.h>
 #include <KestovaFoundation/OVThreadSafeMutableSet.h>
 #include <KestovaFoundation/OVThreadSafeQueue.h>

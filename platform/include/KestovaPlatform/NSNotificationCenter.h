@@ -5,13 +5,13 @@
 #include <KestovaPlatform/Export.h>
 #include <KestovaPlatform/NSNotification.h>
 #include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSOperationQueue.h>
 #include <KestovaPlatform/Selector.h>
 
 #include <memory>
 
 namespace kestova {
 
-class NSOperationQueue;
 class ObserverIndex;
 
 /// Tells those who asked for it that something has happened, without the one who tells knowing

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/OVSerialOperationQueue.h>
+#include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSException.h>
+
+#include <mutex>
+#include <utility>
+
+namespace kestova {
+
+KESTOVA_DEFINE_CLASS(OVSerialOperationQueue)
+
+/// Knows which operation the next one has to wait for.
+class OVSerialOperationQueue::Chain {
+ public:
+  explicit Chain(const OVSerialOperationQueue& queue) : queue_(&queue) {}
+
+  /// Puts an operation at the end; answers the one that stood there.
+  Ref<NSOperation> append(const Ref<NSOperation>& operation) {
+    const std::lock_guard lock(mutex_);
+    if (mPreviousOperation && mPreviousOperation != operation) {
+      operation->addDependency(mPreviousOperation);
+    }
+    return std::exchange(mPreviousOperation, operation);
+  }
+
+  /// Takes back the latest `append`, unless the next one has followed already.
+  void takeBack(const Ref<NSOperation>& operation, Ref<NSOperation> previous) {
+    const std::lock_guard lock(mutex_);
+    if (mPreviousOperation == operation) {
+      std::swap(mPreviousOperation, previous);
+    }
+  }
+
+  void operationHasFinished() {
+    Ref<NSOperation> released;  // after the lock
+    const std::lock_guard lock(mutex_);
+    if (queue_ != nullptr && queue_->operationCount() == 0) {
+      std::swap(released, mPreviousOperation);
+    }
+  }
+
+  void queueGoes() {
+    Ref<NSOperation> released;
+    const std::lock_guard lock(mutex_);
+    queue_ = nullptr;
+    std::swap(released, mPreviousOperation);
+  }
+
+ private:
+  std::recursive_mutex mutex_;           // guards what follows
+  const OVSerialOperationQueue* queue_;  // unowned; null when it has gone
+  Ref<NSOperation> mPreviousOperation;
+};
+
+OVSerialOperationQueue::OVSerialOperationQueue() : chain_(std::make_shared<Chain>(*this)) {
+  NSOperationQueue::setMaxConcurrentOperationCount(1);
+}
+
+OVSerialOperationQueue::~OVSerialOperationQueue() { chain_->queueGoes(); }
+
+Ref<OVSerialOperationQueue> OVSerialOperationQueue::init() {
+  return make<OVSerialOperationQueue>();
+}
+
+void OVSerialOperationQueue::setMaxConcurrentOperationCount(NSInteger) {
+  NSOperationQueue::setMaxConcurrentOperationCount(1);
+}
+
+void OVSerialOperationQueue::addOperation(const Ref<NSOperation>& operation) {
+  if (!operation) {
+    throw NSException(NSInvalidArgumentException, "there is no operation");
+  }
+  const Ref<NSOperation> previous = chain_->append(operation);
+  Block<void()> existing = operation->completionBlock();
+  // Unowned: it is the operation itself that calls its completion block.
+  operation->setCompletionBlock([chain = chain_, finished = operation.get(), existing] {
+    for (const id& dependency : finished->dependencies()) {
+      finished->removeDependency(cast<NSOperation>(dependency));
+    }
+    finished->setCompletionBlock(nullptr);
+    chain->operationHasFinished();
+    if (existing) {
+      existing();
+    }
+  });
+  try {
+    NSOperationQueue::addOperation(operation);
+  } catch (const NSException&) {
+    operation->setCompletionBlock(std::move(existing));
+    operation->removeDependency(previous);
+    chain_->takeBack(operation, previous);
+    throw;
+  }
+}
+
+}  // namespace kestova
