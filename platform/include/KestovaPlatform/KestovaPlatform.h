@@ -18,10 +18,10 @@
 #include <KestovaPlatform/Export.h>
 #include <KestovaPlatform/FSCatalog.h>
 #include <KestovaPlatform/FSFileOperation.h>
-#include <KestovaPlatform/FormatArgument.h>
-#include <KestovaPlatform/FoundationErrors.h>
 #include <KestovaPlatform/FSFolders.h>
 #include <KestovaPlatform/FSRef.h>
+#include <KestovaPlatform/FormatArgument.h>
+#include <KestovaPlatform/FoundationErrors.h>
 #include <KestovaPlatform/Gestalt.h>
 #include <KestovaPlatform/HexCoding.h>
 #include <KestovaPlatform/MacErrors.h>
