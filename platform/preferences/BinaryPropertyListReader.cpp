@@ -15,11 +15,8 @@
 namespace kestova {
 namespace {
 
-/// What a list may come to when everything in it counts as often as it is used: this many objects,
-/// and this many bytes of texts and data made, for each byte of the file, and so many anyway. A
-/// list that shares no containers has fewer objects than bytes.
-constexpr std::uint64_t kMostForEachByte = 16;
-constexpr std::uint64_t kMostObjectsAnyway = std::uint64_t(1) << 16;
+/// How many bytes of texts and data may be made for each byte of the file, and so many anyway.
+constexpr std::uint64_t kMostBytesForEach = 16;
 constexpr std::uint64_t kMostBytesAnyway = std::uint64_t(1) << 24;
 
 bool isSize(std::size_t bytes) { return bytes >= 1 && bytes <= 8; }
@@ -262,7 +259,7 @@ void BinaryPropertyListReader::checkNesting(std::size_t height, std::size_t plac
 }
 
 void BinaryPropertyListReader::unfold(std::uint64_t objects, std::size_t place) {
-  const std::uint64_t most = kMostObjectsAnyway + kMostForEachByte * bytes_.size();
+  const std::uint64_t most = kMostObjectsAnyway + kMostObjectsForEach * bytes_.size();
   unfolded_ += objects;
   if (unfolded_ > most) {
     failAtByte(place,
@@ -271,7 +268,7 @@ void BinaryPropertyListReader::unfold(std::uint64_t objects, std::size_t place) 
 }
 
 void BinaryPropertyListReader::spend(std::uint64_t bytes, std::size_t place) {
-  const std::uint64_t most = kMostBytesAnyway + kMostForEachByte * bytes_.size();
+  const std::uint64_t most = kMostBytesAnyway + kMostBytesForEach * bytes_.size();
   spent_ += bytes;
   if (spent_ > most) {
     failAtByte(place, NSString::stringWithFormat("The texts and data unfold to more than %lu bytes",

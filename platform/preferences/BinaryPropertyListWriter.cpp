@@ -88,13 +88,18 @@ void BinaryPropertyListWriter::writeDate(NSTimeInterval seconds) {
   addPlain({BinaryKind::date, sizeof seconds, std::bit_cast<std::uint64_t>(seconds)});
 }
 
+bool BinaryPropertyListWriter::repeatContainer(std::size_t number) {
+  refer(numbersOfContainers_[number]);
+  return true;
+}
+
 void BinaryPropertyListWriter::beginArray(std::size_t count) {
   addContainer(BinaryKind::array, count, count);
 }
 
 bool BinaryPropertyListWriter::beginDictionary(Entries& entries) {
   if (const auto uid = uidOf(entries)) {
-    addPlain(*uid);
+    numbersOfContainers_.push_back(addPlain(*uid));
     return false;
   }
   addContainer(BinaryKind::dictionary, entries.size(), 2 * entries.size());
@@ -104,9 +109,12 @@ bool BinaryPropertyListWriter::beginDictionary(Entries& entries) {
   return true;
 }
 
-void BinaryPropertyListWriter::addPlain(const Plain& plain) {
+/// Answers the number of the item.
+std::size_t BinaryPropertyListWriter::addPlain(const Plain& plain) {
   const auto [known, isNew] = numbersOfPlains_.try_emplace(plain, items_.size());
-  refer(isNew ? addItem(plain) : known->second);
+  const std::size_t number = isNew ? addItem(plain) : known->second;
+  refer(number);
+  return number;
 }
 
 template <class T>
@@ -117,7 +125,8 @@ void BinaryPropertyListWriter::addRun(const Ref<T>& run) {
 
 void BinaryPropertyListWriter::addContainer(BinaryKind kind, std::size_t count,
                                             std::size_t references) {
-  refer(addItem(Container{kind, count, references_.size(), references}));
+  numbersOfContainers_.push_back(addItem(Container{kind, count, references_.size(), references}));
+  refer(numbersOfContainers_.back());
   nextReferences_.push_back(references_.size());
   references_.resize(references_.size() + references);
 }

@@ -19,9 +19,9 @@ namespace kestova {
 
 /// Writes one property list in the binary format.
 ///
-/// The walk numbers the objects, of equal strings, numbers, dates and data one for all, and lists
-/// what each container refers to; only then it is known how many bytes a reference takes, and the
-/// objects are put down in the order of their numbers.
+/// The walk numbers the objects, of equal strings, numbers, dates and data one for all and of
+/// containers each once, and lists what each container refers to; only then it is known how many
+/// bytes a reference takes, and the objects are put down in the order of their numbers.
 class BinaryPropertyListWriter final : private PropertyListWriter {
  public:
   /// Writes with a writer of its own. Throws a PropertyListFault.
@@ -64,12 +64,13 @@ class BinaryPropertyListWriter final : private PropertyListWriter {
   void writeNumber(const NSNumber& number) override;
   void writeData(const Ref<NSData>& data) override;
   void writeDate(NSTimeInterval seconds) override;
+  bool repeatContainer(std::size_t number) override;
   void beginArray(std::size_t count) override;
   bool beginDictionary(Entries& entries) override;
   void beginEntry(const Ref<NSString>&) override {}
   void endContainer() override { nextReferences_.pop_back(); }
 
-  void addPlain(const Plain& plain);
+  std::size_t addPlain(const Plain& plain);
   template <class T>
   void addRun(const Ref<T>& run);
   void addContainer(BinaryKind kind, std::size_t count, std::size_t references);
@@ -88,6 +89,8 @@ class BinaryPropertyListWriter final : private PropertyListWriter {
   std::vector<Item> items_;
   Numbers<id, ObjectHash, ObjectEqual> numbersOfRuns_;
   Numbers<Plain, PlainHash, std::equal_to<>> numbersOfPlains_;
+  /// Of each container in the order in which they were met, the number of its item.
+  std::vector<std::size_t> numbersOfContainers_;
   std::vector<std::size_t> references_;
   /// Of each open container, which of the references comes next.
   std::vector<std::size_t> nextReferences_;

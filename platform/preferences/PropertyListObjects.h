@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSTypes.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -13,6 +14,13 @@ namespace kestova {
 /// How many containers may lie in each other, the outermost one counted. All formats read and write
 /// as many: equality, descriptions and the end of an object recurse through what it holds.
 inline constexpr std::size_t kDeepestNesting = 512;
+
+/// What a list may come to when everything in it counts as often as it is used: this many objects,
+/// and so many anyway. The number stands for each byte of a binary list, which a reader sees, and
+/// for each reference in its containers, which a writer counts and which takes a byte at least: so
+/// what was written can be read.
+inline constexpr std::uint64_t kMostObjectsForEach = 16;
+inline constexpr std::uint64_t kMostObjectsAnyway = std::uint64_t(1) << 16;
 
 /// Makes what a property list consists of, as mutable as its reader was asked for. One for all
 /// formats. Threads: any number at a time.

@@ -50,7 +50,11 @@ void PropertyListWriter::walk(const id& top) {
     while (!open_.empty()) {
       goOn();
     }
+    checkUnfolding();
   } catch (PropertyListFault& fault) {
+    if (fault.code == NSPropertyListWriteInvalidError) {
+      throw;  // the place is told already
+    }
     fault.problem = NSString::stringWithFormat("%@, at %@.", fault.problem, place());
     fault.code = NSPropertyListWriteInvalidError;
     throw;
@@ -60,7 +64,7 @@ void PropertyListWriter::walk(const id& top) {
 void PropertyListWriter::goOn() {
   OpenContainer& innermost = open_.back();
   if (innermost.next == innermost.entries.size()) {
-    open_.pop_back();
+    close();
     return endContainer();
   }
   Entry& entry = innermost.entries[innermost.next++];
@@ -95,34 +99,93 @@ void PropertyListWriter::visitDate(const NSDate& date) {
 }
 
 void PropertyListWriter::openArray(const Ref<NSArray>& array) {
-  checkOpening(array);
+  Known* const known = meet(array);
+  if (known == nullptr) {
+    return;
+  }
   Entries entries;
   entries.reserve(array->count());
   for (const id& object : array) {
     entries.push_back({nullptr, object});
   }
   beginArray(entries.size());
-  open_.push_back({array, std::move(entries), 0});
+  const std::size_t references = entries.size();
+  open(*known, std::move(entries), references);
 }
 
 void PropertyListWriter::openDictionary(const Ref<NSDictionary>& dictionary) {
-  checkOpening(dictionary);
+  Known* const known = meet(dictionary);
+  if (known == nullptr) {
+    return;
+  }
   Entries entries;
   entries.reserve(dictionary->count());
   dictionary->enumerateKeysAndObjectsUsingBlock([&](const id& key, const id& object, bool*) {
     entries.push_back({stringFromKey(key), object});
   });
+  const std::size_t references = 2 * entries.size();
   if (beginDictionary(entries)) {
-    open_.push_back({dictionary, std::move(entries), 0});
+    open(*known, std::move(entries), references);
+  } else {
+    known->objects = references;
+    unfold(references);
+    lieIn(known->height);
   }
 }
 
-void PropertyListWriter::checkOpening(const id& container) const {
-  if (std::ranges::find(open_, container, &OpenContainer::container) != open_.end()) {
+/// What is to be known of a container that is written now; null when it was enough to repeat it.
+PropertyListWriter::Known* PropertyListWriter::meet(const id& container) {
+  const std::size_t number = known_.size();
+  const auto [place, isNew] = known_.try_emplace(container.get(), Known{container, number});
+  Known& known = place->second;
+  if (known.isOpen) {
     fail("A container holds itself");
   }
-  if (open_.size() == kDeepestNesting) {
+  if (open_.size() + known.height > kDeepestNesting) {
     fail(NSString::stringWithFormat("Containers nest more than %lu deep", kDeepestNesting));
+  }
+  if (isNew || !repeatContainer(known.number)) {
+    return &known;
+  }
+  unfold(known.objects);
+  lieIn(known.height);
+  return nullptr;
+}
+
+void PropertyListWriter::open(Known& known, Entries entries, std::size_t references) {
+  const bool isFirst = known.objects == 0;
+  references_ += isFirst ? references : 0;
+  known.isOpen = true;
+  open_.push_back({&known, std::move(entries), 0, unfolded_});
+  unfold(references);
+}
+
+void PropertyListWriter::close() {
+  Known& known = *open_.back().known;
+  known.isOpen = false;
+  known.objects = unfolded_ - open_.back().unfoldedBefore;
+  open_.pop_back();
+  lieIn(known.height);
+}
+
+/// Far beyond every limit it counts no further.
+void PropertyListWriter::unfold(std::uint64_t objects) noexcept {
+  constexpr std::uint64_t kEnough = std::uint64_t(1) << 62;
+  unfolded_ = std::min(kEnough, unfolded_ + objects);
+}
+
+/// The innermost open container holds one of that height.
+void PropertyListWriter::lieIn(std::size_t height) noexcept {
+  if (!open_.empty()) {
+    std::size_t& outer = open_.back().known->height;
+    outer = std::max(outer, height + 1);
+  }
+}
+
+void PropertyListWriter::checkUnfolding() const {
+  const std::uint64_t most = kMostObjectsAnyway + kMostObjectsForEach * references_;
+  if (unfolded_ > most) {
+    fail(NSString::stringWithFormat("The list unfolds to more than %lu objects", most));
   }
 }
 

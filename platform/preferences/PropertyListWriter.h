@@ -10,6 +10,8 @@
 #include <KestovaPlatform/NSTypes.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 namespace kestova {
@@ -46,6 +48,11 @@ class PropertyListWriter {
   /// Seconds since the reference date, neither infinite nor NaN.
   virtual void writeDate(NSTimeInterval seconds) = 0;
 
+  /// Called in place of `beginArray` and `beginDictionary` for a container that has been written
+  /// before, as the `number`th one from 0 on. Answers whether that is enough; if not, it is written
+  /// once more.
+  virtual bool repeatContainer(std::size_t number) = 0;
+
   virtual void beginArray(std::size_t count) = 0;
 
   /// May give the entries another order. Answers whether they are to follow; if not, nor does
@@ -57,11 +64,24 @@ class PropertyListWriter {
   virtual void endContainer() = 0;
 
  private:
+  /// A container that was met. It is held: a collection may make its members when it is asked for
+  /// them, and another one must not come to the same place meanwhile.
+  struct Known {
+    id container;
+    std::size_t number;
+    /// How many objects there are in it at all levels, each counted as often as it is used.
+    std::uint64_t objects = 0;
+    /// How many containers lie in each other from this one down.
+    std::size_t height = 1;
+    bool isOpen = false;
+  };
+
   /// A container on the way from the top to what is written now.
   struct OpenContainer {
-    id container;
+    Known* known;
     Entries entries;
     std::size_t next;
+    std::uint64_t unfoldedBefore;
   };
 
   void goOn();
@@ -69,10 +89,20 @@ class PropertyListWriter {
   void visitDate(const NSDate& date);
   void openArray(const Ref<NSArray>& array);
   void openDictionary(const Ref<NSDictionary>& dictionary);
-  void checkOpening(const id& container) const;
+  Known* meet(const id& container);
+  void open(Known& known, Entries entries, std::size_t references);
+  void close();
+  void unfold(std::uint64_t objects) noexcept;
+  void lieIn(std::size_t height) noexcept;
+  void checkUnfolding() const;
   Ref<NSString> place() const;
 
+  std::unordered_map<const NSObject*, Known> known_;
   std::vector<OpenContainer> open_;
+  /// How many references there are in the containers that were met, each counted once, and in the
+  /// list as it unfolds.
+  std::uint64_t references_ = 0;
+  std::uint64_t unfolded_ = 0;
 };
 
 }  // namespace kestova

@@ -2,12 +2,14 @@
 #include "preferences/XMLPropertyListWriter.h"
 
 #include "preferences/PropertyListFault.h"
+#include "preferences/PropertyListSurvey.h"
 #include "preferences/PropertyListText.h"
 #include "text/TextStorage.h"
 
 #include <algorithm>
 #include <concepts>
 #include <functional>
+#include <utility>
 #include <variant>
 
 namespace kestova {
@@ -39,7 +41,7 @@ bool isBefore(const NSString& a, const NSString& b) {
 }  // namespace
 
 Ref<NSData> XMLPropertyListWriter::write(const id& propertyList) {
-  XMLPropertyListWriter writer;
+  XMLPropertyListWriter writer(propertyList);
   writer.output_ =
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       "<!DOCTYPE plist>\n"
@@ -83,6 +85,13 @@ void XMLPropertyListWriter::writeDate(NSTimeInterval seconds) {
     fail("A date outside the years 0 to 9999 has no form in XML");
   }
   putElement("date", *text);
+}
+
+bool XMLPropertyListWriter::repeatContainer(std::size_t) {
+  if (!std::exchange(isSurveyed_, true)) {
+    PropertyListSurvey::check(top_);
+  }
+  return false;
 }
 
 void XMLPropertyListWriter::beginArray(std::size_t count) { beginContainer("array", count); }

@@ -24,6 +24,7 @@ class XMLPropertyListWriter final : private PropertyListWriter {
   void writeNumber(const NSNumber& number) override;
   void writeData(const Ref<NSData>& data) override;
   void writeDate(NSTimeInterval seconds) override;
+  bool repeatContainer(std::size_t number) override;
   void beginArray(std::size_t count) override;
   bool beginDictionary(Entries& entries) override;
   void beginEntry(const Ref<NSString>& key) override;
@@ -35,6 +36,11 @@ class XMLPropertyListWriter final : private PropertyListWriter {
   void putLine(std::string_view line);
   std::string& indent();
 
+  explicit XMLPropertyListWriter(const id& top) : top_(top) {}
+
+  const id& top_;
+  /// Whether it is known how much the list comes to when what is shared is written as often.
+  bool isSurveyed_ = false;
   std::string output_;
   /// The names of the open containers; an empty one has none, since it is complete already.
   std::vector<std::string_view> open_;

@@ -159,9 +159,24 @@ TEST(BinaryPropertyListWriterTests, WhatOnlyLooksEqualIsWrittenApart) {
   EXPECT_EQ(countOfObjects(written(NSArray::of("1", 1, testing::dataOf({'1'})))), 4U);
 }
 
-TEST(BinaryPropertyListWriterTests, AContainerIsWrittenAsOftenAsItIsThere) {
+TEST(BinaryPropertyListWriterTests, WhatIsOneContainerIsWrittenOnceAndWhatOnlyLooksAlikeApart) {
   const auto shared = NSArray::of("a");
-  EXPECT_EQ(countOfObjects(written(NSArray::of(shared, shared))), 4U);
+  const auto list =
+      NSArray::of(shared, shared, NSArray::of("a"), NSDictionary::of({{"b", shared}}));
+  const auto data = written(list);
+  EXPECT_EQ(countOfObjects(data), 6U);
+  const auto uid = NSDictionary::of({{"CF$UID", 1}});
+  EXPECT_EQ(countOfObjects(written(NSArray::of(uid, uid, shared, shared))), 4U);
+}
+
+TEST(BinaryPropertyListWriterTests, AnArrayThatMakesItsMembersAnewIsWrittenWhole) {
+  class Counting final : public NSArray {
+   public:
+    NSUInteger count() const override { return 100; }
+    id objectAtIndex(NSUInteger index) const override { return NSArray::of(index); }
+  };
+  const auto data = written(make<Counting>());
+  EXPECT_EQ(countOfObjects(data), 201U);
 }
 
 TEST(BinaryPropertyListWriterTests, TextIsTheSameInBothStorages) {

@@ -627,6 +627,59 @@ TEST(NSPropertyListSerializationTests, WhatIsWrittenNestsAsDeepAsCanBeRead) {
   }
 }
 
+TEST(NSPropertyListSerializationTests, WhatIsSharedCountsWithItsDepthWhereverItIs) {
+  const DeepList deep(511);
+  const auto& shared = deep.outermost();
+  for (const auto format : kFormats) {
+    EXPECT_EQ(testing::writePropertyList(NSArray::of(shared, shared), format).problem, "");
+    EXPECT_EQ(testing::writePropertyList(NSArray::of(shared, NSArray::of(shared)), format)
+                  .problem.substr(0, 36),
+              "Containers nest more than 512 deep, ");
+  }
+}
+
+/// Arrays of which each holds the next one twice: 2^levels ways lead to the innermost one.
+Ref<NSArray> bomb(int levels) {
+  Ref<NSArray> list = NSArray::array();
+  for (int level = 1; level < levels; ++level) {
+    list = NSArray::of(list, list);
+  }
+  return list;
+}
+
+TEST(NSPropertyListSerializationTests, ListsThatUnfoldWithoutEndAreNotWritten) {
+  for (const auto format : kFormats) {
+    const auto most = textOfData(testing::writePropertyList(bomb(16), format).value);
+    EXPECT_TRUE(bomb(16)->isEqual(read(most).value)) << format;
+    EXPECT_EQ(testing::writePropertyList(bomb(17), format).problem,
+              "The list unfolds to more than 66048 objects, at the top.");
+    EXPECT_EQ(testing::writePropertyList(bomb(40), format).problem,
+              "The list unfolds to more than 66784 objects, at the top.");
+    EXPECT_EQ(testing::writePropertyList(bomb(512), format).problem,
+              "The list unfolds to more than 81888 objects, at the top.");
+  }
+}
+
+TEST(NSPropertyListSerializationTests, AListMayShareMoreTheMoreThereIsInItWhateverComesFirst) {
+  std::vector<id> numbers(10'000, id(1));
+  const auto many = NSArray::arrayWithObjects(std::move(numbers));
+  for (const auto format : kFormats) {
+    for (const auto& list : {NSArray::of(bomb(17), many), NSArray::of(many, bomb(17))}) {
+      const auto bytes = textOfData(testing::writePropertyList(list, format).value);
+      EXPECT_EQ(read(bytes).problem, "") << format;
+      EXPECT_EQ(read(bytes, NSPropertyListMutableContainersAndLeaves).problem, "") << format;
+    }
+  }
+}
+
+TEST(NSPropertyListSerializationTests, AFaultBehindSomethingSharedIsToldAtItsPlace) {
+  for (const auto format : kFormats) {
+    const auto list = NSArray::of(bomb(60), NSDictionary::of({{"k", NSNull::null()}}));
+    EXPECT_EQ(testing::writePropertyList(list, format).problem,
+              "A value of class NSNull is no property list, at [1][\"k\"].");
+  }
+}
+
 TEST(NSPropertyListSerializationTests, OnlyKnownFormatsAreWritten) {
   for (const NSUInteger format : {0, 1, 99, 101, 201}) {
     const auto outcome =

@@ -32,8 +32,8 @@ enum NSPropertyListFormat : NSUInteger {
 ///
 /// The binary format keeps everything: integers from -2^63 to 2^64-1 and real numbers apart, floats
 /// and doubles, truth values, dates to the fraction, unpaired surrogates in strings. What is equal
-/// among strings, data, dates and numbers of a kind is written once; a container is written as
-/// often as it is there. A dictionary whose one key is "CF$UID", with an integer that is not
+/// among strings, data, dates and numbers of a kind is written once, and so is a container that is
+/// there several times. A dictionary whose one key is "CF$UID", with an integer that is not
 /// negative, stands for the UIDs of archives, both ways.
 ///
 /// The XML format is one `plist` element with one value: `dict` (`key` and value in turn; of equal
@@ -49,7 +49,8 @@ enum NSPropertyListFormat : NSUInteger {
 /// container that several others refer to is one object, unless it is to be mutable, when each use
 /// has its own; a list that would have more than 65536 objects and 16 for each of its bytes then is
 /// refused, whatever the options, and so is one that needs more than 16 MiB and 16 times its size
-/// for strings and data.
+/// for strings and data. A list that shares as much is not written either, in any format: 65536
+/// objects and 16 for each one in a container, when what is shared counts as often as it is used.
 ///
 /// Threads: any number at a time; while it is written nobody may change the list. Time and memory
 /// grow with the data.
@@ -73,8 +74,9 @@ class KESTOVA_PLATFORM_EXPORT NSPropertyListSerialization : public NSObject {
   ///
   /// Answers null and sets `error` to NSPropertyListWriteInvalidError, with a description that
   /// names the fault and the way to it from the top (`["windows"][3]`), for an object of another
-  /// class, a key that is no string, a container that holds itself or nests too deep, a date that
-  /// is not finite, what the format has no form for, and an unknown format. `error` may be null.
+  /// class, a key that is no string, a container that holds itself, nests too deep or is shared too
+  /// often, a date that is not finite, what the format has no form for, and an unknown format.
+  /// `error` may be null.
   static Ref<NSData> dataWithPropertyList_format_options_error(const id& propertyList,
                                                                NSPropertyListFormat format,
                                                                NSUInteger options,
