@@ -28,6 +28,7 @@ KeyPathRegistration::KeyPathRegistration(NSObject& root, NSObject& observer,
     : root_(root),
       observer_(observer),
       keyPath_(copyOf(keyPath)),
+      isOneKey_(keyPath_->rangeOfString(".").location == NSNotFound),
       options_(options),
       context_(context),
       number_(nextNumber()) {}
@@ -47,19 +48,21 @@ void KeyPathRegistration::begin() {
 }
 
 void KeyPathRegistration::end() {
-  Parties parties;
+  id root;
+  id observer;
   std::shared_ptr<KeyPathStep> first;
   {
     const std::scoped_lock lock(mutex_);
     if (std::exchange(ended_, true)) {
       return;
     }
-    parties = shareBoth();
+    root = ObjectExtras::share(root_);
+    observer = ObjectExtras::share(observer_);
     first = std::move(first_);
   }
-  first->leave(parties.root);
-  if (parties.observer) {
-    ObjectExtras::of(*parties.observer).observing.remove(shared_from_this());
+  first->leave(root);
+  if (observer) {
+    ObjectExtras::of(*observer).observing.remove(shared_from_this());
   }
 }
 
@@ -67,49 +70,61 @@ bool KeyPathRegistration::matches(const NSObject* observer, const Ref<NSString>&
   return &observer_ == observer && keyPath_->isEqualToString(keyPath);
 }
 
-id KeyPathRegistration::oldValue() const {
-  if (!asksFor(NSKeyValueObservingOptionOld)) {
-    return nullptr;
-  }
-  const id root = liveRoot();
-  return root ? orNull(root->valueForKeyPath(keyPath_)) : nullptr;
+/// One of the two, shared; null once it goes or the registration has ended.
+id KeyPathRegistration::live(NSObject& party) const {
+  const std::scoped_lock lock(mutex_);
+  return ended_ ? id() : ObjectExtras::share(party);
 }
 
-void KeyPathRegistration::tell(ChangeMoment moment, const id& oldValue) const {
+/// Hands the root to the function, unless it goes. Mostly it is what changed.
+template <class Tell>
+void KeyPathRegistration::withRoot(const id& changed, const Tell& tell) const {
+  if (isRoot(*changed)) {
+    tell(changed);
+  } else if (const id root = liveRoot()) {
+    tell(root);
+  }
+}
+
+id KeyPathRegistration::oldValue(const id& changed) const {
+  id value;
+  if (asksFor(NSKeyValueObservingOptionOld)) {
+    withRoot(changed, [&](const id& root) { value = orNull(valueIn(*root)); });
+  }
+  return value;
+}
+
+void KeyPathRegistration::tell(ChangeMoment moment, const id& oldValue, const id& changed) const {
   if (moment == ChangeMoment::Before && !asksFor(NSKeyValueObservingOptionPrior)) {
     return;
   }
-  if (const Parties parties = this->parties()) {
-    const bool hasNew = moment == ChangeMoment::After;
-    deliver(parties, observedChange(moment, oldValue, hasNew ? newValue(*parties.root) : id()));
-  }
+  withRoot(changed, [&](const id& root) {
+    const id observer = live(observer_);
+    if (!observer) {
+      return;
+    }
+    const auto hand = [&](const Ref<NSDictionary>& change) {
+      observer->observeValueForKeyPath_ofObject_change_context(keyPath_, root, change, context_);
+    };
+    const id after = moment == ChangeMoment::After ? newValue(*root) : id();
+    oldValue || after ? hand(observedChange(moment, oldValue, after))
+                      : hand(observedChange(moment));
+  });
 }
 
 void KeyPathRegistration::tellInitialValue() const {
-  if (!asksFor(NSKeyValueObservingOptionInitial)) {
-    return;
+  const id root = asksFor(NSKeyValueObservingOptionInitial) ? liveRoot() : id();
+  if (root) {
+    tell(ChangeMoment::After, nullptr, root);
   }
-  if (const Parties parties = this->parties()) {
-    deliver(parties, observedChange(ChangeMoment::After, nullptr, newValue(*parties.root)));
-  }
-}
-
-void KeyPathRegistration::deliver(const Parties& parties, const Ref<NSDictionary>& change) const {
-  parties.observer->observeValueForKeyPath_ofObject_change_context(keyPath_, parties.root, change,
-                                                                   context_);
 }
 
 id KeyPathRegistration::newValue(const NSObject& root) const {
-  return asksFor(NSKeyValueObservingOptionNew) ? orNull(root.valueForKeyPath(keyPath_)) : id();
+  return asksFor(NSKeyValueObservingOptionNew) ? orNull(valueIn(root)) : id();
 }
 
-KeyPathRegistration::Parties KeyPathRegistration::shareBoth() const noexcept {
-  return {ObjectExtras::share(root_), ObjectExtras::share(observer_)};
-}
-
-KeyPathRegistration::Parties KeyPathRegistration::parties() const {
-  const std::scoped_lock lock(mutex_);
-  return ended_ ? Parties() : shareBoth();
+id KeyPathRegistration::valueIn(const NSObject& root) const {
+  return isOneKey_ ? root.valueForKey(keyPath_) : root.valueForKeyPath(keyPath_);
 }
 
 }  // namespace kestova

@@ -40,34 +40,31 @@ class KeyPathRegistration : public std::enable_shared_from_this<KeyPathRegistrat
   bool isRoot(const NSObject& object) const noexcept { return &object == &root_; }
 
   /// The root, shared; null once it goes or the registration has ended.
-  id liveRoot() const { return parties().root; }
+  id liveRoot() const { return live(root_); }
 
   /// The value at the end of the path, when the observer wants it as the one before the change.
-  id oldValue() const;
+  /// `changed` is the object whose property changes, which the caller holds.
+  id oldValue(const id& changed) const;
 
   /// Tells the observer, when it wants to be told at that moment.
-  void tell(ChangeMoment moment, const id& oldValue) const;
+  void tell(ChangeMoment moment, const id& oldValue, const id& changed) const;
 
   /// Guards what can change here and in the steps; never held while other code runs.
   std::mutex& mutex() const noexcept { return mutex_; }
 
  private:
-  struct Parties {
-    id root;
-    id observer;
-    explicit operator bool() const noexcept { return root && observer; }
-  };
-
   bool asksFor(NSUInteger option) const noexcept { return (options_ & option) != 0; }
-  Parties shareBoth() const noexcept;
-  Parties parties() const;
+  id live(NSObject& party) const;
+  id valueIn(const NSObject& root) const;
   id newValue(const NSObject& root) const;
   void tellInitialValue() const;
-  void deliver(const Parties& parties, const Ref<NSDictionary>& change) const;
+  template <class Tell>
+  void withRoot(const id& changed, const Tell& tell) const;
 
   NSObject& root_;
   NSObject& observer_;
   const Ref<NSString> keyPath_;
+  const bool isOneKey_;
   const NSUInteger options_;
   void* const context_;
   const std::uint64_t number_;

@@ -11,17 +11,20 @@
 namespace kestova {
 namespace {
 
-KeyPathStep::Keys keysOf(const Ref<NSString>& keyPath) {
-  std::vector<Ref<NSString>> keys;
-  for (const id& key : keyPath->componentsSeparatedByString(".")) {
-    keys.push_back(cast<NSString>(key));
-  }
-  return std::make_shared<const std::vector<Ref<NSString>>>(std::move(keys));
-}
-
 Ref<NSString> firstKeyOf(const Ref<NSString>& keyPath) {
   const NSUInteger stop = keyPath->rangeOfString(".").location;
   return stop == NSNotFound ? keyPath : keyPath->substringToIndex(stop);
+}
+
+KeyPathStep::Keys keysOf(const Ref<NSString>& keyPath) {
+  std::vector<Ref<NSString>> keys{firstKeyOf(keyPath)};
+  if (keys.front() != keyPath) {
+    keys.clear();
+    for (const id& key : keyPath->componentsSeparatedByString(".")) {
+      keys.push_back(cast<NSString>(key));
+    }
+  }
+  return std::make_shared<const std::vector<Ref<NSString>>>(std::move(keys));
 }
 
 /// The paths that a key depends on, also by way of others, each once.

@@ -34,6 +34,12 @@ void endRegistration(NSObject& object, const NSObject* observer, const Ref<NSStr
   registration->end();
 }
 
+/// Where a change of the object may have been announced on this thread; null when none was. Whoever
+/// observed it then may be gone by now: what was announced ends all the same.
+PendingChanges* pendingChangesOf(const NSObject& object) noexcept {
+  return ObjectExtras::existing(object) == nullptr ? nullptr : PendingChanges::existing();
+}
+
 }  // namespace
 
 void NSObject::addObserver_forKeyPath_options_context(NSObject* observer,
@@ -84,15 +90,14 @@ void NSObject::willChangeValueForKey(const char* key) {
   }
 }
 
-/// Whoever observed it before may be gone by now: what was announced ends all the same.
 void NSObject::didChangeValueForKey(const Ref<NSString>& key) {
-  if (PendingChanges* pending = PendingChanges::existing()) {
+  if (PendingChanges* pending = pendingChangesOf(*this)) {
     pending->didChange(*this, KeyText(key));
   }
 }
 
 void NSObject::didChangeValueForKey(const char* key) {
-  if (PendingChanges* pending = PendingChanges::existing()) {
+  if (PendingChanges* pending = pendingChangesOf(*this)) {
     pending->didChange(*this, key);
   }
 }

@@ -77,14 +77,15 @@ class ObservedChange final : public NSDictionary {
 }  // namespace
 
 Ref<NSDictionary> observedChange(ChangeMoment moment, id oldValue, id newValue) {
-  static const auto& before =
-      *new Ref<NSDictionary>(make<ObservedChange>(ChangeMoment::Before, nullptr, nullptr));
-  static const auto& after =
-      *new Ref<NSDictionary>(make<ObservedChange>(ChangeMoment::After, nullptr, nullptr));
-  if (!oldValue && !newValue) {
-    return moment == ChangeMoment::Before ? before : after;
-  }
   return make<ObservedChange>(moment, std::move(oldValue), std::move(newValue));
+}
+
+const Ref<NSDictionary>& observedChange(ChangeMoment moment) {
+  static const auto& before =
+      *new Ref<NSDictionary>(observedChange(ChangeMoment::Before, nullptr, nullptr));
+  static const auto& after =
+      *new Ref<NSDictionary>(observedChange(ChangeMoment::After, nullptr, nullptr));
+  return moment == ChangeMoment::Before ? before : after;
 }
 
 }  // namespace kestova

@@ -12,4 +12,7 @@ enum class ChangeMoment { Before, After };
 /// `oldValue` and `newValue` are in it where they are given.
 Ref<NSDictionary> observedChange(ChangeMoment moment, id oldValue, id newValue);
 
+/// The same without values, which is one object for all changes.
+const Ref<NSDictionary>& observedChange(ChangeMoment moment);
+
 }  // namespace kestova

@@ -4,9 +4,17 @@
 #include "object/KeyText.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 namespace kestova {
+namespace {
+
+std::uint64_t numberOf(const std::shared_ptr<KeyPathStep>& step) {
+  return step->registration().number();
+}
+
+}  // namespace
 
 ObserverTable::~ObserverTable() {
   decltype(steps_) left;
@@ -25,9 +33,7 @@ void ObserverTable::link(std::shared_ptr<KeyPathStep> step) {
   const KeyText key(step->key());
   const std::scoped_lock lock(mutex_);
   auto& steps = steps_[std::string(std::string_view(key))];
-  const auto place =
-      std::ranges::upper_bound(steps, step->registration().number(), {},
-                               [](const auto& other) { return other->registration().number(); });
+  const auto place = std::ranges::upper_bound(steps, step->registration().number(), {}, numberOf);
   steps.insert(place, std::move(step));
   count_.fetch_add(1, std::memory_order_release);
 }
@@ -41,7 +47,9 @@ void ObserverTable::unlink(const KeyPathStep& step) {
     return;
   }
   auto& steps = entry->second;
-  const auto found = std::ranges::find(steps, &step, &std::shared_ptr<KeyPathStep>::get);
+  const auto first = std::ranges::lower_bound(steps, step.registration().number(), {}, numberOf);
+  const auto found =
+      std::ranges::find(first, steps.end(), &step, &std::shared_ptr<KeyPathStep>::get);
   if (found != steps.end()) {
     removed = std::move(*found);
     steps.erase(found);
@@ -57,15 +65,18 @@ std::shared_ptr<KeyPathRegistration> ObserverTable::find(const NSObject* observe
                                                          void* const* context) {
   const KeyText path(keyPath);
   const std::string_view text = path;
-  std::shared_ptr<KeyPathRegistration> latest;
-  stepsAt(text.substr(0, text.find('.')), [&](const std::shared_ptr<KeyPathStep>& step) {
-    KeyPathRegistration& registration = step->registration();
-    if (step->isFirstOfRegistration() && registration.matches(observer, keyPath) &&
-        (context == nullptr || registration.context() == *context)) {
-      latest = registration.shared_from_this();
-    }
-  });
-  return latest;
+  const auto isMeant = [&](const std::shared_ptr<KeyPathStep>& step) {
+    const KeyPathRegistration& registration = step->registration();
+    return step->isFirstOfRegistration() && registration.matches(observer, keyPath) &&
+           (context == nullptr || registration.context() == *context);
+  };
+  const std::scoped_lock lock(mutex_);
+  const auto entry = steps_.find(text.substr(0, text.find('.')));
+  if (entry == steps_.end()) {
+    return nullptr;
+  }
+  const auto latest = std::find_if(entry->second.rbegin(), entry->second.rend(), isMeant);
+  return latest == entry->second.rend() ? nullptr : (*latest)->registration().shared_from_this();
 }
 
 ObservingTable::~ObservingTable() {

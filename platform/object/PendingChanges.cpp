@@ -77,18 +77,19 @@ void PendingChanges::willChange(NSObject& object, std::string_view key) {
     change.told.push_back({step, nullptr});
   });
   if (!change.told.empty()) {
-    tellBefore(change);
+    tellBefore(ObjectExtras::share(object), change);
     announced_.splice(announced_.end(), lent.list);
   }
 }
 
-/// All are told before anything is taken away: one who throws leaves everything as it was.
-void PendingChanges::tellBefore(Change& change) {
-  for (std::size_t index = 0; index < change.told.size(); ++index) {
+/// All are told before anything is taken away: one who throws leaves everything as it was. Nobody
+/// is told of an object that goes; it is null here.
+void PendingChanges::tellBefore(const id& object, Change& change) {
+  for (std::size_t index = 0; object && index < change.told.size(); ++index) {
     if (change.isFirstOfItsRegistration(index)) {
       Told& told = change.told[index];
-      told.oldValue = told.step->registration().oldValue();
-      told.step->registration().tell(ChangeMoment::Before, told.oldValue);
+      told.oldValue = told.step->registration().oldValue(object);
+      told.step->registration().tell(ChangeMoment::Before, told.oldValue, object);
     }
   }
   for (const Told& told : change.told) {
@@ -103,18 +104,18 @@ void PendingChanges::didChange(NSObject& object, std::string_view key) {
   if (latest != announced_.rend()) {
     Lent lent(spare_);
     lent.list.splice(lent.list.begin(), announced_, std::prev(latest.base()));
-    tellAfter(lent.list.front());
+    tellAfter(ObjectExtras::share(object), lent.list.front());
   }
 }
 
-void PendingChanges::tellAfter(const Change& change) {
+void PendingChanges::tellAfter(const id& object, const Change& change) {
   for (const Told& told : change.told) {
     told.step->didChange();
   }
-  for (std::size_t index = 0; index < change.told.size(); ++index) {
+  for (std::size_t index = 0; object && index < change.told.size(); ++index) {
     if (change.isFirstOfItsRegistration(index)) {
       const Told& told = change.told[index];
-      told.step->registration().tell(ChangeMoment::After, told.oldValue);
+      told.step->registration().tell(ChangeMoment::After, told.oldValue, object);
     }
   }
 }

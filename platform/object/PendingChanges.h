@@ -41,8 +41,8 @@ class PendingChanges {
   };
   class Lent;
 
-  void tellBefore(Change& change);
-  void tellAfter(const Change& change);
+  static void tellBefore(const id& object, Change& change);
+  static void tellAfter(const id& object, const Change& change);
 
   std::list<Change> announced_;
   std::list<Change> spare_;

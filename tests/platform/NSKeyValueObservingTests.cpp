@@ -289,6 +289,33 @@ TEST_F(NSKeyValueObservingTests, AnObserverThatGoesIsToldNothingMore) {
   recorder_ = make<Recorder>();
 }
 
+TEST_F(NSKeyValueObservingTests, ChangesOfAnObjectThatGoesAreNotTold) {
+  class Closing : public NSObject {
+   public:
+    ~Closing() override { const KeyValueChange change(*this, "open"); }
+    id valueForKey(const Ref<NSString>&) const override { return true; }
+  };
+  auto closing = make<Closing>();
+  closing->addObserver_forKeyPath_options_context(recorder_.get(), "open", 15, nullptr);
+  recorder_->takeTold();
+  closing = nullptr;
+  EXPECT_TRUE(recorder_->told.empty());
+}
+
+TEST_F(NSKeyValueObservingTests, AnObserverMayLetGoOfTheObject) {
+  const auto other = make<Recorder>();
+  observe("value");
+  node_->addObserver_forKeyPath_options_context(other.get(), "value", 3, nullptr);
+  recorder_->whenTold = [this] { node_ = nullptr; };
+  const Ref<Node> node = node_;
+  node->setValue(1);
+  EXPECT_EQ(node->retainCount(), 1U);
+  EXPECT_EQ(other->told.size(), 1U);
+  node_ = node;
+  recorder_->whenTold = nullptr;
+  stop("value");
+}
+
 TEST_F(NSKeyValueObservingTests, AnObjectMayObserveItself) {
   class Self : public Recorder {
    public:
