@@ -21,9 +21,14 @@ const StringConstant kCannotConvert("Couldn't convert to bytes");
 
 constexpr std::uint64_t kMostBytesAsBytes = 1024;
 
+const StringConstant kBytes(" Bytes");
+const StringConstant kKilobytes(" KB");
+const StringConstant kMegabytes(" MB");
+const StringConstant kGigabytes(" GB");
+
 struct Amount {
   double number;
-  const char* suffix;
+  const StringConstant& suffix;
 };
 
 std::uint64_t countIn(const id& object) {
@@ -37,15 +42,15 @@ std::uint64_t countIn(const id& object) {
 Amount amountOf(std::uint64_t count) {
   auto number = static_cast<double>(count);
   if (count <= kMostBytesAsBytes) {
-    return {number, " Bytes"};
+    return {number, kBytes};
   }
-  for (const char* suffix : {" KB", " MB"}) {
+  for (const StringConstant* suffix : {&kKilobytes, &kMegabytes}) {
     number /= 1024;
     if (number <= 1024) {
-      return {number, suffix};
+      return {number, *suffix};
     }
   }
-  return {number / 1024, " GB"};
+  return {number / 1024, kGigabytes};
 }
 
 /// The bytes of the unit that comes next in the text.
@@ -65,20 +70,27 @@ double factorIn(const Ref<NSScanner>& scanner) {
   return kWithoutUnit;
 }
 
+Ref<NSNumberFormatter> formatterFor(const Ref<NSString>& format) {
+  auto formatter = NSNumberFormatter::init();
+  formatter->setFormat(format ? format : Ref<NSString>(kDefaultFormat));
+  return formatter;
+}
+
 }  // namespace
+
+OVByteFormatter::OVByteFormatter() : formatter_(formatterFor(nullptr)) {}
 
 Ref<OVByteFormatter> OVByteFormatter::init() { return make<OVByteFormatter>(); }
 
 void OVByteFormatter::setNumberFormat(const Ref<NSString>& format) {
   const KeyValueChange change(*this, "numberFormat");
   mNumberFormat = copyOf(format);
+  formatter_ = formatterFor(mNumberFormat);
 }
 
 Ref<NSString> OVByteFormatter::stringForObjectValue(const id& object) const {
   const Amount amount = amountOf(countIn(object));
-  const auto formatter = NSNumberFormatter::init();
-  formatter->setFormat(mNumberFormat ? mNumberFormat : Ref<NSString>(kDefaultFormat));
-  return formatter->stringFromNumber(amount.number)->stringByAppendingString(amount.suffix);
+  return formatter_->stringFromNumber(amount.number)->stringByAppendingString(amount.suffix);
 }
 
 id OVByteFormatter::attributedStringForObjectValue_withDefaultAttributes(

@@ -3,6 +3,7 @@
 
 #include <KestovaFoundation/Export.h>
 #include <KestovaPlatform/NSFormatter.h>
+#include <KestovaPlatform/NSNumberFormatter.h>
 
 namespace kestova {
 
@@ -47,10 +48,11 @@ class KESTOVA_FOUNDATION_EXPORT OVByteFormatter : public NSFormatter {
       Ref<NSString>* errorDescription = nullptr) const override;
 
  protected:
-  OVByteFormatter() = default;
+  OVByteFormatter();
 
  private:
   Ref<NSString> mNumberFormat;
+  Ref<NSNumberFormatter> formatter_;  // writes by that pattern
 };
 
 }  // namespace kestova

@@ -19,49 +19,85 @@ bool isOfUsualSize(double number) {
   return (number >= 1e-5 && number < 1e15) || (number == 0 && !std::signbit(number));
 }
 
-/// The digits before and behind the point.
-struct Digits {
-  std::string whole;
-  std::string decimals;
-};
-
-Digits digitsOf(double number) {
-  char text[64];
-  const char* end = std::to_chars(text, text + sizeof text, number, std::chars_format::fixed).ptr;
-  const std::string_view digits(text, static_cast<std::size_t>(end - text));
-  const std::size_t point = std::min(digits.find('.'), digits.size());
-  return {std::string(digits.substr(0, point)),
-          std::string(digits.substr(std::min(point + 1, digits.size())))};
-}
-
 /// Whether to add one to the last of the digits that stay.
 bool roundsUp(char last, std::string_view dropped) {
   const bool isHalf = dropped[0] == '5' && dropped.find_first_not_of('0', 1) == dropped.npos;
   return isHalf ? (last - '0') % 2 != 0 : dropped[0] >= '5';
 }
 
-/// Adds one to the last digit; answers whether one is carried beyond the first.
-bool increment(std::string& digits) {
-  for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit) {
-    if (*digit != '9') {
-      ++*digit;
-      return false;
-    }
-    *digit = '0';
+/// A number's shortest decimal form, with a point where there are decimals.
+class Digits {
+ public:
+  explicit Digits(double number) {
+    end_ = std::to_chars(begin_, std::end(buffer_), number, std::chars_format::fixed).ptr;
+    point_ = std::find(begin_, end_, '.');
   }
-  return true;
-}
 
-void roundTo(std::size_t decimals, Digits& digits) {
-  if (digits.decimals.size() <= decimals) {
-    return;
+  std::size_t decimals() const {
+    return point_ == end_ ? 0 : static_cast<std::size_t>(end_ - point_ - 1);
   }
-  const char last = decimals == 0 ? digits.whole.back() : digits.decimals[decimals - 1];
-  const bool isMore = roundsUp(last, std::string_view(digits.decimals).substr(decimals));
-  digits.decimals.resize(decimals);
-  if (isMore && increment(digits.decimals) && increment(digits.whole)) {
-    digits.whole.insert(0, 1, '1');
+
+  void roundTo(std::size_t most) {
+    if (decimals() <= most) {
+      return;
+    }
+    char* dropped = point_ + 1 + most;
+    const char last = most == 0 ? point_[-1] : dropped[-1];
+    const bool isMore = roundsUp(last, {dropped, static_cast<std::size_t>(end_ - dropped)});
+    end_ = most == 0 ? point_ : dropped;
+    if (isMore) {
+      increment();
+    }
   }
+
+  void trimTo(std::size_t fewest) {
+    while (decimals() > fewest && end_[-1] == '0') {
+      --end_;
+    }
+    end_ = decimals() == 0 ? point_ : end_;
+  }
+
+  void padTo(std::size_t fewest) {
+    if (fewest > 0 && point_ == end_) {
+      *end_++ = '.';
+    }
+    while (decimals() < fewest) {
+      *end_++ = '0';
+    }
+  }
+
+  std::string_view whole() const { return {begin_, static_cast<std::size_t>(point_ - begin_)}; }
+  std::string_view fraction() const { return {end_ - decimals(), decimals()}; }
+
+ private:
+  /// Adds one to the last digit, and carries it as far as it goes.
+  void increment() {
+    for (char* digit = end_; digit != buffer_;) {
+      --digit;
+      if (*digit == '.') {
+        continue;
+      }
+      if (*digit != '9') {
+        ++*digit;
+        begin_ = std::min(begin_, digit);
+        return;
+      }
+      *digit = '0';
+    }
+  }
+
+  char buffer_[64] = {'0'};  // the first place is for what is carried beyond the first digit
+  char* begin_ = buffer_ + 1;
+  char* end_;
+  char* point_;
+};
+
+template <class Text>
+Text joined(std::string_view whole, std::u16string_view separator, std::string_view fraction) {
+  Text text(whole.begin(), whole.end());
+  text.append(separator.begin(), separator.end());
+  text.append(fraction.begin(), fraction.end());
+  return text;
 }
 
 }  // namespace
@@ -99,19 +135,19 @@ Ref<NSString> PlainDecimal::text(double number) const {
   if (!isOfUsualSize(number)) {
     return nullptr;
   }
-  Digits digits = digitsOf(number);
-  roundTo(mostDecimals_, digits);
-  std::string& decimals = digits.decimals;
-  while (decimals.size() > fewestDecimals_ && decimals.back() == '0') {
-    decimals.pop_back();
+  Digits digits(number);
+  digits.roundTo(mostDecimals_);
+  digits.trimTo(fewestDecimals_);
+  digits.padTo(fewestDecimals_);
+  const std::string_view whole = digits.whole();
+  const std::string_view fraction = digits.fraction();
+  if (fraction.empty()) {
+    return NSString::stringWithEightBitStorage(std::string(whole));
   }
-  decimals.resize(std::max(decimals.size(), fewestDecimals_), '0');
-  std::u16string units(digits.whole.begin(), digits.whole.end());
-  if (!decimals.empty()) {
-    units += separator_;
-    units.append(decimals.begin(), decimals.end());
+  if (separator_.size() == 1 && separator_[0] < 0x80) {
+    return NSString::stringWithEightBitStorage(joined<std::string>(whole, separator_, fraction));
   }
-  return NSString::stringWithCharacters_length(units.data(), units.size());
+  return NSString::stringWithUTF16Storage(joined<std::u16string>(whole, separator_, fraction));
 }
 
 }  // namespace kestova
