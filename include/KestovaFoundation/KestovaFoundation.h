@@ -8,6 +8,7 @@
 #include <KestovaFoundation/Additions/NSDataAdditions.h>
 #include <KestovaFoundation/Additions/NSDictionaryAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
+#include <KestovaFoundation/Additions/NSFileManagerAdditions.h>
 #include <KestovaFoundation/Additions/NSGeometryAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableArrayAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
