@@ -181,6 +181,7 @@ void NSOperation::waitUntilFinished() {
             "the main thread does not wait for its own queue");
   }
   for (; state != settled; state = state_.load()) {
+    OperationScheduler::letOthersLook();
     state_.wait(state);
   }
 }

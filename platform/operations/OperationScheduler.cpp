@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "operations/OperationScheduler.h"
 
+#include <KestovaPlatform/Backoff.h>
 #include <KestovaPlatform/Contract.h>
 #include <KestovaPlatform/Dispatch.h>
 #include <KestovaPlatform/MainThreadPerformer.h>
@@ -11,6 +12,7 @@
 #include "object/ObjectExtras.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace kestova {
@@ -18,7 +20,7 @@ namespace {
 
 /// How many operations execute at once where the system may choose. libdispatch runs as many of
 /// their pumps as there are processors, and more while some of these sleep.
-constexpr std::size_t kMostPumps = 64;
+constexpr std::size_t kMostExecuting = 64;
 
 /// After so many operations a pump lets other tasks of the process have its thread.
 constexpr int kOperationsPerTurn = 256;
@@ -31,6 +33,11 @@ void submitToMainThread(Block<void()> block) {
   } else {
     dispatch_async(dispatch_get_main_queue(), std::move(block));
   }
+}
+
+std::size_t processors() noexcept {
+  static const std::size_t count = std::max(1U, std::thread::hardware_concurrency());
+  return count;
 }
 
 /// 0 is the highest.
@@ -54,6 +61,8 @@ class OperationScheduler::Pump {
   OperationScheduler& scheduler;
   /// What it executes; null once that has finished, be it in its completion block.
   const NSOperation* operation;
+  /// Whether it counts as looking already, for it will look when the completion block has returned.
+  bool looks = false;
 
  private:
   Pump* const outer_;
@@ -174,12 +183,12 @@ void OperationScheduler::appendReady(NSOperation& operation) noexcept {
   operation.readyList_ = static_cast<std::uint8_t>(list);
   operation.place_ = NSOperation::Place::ready;
   ready_[list].append(operation);
-  ++readyCount_;
+  readyCount_.fetch_add(1, std::memory_order_relaxed);
 }
 
 void OperationScheduler::removeReady(NSOperation& operation) noexcept {
   ready_[operation.readyList_].remove(operation);
-  --readyCount_;
+  readyCount_.fetch_sub(1, std::memory_order_relaxed);
 }
 
 /// How many operations could start at this moment.
@@ -187,13 +196,14 @@ std::size_t OperationScheduler::startable() const noexcept {
   if (suspended_) {
     return 0;
   }
-  const std::size_t most = maximum_ < 0 ? kMostPumps : static_cast<std::size_t>(maximum_);
-  return executing_ >= most ? 0 : std::min(readyCount_, most - executing_);
+  const std::size_t ready = readyCount_.load(std::memory_order_relaxed);
+  const std::size_t most = maximum_ < 0 ? kMostExecuting : static_cast<std::size_t>(maximum_);
+  return executing_ >= most ? 0 : std::min(ready, most - executing_);
 }
 
 /// How many pumps are to be submitted, counted as looking already.
 std::size_t OperationScheduler::missingPumps() noexcept {
-  const std::size_t wanted = std::min(startable(), kMostPumps);
+  const std::size_t wanted = std::min(startable(), processors());
   const std::size_t missing = wanted > lookingPumps_ ? wanted - lookingPumps_ : 0;
   lookingPumps_ += missing;
   return missing;
@@ -212,19 +222,24 @@ void OperationScheduler::submitPumps(std::size_t count) {
 }
 
 /// Takes the next operation for a pump, which looks no more then; null when there is none, and then
-/// the pump ends.
+/// the pump ends. It may take long, so another pump looks where there is more to start.
 Ref<NSOperation> OperationScheduler::takeReady() {
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
   --lookingPumps_;
   if (startable() == 0) {
     return nullptr;
   }
   const auto list = std::ranges::find_if(ready_, [](const auto& ready) { return ready.first; });
-  NSOperation& operation = *list->first;
-  removeReady(operation);
-  operation.place_ = NSOperation::Place::started;
+  const Ref<NSOperation> operation(list->first);
+  removeReady(*operation);
+  operation->place_ = NSOperation::Place::started;
   ++executing_;
-  return Ref(&operation);
+  if (lookingPumps_ == 0 && startable() > 0) {
+    ++lookingPumps_;
+    lock.unlock();
+    submitPumps(1);
+  }
+  return operation;
 }
 
 /// On the main thread each operation is a task of its own, so that others come in between.
@@ -236,14 +251,41 @@ void OperationScheduler::pump() {
       return;
     }
     {
-      const Pump pump(*this, *operation);
+      Pump pump(*this, *operation);
       performSubmitted([&] { operation->start(); });
+      lookAfter(pump);
     }
-    const std::lock_guard lock(mutex_);
-    ++lookingPumps_;
+    waitForWork();
   }
   if (mayLookOn()) {
     submitPumps(1);
+  }
+}
+
+/// An operation that executes on after its start leaves its pump free to look.
+void OperationScheduler::lookAfter(const Pump& pump) {
+  if (!pump.looks) {
+    const std::lock_guard lock(mutex_);
+    ++lookingPumps_;
+  }
+}
+
+/// Who hands over one operation after the other is met without a hand-off to libdispatch for each.
+void OperationScheduler::waitForWork() const noexcept {
+  for (Backoff backoff; readyCount_.load(std::memory_order_relaxed) == 0 && backoff.pause();) {
+  }
+}
+
+void OperationScheduler::letOthersLook() {
+  Pump* pump = Pump::innermost;
+  if (pump != nullptr && std::exchange(pump->looks, false)) {
+    std::size_t missing = 0;
+    {
+      const std::lock_guard lock(pump->scheduler.mutex_);
+      --pump->scheduler.lookingPumps_;
+      missing = pump->scheduler.missingPumps();
+    }
+    pump->scheduler.submitPumps(missing);
   }
 }
 
@@ -258,8 +300,10 @@ bool OperationScheduler::mayLookOn() {
 }
 
 Ref<NSOperation> OperationScheduler::finished(NSOperation& operation) {
-  if (isRunning(operation)) {
+  const bool isPumped = isRunning(operation);
+  if (isPumped) {
     Pump::innermost->operation = nullptr;
+    Pump::innermost->looks = true;
   }
   std::size_t missing = 0;
   {
@@ -274,6 +318,7 @@ Ref<NSOperation> OperationScheduler::finished(NSOperation& operation) {
     if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
       emptied_.notify_all();
     }
+    lookingPumps_ += isPumped ? 1 : 0;
     missing = missingPumps();
   }
   submitPumps(missing);
@@ -294,6 +339,7 @@ void OperationScheduler::waitUntilEmpty() {
   require(current() != this, "an operation does not wait for its own queue");
   require(operationCount() == 0 || !needsCallingThread(),
           "the main thread does not wait for its own queue");
+  letOthersLook();
   std::unique_lock lock(mutex_);
   emptied_.wait(lock, [this] { return operationCount() == 0; });
 }

@@ -33,6 +33,9 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
 
   static bool isMainThread();
 
+  /// What is about to wait within a completion block doesn't keep its pump from others.
+  static void letOthersLook();
+
   /// Whether the calling thread runs that operation for a scheduler.
   static bool isRunning(const NSOperation& operation) noexcept;
 
@@ -88,10 +91,13 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   std::size_t missingPumps() noexcept;
   void submitPumps(std::size_t count);
   void pump();
+  void lookAfter(const Pump& pump);
+  void waitForWork() const noexcept;
   bool mayLookOn();
 
   const Threads threads_;
   std::atomic<NSUInteger> count_{0};
+  std::atomic<std::size_t> readyCount_{0};  // changed with the mutex held
 
   /// Guards what follows; never held while other code runs.
   mutable std::mutex mutex_;
@@ -99,7 +105,6 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   NSOperationQueue* queue_ = nullptr;  // unowned: takes itself out as it goes
   List<&NSOperation::inQueue_> all_;
   std::array<List<&NSOperation::inReadyList_>, kPriorities> ready_;
-  std::size_t readyCount_ = 0;
   std::size_t executing_ = 0;
   std::size_t lookingPumps_ = 0;
   NSInteger maximum_ = NSOperationQueueDefaultMaxConcurrentOperationCount;
