@@ -2,6 +2,7 @@
 #include "ByteCommands.h"
 #include "Command.h"
 #include "ConvertCommand.h"
+#include "FileCommands.h"
 #include "FormatCommand.h"
 #include "RectsCommand.h"
 #include "TextCommand.h"
@@ -43,6 +44,9 @@ int runTool(int argc, char** argv) {
   addFormatCommand(app, commands);
   addTimezoneCommand(app, commands);
   addRectsCommand(app, commands);
+  addSizeCommand(app, commands);
+  addNameCommand(app, commands);
+  addTypeCommand(app, commands);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
