@@ -158,15 +158,15 @@ TEST_F(ReplaceCommandTests, FilesThatCannotBeChangedAreNamedAndTheOthersChanged)
 
 TEST_F(ReplaceCommandTests, AProtectedFileStays) {
   if (::geteuid() != 0) {
-    GTEST_SKIP() << "needs to become another user";
+    GTEST_SKIP() << "needs to give up rights of root";
   }
   ::chmod(folder_.path().c_str(), 0777);
   write("a", "A");
   ::chmod(at("a").c_str(), 0444);
-  EXPECT_EQ(testing::runAsNobody([&] { return replace("A", "B").exitStatus; }), 1);
+  EXPECT_EQ(testing::runWithoutOverride([&] { return replace("A", "B").exitStatus; }), 1);
   EXPECT_EQ(read("a"), "A");
   ::chmod(at("a").c_str(), 0200);
-  EXPECT_EQ(testing::runAsNobody([&] { return replace("A", "B").exitStatus; }), 1);
+  EXPECT_EQ(testing::runWithoutOverride([&] { return replace("A", "B").exitStatus; }), 1);
 }
 
 /// The file is long enough for its rewriting to be caught in between.
