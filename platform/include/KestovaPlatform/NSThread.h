@@ -80,8 +80,8 @@ KESTOVA_PLATFORM_EXPORT void performOnThread(const Ref<NSThread>& thread, Block<
                                              bool waitUntilDone,
                                              const Ref<NSString>& mode = NSRunLoopCommonModes);
 
-/// The same on the main thread; through the application's MainThreadPerformer, which knows no modes,
-/// if it has named one.
+/// The same on the main thread; through the application's MainThreadPerformer, which knows no
+/// modes, if it has named one.
 KESTOVA_PLATFORM_EXPORT void performBlockOnMainThread(
     Block<void()> block, bool waitUntilDone, const Ref<NSString>& mode = NSRunLoopCommonModes);
 
