@@ -52,7 +52,9 @@ class SpawnSettings {
 /// What a person would want to know of an ending; nothing for a good one.
 std::optional<std::string> failureOf(int status) {
   if (WIFSIGNALED(status)) {
-    return std::string("ended by a signal: ") + strsignal(WTERMSIG(status));
+    const char* description = sigdescr_np(WTERMSIG(status));
+    return "ended by a signal: " +
+           (description != nullptr ? description : std::to_string(WTERMSIG(status)));
   }
   if (WEXITSTATUS(status) != 0) {
     return "ended with status " + std::to_string(WEXITSTATUS(status));
