@@ -15,12 +15,6 @@ KESTOVA_DEFINE_CLASS(NSURLRequest,
                          .property<&NSURLRequest::allHTTPHeaderFields>("allHTTPHeaderFields")
                          .property<&NSURLRequest::HTTPBody>("HTTPBody"))
 
-namespace {
-
-bool areEqual(const id& a, const id& b) { return a == b || (a && a->isEqual(b)); }
-
-}  // namespace
-
 NSURLRequest::NSURLRequest(Ref<NSURL> url)
     : URL_(std::move(url)), HTTPMethod_("GET"), fields_(NSDictionary::dictionary()) {}
 
@@ -41,10 +35,10 @@ Ref<NSString> NSURLRequest::valueForHTTPHeaderField(const Ref<NSString>& name) c
 
 bool NSURLRequest::isEqual(const id& other) const {
   const auto request = cast<NSURLRequest>(other);
-  return request && areEqual(URL_, request->URL_) &&
+  return request && isEqualOrBothNull(URL_, request->URL_) &&
          timeoutInterval_ == request->timeoutInterval_ &&
          HTTPMethod_->isEqual(request->HTTPMethod_) && fields_->isEqual(request->fields_) &&
-         areEqual(HTTPBody_, request->HTTPBody_);
+         isEqualOrBothNull(HTTPBody_, request->HTTPBody_);
 }
 
 NSUInteger NSURLRequest::hash() const { return URL_ ? URL_->hash() : 0; }
