@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <functional>
 #include <map>
@@ -347,10 +348,11 @@ TEST_F(FSCatalogTests, FoldersThatMoveAwayDuringADeepWalkEndNothing) {
     path += "/d";
   }
   write("last", 7);
-  bool isMoved = false;
+  std::atomic<bool> isMoved = false;  // listings are read on two threads
   const WatchedListings moving([&](int folder) {
-    if (!isMoved && pathOf(folder).size() > at("").size() + 500) {
-      isMoved = ::rename(at("d").c_str(), at("moved").c_str()) == 0;
+    if (pathOf(folder).size() > at("").size() + 500 &&
+        ::rename(at("d").c_str(), at("moved").c_str()) == 0) {
+      isMoved = true;
     }
     return 0;
   });

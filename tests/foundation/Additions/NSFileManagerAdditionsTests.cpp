@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string>
 #include <thread>
@@ -299,6 +300,25 @@ TEST_F(NSFileManagerAdditionsTests, AProgramThatFailsOrSaysNothingGivesNoType) {
     };
     EXPECT_EQ(withOtherProgram(prepare, check), 0) << script;
   }
+}
+
+TEST_F(NSFileManagerAdditionsTests, ThePrivateModeRunsWhileTheTypeIsAwaited) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can put another program in its place";
+  const std::string program = folder_.write("file", "#!/bin/sh\nsleep 0.5; echo late\n");
+  ::chmod(program.c_str(), 0755);
+  const auto prepare = [&] {
+    return ::mount(program.c_str(), "/usr/bin/file", nullptr, MS_BIND, nullptr) == 0;
+  };
+  const auto check = [&] {
+    int fired = 0;
+    const auto timer = NSTimer::timerWithTimeInterval_repeats_block(
+        0.001, true, [&](const Ref<NSTimer>&) { ++fired; });
+    NSRunLoop::currentRunLoop()->addTimer_forMode(timer, "SomePrivateMode");
+    const auto type = fileTypeForFileAtPath(files_, "/x");
+    timer->invalidate();
+    return fired > 0 && type && type->displayUTF8() == "late" ? 0 : 1;
+  };
+  EXPECT_EQ(withOtherProgram(prepare, check), 0);
 }
 
 TEST_F(NSFileManagerAdditionsTests, AMissingProgramGivesNoType) {
