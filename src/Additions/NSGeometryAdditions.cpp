@@ -132,9 +132,13 @@ Pieces reduced(const NSRect& r, const NSRect& s) {
   return {};
 }
 
-Pieces united(const NSRect& r, const NSRect& s) {
-  return NSIntersectsRect(r, s) ? Pieces(NSUnionRect(r, s)) : Pieces();
-}
+Pieces united(const NSRect& r, const NSRect& s) { return NSUnionRect(r, s); }
+
+constexpr auto abut = [](const NSRect& r, const NSRect& s) {
+  return r.origin.x == NSMaxX(s) || r.origin.y == NSMaxY(s);
+};
+
+constexpr auto intersect = [](const NSRect& r, const NSRect& s) { return NSIntersectsRect(r, s); };
 
 NSRect rectOf(const id& object) { return Unboxing<NSRect>::unbox(object); }
 
@@ -151,12 +155,13 @@ class PairSearch {
     }
   }
 
-  /// `join` answers what two rectangles become, nothing where they stay as they are.
-  template <class Join>
-  Ref<NSMutableArray> run(const Join& join) {
+  /// `meet` tells quickly of nearly all pairs that they stay as they are; `join` answers what the
+  /// others become, nothing where they stay as well.
+  template <class Meet, class Join>
+  Ref<NSMutableArray> run(const Meet& meet, const Join& join) {
     std::size_t i = 0;
     while (i < candidates_.size()) {
-      i = joinWithFirst(i, join) ? 0 : i + 1;
+      i = joinWithFirst(i, meet, join) ? 0 : i + 1;
     }
     return result();
   }
@@ -181,11 +186,11 @@ class PairSearch {
     return index;
   }
 
-  template <class Join>
-  bool joinWithFirst(std::size_t i, const Join& join) {
+  template <class Meet, class Join>
+  bool joinWithFirst(std::size_t i, const Meet& meet, const Join& join) {
     const NSRect r = candidates_[i].rect;
     for (std::size_t j = firstUntested(candidates_[i]); j < candidates_.size(); ++j) {
-      if (j == i) {
+      if (j == i || !meet(r, candidates_[j].rect)) {
         continue;
       }
       if (const Pieces pieces = join(r, candidates_[j].rect); pieces) {
@@ -230,15 +235,15 @@ bool NSBreakOverlappingRects(Ref<NSArray>* pieces, NSRect a, NSRect b) {
 }
 
 Ref<NSMutableArray> NSReduceRects(const Ref<NSArray>& rects) {
-  return PairSearch(rects).run(reduced);
+  return PairSearch(rects).run(abut, reduced);
 }
 
 Ref<NSMutableArray> NSMergeRects(const Ref<NSArray>& rects) {
-  return PairSearch(rects).run(merged);
+  return PairSearch(rects).run(intersect, merged);
 }
 
 Ref<NSMutableArray> NSUnionIntersectingRects(const Ref<NSArray>& rects) {
-  return PairSearch(rects).run(united);
+  return PairSearch(rects).run(intersect, united);
 }
 
 Ref<NSMutableArray> NSClipRects(const Ref<NSArray>& rects, NSRect clip) {
