@@ -15,7 +15,7 @@
 namespace kestova {
 namespace {
 
-constexpr std::size_t kBatchBytes = 32 * 1024;
+constexpr std::size_t kBatchBytes = std::size_t{32} << 10;
 
 /// What the kernel counts blocks in, whatever those of the file system are.
 constexpr std::uint64_t kBlockSize = 512;

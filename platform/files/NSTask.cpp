@@ -88,6 +88,7 @@ std::vector<std::string> wordsOf(const Ref<NSString>& program, const Ref<NSArray
 
 std::vector<char*> pointersTo(std::vector<std::string>& words) {
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) {
     pointers.push_back(word.data());
   }

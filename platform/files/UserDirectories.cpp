@@ -8,7 +8,7 @@ constexpr std::string_view kBlanks = " \t";
 
 std::string_view withoutLeadingBlanks(std::string_view line) {
   const auto start = line.find_first_not_of(kBlanks);
-  return start == line.npos ? std::string_view() : line.substr(start);
+  return start == std::string_view::npos ? std::string_view() : line.substr(start);
 }
 
 /// Takes a word from the front, if it is there.

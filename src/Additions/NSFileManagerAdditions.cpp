@@ -217,7 +217,7 @@ Ref<NSString> uniquePathForFileWithDesiredPath(const Ref<NSFileManager>& self,
   const PathParts parts(path);
   for (NSInteger number = 2;; ++number) {
     const auto name = parts.withExtension(NSString::stringWithFormat("%@ %ld", parts.stem, number));
-    const auto candidate = parts.pathOf(name);
+    auto candidate = parts.pathOf(name);
     if (!self->fileExistsAtPath(candidate)) {
       return candidate;
     }
