@@ -73,12 +73,17 @@ Ref<NSString> NSString::pathWithComponents(const Ref<NSArray>& components) {
   if (!components) {
     return nullptr;
   }
-  Ref<NSString> path = string();
+  const auto joined = NSMutableString::string();
   Ref<NSString> last;
   for (const id& component : components) {
     last = cast<NSString>(component);
-    path = path->stringByAppendingPathComponent(last);
+    checkArgument(*joined, "pathWithComponents:", last != nullptr);
+    if (joined->length() > 0) {
+      joined->appendString(slash());
+    }
+    joined->appendString(last);
   }
+  const auto path = tidied(*joined);
   const bool endsInSlash = components->count() > 1 && (last == "" || last == "/");
   return endsInSlash && path != "/" ? path->stringByAppendingString(slash()) : path;
 }

@@ -6,12 +6,16 @@
 
 #include "BothStorages.h"
 #include "ExceptionExpectation.h"
+#include "RandomRun.h"
+
+#include <iterator>
 
 namespace kestova {
 namespace {
 
 using testing::expectException;
 using testing::forBothStorages;
+using testing::RandomRun;
 using testing::unitsOf;
 using Names = std::vector<std::u16string>;
 
@@ -104,11 +108,37 @@ TEST(StringPathsTests, ComponentsJoinToTheirPath) {
       {NSArray::of("", "a"), "a"},
       {NSArray::of("..", "c", "d"), "../c/d"},
       {NSArray::of("a", "/b/", "c"), "a/b/c"},
+      {NSArray::of("a", "", "b"), "a/b"},
+      {NSArray::of("", "", "a"), "a"},
+      {NSArray::of("//", "a//b", "//c"), "/a/b/c"},
+      {NSArray::of("a", "b/"), "a/b"},
+      {NSArray::of("/", "/"), "/"},
+      {NSArray::of("ä", "b"), "ä/b"},
   };
   for (const auto& row : kRows) {
     EXPECT_EQ(NSString::pathWithComponents(row.components), row.path);
   }
   EXPECT_EQ(NSString::pathWithComponents(nullptr), nullptr);
+  expectException(NSInvalidArgumentException,
+                  [] { (void)NSString::pathWithComponents(NSArray::of("a", 1)); });
+}
+
+TEST(StringPathsTests, JoiningAgreesWithAppendingOneComponentAfterTheOther) {
+  RandomRun random;
+  const Ref<NSString> kNames[] = {"", "/", "a", "ä", "b/", "/c", "//"};
+  for (int round = 0; round < 5000; ++round) {
+    const auto components = NSMutableArray::array();
+    Ref<NSString> path = NSString::string();
+    for (std::uint64_t left = random.below(6); left > 0; --left) {
+      components->addObject(kNames[random.below(std::size(kNames))]);
+      path = path->stringByAppendingPathComponent(cast<NSString>(components->lastObject()));
+    }
+    const auto last = cast<NSString>(components->lastObject());
+    const bool endsInSlash = components->count() > 1 && (last == "" || last == "/");
+    const std::u16string end = endsInSlash && path != "/" ? u"/" : u"";
+    EXPECT_EQ(NSString::pathWithComponents(components)->utf16(), path->utf16() + end)
+        << components->description();
+  }
 }
 
 TEST(StringPathsTests, TakingApartAndJoiningGoesRound) {

@@ -85,6 +85,8 @@ TEST(NSStringExtraPathUtilitiesTests, ARelativePathLeadsFromTheBaseToThePath) {
       {u"/*/y", u"/x/y", u"../../*/y"},  // those of the path don't
       {u"/a/b/c", u"/b/b/c", u"../../../a/b/c"},
       {u"/Größe/x", u"/GRÖSSE/y", u"../x"},
+      {u"/a/c", u"/a/b/", u"../../c"},  // a separator at the end is a component, too
+      {u"/a/b/", u"/a", u"b/"},
   };
   expectResults(rows, stringByMakingRelativeToPath);
 }
@@ -105,6 +107,18 @@ TEST(NSStringExtraPathUtilitiesTests, ASubpathLacksAsManyComponentsAsTheBaseHas)
       {u"/größe/b", u"größe/", u"b"},
   };
   expectResults(rows, stringByMakingSubpathOfPath);
+}
+
+TEST(NSStringExtraPathUtilitiesTests, HundredsOfThousandsOfComponentsAreJoinedInOnePass) {
+  std::string path;
+  std::string ways = "..";
+  for (int depth = 0; depth < 300'000; ++depth) {
+    path += "/a";
+    ways += depth == 0 ? "" : "/..";
+  }
+  EXPECT_EQ(stringByMakingRelativeToPath(path + "/b", "/c"), "../" + path.substr(1) + "/b");
+  EXPECT_EQ(stringByMakingRelativeToPath("/", path), ways);
+  EXPECT_EQ(stringByMakingSubpathOfPath("/c" + path, "/c"), path.substr(1));
 }
 
 TEST(NSStringExtraPathUtilitiesTests, OneLeadingSeparatorGoes) {
