@@ -60,7 +60,7 @@ Ref<NSData> dataUsingCFStringEncoding_addBOM(const Ref<NSString>& self, CFString
   data->appendBytes_length(mark.data(), mark.size());
   auto* bytes = reinterpret_cast<std::uint8_t*>(data->extend(length));
   CFStringGetBytes(self, all, encoding, 0, false, bytes, length, nullptr);
-  return data;
+  return NSData::taking(*data);
 }
 
 Ref<NSString> convertStringFromEncoding_toEncoding(const Ref<NSString>& self, CFStringEncoding,

@@ -169,6 +169,13 @@ TEST(NSStringEncodingStuffTests, TheBytesEndAtTheFirstCharacterThatTheEncodingCa
   EXPECT_EQ(dataUsingCFStringEncoding_addBOM("A", kNone, true)->length(), 0U);
 }
 
+TEST(NSStringEncodingStuffTests, WhatWasEncodedDoesNotChange) {
+  for (const char* text : {"", "A"}) {
+    const auto data = dataUsingCFStringEncoding_addBOM(text, kCFStringEncodingUTF8, true);
+    EXPECT_EQ(cast<NSMutableData>(data), nullptr) << text;
+  }
+}
+
 TEST(NSStringEncodingStuffTests, ConvertsToWhatAnEncodingCanHold) {
   for (const CFStringEncoding ignored : {kUTF8, kMacRoman, kNone}) {
     forBothStorages(u"AB中C", [&](const Ref<NSString>& text) {
@@ -191,6 +198,8 @@ TEST(NSStringEncodingStuffTests, AMarkAtTheFrontIsLostInConversion) {
     EXPECT_EQ(convertStringFromEncoding_toEncoding(u"\uFEFFA", kNone, encoding), u"A");
   }
   EXPECT_EQ(convertStringFromEncoding_toEncoding(u"\uFEFFA", kNone, kMacRoman), nullptr);
+  EXPECT_EQ(convertStringFromEncoding_toEncoding(u"\uFEFF", kNone, kUTF8), u"")
+      << "the mark alone is a character that converts";
 }
 
 TEST(NSStringEncodingStuffTests, RepairsTextThatWasDecodedWrongly) {
