@@ -31,8 +31,7 @@ KESTOVA_FOUNDATION_EXPORT void insertData_atIndex(const Ref<NSMutableData>& self
 /// is what it seems to be:
 ///
 /// - A replacement that is longer than the pattern takes the place of every match in the range,
-/// from
-///   the front on; what was put in is not searched.
+///   one after the other; what was put in is not searched.
 /// - One that is not longer is written into the same memory. That replaces every match where the
 ///   range is the whole data and holds an odd number of them, or its last one ends the data. For
 ///   others the outcome follows from these steps, which are kept:
@@ -41,9 +40,8 @@ KESTOVA_FOUNDATION_EXPORT void insertData_atIndex(const Ref<NSMutableData>& self
 ///   - Matches are taken two at a time. After a single last one the data ends where the writing
 ///     ended: bytes behind the range are lost. It also ends there where a pair ends at the index
 ///     `range.length`.
-///   - The search for the first one of the next pair ends at the index `range.length`, not at the
-///   end
-///     of the range. When it finds nothing, the data keeps its length, with what is written in
+///   - The search for the first one of the next pair ends at the index `range.length`, not where
+///     the range ends. When it finds nothing, the data keeps its length, with what is written in
 ///     front, and old bytes behind it.
 ///   - Without replacement bytes (null) nothing is written for a match.
 ///

@@ -21,8 +21,8 @@ enum OVLineEnding : std::int32_t {
 ///     const Ref<NSString> text = "one\ntwo words\n";
 ///     wordCount(text);                                                        // 3
 ///     indexOfLine_withLineEnding(text, 2, OVLineEndingLF);                    // 4
-///     lineAndCharacterPositionAtIndex_withLineEnding(text, 8, OVLineEndingLF);  // line 2, column
-///     4
+///     // Line 2, column 4:
+///     lineAndCharacterPositionAtIndex_withLineEnding(text, 8, OVLineEndingLF);
 ///
 /// Lines are counted from 1, indexes from 0. All operations but `lineCount` look at the text's
 /// bytes in UTF-8, but only at as many of them as the text has UTF-16 units, its `length`; indexes
