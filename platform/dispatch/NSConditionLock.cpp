@@ -21,6 +21,12 @@ Moment momentOf(const Ref<NSDate>& date) {
   return date ? momentAfter(date->timeIntervalSinceNow()) : atOnce;
 }
 
+void wakeChosen(const FutexWord* chosen) {
+  if (chosen != nullptr) {
+    wakeOneAt(chosen);
+  }
+}
+
 bool hasPassed(Moment moment) {
   return moment != never && moment <= std::chrono::steady_clock::now();
 }
@@ -82,9 +88,7 @@ void NSConditionLock::unlock() {
   if (state_.exchange(kFree, std::memory_order_release) == kHeldAndAwaited) {
     wakeOneAt(&state_);
   }
-  if (chosen != nullptr) {
-    wakeOneAt(chosen);
-  }
+  wakeChosen(chosen);
 }
 
 void NSConditionLock::unlockWithCondition(NSInteger condition) {
@@ -121,9 +125,15 @@ bool NSConditionLock::lockWhenConditionBefore(NSInteger condition, Moment deadli
       return true;
     }
     if (!waitBefore(condition, deadline)) {
-      return tryLockWhenCondition(condition);
+      break;
     }
   }
+  if (tryLockWhenCondition(condition)) {
+    return true;
+  }
+  // It may have been chosen as its time ran out, by a thread that still lets go of the lock and
+  // will not look again.
+  wakeChosen(chooseWaiter());
   return false;
 }
 

@@ -243,6 +243,36 @@ TEST(NSConditionLockTests, NoWakeUpIsLostAmongThoseThatGiveUp) {
   EXPECT_EQ(taken, kTokens + 1);
 }
 
+TEST(NSConditionLockTests, WhoGivesUpAsItIsChosenLeavesTheLockToTheNext) {
+  using Clock = std::chrono::steady_clock;
+  constexpr NSTimeInterval kMoment = 0.0002;
+  const StressTime time;
+  for (int round = 0; !time.isOver(); ++round) {
+    const auto lock = NSConditionLock::initWithCondition(0);
+    std::latch first(1), second(1);
+    Threads threads;
+    threads.start([&] {
+      first.count_down();
+      if (lock->lockWhenCondition_beforeDate(1, inSeconds(kMoment))) {
+        lock->unlock();
+      }
+    });
+    first.wait();
+    threads.start([&] {
+      second.count_down();
+      lock->lockWhenCondition(1);  // what is lost leaves it asleep
+      lock->unlock();
+    });
+    second.wait();
+    // The condition comes when the time of the first one runs out, now sooner and now later.
+    const auto comes = Clock::now() + std::chrono::microseconds(130 + round % 200);
+    while (Clock::now() < comes) {
+    }
+    lock->lock();
+    lock->unlockWithCondition(1);
+  }
+}
+
 TEST(NSConditionLockDeathTests, UnlockingWhatNobodyHoldsIsABrokenContract) {
   const auto lock = NSConditionLock::init();
   EXPECT_DEATH(lock->unlock(), "the lock is held");
