@@ -38,6 +38,7 @@ void OVMutableCaseInsensitiveStringDictionary::setObject_forKey(const id& object
         "-[OVMutableCaseInsensitiveStringDictionary setObject:forKey:]: nil argument");
   }
   const Ref<NSString> spelling = copyOf(key);
+  std::vector<id> replaced;  // they go when the dictionary is unlocked again
   const std::lock_guard guard(*lock_);
   const id existing = _dict->objectForKey(spelling);
   if (existing == object) {
@@ -45,7 +46,7 @@ void OVMutableCaseInsensitiveStringDictionary::setObject_forKey(const id& object
   }
   const auto known = stringAt(_variantToLower, spelling);
   if (known) {
-    setObject_forVariantsOf(object, known);
+    setObject_forVariantsOf(object, known, replaced);
   }
   if (existing) {
     return;
@@ -53,6 +54,7 @@ void OVMutableCaseInsensitiveStringDictionary::setObject_forKey(const id& object
   const auto lower = known ? known : spelling->lowercaseString();
   _dict->setObject_forKey(object, spelling);
   if (!known) {
+    replaced.push_back(_dict->objectForKey(lower));
     _dict->setObject_forKey(object, lower);
   }
   _addVariant_forLower(spelling, lower);
@@ -80,10 +82,11 @@ void OVMutableCaseInsensitiveStringDictionary::removeObjectForKey(const Ref<NSSt
   if (!key) {
     return;
   }
+  id removed;
   const std::lock_guard guard(*lock_);
   const auto known = stringAt(_variantToLower, key);
   const auto lower = known ? known : key->lowercaseString();
-  const id removed = _dict->objectForKey(lower);
+  removed = _dict->objectForKey(lower);
   if (!removed) {
     return;
   }
@@ -95,8 +98,9 @@ void OVMutableCaseInsensitiveStringDictionary::removeObjectForKey(const Ref<NSSt
 }
 
 void OVMutableCaseInsensitiveStringDictionary::removeAllObjects() {
+  Ref<NSArray> removed;
   const std::lock_guard guard(*lock_);
-  const auto removed = _dict->allValues();  // they go last, when all three maps are empty
+  removed = _dict->allValues();
   _dict->removeAllObjects();
   _lowerToVariants->removeAllObjects();
   _variantToLower->removeAllObjects();
@@ -129,11 +133,13 @@ void OVMutableCaseInsensitiveStringDictionary::_addVariant_forLower(const Ref<NS
   _variantToLower->setObject_forKey(lower, lower);
 }
 
-/// Under the lock. An object that goes may change the set of spellings: they are listed first.
+/// Under the lock.
 void OVMutableCaseInsensitiveStringDictionary::setObject_forVariantsOf(const id& object,
-                                                                       const id& lower) {
+                                                                       const id& lower,
+                                                                       std::vector<id>& replaced) {
   if (const auto variants = cast<NSSet>(_lowerToVariants->objectForKey(lower))) {
-    for (const id& spelling : variants->allObjects()) {
+    for (const id& spelling : variants) {
+      replaced.push_back(_dict->objectForKey(spelling));
       _dict->setObject_forKey(object, spelling);
     }
   }

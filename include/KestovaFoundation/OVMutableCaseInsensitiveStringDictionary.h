@@ -8,6 +8,8 @@
 #include <KestovaPlatform/NSRecursiveLock.h>
 #include <KestovaPlatform/NSString.h>
 
+#include <vector>
+
 namespace kestova {
 
 /// Objects by strings that are found in any letter case.
@@ -33,7 +35,7 @@ namespace kestova {
 /// a null key is found nowhere.
 ///
 /// Threads: any; each operation holds a lock of the dictionary's own from beginning to end. Objects
-/// that go are let go of while it is held; they may use the dictionary.
+/// that go are let go of afterwards, when the operation is complete; they may use the dictionary.
 class KESTOVA_FOUNDATION_EXPORT OVMutableCaseInsensitiveStringDictionary : public NSObject {
   KESTOVA_CLASS(OVMutableCaseInsensitiveStringDictionary, NSObject)
 
@@ -65,7 +67,7 @@ class KESTOVA_FOUNDATION_EXPORT OVMutableCaseInsensitiveStringDictionary : publi
 
  private:
   void _addVariant_forLower(const Ref<NSString>& variant, const Ref<NSString>& lower);
-  void setObject_forVariantsOf(const id& object, const id& lower);
+  void setObject_forVariantsOf(const id& object, const id& lower, std::vector<id>& replaced);
 
   /// Objects by every remembered spelling and by each lowercase form.
   const Ref<NSMutableDictionary> _dict;

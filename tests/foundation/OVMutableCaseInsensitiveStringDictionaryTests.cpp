@@ -214,19 +214,56 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, ValuesComeInTheOrderOfTheK
   }
 }
 
+/// Empties a dictionary when it goes.
+class Emptying final : public NSObject {
+ public:
+  explicit Emptying(OVMutableCaseInsensitiveStringDictionary& dictionary)
+      : dictionary_(dictionary) {}
+  ~Emptying() override { dictionary_.removeAllObjects(); }
+
+ private:
+  OVMutableCaseInsensitiveStringDictionary& dictionary_;
+};
+
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, WhatGoesMayUseTheDictionary) {
-  class Removing final : public NSObject {
+  const auto expectEmptied = [&](auto&& change) {
+    dictionary->setObject_forKey(make<Emptying>(*dictionary), "foo");
+    change();
+    EXPECT_EQ(keys(), "");
+    EXPECT_EQ(values(), "");
+    EXPECT_EQ(at("foo"), "(null)");
+  };
+  expectEmptied([&] { dictionary->setObject_forKey("A", "foo"); });
+  expectEmptied([&] { dictionary->setObject_forKey("A", "Foo"); });
+  expectEmptied([&] {
+    EXPECT_NE(dictionary->objectForKey("FOO"), nullptr);
+    dictionary->setObject_forKey("A", "FOO");
+  });
+  expectEmptied([&] { dictionary->removeObjectForKey("foo"); });
+  expectEmptied([&] { dictionary->removeAllObjects(); });
+}
+
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, WhatGoesMayWaitForAnotherThreadsUseOfIt) {
+  class Waiting final : public NSObject {
    public:
-    explicit Removing(OVMutableCaseInsensitiveStringDictionary& dictionary)
+    explicit Waiting(OVMutableCaseInsensitiveStringDictionary& dictionary)
         : dictionary_(dictionary) {}
-    ~Removing() override { dictionary_.removeAllObjects(); }
+    ~Waiting() override {
+      std::thread([this] { (void)dictionary_.allKeys(); }).join();
+    }
 
    private:
     OVMutableCaseInsensitiveStringDictionary& dictionary_;
   };
-  dictionary->setObject_forKey(make<Removing>(*dictionary), "foo");
-  EXPECT_NE(dictionary->objectForKey("FOO"), nullptr);
-  dictionary->setObject_forKey("A", "foo");
+  const auto waiting = [&] { return make<Waiting>(*dictionary); };
+  dictionary->setObject_forKey(waiting(), "foo");
+  dictionary->setObject_forKey(waiting(), "foo");
+  dictionary->removeObjectForKey("foo");
+  dictionary->setObject_forKey(waiting(), "Foo");
+  dictionary->setObject_forKey("A", "Foo");
+  dictionary->setObject_forKey("A", "FOO");
+  dictionary->setObject_forKey(waiting(), "bar");
+  dictionary->removeAllObjects();
   EXPECT_EQ(keys(), "");
 }
 
