@@ -45,7 +45,7 @@ struct TextBuffer {
 
  private:
   static void write(char* to, const char* text, NSUInteger length) {
-    std::memcpy(to, text, length);
+    std::memmove(to, text, length);  // it may be a part of the text that is there
     to[length] = '\0';
   }
 

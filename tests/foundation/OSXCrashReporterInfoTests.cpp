@@ -116,6 +116,12 @@ TEST_F(OSXCrashReporterInfoTests, AShorterTextIsEndedWithinALongerOne) {
   }
 }
 
+TEST_F(OSXCrashReporterInfoTests, APartOfTheTextCanTakeItsPlace) {
+  OSXCrashReporterInfoSet("importing: page 17 of the second book");
+  OSXCrashReporterInfoSet(__crashreporter_info__ + 11);
+  EXPECT_EQ(published(), "page 17 of the second book");
+}
+
 TEST_F(OSXCrashReporterInfoTests, WithoutMemoryThereIsNoTextUntilTheNextOne) {
   OSXCrashReporterInfoSet("abc");
   OSXCrashReporterInfoSet("abc", std::numeric_limits<NSUInteger>::max());
