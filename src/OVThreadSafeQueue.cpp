@@ -31,6 +31,11 @@ class OVThreadSafeQueue::Unlocking {
   OVThreadSafeQueue& locked_;
 };
 
+void OVThreadSafeQueue::setReplacesOldestObject(bool replacesOldestObject) {
+  const KeyValueChange change(*this, "replacesOldestObject");
+  replacesOldestObject_.store(replacesOldestObject, std::memory_order_relaxed);
+}
+
 void OVThreadSafeQueue::enqueue(id object) {
   if (!object) {
     throw NSException(NSInvalidArgumentException, "-[OVThreadSafeQueue enqueue:]: nil argument");

@@ -60,13 +60,11 @@ class KESTOVA_FOUNDATION_EXPORT OVThreadSafeQueue : public NSObject {
   bool empty() const noexcept { return lock->condition() == Empty; }
 
   /// Whether a full queue drops its oldest object for a new one, instead of the new one. False in a
-  /// new queue. Takes no lock.
+  /// new queue. Takes no lock. Observers are told on the thread that sets it.
   bool replacesOldestObject() const noexcept {
     return replacesOldestObject_.load(std::memory_order_relaxed);
   }
-  void setReplacesOldestObject(bool replacesOldestObject) noexcept {
-    replacesOldestObject_.store(replacesOldestObject, std::memory_order_relaxed);
-  }
+  void setReplacesOldestObject(bool replacesOldestObject);
 
  protected:
   explicit OVThreadSafeQueue(NSUInteger maximumCapacity);

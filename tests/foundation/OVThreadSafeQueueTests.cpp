@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/OVThreadSafeQueue.h>
+#include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSKeyValueObserving.h>
 #include <KestovaPlatform/NSNull.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <gtest/gtest.h>
@@ -134,6 +136,26 @@ TEST(OVThreadSafeQueueTests, WhatAFullQueueDoesCanBeChangedAtAnyTimeAlsoByName) 
   queue->setReplacesOldestObject(false);
   queue->enqueue("D");
   EXPECT_EQ(drained(*queue), "BC");
+}
+
+TEST(OVThreadSafeQueueTests, ObserversSeeWhatAFullQueueWillDo) {
+  class Observer final : public NSObject {
+   public:
+    void observeValueForKeyPath_ofObject_change_context(const Ref<NSString>&, const id&,
+                                                        const Ref<NSDictionary>& change,
+                                                        void*) override {
+      seen += nameOf(change->objectForKey(NSKeyValueChangeNewKey));
+    }
+    std::string seen;
+  };
+  const auto observer = make<Observer>();
+  const auto queue = OVThreadSafeQueue::init();
+  queue->addObserver_forKeyPath_options_context(observer.get(), "replacesOldestObject",
+                                                NSKeyValueObservingOptionNew, nullptr);
+  queue->setReplacesOldestObject(true);
+  queue->setValue_forKey(false, "replacesOldestObject");
+  EXPECT_EQ(observer->seen, "10");
+  queue->removeObserver_forKeyPath(observer.get(), "replacesOldestObject");
 }
 
 TEST(OVThreadSafeQueueTests, RefusesNull) {
