@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
+#include <cstdlib>
 #include <limits>
 #include <string>
 
@@ -150,6 +151,17 @@ TEST_F(OSXCrashReporterInfoTests, ManyThreadsLeaveOneOfTheirTexts) {
   });
   threads.join();
   EXPECT_EQ(published(), std::string(499, published()[0]));
+}
+
+TEST(OSXCrashReporterInfoDeathTests, ThereIsNoTextUntilOneWasSet) {
+  ::testing::GTEST_FLAG(death_test_style) = "threadsafe";  // a process of its own
+  const auto isThereAText = [] {
+    OSXCrashReporterInfoInitialize();
+    OSXCrashReporterInfoClear();
+    OSXCrashReporterInfoSet("", 0);
+    return __crashreporter_info__ != nullptr;
+  };
+  EXPECT_EXIT(std::exit(isThereAText() ? 1 : 0), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(OSXCrashReporterInfoDeathTests, MustBeInitializedFirst) {
