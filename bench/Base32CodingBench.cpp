@@ -15,12 +15,9 @@ namespace {
 
 using namespace kestova;
 using bench::bytesOf;
+using bench::countBytes;
 using bench::kSampleSize;
 using bench::randomBytes;
-
-void countBytes(benchmark::State& state) {
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kSampleSize));
-}
 
 void WriteHere(benchmark::State& state) {
   std::string text(base32Length(kSampleSize), '\0');

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -47,6 +49,11 @@ inline const std::string& textBytes() {
 
 inline std::span<const std::byte> bytesOf(const std::string& text) {
   return std::as_bytes(std::span(text));
+}
+
+/// One sample a turn.
+inline void countBytes(benchmark::State& state) {
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kSampleSize));
 }
 
 }  // namespace kestova::bench

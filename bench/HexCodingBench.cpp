@@ -16,6 +16,7 @@ namespace {
 
 using namespace kestova;
 using bench::bytesOf;
+using bench::countBytes;
 using bench::kSampleSize;
 using bench::randomBytes;
 
@@ -27,10 +28,6 @@ std::string& digits() {
 std::vector<std::byte>& room() {
   static std::vector<std::byte> bytes(kSampleSize + 1);
   return bytes;
-}
-
-void countBytes(benchmark::State& state) {
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kSampleSize));
 }
 
 void WriteHere(benchmark::State& state) {

@@ -14,12 +14,9 @@ namespace {
 
 using namespace kestova;
 using bench::bytesOf;
+using bench::countBytes;
 using bench::kSampleSize;
 using bench::randomBytes;
-
-void countBytes(benchmark::State& state) {
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kSampleSize));
-}
 
 void SumHere(benchmark::State& state) {
   for (auto _ : state) {

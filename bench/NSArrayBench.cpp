@@ -3,12 +3,13 @@
 // pointers.
 #include <KestovaPlatform/NSArray.h>
 
+#include "ThreadedRun.h"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <memory>
 #include <random>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -146,10 +147,4 @@ IN_TWO_SIZES(SortVector);
 
 }  // namespace
 
-/// Once a process has started a thread, the standard library counts shared pointers atomically, as
-/// any application's does.
-int main(int argc, char** argv) {
-  std::thread([] {}).join();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-}
+int main(int argc, char** argv) { return kestova::bench::runThreaded(argc, argv); }

@@ -3,6 +3,8 @@
 // absl::flat_hash_map and QHash.
 #include <KestovaPlatform/NSDictionary.h>
 
+#include "ThreadedRun.h"
+
 #include <absl/container/flat_hash_map.h>
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -14,7 +16,6 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -197,10 +198,4 @@ BENCHMARK(StringMemory);
 
 }  // namespace
 
-/// Once a process has started a thread, the standard library counts shared pointers atomically, as
-/// any application's does.
-int main(int argc, char** argv) {
-  std::thread([] {}).join();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-}
+int main(int argc, char** argv) { return kestova::bench::runThreaded(argc, argv); }

@@ -3,6 +3,8 @@
 // QCache and absl::flat_hash_map with a std::list.
 #include <KestovaFoundation/OVCache.h>
 
+#include "ThreadedRun.h"
+
 #include <absl/container/flat_hash_map.h>
 #include <benchmark/benchmark.h>
 #include <QCache>
@@ -15,7 +17,6 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -185,10 +186,4 @@ IN_TWO_SIZES(InsertListCache);
 
 }  // namespace
 
-/// Once a process has started a thread, the standard library counts shared pointers atomically, as
-/// any application's does.
-int main(int argc, char** argv) {
-  std::thread([] {}).join();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-}
+int main(int argc, char** argv) { return kestova::bench::runThreaded(argc, argv); }

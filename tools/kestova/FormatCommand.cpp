@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FormatCommand.h"
 
+#include "EachArgument.h"
 #include "FileFailure.h"
 
 #include <KestovaFoundation/OVByteFormatter.h>
@@ -33,16 +34,7 @@ void printLine(const Ref<NSString>& text) { std::puts(text->displayUTF8().c_str(
 /// Formats value by value; one that can't be does not keep the others from it.
 template <class Format>
 int formatAll(const std::vector<std::string>& values, const Format& format) {
-  int status = kSucceeded;
-  for (const std::string& value : values) {
-    try {
-      printLine(format(value));
-    } catch (const FileFailure& failure) {
-      printFailure(failure.what());
-      status = kFailed;
-    }
-  }
-  return status;
+  return forEachArgument(values, [&](const std::string& value) { printLine(format(value)); });
 }
 
 class TimeFormatCommand final : public Command {

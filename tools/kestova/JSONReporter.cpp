@@ -1,22 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "JSONLine.h"
 #include "TransferReporter.h"
 
 #include <KestovaPlatform/NSString.h>
 #include <nlohmann/json.hpp>
 
-#include <cstdio>
 #include <string>
 
 namespace kestova::tool {
 namespace {
 
 using JSON = nlohmann::ordered_json;
-
-/// Bytes of a path that are no UTF-8 become U+FFFD: JSON can't carry them.
-void print(const JSON& object) {
-  std::puts(object.dump(-1, ' ', false, JSON::error_handler_t::replace).c_str());
-  std::fflush(stdout);
-}
 
 JSON describing(const char* event, const TransferItem& item) {
   return {
@@ -40,7 +34,7 @@ void addFigures(JSON& object, const OVFileOperation& operation) {
 
 class JSONReporter final : public TransferReporter {
  public:
-  void began(const TransferItem& item) override { print(describing("begin", item)); }
+  void began(const TransferItem& item) override { printJSONLine(describing("begin", item)); }
 
   void progressed(const TransferItem& item, const OVFileOperation& operation) override {
     JSON object = describing("progress", item);
@@ -48,7 +42,7 @@ class JSONReporter final : public TransferReporter {
     if (operation.currentFile()) {
       object["currentFile"] = operation.currentFile()->fileSystemRepresentation();
     }
-    print(object);
+    printJSONLine(object);
   }
 
   void ended(const TransferItem& item, const OVFileOperation& operation, OSStatus status) override {
@@ -56,7 +50,7 @@ class JSONReporter final : public TransferReporter {
     addFigures(object, operation);
     object["status"] = status;
     object["statusName"] = GetMacOSStatusErrorString(status);
-    print(object);
+    printJSONLine(object);
   }
 };
 

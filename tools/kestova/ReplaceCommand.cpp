@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ByteCommands.h"
 
+#include "EachArgument.h"
 #include "FileFailure.h"
 #include "InputFile.h"
 #include "OutputFile.h"
@@ -112,16 +113,9 @@ class ReplaceCommand final : public Command {
     }
     const std::vector<std::byte> replacement = bytesOfHex(replacement_);
     MatchWalk walk(pattern);
-    bool isAllWell = true;
-    for (const std::string& path : paths_) {
-      try {
-        path == "-" ? filter(walk, replacement) : change(path, walk, replacement);
-      } catch (const FileFailure& failure) {
-        printFailure(failure.what());
-        isAllWell = false;
-      }
-    }
-    return isAllWell ? kSucceeded : kFailed;
+    return forEachArgument(paths_, [&](const std::string& path) {
+      path == "-" ? filter(walk, replacement) : change(path, walk, replacement);
+    });
   }
 
  private:

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FileCommands.h"
 
+#include "EachArgument.h"
 #include "FileFailure.h"
+#include "JSONLine.h"
 #include "TransferText.h"
 
 #include <KestovaPlatform/FSCatalog.h>
@@ -45,9 +47,7 @@ void printRow(const std::string& path, std::uint64_t bytes) {
 }
 
 void printObject(const std::string& path, std::uint64_t bytes) {
-  const nlohmann::ordered_json object = {{"path", path}, {"bytes", bytes}};
-  using ErrorHandler = nlohmann::ordered_json::error_handler_t;
-  std::puts(object.dump(-1, ' ', false, ErrorHandler::replace).c_str());
+  printJSONLine({{"path", path}, {"bytes", bytes}});
 }
 
 class SizeCommand final : public Command {
@@ -62,16 +62,7 @@ class SizeCommand final : public Command {
   }
 
   int run() override {
-    int status = kSucceeded;
-    for (const std::string& path : paths_) {
-      try {
-        show(path);
-      } catch (const FileFailure& failure) {
-        printFailure(failure.what());
-        status = kFailed;
-      }
-    }
-    return status;
+    return forEachArgument(paths_, [this](const std::string& path) { show(path); });
   }
 
  private:

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TextCommand.h"
 
-#include "FileFailure.h"
+#include "EachArgument.h"
 #include "InputFile.h"
+#include "JSONLine.h"
 #include "TextFigures.h"
 
 #include <KestovaPlatform/NSString.h>
@@ -32,15 +33,13 @@ void printRow(const std::string& file, const TextFigures& figures) {
 }
 
 void printObject(const std::string& file, const TextFigures& figures) {
-  const nlohmann::ordered_json object = {{"file", file},
-                                         {"encoding", nameOf(figures.encoding)},
-                                         {"encodingNumber", figures.encoding},
-                                         {"lineEnding", nameOf(figures.lineEnding)},
-                                         {"lines", figures.lines},
-                                         {"words", figures.words},
-                                         {"bytes", figures.bytes}};
-  using ErrorHandler = nlohmann::ordered_json::error_handler_t;
-  std::puts(object.dump(-1, ' ', false, ErrorHandler::replace).c_str());
+  printJSONLine({{"file", file},
+                 {"encoding", nameOf(figures.encoding)},
+                 {"encodingNumber", figures.encoding},
+                 {"lineEnding", nameOf(figures.lineEnding)},
+                 {"lines", figures.lines},
+                 {"words", figures.words},
+                 {"bytes", figures.bytes}});
 }
 
 class TextCommand : public Command {
@@ -54,16 +53,7 @@ class TextCommand : public Command {
   }
 
   int run() override {
-    int status = kSucceeded;
-    for (const std::string& file : files_) {
-      try {
-        show(file);
-      } catch (const FileFailure& failure) {
-        printFailure(failure.what());
-        status = kFailed;
-      }
-    }
-    return status;
+    return forEachArgument(files_, [this](const std::string& file) { show(file); });
   }
 
  private:
