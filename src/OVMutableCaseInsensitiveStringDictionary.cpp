@@ -18,6 +18,15 @@ Ref<NSString> stringAt(const Ref<NSMutableDictionary>& dictionary, const Ref<NSS
   return cast<NSString>(dictionary->objectForKey(key));
 }
 
+/// Keeps the object that was there.
+void replace(const Ref<NSMutableDictionary>& dictionary, const id& key, const id& object,
+             std::vector<id>& replaced) {
+  if (id before = dictionary->objectForKey(key)) {
+    replaced.push_back(std::move(before));
+  }
+  dictionary->setObject_forKey(object, key);
+}
+
 }  // namespace
 
 OVMutableCaseInsensitiveStringDictionary::OVMutableCaseInsensitiveStringDictionary()
@@ -54,8 +63,7 @@ void OVMutableCaseInsensitiveStringDictionary::setObject_forKey(const id& object
   const auto lower = known ? known : spelling->lowercaseString();
   _dict->setObject_forKey(object, spelling);
   if (!known) {
-    replaced.push_back(_dict->objectForKey(lower));
-    _dict->setObject_forKey(object, lower);
+    replace(_dict, lower, object, replaced);
   }
   _addVariant_forLower(spelling, lower);
 }
@@ -139,8 +147,7 @@ void OVMutableCaseInsensitiveStringDictionary::setObject_forVariantsOf(const id&
                                                                        std::vector<id>& replaced) {
   if (const auto variants = cast<NSSet>(_lowerToVariants->objectForKey(lower))) {
     for (const id& spelling : variants) {
-      replaced.push_back(_dict->objectForKey(spelling));
-      _dict->setObject_forKey(object, spelling);
+      replace(_dict, spelling, object, replaced);
     }
   }
 }
