@@ -99,6 +99,8 @@ TEST(NSStringExtraPathUtilitiesTests, ASubpathLacksAsManyComponentsAsTheBaseHas)
       {u"/a/b/c", u"b/c", u"b/c"},    // anywhere, and only its number of components counts
       {u"/a/b/c", u"b", u"a/b/c"},
       {u"/a/b/c", u"/a/b/c", u""},
+      {u"/a/b/", u"/a/b", u"/"},  // the separator at the end is a component
+      {u"/a/b/", u"/a/b/", u""},
       {u"a/b", u"/", u"b"},
       {u"/a/b", u"", u"/a/b"},  // the empty text occurs nowhere
       {u"", u"", u""},
@@ -172,11 +174,12 @@ TEST(NSStringExtraPathUtilitiesTests, AnAncestorIsWhatAPathBeginsWith) {
     const char16_t* path;
     bool isAncestor;
   } const kRows[] = {
-      {u"/a", u"/a/b", true},  {u"/a/", u"/a/b", true}, {u"/a", u"/ab", false},
-      {u"/a", u"/a/", false},  {u"/a/", u"/a", false},  {u"/a", u"/a", false},
-      {u"/a/b", u"/a", false}, {u"/", u"/a", true},     {u"", u"/a", true},
-      {u"", u"a", false},      {u"", u"", false},       {u"a", u"x/a/b", false},
-      {u"/A", u"/a/b", false}, {u"/é", u"/é/b", true},  {u"/a", u"/a//b", true},
+      {u"/a", u"/a/b", true},       {u"/a/", u"/a/b", true}, {u"/a", u"/ab", false},
+      {u"/a", u"/a/", false},       {u"/a/", u"/a", false},  {u"/a", u"/a", false},
+      {u"/a/b", u"/a", false},      {u"/", u"/a", true},     {u"", u"/a", true},
+      {u"", u"a", false},           {u"", u"", false},       {u"a", u"x/a/b", false},
+      {u"/A", u"/a/b", false},      {u"/é", u"/é/b", true},  {u"/a", u"/a//b", true},
+      {u"/é", u"/e\u0301/b", true},  // searched for, and so by what the characters mean
   };
   for (const auto& row : kRows) {
     forBothStorages(row.ancestor, row.path, [&](const Ref<NSString>& a, const Ref<NSString>& b) {
