@@ -106,6 +106,9 @@ using OVMatchReplacement =
 /// The text with each run of `repeated`, however long, made one; the receiver when there is none.
 /// As long as the doubled text is found, its first match becomes the single one. A regular
 /// expression whose match does not become shorter ends that.
+///
+/// The time grows with the text; with the units of a single character times the replacements beside
+/// it where that character has very many, thousands of marks for instance.
 KESTOVA_FOUNDATION_EXPORT Ref<NSString> stringBySqueezingOccurrencesOfString_options(
     const Ref<NSString>& self, const Ref<NSString>& repeated, NSUInteger options);
 
