@@ -138,6 +138,7 @@ Ref<NSNotificationCenter> OVNotificationQueue::notificationCenter() const {
 
 void OVNotificationQueue::setNotificationCenter(const Ref<NSNotificationCenter>& center) {
   require(center != nullptr, "center != nil");
+  const KeyValueChange change(*this, "notificationCenter");
   exchange(mutex_, _notificationCenter, center);
 }
 
@@ -148,6 +149,7 @@ Ref<NSOperationQueue> OVNotificationQueue::postingQueue() const {
 
 void OVNotificationQueue::setPostingQueue(const Ref<NSOperationQueue>& queue) {
   require(queue != nullptr, "queue != nil");
+  const KeyValueChange change(*this, "postingQueue");
   exchange(mutex_, _postingQueue, queue);
 }
 
@@ -157,6 +159,7 @@ Ref<NSOperation> OVNotificationQueue::operation() const {
 }
 
 void OVNotificationQueue::setOperation(const Ref<NSOperation>& operation) {
+  const KeyValueChange change(*this, "operation");
   exchange(mutex_, _operation, operation);
 }
 

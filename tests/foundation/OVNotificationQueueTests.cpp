@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/OVNotificationQueue.h>
 #include <KestovaPlatform/NSDate.h>
+#include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSKeyValueObserving.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <KestovaPlatform/NSRunLoop.h>
 #include <KestovaPlatform/NSThread.h>
@@ -82,6 +84,30 @@ TEST_F(OVNotificationQueueTests, KeepsItsCentreAndItsPostingQueue) {
   EXPECT_EQ(queue->operation(), nullptr);
   EXPECT_EQ(queue->valueForKey("notificationCenter"), centre);
   EXPECT_EQ(queue->valueForKey("postingQueue"), postingQueue);
+}
+
+TEST_F(OVNotificationQueueTests, ObserversSeeItsPropertiesSet) {
+  class Observer final : public NSObject {
+   public:
+    void observeValueForKeyPath_ofObject_change_context(const Ref<NSString>& keyPath, const id&,
+                                                        const Ref<NSDictionary>&, void*) override {
+      seen += keyPath->UTF8String().value() + ";";
+    }
+    std::string seen;
+  };
+  const auto observer = make<Observer>();
+  const auto queue = OVNotificationQueue::initWithNotificationCenter_queue(
+      NSNotificationCenter::init(), NSOperationQueue::init());
+  for (const char* key : {"notificationCenter", "postingQueue", "operation"}) {
+    queue->addObserver_forKeyPath_options_context(observer.get(), key, 0, nullptr);
+  }
+  queue->setNotificationCenter(NSNotificationCenter::init());
+  queue->setPostingQueue(NSOperationQueue::init());
+  queue->setOperation(nullptr);
+  EXPECT_EQ(observer->seen, "notificationCenter;postingQueue;operation;");
+  for (const char* key : {"notificationCenter", "postingQueue", "operation"}) {
+    queue->removeObserver_forKeyPath(observer.get(), key);
+  }
 }
 
 TEST_F(OVNotificationQueueTests, PostsInTheOrderOfQueuing) {
