@@ -14,11 +14,13 @@ namespace {
 
 /// The property that a key names: by its own name, or with "is" before it.
 const Property* propertyForKey(const NSObject& object, const Ref<NSString>& key) {
+  if (!key || key->length() == 0) {
+    return nullptr;
+  }
   const KeyText text(key);
   const std::string_view name = text;
   const Class& described = object.classDescriptor();
-  const Property* property = name.empty() ? nullptr : described.property(name);
-  if (property != nullptr || name.empty()) {
+  if (const Property* property = described.property(name)) {
     return property;
   }
   std::string question = "is" + std::string(name);
@@ -41,7 +43,7 @@ struct SplitPath {
 };
 
 SplitPath splitPath(const Ref<NSString>& keyPath) {
-  const NSRange stop = keyPath->rangeOfString(".");
+  const NSRange stop = keyPath ? keyPath->rangeOfString(".") : NSRange{NSNotFound, 0};
   if (stop.location == NSNotFound) {
     return {keyPath, nullptr};
   }

@@ -104,6 +104,15 @@ TEST(NSKeyValueCodingTests, AnUnknownKeyThrowsUnlessTheClassAnswersForIt) {
   EXPECT_TRUE(make<Employee>()->valueForKey("nosuch")->isEqual("no nosuch"));
 }
 
+TEST(NSKeyValueCodingTests, NullIsAnUnknownKey) {
+  const auto person = make<Person>();
+  expectException(NSUndefinedKeyException, [&] { (void)person->valueForKey(nullptr); });
+  expectException(NSUndefinedKeyException, [&] { person->setValue_forKey(1, nullptr); });
+  expectException(NSUndefinedKeyException, [&] { (void)person->valueForKeyPath(nullptr); });
+  expectException(NSUndefinedKeyException, [&] { person->setValue_forKeyPath(1, nullptr); });
+  EXPECT_TRUE(make<Employee>()->valueForKey(nullptr)->isEqual("no (null)"));
+}
+
 TEST(NSKeyValueCodingTests, AReadOnlyPropertyCannotBeSet) {
   const auto person = make<Person>();
   expectException(NSUndefinedKeyException, [&] { person->setValue_forKey(2.0, "height"); });

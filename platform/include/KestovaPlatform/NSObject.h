@@ -90,7 +90,7 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
   /// \name Properties by name (key-value coding)
   ///
   /// A key names a property that the class describes, by the property's own name or, for "ready",
-  /// as "isReady". Numbers, booleans and plain structs arrive boxed.
+  /// as "isReady". Numbers, booleans and plain structs arrive boxed. Null is an unknown key.
   /// @{
 
   /// The property's value; nothing when it holds nothing. An unknown key goes to

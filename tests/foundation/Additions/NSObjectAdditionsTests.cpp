@@ -106,6 +106,8 @@ TEST(NSObjectAdditionsTests, OnlyValuesThatAreThereAreRead) {
                   [&] { (void)ov_dictionaryOfPropertyValues(item, NSArray::of("nosuch")); });
   expectException(NSUndefinedKeyException,
                   [&] { (void)ov_descriptionUsingProperties(item, NSArray::of("nosuch")); });
+  expectException(NSUndefinedKeyException,
+                  [&] { (void)ov_dictionaryOfPropertyValues(item, NSArray::of(5)); });
 }
 
 TEST(NSObjectAdditionsTests, NamesOfAllClassesAreCollectedOnce) {
