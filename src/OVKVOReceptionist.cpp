@@ -2,6 +2,8 @@
 #include <KestovaFoundation/OVKVOReceptionist.h>
 #include <KestovaPlatform/Class.h>
 
+#include <utility>
+
 namespace kestova {
 
 KESTOVA_DEFINE_CLASS(OVKVOReceptionist, .property<&OVKVOReceptionist::isCancelled>("cancelled"))
@@ -47,11 +49,12 @@ void OVKVOReceptionist::cancel() {
   if (!_observedObject) {
     return;
   }
-  _observedObject->removeObserver_forKeyPath_context(this, _observedKeyPath, contextTag());
-  _observedObject = nullptr;
-  _observedKeyPath = nullptr;
-  _handler = nullptr;
+  // They go last, for with them may go what holds the receptionist.
+  const id object = std::exchange(_observedObject, nullptr);
+  const auto keyPath = std::exchange(_observedKeyPath, nullptr);
+  const Handler handler = std::exchange(_handler, nullptr);
   _cancelled = true;
+  object->removeObserver_forKeyPath_context(this, keyPath, contextTag());
 }
 
 }  // namespace kestova

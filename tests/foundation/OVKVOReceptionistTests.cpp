@@ -104,6 +104,19 @@ TEST_F(OVKVOReceptionistTests, TheHandlerMayCancelAndLetGoOfIt) {
   EXPECT_EQ(held.use_count(), 1);
 }
 
+TEST_F(OVKVOReceptionistTests, CancellingMayLetGoOfWhatHoldsIt) {
+  auto held = std::make_shared<Ref<OVKVOReceptionist>>();
+  *held = OVKVOReceptionist::receptionistForKeyPath_object_handler(
+      "balance", account_, [held](const auto&, const id&, const auto&) {});
+  OVKVOReceptionist* const observing = held->get();
+  const std::weak_ptr<Ref<OVKVOReceptionist>> handlers = held;
+  held = nullptr;
+  observing->cancel();
+  EXPECT_TRUE(handlers.expired());
+  EXPECT_FALSE(account_->hasObservers());
+  EXPECT_EQ(account_->retainCount(), 1U);
+}
+
 TEST_F(OVKVOReceptionistTests, AnotherContextGoesToTheBaseClass) {
   const auto observing = receptionist("balance");
   int other = 0;
