@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kestova {
@@ -110,25 +111,46 @@ Ref<NSData> outputOf(const Ref<NSString>& program, const Ref<NSArray>& arguments
   }
 }
 
-/// Whether two paths lead to one item, behind symbolic links.
-bool isSameItem(const Ref<NSFileManager>& self, const Ref<NSString>& path,
-                const Ref<NSString>& other) {
+/// What tells a folder from all others, behind symbolic links; null where there is none.
+Ref<NSArray> identityOf(const Ref<NSFileManager>& self, const Ref<NSString>& folder) {
   // A full stop behind the slash makes the attributes those of the folder and not of a link to it.
-  const auto facts = self->attributesOfItemAtPath_error(path->stringByAppendingString("/."));
-  const auto otherFacts = self->attributesOfItemAtPath_error(other->stringByAppendingString("/."));
-  const auto isSame = [&](const StringConstant& key) {
-    return facts->objectForKey(key)->isEqual(otherFacts->objectForKey(key));
-  };
-  return facts && otherFacts && isSame(NSFileSystemNumber) && isSame(NSFileSystemFileNumber);
+  const auto facts = self->attributesOfItemAtPath_error(folder->stringByAppendingString("/."));
+  return facts ? NSArray::of(facts->objectForKey(NSFileSystemNumber),
+                             facts->objectForKey(NSFileSystemFileNumber))
+               : nullptr;
+}
+
+bool isSameFolder(const Ref<NSFileManager>& self, const Ref<NSString>& path,
+                  const Ref<NSString>& other) {
+  const auto identity = identityOf(self, path);
+  return identity && identity->isEqual(identityOf(self, other));
+}
+
+/// Whether a folder is another one or lies beneath it.
+bool isWithin(const Ref<NSFileManager>& self, const Ref<NSString>& folder,
+              const Ref<NSString>& outer) {
+  const auto sought = identityOf(self, outer);
+  auto path = folder;
+  auto identity = sought ? identityOf(self, path) : nullptr;
+  for (Ref<NSArray> beneath; identity && !identity->isEqual(beneath);) {
+    if (identity->isEqual(sought)) {
+      return true;
+    }
+    path = path->stringByAppendingString("/..");
+    beneath = std::exchange(identity, identityOf(self, path));
+  }
+  return false;
 }
 
 enum class TakenName { replaced, left };
 
-/// Moves an item to a path, where that is not taken. False when something fails.
+/// Moves an item to a path, where that is not taken. False when something fails, and where the item
+/// would go with what it replaces.
 bool moveItem(const Ref<NSFileManager>& self, const Ref<NSString>& path,
               const Ref<NSString>& targetPath, TakenName taken) {
   if (taken == TakenName::replaced && self->fileExistsAtPath(targetPath) &&
-      !self->removeItemAtPath_error(targetPath)) {
+      (isWithin(self, path->stringByDeletingLastPathComponent(), targetPath) ||
+       !self->removeItemAtPath_error(targetPath))) {
     return false;
   }
   return self->fileExistsAtPath(targetPath) || self->moveItemAtPath_toPath_error(path, targetPath);
@@ -234,7 +256,7 @@ bool moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace(const Ref<NSFileM
                                                                const Ref<NSString>& path,
                                                                const Ref<NSString>& targetPath,
                                                                bool replace) {
-  if (!path || !targetPath || isSameItem(self, path, targetPath)) {
+  if (!path || !targetPath || isSameFolder(self, path, targetPath)) {
     return true;
   }
   const auto taken = replace ? TakenName::replaced : TakenName::left;

@@ -79,8 +79,9 @@ KESTOVA_FOUNDATION_EXPORT Ref<NSString> duplicateFileAtPath_error(const Ref<NSFi
 /// Moves what is in a folder into another one, but for items whose names begin with a full stop. An
 /// item whose name is taken there replaces the one that has it when `replace` is true, else it
 /// stays where it is, which is no failure; and so does everything when both folders are the same.
-/// The first failure beeps and ends it with false; what was moved stays moved. A folder that can't
-/// be listed counts as an empty one.
+/// What holds the folder that is moved from is not replaced, which is a failure. The first failure
+/// beeps and ends it with false; what was moved stays moved. A folder that can't be listed counts
+/// as an empty one.
 KESTOVA_FOUNDATION_EXPORT bool moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace(
     const Ref<NSFileManager>& self, const Ref<NSString>& path, const Ref<NSString>& targetPath,
     bool replace);

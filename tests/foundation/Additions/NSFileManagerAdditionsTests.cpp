@@ -395,6 +395,24 @@ TEST_F(NSFileManagerAdditionsTests, ContentsThatAreToMoveToWhereTheyAreStayThere
   }
 }
 
+TEST_F(NSFileManagerAdditionsTests, WhatHoldsTheFolderThatIsMovedFromIsNotReplaced) {
+  CountedBeeps beeps;
+  makeFolder("to/x/x");
+  makeFolder("to/x/y/x");
+  write("to/x/x/file", "text");
+  write("to/x/y/x/file", "text");
+  ASSERT_EQ(::symlink("to/x/y", at("link").c_str()), 0);
+  EXPECT_FALSE(move("to/x", "to", true));
+  EXPECT_FALSE(move("to/x/y", "to", true));
+  EXPECT_FALSE(move("link", "to", true));
+  EXPECT_EQ(beeps.count, 3);
+  EXPECT_EQ(folder_.read("to/x/x/file"), "text");
+  EXPECT_EQ(folder_.read("to/x/y/x/file"), "text");
+  makeFolder("xx/x");
+  EXPECT_TRUE(move("xx", "to/x", true));
+  EXPECT_EQ(names("to/x/x"), std::set<std::string>());
+}
+
 TEST_F(NSFileManagerAdditionsTests, NamesOfAnyBytesMove) {
   makeFolder("from");
   makeFolder("to");
