@@ -39,7 +39,7 @@ void OVKVOReceptionist::observeValueForKeyPath_ofObject_change_context(
     super::observeValueForKeyPath_ofObject_change_context(keyPath, object, change, context);
     return;
   }
-  if (object == _observedObject && keyPath->isEqualToString(_observedKeyPath)) {
+  if (object == _observedObject && keyPath && keyPath->isEqualToString(_observedKeyPath)) {
     const Handler handler = _handler;  // one that cancels lets go of it
     handler(keyPath, object, change);
   }

@@ -132,8 +132,10 @@ TEST_F(OVKVOReceptionistTests, WhatItDoesNotObserveIsIgnoredUnderItsOwnContext) 
   observing->observeValueForKeyPath_ofObject_change_context("name", account_, nullptr, own);
   observing->observeValueForKeyPath_ofObject_change_context("balance", make<ObservedAccount>(),
                                                             nullptr, own);
+  observing->observeValueForKeyPath_ofObject_change_context(nullptr, account_, nullptr, own);
   observing->cancel();
   observing->observeValueForKeyPath_ofObject_change_context("balance", account_, nullptr, own);
+  observing->observeValueForKeyPath_ofObject_change_context("balance", nullptr, nullptr, own);
   EXPECT_TRUE(told_.empty());
 }
 
