@@ -73,13 +73,21 @@ inline Rects plainlyUnited(const NSRect& r, const NSRect& s) {
   return {NSMakeRect(x, y, std::max(maxX(r), maxX(s)) - x, std::max(maxY(r), maxY(s)) - y)};
 }
 
+/// Whether one lies wholly to the right of the other or above it, so that nothing joins them.
+inline bool standsBeyond(const NSRect& r, const NSRect& s) {
+  const double right = maxX(s), top = maxY(s);
+  return (r.origin.x > right && r.origin.x > s.origin.x && maxX(r) > right &&
+          maxX(r) > s.origin.x) ||
+         (r.origin.y > top && r.origin.y > s.origin.y && maxY(r) > top && maxY(r) > s.origin.y);
+}
+
 /// Tests every pair again after each join.
 template <class Join>
 Rects plainlyJoined(Rects list, const Join& join) {
   const auto joinOne = [&] {
     for (std::size_t i = 0; i < list.size(); ++i) {
       for (std::size_t j = 0; j < list.size(); ++j) {
-        if (i == j) continue;
+        if (i == j || standsBeyond(list[i], list[j]) || standsBeyond(list[j], list[i])) continue;
         const Rects pieces = join(list[i], list[j]);
         if (!pieces.empty()) {
           list.erase(list.begin() + static_cast<std::ptrdiff_t>(std::max(i, j)));
