@@ -105,7 +105,8 @@ bool NSOperation::begin() {
     finish();
     return false;
   }
-  if (!isReady()) {
+  // A dependency that comes after a queue has found it ready comes too late.
+  if (!OperationScheduler::isRunning(*this) && !isReady()) {
     refuse("the operation is not ready");
   }
   KeyValueChange change(*this, "isExecuting");
@@ -201,32 +202,53 @@ void NSOperation::addDependency(const Ref<NSOperation>& operation) {
   if (operation->isAsynchronous()) {
     operation->watchOwnEnd();
   }
-  KeyValueChange change(*this, kReadyKey);
+  bool isCounted = false;
   {
-    const std::lock_guard lock(mutex_);
-    if (std::ranges::find(dependencies_, operation) != dependencies_.end()) {
-      return;
-    }
-    dependencies_.push_back(operation);
-    // Counted before it can be counted down.
-    unfinishedDependencies_.fetch_add(1);
+    KeyValueChange change(*this, kReadyKey);
+    isCounted = startDepending(operation);
   }
-  if (!operation->addDependent(*this)) {
-    unfinishedDependencies_.fetch_sub(1);
+  if (!isCounted) {
+    // A queue may have met it while the dependency was counted.
+    tellReady();
   }
 }
 
-void NSOperation::removeDependency(const Ref<NSOperation>& operation) {
-  Ref<NSOperation> stay = operation;
+/// Whether the dependency has not finished.
+bool NSOperation::startDepending(const Ref<NSOperation>& dependency) {
+  const std::lock_guard ordered(dependingMutex_);
   {
     const std::lock_guard lock(mutex_);
-    if (!operation || !removeFrom(dependencies_, *operation)) {
-      return;
+    if (std::ranges::find(dependencies_, dependency) != dependencies_.end()) {
+      return true;
     }
+    dependencies_.push_back(dependency);
+    // Counted before it can be counted down.
+    unfinishedDependencies_.fetch_add(1);
   }
-  if (operation->removeDependent(*this)) {
+  if (!dependency->addDependent(*this)) {
+    unfinishedDependencies_.fetch_sub(1);
+    return false;
+  }
+  return true;
+}
+
+void NSOperation::removeDependency(const Ref<NSOperation>& operation) {
+  const Ref<NSOperation> stay = operation;
+  if (stay && stopDepending(*stay)) {
     dependencyHasFinished();
   }
+}
+
+/// Whether the dependency was one and is counted still.
+bool NSOperation::stopDepending(NSOperation& dependency) {
+  const std::lock_guard ordered(dependingMutex_);
+  {
+    const std::lock_guard lock(mutex_);
+    if (!removeFrom(dependencies_, dependency)) {
+      return false;
+    }
+  }
+  return dependency.removeDependent(*this);
 }
 
 Ref<NSArray> NSOperation::dependencies() const {

@@ -252,7 +252,7 @@ void OperationScheduler::pump() {
     }
     {
       Pump pump(*this, *operation);
-      performSubmitted([&] { operation->start(); });
+      performSubmitted([&] { startIfReady(*operation); });
       lookAfter(pump);
     }
     waitForWork();
@@ -260,6 +260,26 @@ void OperationScheduler::pump() {
   if (mayLookOn()) {
     submitPumps(1);
   }
+}
+
+/// What was given another dependency after it had become ready waits once more.
+void OperationScheduler::startIfReady(NSOperation& operation) {
+  if (operation.isReady()) {
+    operation.start();
+  } else if (returnToWaiting(operation)) {
+    readinessChanged(operation);
+  }
+}
+
+/// False where somebody has started and finished it by hand meanwhile.
+bool OperationScheduler::returnToWaiting(NSOperation& operation) {
+  const std::lock_guard lock(mutex_);
+  if (operation.place_ != NSOperation::Place::started) {
+    return false;
+  }
+  operation.place_ = NSOperation::Place::waiting;
+  --executing_;
+  return true;
 }
 
 /// An operation that executes on after its start leaves its pump free to look.

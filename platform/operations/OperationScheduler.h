@@ -91,6 +91,8 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   std::size_t missingPumps() noexcept;
   void submitPumps(std::size_t count);
   void pump();
+  void startIfReady(NSOperation& operation);
+  bool returnToWaiting(NSOperation& operation);
   void lookAfter(const Pump& pump);
   void waitForWork() const noexcept;
   bool mayLookOn();

@@ -224,6 +224,55 @@ TEST(NSOperationQueueTests, DependenciesComeBeforePriorities) {
   EXPECT_EQ(log, "12");
 }
 
+TEST(NSOperationQueueTests, ADependencyThatIsAddedLateIsWaitedFor) {
+  const auto queue = queueOf(1);
+  queue->setSuspended(true);
+  const auto other = NSOperation::init();
+  std::string log;
+  const auto first = operation([&] { log += '1'; });
+  const auto second = operation([&] { log += '2'; });
+  queue->addOperation(first);
+  queue->addOperation(second);
+  first->addDependency(other);
+  queue->setSuspended(false);
+  second->waitUntilFinished();
+  EXPECT_EQ(log, "2");
+  EXPECT_TRUE(queue->operations()->isEqual(NSArray::of(first)));
+  other->start();
+  queue->waitUntilAllOperationsAreFinished();
+  EXPECT_EQ(log, "21");
+}
+
+TEST(NSOperationQueueTests, WhatIsGivenDependenciesAsItStartsRunsOnce) {
+  const StressTime time;
+  std::vector<Ref<NSOperation>> finished(100);
+  for (auto& one : finished) {
+    one = NSOperation::init();
+    one->start();
+  }
+  while (!time.isOver()) {
+    const auto queue = queueOf(1);
+    const auto last = NSOperation::init();
+    std::latch mayEnd{1};
+    std::atomic<int> runs{0};
+    const auto first = operation([&] { mayEnd.wait(); });
+    const auto late = operation([&] { ++runs; });
+    const auto later = operation([&] { ++runs; });
+    queue->addOperation(first);
+    queue->addOperation(late);
+    queue->addOperation(later);
+    mayEnd.count_down();
+    for (const auto& one : finished) {
+      late->addDependency(one);
+    }
+    later->addDependency(last);
+    first->waitUntilFinished();
+    last->start();
+    queue->waitUntilAllOperationsAreFinished();
+    ASSERT_EQ(runs.load(), 2);
+  }
+}
+
 TEST(NSOperationQueueTests, DependenciesReachAcrossQueues) {
   const auto one = NSOperationQueue::init();
   const auto other = NSOperationQueue::init();

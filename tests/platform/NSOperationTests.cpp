@@ -8,6 +8,7 @@
 
 #include "CountingObject.h"
 #include "ExceptionExpectation.h"
+#include "Stress.h"
 
 #include <atomic>
 #include <functional>
@@ -224,6 +225,29 @@ TEST(NSOperationTests, ADependencyThatIsRemovedIsNotWaitedFor) {
   EXPECT_EQ(second->dependencies()->count(), 0U);
   first->start();
   EXPECT_TRUE(second->isReady());
+}
+
+TEST(NSOperationTests, ThreadsMayAddAndRemoveTheSameDependency) {
+  const StressTime time;
+  while (!time.isOver()) {
+    const auto dependency = NSOperation::init();
+    const auto operation = NSOperation::init();
+    Threads threads;
+    threads.start(4, [&](int number) {
+      for (int i = 0; i < 20'000; ++i) {
+        if (number % 2 == 0) {
+          operation->addDependency(dependency);
+        } else {
+          operation->removeDependency(dependency);
+        }
+      }
+    });
+    threads.join();
+    operation->removeDependency(dependency);
+    ASSERT_TRUE(operation->isReady());
+    dependency->start();
+    ASSERT_TRUE(operation->isReady());
+  }
 }
 
 TEST(NSOperationTests, AFinishedDependencyIsNotWaitedFor) {

@@ -160,6 +160,8 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   std::vector<Ref<NSOperation>> takeDependents();
   bool addDependent(NSOperation& operation);
   bool removeDependent(const NSOperation& operation);
+  bool startDepending(const Ref<NSOperation>& dependency);
+  bool stopDepending(NSOperation& dependency);
   void dependencyHasFinished();
   void tellReady();
   void watchOwnEnd();
@@ -173,6 +175,9 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   std::atomic<bool> watchesReadiness_{false};
   std::atomic<std::uint32_t> unfinishedDependencies_{0};
   std::atomic<NSInteger> priority_{NSOperationQueuePriorityNormal};
+
+  /// Taken before any other: lets a dependency enter both lists before it leaves them.
+  std::mutex dependingMutex_;
 
   /// Guards what follows; never held while other code runs, nor two at a time.
   mutable std::mutex mutex_;
