@@ -16,27 +16,43 @@ class OVSerialOperationQueue::Chain {
  public:
   explicit Chain(const OVSerialOperationQueue& queue) : queue_(&queue) {}
 
-  /// Puts an operation at the end; answers the one that stood there.
-  Ref<NSOperation> append(const Ref<NSOperation>& operation) {
+  /// Where an operation was put.
+  struct Place {
+    Ref<NSOperation> previous;
+    bool isNewDependency;
+  };
+
+  /// Puts an operation at the end, behind the one that stands there.
+  Place append(const Ref<NSOperation>& operation) {
     const std::lock_guard lock(mutex_);
-    if (mPreviousOperation && mPreviousOperation != operation) {
+    const bool isNewDependency = mPreviousOperation && mPreviousOperation != operation &&
+                                 !operation->dependencies()->containsObject(mPreviousOperation);
+    if (isNewDependency) {
       operation->addDependency(mPreviousOperation);
     }
-    return std::exchange(mPreviousOperation, operation);
+    return {std::exchange(mPreviousOperation, operation), isNewDependency};
   }
 
   /// Takes back the latest `append`, unless the next one has followed already.
-  void takeBack(const Ref<NSOperation>& operation, Ref<NSOperation> previous) {
-    const std::lock_guard lock(mutex_);
-    if (mPreviousOperation == operation) {
-      std::swap(mPreviousOperation, previous);
+  void takeBack(const Ref<NSOperation>& operation, Place place) {
+    if (place.isNewDependency) {
+      operation->removeDependency(place.previous);
     }
+    {
+      const std::lock_guard lock(mutex_);
+      if (mPreviousOperation == operation) {
+        std::swap(mPreviousOperation, place.previous);
+      }
+    }
+    letGoIfEmpty();
   }
 
-  void operationHasFinished() {
+  /// One that has been appended but is not in the queue yet still stands at the end.
+  void letGoIfEmpty() {
     Ref<NSOperation> released;  // after the lock
     const std::lock_guard lock(mutex_);
-    if (queue_ != nullptr && queue_->operationCount() == 0) {
+    if (queue_ != nullptr && queue_->operationCount() == 0 && mPreviousOperation &&
+        mPreviousOperation->isFinished()) {
       std::swap(released, mPreviousOperation);
     }
   }
@@ -72,7 +88,7 @@ void OVSerialOperationQueue::addOperation(const Ref<NSOperation>& operation) {
   if (!operation) {
     throw NSException(NSInvalidArgumentException, "there is no operation");
   }
-  const Ref<NSOperation> previous = chain_->append(operation);
+  auto place = chain_->append(operation);
   Block<void()> existing = operation->completionBlock();
   // Unowned: it is the operation itself that calls its completion block.
   operation->setCompletionBlock([chain = chain_, finished = operation.get(), existing] {
@@ -80,7 +96,7 @@ void OVSerialOperationQueue::addOperation(const Ref<NSOperation>& operation) {
       finished->removeDependency(cast<NSOperation>(dependency));
     }
     finished->setCompletionBlock(nullptr);
-    chain->operationHasFinished();
+    chain->letGoIfEmpty();
     if (existing) {
       existing();
     }
@@ -89,8 +105,7 @@ void OVSerialOperationQueue::addOperation(const Ref<NSOperation>& operation) {
     NSOperationQueue::addOperation(operation);
   } catch (const NSException&) {
     operation->setCompletionBlock(std::move(existing));
-    operation->removeDependency(previous);
-    chain_->takeBack(operation, previous);
+    chain_->takeBack(operation, std::move(place));
     throw;
   }
 }

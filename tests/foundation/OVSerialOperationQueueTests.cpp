@@ -24,6 +24,25 @@ Ref<NSBlockOperation> operation(Block<void()> block = [] {}) {
   return NSBlockOperation::blockOperationWithBlock(std::move(block));
 }
 
+/// Does something when a queue that takes it asks about it, before it is in there.
+class OperationThatIsAsked final : public NSOperation {
+ public:
+  OperationThatIsAsked(Block<void()> asked, Block<void()> work)
+      : asked_(std::move(asked)), work_(std::move(work)) {}
+
+  bool isAsynchronous() const override {
+    if (const auto asked = std::exchange(asked_, nullptr)) {
+      asked();
+    }
+    return false;
+  }
+  void main() override { work_(); }
+
+ private:
+  mutable Block<void()> asked_;
+  const Block<void()> work_;
+};
+
 class OVSerialOperationQueueTests : public ::testing::Test {
  protected:
   /// Runs what has been added while the queue was suspended.
@@ -135,6 +154,25 @@ TEST_F(OVSerialOperationQueueTests, ItsLastOperationIsLetGoOfWhenItIsEmpty) {
   }
 }
 
+TEST_F(OVSerialOperationQueueTests, AnOperationThatIsBeingAddedAsItEmptiesStaysInTheRow) {
+  std::latch mayEnd{1};
+  std::latch ended{1};
+  const auto first = operation([&] { mayEnd.wait(); });
+  first->setCompletionBlock([&] { ended.count_down(); });
+  queue->addOperation(first);
+  const auto second = make<OperationThatIsAsked>(
+      [&] {
+        mayEnd.count_down();
+        ended.wait();
+        queue->setSuspended(true);
+      },
+      [&] { log += '2'; });
+  queue->addOperation(second);
+  const auto third = add('3', NSOperationQueuePriorityVeryHigh);
+  EXPECT_TRUE(third->dependencies()->isEqual(NSArray::of(second)));
+  EXPECT_EQ(run(), "23");
+}
+
 TEST_F(OVSerialOperationQueueTests, OtherWaysOfAddingDoNotChain) {
   queue->setSuspended(true);
   const auto a = add('a');
@@ -183,6 +221,20 @@ TEST_F(OVSerialOperationQueueTests, WhatIsRefusedChangesNothing) {
   const auto b = add('b');
   EXPECT_TRUE(b->dependencies()->isEqual(NSArray::of(a)));
   EXPECT_EQ(run(), "ab");
+  other->cancelAllOperations();
+}
+
+TEST_F(OVSerialOperationQueueTests, WhatIsRefusedKeepsADependencyThatItHad) {
+  queue->setSuspended(true);
+  const auto other = NSOperationQueue::init();
+  other->setSuspended(true);
+  const auto a = add('a');
+  const auto taken = operation();
+  taken->addDependency(a);
+  other->addOperation(taken);
+  expectException(NSInvalidArgumentException, [&] { queue->addOperation(taken); });
+  EXPECT_TRUE(taken->dependencies()->isEqual(NSArray::of(a)));
+  EXPECT_EQ(run(), "a");
   other->cancelAllOperations();
 }
 
