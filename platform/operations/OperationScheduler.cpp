@@ -119,37 +119,39 @@ void OperationScheduler::queueGoes() {
 }
 
 void OperationScheduler::add(const Ref<NSOperation>& operation) {
+  const bool isPending = !operation->isExecuting() && !operation->isFinished();
+  const bool isReady = operation->isReady();
+  std::size_t missing = 0;
   {
+    // With both locks, so that one that is finished meanwhile is told to the queue that lists it.
     const std::lock_guard lock(operation->mutex_);
-    if (operation->scheduler_ != nullptr || operation->state_.load() != NSOperation::pending) {
+    if (!isPending || operation->scheduler_ != nullptr || operation->toldDependents_ ||
+        operation->state_.load() != NSOperation::pending) {
       throw NSException(NSInvalidArgumentException,
                         "the operation is in a queue, executes or has finished");
     }
     operation->scheduler_ = shared_from_this();
+    missing = link(operation, isReady);
   }
+  submitPumps(missing);
   if (operation->isAsynchronous()) {
     operation->watchOwnEnd();
   }
-  const bool isReady = operation->isReady();
-  link(operation, isReady);
   if (!isReady) {
     readinessChanged(*operation);
   }
 }
 
-void OperationScheduler::link(const Ref<NSOperation>& operation, bool isReady) {
-  std::size_t missing = 0;
-  {
-    const std::lock_guard lock(mutex_);
-    all_.append(*Ref<NSOperation>(operation).leak());
-    count_.fetch_add(1, std::memory_order_relaxed);
-    operation->place_ = NSOperation::Place::waiting;
-    if (isReady) {
-      appendReady(*operation);
-    }
-    missing = missingPumps();
+/// Answers how many pumps are to be submitted.
+std::size_t OperationScheduler::link(const Ref<NSOperation>& operation, bool isReady) {
+  const std::lock_guard lock(mutex_);
+  all_.append(*Ref<NSOperation>(operation).leak());
+  count_.fetch_add(1, std::memory_order_relaxed);
+  operation->place_ = NSOperation::Place::waiting;
+  if (isReady) {
+    appendReady(*operation);
   }
-  submitPumps(missing);
+  return missingPumps();
 }
 
 void OperationScheduler::readinessChanged(NSOperation& operation) {

@@ -83,7 +83,7 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
 
   static constexpr std::size_t kPriorities = 5;
 
-  void link(const Ref<NSOperation>& operation, bool isReady);
+  std::size_t link(const Ref<NSOperation>& operation, bool isReady);
   void appendReady(NSOperation& operation) noexcept;
   void removeReady(NSOperation& operation) noexcept;
   Ref<NSOperation> takeReady();
@@ -101,7 +101,7 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   std::atomic<NSUInteger> count_{0};
   std::atomic<std::size_t> readyCount_{0};  // changed with the mutex held
 
-  /// Guards what follows; never held while other code runs.
+  /// Guards what follows; never held while other code runs, and taken after an operation's.
   mutable std::mutex mutex_;
   std::condition_variable emptied_;
   NSOperationQueue* queue_ = nullptr;  // unowned: takes itself out as it goes

@@ -30,11 +30,11 @@ class OperationThatIsAsked final : public NSOperation {
   OperationThatIsAsked(Block<void()> asked, Block<void()> work)
       : asked_(std::move(asked)), work_(std::move(work)) {}
 
-  bool isAsynchronous() const override {
+  bool isReady() const override {
     if (const auto asked = std::exchange(asked_, nullptr)) {
       asked();
     }
-    return false;
+    return NSOperation::isReady();
   }
   void main() override { work_(); }
 

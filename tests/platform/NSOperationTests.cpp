@@ -465,6 +465,53 @@ TEST(NSOperationTests, OnesWithAStateOfTheirOwnRunInAQueue) {
   EXPECT_TRUE(third->isFinished());
 }
 
+TEST(NSOperationTests, OnesWithAStateOfTheirOwnAreRefusedOnceTheyHaveStarted) {
+  const auto queue = NSOperationQueue::init();
+  queue->setSuspended(true);
+  const auto waiting = NSOperation::init();
+  queue->addOperation(waiting);
+  const auto started = make<SelfKept>();
+  started->start();
+  expectException(NSInvalidArgumentException, [&] { queue->addOperation(started); });
+  started->end();
+  expectException(NSInvalidArgumentException, [&] { queue->addOperation(started); });
+  EXPECT_EQ(queue->operationCount(), 1U);
+  EXPECT_TRUE(queue->operations()->isEqual(NSArray::of(waiting)));
+  queue->setSuspended(false);
+  queue->waitUntilAllOperationsAreFinished();
+}
+
+TEST(NSOperationTests, MayBeStartedByHandAsItIsAdded) {
+  const auto queue = NSOperationQueue::init();
+  queue->setSuspended(true);
+  const StressTime time;
+  while (!time.isOver()) {
+    std::vector<Ref<NSOperation>> operations(1000);
+    for (auto& operation : operations) {
+      operation = NSOperation::init();
+    }
+    std::atomic<std::size_t> adding{0};
+    std::thread starter([&] {
+      for (std::size_t i = 0; i < operations.size(); ++i) {
+        while (adding.load() <= i) {
+        }
+        operations[i]->start();
+      }
+    });
+    for (const auto& operation : operations) {
+      ++adding;
+      try {
+        queue->addOperation(operation);
+      } catch (const NSException& refusal) {
+        EXPECT_EQ(refusal.name(), NSInvalidArgumentException);
+      }
+    }
+    starter.join();
+    ASSERT_EQ(queue->operationCount(), 0U);
+    ASSERT_EQ(queue->operations()->count(), 0U);
+  }
+}
+
 TEST(NSOperationTests, OneWithReasonsOfItsOwnWaitsUntilItIsReady) {
   const auto queue = NSOperationQueue::init();
   const auto first = NSOperation::init();

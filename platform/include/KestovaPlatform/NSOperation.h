@@ -179,7 +179,7 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   /// Taken before any other: lets a dependency enter both lists before it leaves them.
   std::mutex dependingMutex_;
 
-  /// Guards what follows; never held while other code runs, nor two at a time.
+  /// Guards what follows; never held while other code runs, nor that of another operation.
   mutable std::mutex mutex_;
   std::vector<Ref<NSOperation>> dependencies_;
   /// Those that wait for this one; unowned, for each of them takes itself out as it goes.
