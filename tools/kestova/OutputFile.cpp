@@ -25,6 +25,28 @@ constexpr std::size_t kCollected = std::size_t{64} << 10;
 /// The name of the new file while there is one, for the signal handler; empty otherwise.
 std::array<char, PATH_MAX> unfinishedName{};
 
+constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM};
+
+/// Keeps the signals back for as long as it lives: while there is a file that the handler does not
+/// know yet.
+class SignalsHeldBack {
+ public:
+  SignalsHeldBack() {
+    sigset_t held;
+    ::sigemptyset(&held);
+    for (const int signal : kEndingSignals) {
+      ::sigaddset(&held, signal);
+    }
+    ::pthread_sigmask(SIG_BLOCK, &held, &before_);
+  }
+  ~SignalsHeldBack() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsHeldBack(const SignalsHeldBack&) = delete;
+  SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
 void removeUnfinished(int signal) {
   ::unlink(unfinishedName.data());
   ::_exit(128 + signal);
@@ -43,7 +65,7 @@ void setUnfinishedName(const std::string& name) {
 
 /// A signal that the caller had ignored, as nohup does, stays so.
 void removeUnfinishedOnSignals() {
-  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+  for (const int signal : kEndingSignals) {
     if (std::signal(signal, removeUnfinished) == SIG_IGN) {
       std::signal(signal, SIG_IGN);
     }
@@ -69,6 +91,7 @@ UnfinishedFile::~UnfinishedFile() {
 Descriptor UnfinishedFile::createBeside(const std::string& path) {
   removeUnfinishedOnSignals();
   std::string name = path.substr(0, path.rfind('/') + 1) + ".kestova-write-XXXXXX";
+  const SignalsHeldBack held;
   Descriptor file(::mkostemp(name.data(), O_CLOEXEC));
   if (file) {
     name_ = name;
