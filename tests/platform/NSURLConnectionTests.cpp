@@ -382,7 +382,8 @@ TEST(NSURLConnectionTests, WhereNobodyListensThereIsNoConnection) {
 
 TEST(NSURLConnectionTests, WithoutANetworkThereIsNone) {
   const int status = runInChild([] {
-    if (::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) return 2;
+    // Root needs no users of its own for it, which only a process of one thread may have.
+    if (::unshare(CLONE_NEWNET) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) return 2;
     return load("http://192.0.2.1/").code() == -1009 ? 0 : 1;
   });
   if (WIFEXITED(status) && WEXITSTATUS(status) == 2) {
