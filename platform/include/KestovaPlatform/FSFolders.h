@@ -49,7 +49,7 @@ enum : OSType {
 /// person alone. Answers 0 and stores the folder; −43 (fnfErr) when there is none, or no such kind
 /// in the domain; the failure to make it. `folder` is left alone then.
 ///
-/// The person's folders are those of the XDG Base Directory Specification, their variables heeded
+/// The person's folders are those that XDG names for the base directories, variables heeded
 /// where they are absolute paths, and those that user-dirs.dirs names, by their English names in
 /// the home folder where it says nothing.
 ///
