@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Tool.h"
+
+#include "ByteCommands.h"
+#include "ConvertCommand.h"
+#include "FileCommands.h"
+#include "FormatCommand.h"
+#include "RectsCommand.h"
+#include "TextCommand.h"
+#include "TimezoneCommand.h"
+#include "TransferCommand.h"
+#include "WatchCommand.h"
+
+namespace kestova::tool {
+
+Tool::Tool() : arguments_("KestovaFoundation from the command line.", "kestova") {
+  arguments_.set_version_flag("--version", "kestova " KESTOVA_VERSION);
+  arguments_.require_subcommand(1);
+  arguments_.footer("Exit status: 0 success, 1 failure, 2 wrong use, 130 interrupted.");
+  addTransferCommands(arguments_, commands_);
+  addTextCommand(arguments_, commands_);
+  addHexCommand(arguments_, commands_);
+  addBase32Command(arguments_, commands_);
+  addMD5Command(arguments_, commands_);
+  addReplaceCommand(arguments_, commands_);
+  addConvertCommand(arguments_, commands_);
+  addWatchCommand(arguments_, commands_);
+  addFormatCommand(arguments_, commands_);
+  addTimezoneCommand(arguments_, commands_);
+  addRectsCommand(arguments_, commands_);
+  addSizeCommand(arguments_, commands_);
+  addNameCommand(arguments_, commands_);
+  addTypeCommand(arguments_, commands_);
+}
+
+int Tool::run(int argc, char** argv) {
+  try {
+    arguments_.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return arguments_.exit(error) == 0 ? kSucceeded : kUsedWrongly;
+  }
+  for (const auto& command : commands_) {
+    if (command->isAskedFor()) {
+      return command->run();
+    }
+  }
+  return kUsedWrongly;
+}
+
+}  // namespace kestova::tool
