@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-.PHONY: setup demo test bench fuzz install
+.PHONY: setup demo test bench fuzz install package
 setup: ; scripts/setup
 demo: ; scripts/demo
 test: ; scripts/test
 bench: ; scripts/bench
 fuzz: ; scripts/fuzz
 install: ; scripts/install
+package: ; scripts/package

@@ -41,3 +41,19 @@ install(
         "${PROJECT_BINARY_DIR}/KestovaFoundationConfigVersion.cmake"
         "${PROJECT_SOURCE_DIR}/cmake/Findlibdispatch.cmake"
   DESTINATION "${package_dir}")
+
+# The same for builds that ask pkg-config. All paths are told from the file's own place, so that the
+# prefix can be moved.
+set(pc_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+file(RELATIVE_PATH prefix_from_pc "/${pc_dir}" "/")
+string(REGEX REPLACE "/$" "" prefix_from_pc "${prefix_from_pc}")
+if(libdispatch_IS_PRIVATE)
+  set(dispatch_libdir "\${prefix}/${KESTOVA_INSTALL_DISPATCHDIR}/lib")
+  set(dispatch_includedir "\${prefix}/${KESTOVA_INSTALL_DISPATCHDIR}/include")
+else()
+  cmake_path(GET libdispatch_LIBRARY PARENT_PATH dispatch_libdir)
+  set(dispatch_includedir "${libdispatch_INCLUDE_DIR}")
+endif()
+configure_file("${PROJECT_SOURCE_DIR}/packaging/KestovaFoundation.pc.in"
+               "${PROJECT_BINARY_DIR}/KestovaFoundation.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/KestovaFoundation.pc" DESTINATION "${pc_dir}")
