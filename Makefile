@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-.PHONY: setup demo test bench fuzz install package
+.PHONY: setup demo test bench fuzz install package docs
 setup: ; scripts/setup
 demo: ; scripts/demo
 test: ; scripts/test
@@ -7,3 +7,4 @@ bench: ; scripts/bench
 fuzz: ; scripts/fuzz
 install: ; scripts/install
 package: ; scripts/package
+docs: ; scripts/docs
