@@ -28,6 +28,19 @@ NSInteger codeForReading(int number) {
   }
 }
 
+NSInteger codeForAsking(int number) {
+  switch (number) {
+    case ENOENT:
+    case ENOTDIR:
+    case ELOOP:
+    case EILSEQ:
+    case ENAMETOOLONG:
+      return NSFileNoSuchFileError;
+    default:
+      return codeForReading(number);
+  }
+}
+
 NSInteger codeForWriting(int number) {
   switch (number) {
     case ENOENT:
@@ -52,13 +65,19 @@ NSInteger codeForWriting(int number) {
   }
 }
 
+NSInteger codeFor(FileAccess access, int number) {
+  return access == FileAccess::reading  ? codeForReading(number)
+         : access == FileAccess::asking ? codeForAsking(number)
+                                        : codeForWriting(number);
+}
+
 }  // namespace
 
 Ref<NSError> fileError(FileAccess access, const Ref<NSString>& path, int number) {
-  const bool reads = access == FileAccess::reading;
+  const bool changes = access == FileAccess::writing;
   const auto userInfo = NSMutableDictionary::of({
       {NSLocalizedDescriptionKey,
-       NSString::stringWithFormat("\"%@\" could not be %s.", path, reads ? "read" : "changed")},
+       NSString::stringWithFormat("\"%@\" could not be %s.", path, changes ? "changed" : "read")},
       {NSUnderlyingErrorKey,
        NSError::errorWithDomain_code_userInfo(NSPOSIXErrorDomain, number, nullptr)},
   });
@@ -68,8 +87,8 @@ Ref<NSError> fileError(FileAccess access, const Ref<NSString>& path, int number)
   if (const char* reason = strerrordesc_np(number)) {
     userInfo->setObject_forKey(reason, NSLocalizedFailureReasonErrorKey);
   }
-  return NSError::errorWithDomain_code_userInfo(
-      NSCocoaErrorDomain, reads ? codeForReading(number) : codeForWriting(number), userInfo);
+  return NSError::errorWithDomain_code_userInfo(NSCocoaErrorDomain, codeFor(access, number),
+                                                userInfo);
 }
 
 Ref<NSError> schemeError(FileAccess access, const Ref<NSURL>& url) {
@@ -80,9 +99,9 @@ Ref<NSError> schemeError(FileAccess access, const Ref<NSURL>& url) {
     userInfo->setObject_forKey(url, NSURLErrorKey);
   }
   return NSError::errorWithDomain_code_userInfo(NSCocoaErrorDomain,
-                                                access == FileAccess::reading
-                                                    ? NSFileReadUnsupportedSchemeError
-                                                    : NSFileWriteUnsupportedSchemeError,
+                                                access == FileAccess::writing
+                                                    ? NSFileWriteUnsupportedSchemeError
+                                                    : NSFileReadUnsupportedSchemeError,
                                                 userInfo);
 }
 

@@ -6,8 +6,10 @@
 
 namespace kestova {
 
-/// Whether a file was to be looked at or to be changed: the same number means different codes.
-enum class FileAccess { reading, writing };
+/// Whether a file was to be read, to be asked about without being read, or to be changed: the same
+/// number means different codes. Whatever leads to no item, such as a name that none can have or a
+/// loop of links, is a missing one to a question.
+enum class FileAccess { reading, asking, writing };
 
 /// The platform's error for an error number of the system (not 0) at a path: its code in
 /// NSCocoaErrorDomain, texts, the path, and the number itself as the underlying error.

@@ -2,6 +2,8 @@
 #include "values/SystemRelease.h"
 
 #include <charconv>
+#include <cstddef>
+#include <fstream>
 #include <limits>
 #include <system_error>
 
@@ -48,20 +50,57 @@ VersionParts partsOf(std::string_view version) {
   return parts;
 }
 
-}  // namespace
-
-std::optional<VersionParts> systemVersionIn(std::string_view osRelease) {
-  constexpr std::string_view kName = "VERSION_ID=";
-  std::optional<VersionParts> version;
+/// What stands behind the last assignment to a name, which ends in "=".
+std::optional<std::string_view> lastValueIn(std::string_view osRelease, std::string_view name) {
+  std::optional<std::string_view> value;
   while (!osRelease.empty()) {
     const auto line = withoutBlanks(osRelease.substr(0, osRelease.find('\n')));
-    if (line.starts_with(kName)) {
-      version = partsOf(withoutQuotes(line.substr(kName.size())));
+    if (line.starts_with(name)) {
+      value = line.substr(name.size());
     }
     const auto end = osRelease.find('\n');
     osRelease.remove_prefix(end == osRelease.npos ? osRelease.size() : end + 1);
   }
-  return version;
+  return value;
+}
+
+/// The value without its quotes. A backslash stands for the character behind it, but for one in
+/// single quotes.
+std::string resolved(std::string_view value) {
+  const auto text = withoutQuotes(value);
+  const bool isLiteral = text.size() < value.size() && value.front() == '\'';
+  std::string result;
+  for (std::size_t index = 0; index < text.size(); ++index) {
+    const bool isEscape = !isLiteral && text[index] == '\\' && index + 1 < text.size();
+    result.push_back(text[index += isEscape ? 1 : 0]);
+  }
+  return result;
+}
+
+}  // namespace
+
+std::string systemRelease() {
+  constexpr std::size_t kMost = 64 * 1024;
+  for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
+    std::string text(kMost, '\0');
+    if (std::ifstream file(path, std::ios::binary); file) {
+      file.read(text.data(), static_cast<std::streamsize>(text.size()));
+      text.resize(static_cast<std::size_t>(file.gcount()));
+      return text;
+    }
+  }
+  return {};
+}
+
+std::optional<std::string> systemNameIn(std::string_view osRelease) {
+  const auto value = lastValueIn(osRelease, "PRETTY_NAME=");
+  const std::string name = value ? resolved(*value) : std::string();
+  return name.empty() ? std::nullopt : std::optional(name);
+}
+
+std::optional<VersionParts> systemVersionIn(std::string_view osRelease) {
+  const auto value = lastValueIn(osRelease, "VERSION_ID=");
+  return value ? std::optional(partsOf(withoutQuotes(*value))) : std::nullopt;
 }
 
 }  // namespace kestova

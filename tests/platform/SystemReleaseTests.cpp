@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -52,6 +53,29 @@ TEST(SystemReleaseTests, EveryBeginningOfAFileCanBeRead) {
   const std::size_t name = text.find("VERSION_ID=") + std::string_view("VERSION_ID=").size();
   for (std::size_t length = 0; length <= text.size(); ++length) {
     EXPECT_EQ(systemVersionIn(text.substr(0, length)).has_value(), length >= name) << length;
+  }
+}
+
+TEST(SystemReleaseTests, ReadsTheNameForPeople) {
+  const struct {
+    const char* text;
+    std::optional<std::string> name;
+  } rows[] = {
+      {"PRETTY_NAME=Plain", "Plain"},
+      {"NAME=x\nPRETTY_NAME=\"Some Linux 12 (twelve)\"\nID=y\n", "Some Linux 12 (twelve)"},
+      {"PRETTY_NAME='It''s'\n", "It''s"},
+      {"PRETTY_NAME='a\\b'\n", "a\\b"},
+      {"PRETTY_NAME=\"\\\"a\\\\b\\$\\`\"\n", "\"a\\b$`"},
+      {"PRETTY_NAME=a\\ b", "a b"},
+      {"PRETTY_NAME=a\\", "a\\"},
+      {"PRETTY_NAME=first\nPRETTY_NAME=second\n", "second"},
+      {"PRETTY_NAME=\"\"", std::nullopt},
+      {"PRETTY_NAME=", std::nullopt},
+      {"NAME=x", std::nullopt},
+      {"", std::nullopt},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(systemNameIn(row.text), row.name) << row.text;
   }
 }
 

@@ -16,13 +16,14 @@ namespace kestova::testing {
 /// kind are there: ask `isMounted`.
 class MountedImage {
  public:
-  /// `kind` as for mount, such as "btrfs"; `size` as for truncate, such as "128M". The image stands
-  /// beside the folder.
-  MountedImage(std::string path, const std::string& kind, const std::string& size)
+  /// `kind` as for mount, such as "btrfs"; `size` as for truncate, such as "128M"; `options` as for
+  /// the `mkfs` of that kind. The image stands beside the folder.
+  MountedImage(std::string path, const std::string& kind, const std::string& size,
+               const std::string& options = "")
       : path_(std::move(path)), image_(path_ + ".image") {
     ::mkdir(path_.c_str(), 0755);
     mounted_ = run("truncate -s " + size + " '" + image_ + "'") &&
-               run("mkfs." + kind + " '" + image_ + "'") &&
+               run("mkfs." + kind + " " + options + " '" + image_ + "'") &&
                run("mount -o loop -t " + kind + " '" + image_ + "' '" + path_ + "'");
   }
   MountedImage(const MountedImage&) = delete;

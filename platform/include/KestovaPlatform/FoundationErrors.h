@@ -7,7 +7,7 @@ namespace kestova {
 
 /// The codes of errors in NSCocoaErrorDomain.
 enum : NSInteger {
-  NSFileNoSuchFileError = 4,  ///< the item to change is not there
+  NSFileNoSuchFileError = 4,  ///< the item to change or to ask about is not there
 
   // Reading
   NSFileReadUnknownError = 256,

@@ -11,7 +11,29 @@
 
 namespace kestova {
 
+class NSError;
 struct URLParts;
+
+/// \name Keys of what the file system knows of a URL's item
+/// A symbolic link at the end of the path is the item itself. Truth values are NSNumbers.
+/// @{
+extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLNameKey;  ///< the last path component
+extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLIsDirectoryKey;
+extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLIsRegularFileKey;
+extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLIsSymbolicLinkKey;
+extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLFileSizeKey;  ///< bytes of a regular file
+
+/// The name of the volume that holds the item: its label; without one the name of the folder that
+/// it is mounted on. The volume of "/" has the name of the system ("Debian GNU/Linux 12
+/// (bookworm)"), or else the computer's.
+extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLVolumeNameKey;
+
+/// Whether the item is the folder at the top of a volume: one that something is mounted on, or "/".
+extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLIsVolumeKey;
+
+/// The URL of that folder of the volume that holds the item.
+extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLVolumeURLKey;
+/// @}
 
 /// A uniform resource locator as RFC 3986 defines it, absolute or relative to a base.
 ///
@@ -117,6 +139,23 @@ class KESTOVA_PLATFORM_EXPORT NSURL : public NSObject {
   /// stays
   /// "/" and an empty path empty; of a name alone "./" remains.
   Ref<NSURL> URLByDeletingLastPathComponent() const;
+
+  /// @}
+
+  /// \name The item of a file URL
+  /// @{
+
+  /// Asks the file system for what a key above names, and stores it in `value`: null for what such
+  /// an item has none of, and for an unknown key. Answers false, leaves `value` and sets `error` in
+  /// NSCocoaErrorDomain when it can't: NSFileNoSuchFileError when the path leads to no item,
+  /// NSFileReadNoPermissionError when a folder on the way can't be entered,
+  /// NSFileReadUnsupportedSchemeError for what is no file URL, NSFileReadUnknownError otherwise.
+  /// Both out-parameters may be null; a null key throws NSInvalidArgumentException.
+  ///
+  /// Nothing is kept: every call asks anew, and blocks for as long as the item's own file system
+  /// takes. Others that are mounted are not asked. The path may have any length.
+  bool getResourceValue_forKey_error(id* value, const Ref<NSString>& key,
+                                     Ref<NSError>* error = nullptr) const;
 
   /// @}
 
