@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSLog.h>
 #include <KestovaPlatform/NSPropertyListSerialization.h>
 
+#include "files/NativePath.h"
 #include "files/WholeFile.h"
 
 #include <errno.h>
@@ -75,7 +76,7 @@ bool isAllowedInIdentifier(char16_t unit) {
          (unit >= '0' && unit <= '9') || unit == '-' || unit == '.';
 }
 
-Ref<NSString> identifierForProgram(const Ref<NSString>& name) {
+Ref<NSString> identifierFor(const Ref<NSString>& name) {
   std::u16string units = name->utf16();
   std::ranges::replace_if(
       units, [](char16_t unit) { return !isAllowedInIdentifier(unit); }, u'-');
@@ -86,15 +87,23 @@ bool isFilled(const Ref<NSString>& text) { return text && text->length() > 0; }
 
 }  // namespace
 
-NSBundle::NSBundle(Ref<NSString> executablePath)
-    : executablePath_(std::move(executablePath)),
-      infoDictionary_(
-          readInfoDictionary(bundlePath()->stringByAppendingPathComponent("Info.plist"))) {}
+NSBundle::NSBundle(const Ref<NSString>& executablePath)
+    : NSBundle(executablePath->stringByDeletingLastPathComponent(), executablePath) {}
+
+NSBundle::NSBundle(Ref<NSString> path, Ref<NSString> executablePath)
+    : path_(std::move(path)),
+      executablePath_(std::move(executablePath)),
+      infoDictionary_(readInfoDictionary(path_->stringByAppendingPathComponent("Info.plist"))) {}
 
 Ref<NSBundle> NSBundle::mainBundle() {
   static NSBundle* const bundle =
       make<NSBundle>(NSString::stringWithFileSystemRepresentation(runningProgram())).leak();
   return Ref<NSBundle>(bundle);
+}
+
+Ref<NSBundle> NSBundle::bundleWithPath(const Ref<NSString>& path) {
+  const auto native = nativePath(path);
+  return native && isFolder(*native) ? make<NSBundle>(copyOf(path), nullptr) : nullptr;
 }
 
 void NSBundle::declareMainBundleIdentifier(const Ref<NSString>& identifier) {
@@ -111,11 +120,8 @@ Ref<NSString> NSBundle::bundleIdentifier() const {
     }
   }
   const auto listed = cast<NSString>(objectForInfoDictionaryKey("CFBundleIdentifier"));
-  return isFilled(listed) ? listed : identifierForProgram(executablePath_->lastPathComponent());
-}
-
-Ref<NSString> NSBundle::bundlePath() const {
-  return executablePath_->stringByDeletingLastPathComponent();
+  const auto& named = executablePath_ ? executablePath_ : path_;
+  return isFilled(listed) ? listed : identifierFor(named->lastPathComponent());
 }
 
 id NSBundle::objectForInfoDictionaryKey(const Ref<NSString>& key) const {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/NSBundle.h>
+#include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSLocale.h>
 
 #include <string>
@@ -10,7 +11,7 @@ namespace {
 
 bool isNullOrEmpty(const Ref<NSString>& text) { return !text || text->length() == 0; }
 
-/// Where texts of the locale may stand below a folder, those of its country first.
+/// Where resources of the locale may stand below a folder, those of its country first.
 std::vector<Ref<NSString>> foldersFor(const NSLocale& locale, const Ref<NSString>& folder) {
   std::vector<Ref<NSString>> folders;
   for (const id& name :
@@ -25,6 +26,21 @@ std::vector<Ref<NSString>> foldersFor(const NSLocale& locale, const Ref<NSString
 }
 
 }  // namespace
+
+Ref<NSString> NSBundle::pathForResource_ofType(const Ref<NSString>& name,
+                                               const Ref<NSString>& type) const {
+  if (isNullOrEmpty(name)) {
+    return nullptr;
+  }
+  const auto file = isNullOrEmpty(type) ? name : NSString::stringWithFormat("%@.%@", name, type);
+  for (const auto& folder : foldersFor(*NSLocale::currentLocale(), bundlePath())) {
+    const auto path = folder->stringByAppendingPathComponent(file);
+    if (NSFileManager::defaultManager()->fileExistsAtPath(path)) {
+      return path;
+    }
+  }
+  return nullptr;
+}
 
 Ref<NSString> NSBundle::localizedStringForKey_value_table(const Ref<NSString>& key,
                                                           const Ref<NSString>& value,
