@@ -48,6 +48,7 @@
 #include <KestovaPlatform/NSLocale.h>
 #include <KestovaPlatform/NSLock.h>
 #include <KestovaPlatform/NSLog.h>
+#include <KestovaPlatform/NSNib.h>
 #include <KestovaPlatform/NSNotification.h>
 #include <KestovaPlatform/NSNotificationCenter.h>
 #include <KestovaPlatform/NSNull.h>
