@@ -15,15 +15,6 @@
 namespace kestova {
 namespace {
 
-std::string home() { return *nativePath(NSHomeDirectory()); }
-
-/// A folder of the person's own, as the environment names it, or at its usual place.
-std::string baseDirectory(const char* variable, const char* usual) {
-  const char* chosen = std::getenv(variable);
-  return chosen != nullptr && chosen[0] == '/' ? chosen : withTrailingSlash(home()) + usual;
-}
-
-std::string configHome() { return baseDirectory("XDG_CONFIG_HOME", ".config"); }
 std::string cacheHome() { return baseDirectory("XDG_CACHE_HOME", ".cache"); }
 std::string dataHome() { return baseDirectory("XDG_DATA_HOME", ".local/share"); }
 std::string stateHome() { return baseDirectory("XDG_STATE_HOME", ".local/state"); }
@@ -38,8 +29,8 @@ std::string userFolder(const char* variable, const char* usual) {
       NSString::stringWithFileSystemRepresentation(configHome() + "/user-dirs.dirs"));
   const auto bytes = list ? list->span() : std::span<const std::byte>();
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  const auto chosen = userDirectory(text, variable, home());
-  return chosen ? *chosen : withTrailingSlash(home()) + usual;
+  const auto chosen = userDirectory(text, variable, homeFolder());
+  return chosen ? *chosen : withTrailingSlash(homeFolder()) + usual;
 }
 
 std::string desktop() { return userFolder("XDG_DESKTOP_DIR", "Desktop"); }
@@ -68,7 +59,7 @@ constexpr std::array kPlaces = {
     Places{kFontsFolderType, fonts, "/usr/local/share/fonts", "/usr/share/fonts"},
     Places{kApplicationsFolderType, applications, "/usr/local/share/applications",
            "/usr/share/applications"},
-    Places{kCurrentUserFolderType, home, nullptr, nullptr},
+    Places{kCurrentUserFolderType, homeFolder, nullptr, nullptr},
     Places{kUsersFolderType, nullptr, "/home", "/home"},
     Places{kDesktopFolderType, desktop, nullptr, nullptr},
     Places{kDocumentsFolderType, documents, nullptr, nullptr},

@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/UserDirectories.h"
 
+#include <KestovaPlatform/NSFileManager.h>
+
+#include "files/NativePath.h"
+
+#include <cstdlib>
+
 namespace kestova {
 namespace {
 
@@ -60,5 +66,14 @@ std::optional<std::string> userDirectory(std::string_view text, std::string_view
   }
   return found;
 }
+
+std::string homeFolder() { return *nativePath(NSHomeDirectory()); }
+
+std::string baseDirectory(const char* variable, const char* usual) {
+  const char* chosen = std::getenv(variable);
+  return chosen != nullptr && chosen[0] == '/' ? chosen : withTrailingSlash(homeFolder()) + usual;
+}
+
+std::string configHome() { return baseDirectory("XDG_CONFIG_HOME", ".config"); }
 
 }  // namespace kestova

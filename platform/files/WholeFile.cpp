@@ -29,18 +29,6 @@ NSUInteger nextPiece(int file, NSUInteger alreadyRead) {
   return std::clamp(left, kSmallestPiece, kLargestPiece);
 }
 
-int writeAll(int file, std::span<const std::byte> contents) {
-  while (!contents.empty()) {
-    const auto written =
-        uninterrupted([&] { return write(file, contents.data(), contents.size()); });
-    if (written < 0) {
-      return errno;
-    }
-    contents = contents.subspan(static_cast<std::size_t>(written));
-  }
-  return 0;
-}
-
 FileDescriptor openFile(const std::string& path, int flags, mode_t mode = 0) {
   return FileDescriptor(uninterrupted([&] {
     return FileSystemCalls::current().openat(AT_FDCWD, path.c_str(), flags | O_CLOEXEC, mode);
@@ -114,17 +102,30 @@ class Replacement {
 
 }  // namespace
 
+int writeAll(int file, std::span<const std::byte> contents) {
+  while (!contents.empty()) {
+    const auto written =
+        uninterrupted([&] { return write(file, contents.data(), contents.size()); });
+    if (written < 0) {
+      return errno;
+    }
+    contents = contents.subspan(static_cast<std::size_t>(written));
+  }
+  return 0;
+}
+
 int readWholeFile(const std::string& path, NSMutableData& contents) {
   const FileDescriptor file = openFile(path, O_RDONLY);
-  if (!file) {
-    return errno;
-  }
+  return file ? readWholeFile(file.get(), contents) : errno;
+}
+
+int readWholeFile(int file, NSMutableData& contents) {
   const NSUInteger start = contents.length();
   for (;;) {
     const NSUInteger end = contents.length();
-    const NSUInteger piece = nextPiece(file.get(), end - start);
+    const NSUInteger piece = nextPiece(file, end - start);
     std::byte* buffer = contents.extend(piece);
-    const auto count = uninterrupted([&] { return read(file.get(), buffer, piece); });
+    const auto count = uninterrupted([&] { return read(file, buffer, piece); });
     const int error = count < 0 ? errno : 0;
     contents.setLength(end + static_cast<NSUInteger>(std::max<ssize_t>(count, 0)));
     if (count <= 0) {

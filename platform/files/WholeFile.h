@@ -17,6 +17,12 @@ namespace kestova {
 /// tell their size, too.
 int readWholeFile(const std::string& path, NSMutableData& contents);
 
+/// The same for an open file, from where it is read next.
+int readWholeFile(int file, NSMutableData& contents);
+
+/// Writes all of it to an open file.
+int writeAll(int file, std::span<const std::byte> contents);
+
 /// Writes over the file in place, or makes it.
 int writeWholeFile(const std::string& path, std::span<const std::byte> contents);
 

@@ -79,6 +79,7 @@
 #include <KestovaPlatform/NSURLError.h>
 #include <KestovaPlatform/NSURLRequest.h>
 #include <KestovaPlatform/NSURLResponse.h>
+#include <KestovaPlatform/NSUserDefaults.h>
 #include <KestovaPlatform/NSValue.h>
 #include <KestovaPlatform/Ref.h>
 #include <KestovaPlatform/RunLoopDescriptorSource.h>

@@ -1,0 +1,306 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "preferences/PreferencesDomain.h"
+
+#include <KestovaPlatform/NSDate.h>
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSLog.h>
+#include <KestovaPlatform/NSPropertyListSerialization.h>
+
+#include "preferences/BinaryPropertyListReader.h"
+#include "preferences/BinaryPropertyListWriter.h"
+#include "preferences/PreferencesFault.h"
+#include "preferences/PropertyListFault.h"
+
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace kestova {
+namespace {
+
+std::uint64_t nextNumber() {
+  static std::atomic<std::uint64_t> last{0};
+  return ++last;
+}
+
+/// What the thread was last told of each domain, by the domain's number.
+std::unordered_map<std::uint64_t, Ref<NSDictionary>>& knownHere() {
+  thread_local std::unordered_map<std::uint64_t, Ref<NSDictionary>> known;
+  return known;
+}
+
+Ref<NSString> stringFromKey(const id& key) {
+  auto string = cast<NSString>(key);
+  if (!string) {
+    throw NSException(NSInvalidArgumentException, "A key of preferences is no string");
+  }
+  return string;
+}
+
+bool isLeaf(const NSObject& value) {
+  return dynamic_cast<const NSString*>(&value) != nullptr ||
+         dynamic_cast<const NSNumber*>(&value) != nullptr ||
+         dynamic_cast<const NSData*>(&value) != nullptr;
+}
+
+/// The entries of `contents` that are not the very ones of `known`, as copies; keys that are only
+/// there with null.
+ObjectMap differences(const Ref<NSDictionary>& known, const Ref<NSDictionary>& contents) {
+  ObjectMap found;
+  contents->enumerateKeysAndObjectsUsingBlock([&](const id& key, const id& value, bool*) {
+    if (known->objectForKey(key) != value) {
+      const auto name = stringFromKey(key);
+      found[name->copy()] = propertyListCopy(value, name);
+    }
+  });
+  known->enumerateKeysAndObjectsUsingBlock([&](const id& key, const id&, bool*) {
+    if (!contents->objectForKey(key)) {
+      found[key] = nullptr;
+    }
+  });
+  return found;
+}
+
+}  // namespace
+
+id propertyListCopy(const id& value, const Ref<NSString>& key) {
+  if (value && key && isLeaf(*value)) {
+    return value->copy();
+  }
+  try {
+    const auto bytes = BinaryPropertyListWriter::write(NSDictionary::of({{key, value}}));
+    const auto copy = BinaryPropertyListReader::read(bytes->span(), NSPropertyListImmutable);
+    return cast<NSDictionary>(copy)->objectForKey(key);
+  } catch (const PropertyListFault& fault) {
+    throw NSException(NSInvalidArgumentException, fault.problem);
+  }
+}
+
+PreferencesDomain::PreferencesDomain(const Ref<NSString>& name, const PreferencesFolder& folder,
+                                     std::atomic<std::uint64_t>& changes)
+    : name_(copyOf(name)),
+      folder_(folder),
+      fileName_(fileStemForDomain(name) + ".plist"),
+      lockName_(fileStemForDomain(name) + ".lock"),
+      changes_(changes),
+      number_(nextNumber()),
+      contents_(NSMutableDictionary::dictionary()) {}
+
+id PreferencesDomain::objectForKey(const Ref<NSString>& key) {
+  load();
+  const std::lock_guard lock(mutex_);
+  return contents_->objectForKey(key);
+}
+
+void PreferencesDomain::setValue_forKey(const id& value, const Ref<NSString>& key) {
+  load();
+  ObjectMap changed;
+  changed[copyOf(key)] = value;
+  changePending(changed);
+}
+
+Ref<NSDictionary> PreferencesDomain::contents() {
+  load();
+  const std::lock_guard lock(mutex_);
+  return knownHere()[number_] = snapshot();
+}
+
+void PreferencesDomain::setContents(const Ref<NSDictionary>& contents) {
+  const auto known = knownHere().find(number_);
+  const bool isKnown = known != knownHere().end();
+  if (!isKnown) {
+    synchronize();
+  }
+  const auto before = isKnown ? known->second : this->contents();
+  changePending(differences(before, contents));
+}
+
+void PreferencesDomain::addEntriesTo(NSMutableDictionary& dictionary) {
+  load();
+  const std::lock_guard lock(mutex_);
+  dictionary.addEntriesFromDictionary(contents_);
+}
+
+void PreferencesDomain::removeAll() {
+  synchronize();
+  ObjectMap changed;
+  for (const id& key : contents()) {
+    changed[key] = nullptr;
+  }
+  changePending(changed);
+}
+
+bool PreferencesDomain::isEmpty() {
+  load();
+  const std::lock_guard lock(mutex_);
+  return contents_->count() == 0;
+}
+
+bool PreferencesDomain::hasPendingChanges() {
+  const std::lock_guard lock(mutex_);
+  return !pending_.empty();
+}
+
+bool PreferencesDomain::synchronize() {
+  const std::lock_guard lock(fileMutex_);
+  Ref<NSString> problem;
+  try {
+    bringInStep();
+  } catch (const PreferencesFault& fault) {
+    problem = fault.problem;
+  }
+  isLoaded_.store(true, std::memory_order_release);
+  tell(problem);
+  return problem == nullptr;
+}
+
+void PreferencesDomain::load() {
+  if (!isLoaded_.load(std::memory_order_acquire)) {
+    synchronize();
+  }
+}
+
+void PreferencesDomain::changePending(const ObjectMap& changed) {
+  {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [key, value] : changed) {
+      apply(key, value);
+      pending_[key] = value;
+    }
+  }
+  knownHere().erase(number_);
+}
+
+/// Under the mutex.
+void PreferencesDomain::apply(const id& key, const id& value) {
+  if (value) {
+    contents_->setObject_forKey(value, key);
+  } else {
+    contents_->removeObjectForKey(key);
+  }
+  snapshot_ = nullptr;
+  ++changes_;
+}
+
+/// Under the mutex.
+Ref<NSDictionary> PreferencesDomain::snapshot() {
+  if (!snapshot_) {
+    snapshot_ = cast<NSDictionary>(contents_->copy());
+  }
+  return snapshot_;
+}
+
+void PreferencesDomain::bringInStep() {
+  if (hasPendingChanges()) {
+    writePending();
+  } else {
+    readNew();
+  }
+}
+
+/// Without the lock, so that what can't be written to can be read.
+void PreferencesDomain::readNew() {
+  const FileDescriptor folder = folder_.open();
+  if (!folder) {
+    return identity_ == FileIdentity() ? void() : take({{}, NSDictionary::dictionary()});
+  }
+  const PreferencesFile file(folder_, folder.get(), fileName_);
+  if (file.identity() == identity_) {
+    return;
+  }
+  try {
+    take(file.read());
+  } catch (const DamagedPreferences&) {
+    replaceDamaged(folder.get(), file);
+  }
+}
+
+void PreferencesDomain::replaceDamaged(int folder, const PreferencesFile& file) {
+  try {
+    const PreferencesLock lock(folder_, folder, lockName_);
+    adopt(file);
+  } catch (const PreferencesFault& fault) {
+    throw PreferencesFault{NSString::stringWithFormat(
+        "the file is damaged, and cannot be put aside: %@", fault.problem)};
+  }
+}
+
+void PreferencesDomain::writePending() {
+  const FileDescriptor folder = folder_.openOrMake();
+  const PreferencesLock lock(folder_, folder.get(), lockName_);
+  const PreferencesFile file(folder_, folder.get(), fileName_);
+  if (file.identity() != identity_) {
+    adopt(file);
+  }
+  std::unique_lock guard(mutex_);
+  const ObjectMap written = pending_;
+  const auto whole = snapshot();
+  guard.unlock();
+  write(file, whole);
+  settle(written);
+}
+
+/// Under the domain's lock.
+void PreferencesDomain::adopt(const PreferencesFile& file) {
+  try {
+    take(file.read());
+  } catch (const DamagedPreferences& damage) {
+    take(putAside(file, damage.problem));
+  }
+}
+
+void PreferencesDomain::take(const PreferencesFile::Contents& read) {
+  const std::lock_guard lock(mutex_);
+  contents_ = NSMutableDictionary::dictionaryWithDictionary(read.dictionary);
+  snapshot_ = read.dictionary;
+  identity_ = read.identity;
+  ++changes_;
+  for (const auto& [key, value] : pending_) {
+    apply(key, value);
+  }
+}
+
+PreferencesFile::Contents PreferencesDomain::putAside(const PreferencesFile& file,
+                                                      const Ref<NSString>& problem) {
+  const std::string name = file.putAside();
+  NSLog("The preferences of %@ were damaged, and are kept as %s: %@", name_, name, problem);
+  return {{}, NSDictionary::dictionary()};
+}
+
+/// A domain without keys has no file.
+void PreferencesDomain::write(const PreferencesFile& file, const Ref<NSDictionary>& whole) {
+  if (whole->count() == 0) {
+    file.remove();
+    identity_ = {};
+    return;
+  }
+  try {
+    identity_ = file.replace(BinaryPropertyListWriter::write(whole));
+  } catch (const PropertyListFault& fault) {
+    throw PreferencesFault{fault.problem};
+  }
+}
+
+/// What was changed again meanwhile is still to be written.
+void PreferencesDomain::settle(const ObjectMap& written) {
+  const std::lock_guard lock(mutex_);
+  for (const auto& [key, value] : written) {
+    const auto found = pending_.find(key);
+    if (found != pending_.end() && found->second == value) {
+      pending_.unordered_erase(found);
+    }
+  }
+}
+
+/// Null for none. The same one is told once.
+void PreferencesDomain::tell(const Ref<NSString>& problem) {
+  const bool isNew = problem && !problem->isEqualToString(toldProblem_);
+  if (isNew && hasPendingChanges()) {
+    NSLog("The preferences of %@ cannot be written and wait in memory: %@", name_, problem);
+  } else if (isNew) {
+    NSLog("The preferences of %@ cannot be read: %@", name_, problem);
+  }
+  toldProblem_ = problem;
+}
+
+}  // namespace kestova
