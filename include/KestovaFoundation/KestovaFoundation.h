@@ -30,6 +30,7 @@
 #include <KestovaFoundation/Additions/NSStringSearching.h>
 #include <KestovaFoundation/Additions/NSStringWordLineCounter.h>
 #include <KestovaFoundation/Additions/NSTimeZoneAdditions.h>
+#include <KestovaFoundation/Additions/NSURLAdditions.h>
 #include <KestovaFoundation/Additions/NSURLConnectionAdditions.h>
 #include <KestovaFoundation/Export.h>
 #include <KestovaFoundation/GCDCoalescer.h>
