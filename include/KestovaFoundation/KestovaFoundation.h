@@ -5,6 +5,7 @@
 /// All of KestovaFoundation.
 
 #include <KestovaFoundation/Additions/NSArrayAdditions.h>
+#include <KestovaFoundation/Additions/NSBundleAdditions.h>
 #include <KestovaFoundation/Additions/NSDataAdditions.h>
 #include <KestovaFoundation/Additions/NSDictionaryAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
