@@ -17,6 +17,11 @@ install(
   DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load/\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}"
   RENAME "$<TARGET_FILE_NAME:KestovaPlatform>-gdb.py")
 
+# What polkit asks the person before tools run with an administrator's rights. It reads the system's
+# own folder only, so that an installation elsewhere needs the file put there.
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/polkit/org.kestova.foundation.policy"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/polkit-1/actions")
+
 # A libdispatch that no package provides travels with the libraries, as a prefix of its own.
 if(libdispatch_IS_PRIVATE)
   install(DIRECTORY "${libdispatch_private_root}/include" "${libdispatch_private_root}/lib"

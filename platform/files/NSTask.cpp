@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "files/FileSystemCalls.h"
+#include "files/ProgramLaunch.h"
 
 namespace kestova {
 namespace {
@@ -31,49 +32,6 @@ Ref<NSFileHandle> programEnd(std::size_t number, const id& stream) {
   return stream ? cast<NSFileHandle>(stream) : nullptr;
 }
 
-/// What the program's descriptors are made of.
-class FileActions {
- public:
-  FileActions() { posix_spawn_file_actions_init(&actions_); }
-  ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
-  FileActions(const FileActions&) = delete;
-  FileActions& operator=(const FileActions&) = delete;
-
-  void put(int descriptor, std::size_t number) {
-    posix_spawn_file_actions_adddup2(&actions_, descriptor, static_cast<int>(number));
-  }
-
-  /// Closes whatever else the program would get.
-  void closeOthers() { posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1); }
-
-  const posix_spawn_file_actions_t* get() const { return &actions_; }
-
- private:
-  posix_spawn_file_actions_t actions_{};
-};
-
-/// Signals as a new program expects them, whatever this process does with its own.
-class FreshSignals {
- public:
-  FreshSignals() {
-    sigset_t signals;
-    posix_spawnattr_init(&attributes_);
-    sigemptyset(&signals);
-    posix_spawnattr_setsigmask(&attributes_, &signals);
-    sigfillset(&signals);
-    posix_spawnattr_setsigdefault(&attributes_, &signals);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  }
-  ~FreshSignals() { posix_spawnattr_destroy(&attributes_); }
-  FreshSignals(const FreshSignals&) = delete;
-  FreshSignals& operator=(const FreshSignals&) = delete;
-
-  const posix_spawnattr_t* get() const { return &attributes_; }
-
- private:
-  posix_spawnattr_t attributes_{};
-};
-
 std::vector<std::string> wordsOf(const Ref<NSString>& program, const Ref<NSArray>& arguments) {
   std::vector<std::string> words = {program->fileSystemRepresentation()};
   for (NSUInteger index = 0; arguments && index < arguments->count(); ++index) {
@@ -84,16 +42,6 @@ std::vector<std::string> wordsOf(const Ref<NSString>& program, const Ref<NSArray
     words.push_back(argument->fileSystemRepresentation());
   }
   return words;
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& words) {
-  std::vector<char*> pointers;
-  pointers.reserve(words.size() + 1);
-  for (std::string& word : words) {
-    pointers.push_back(word.data());
-  }
-  pointers.push_back(nullptr);
-  return pointers;
 }
 
 }  // namespace
@@ -145,10 +93,10 @@ void NSTask::launch() {
   FileActions actions;
   for (std::size_t number = 0; number < streams_.size(); ++number) {
     if (const auto end = programEnd(number, streams_[number])) {
-      actions.put(end->fileDescriptor(), number);
+      actions.put(end->fileDescriptor(), static_cast<int>(number));
     }
   }
-  actions.closeOthers();
+  actions.closeBehind(STDERR_FILENO);
   const int error = posix_spawn(&process_, words[0].c_str(), actions.get(), FreshSignals().get(),
                                 pointersTo(words).data(), environ);
   if (error != 0) {

@@ -5,6 +5,7 @@
 /// All of KestovaPlatform.
 
 #include <KestovaPlatform/AssociatedObjects.h>
+#include <KestovaPlatform/Authorization.h>
 #include <KestovaPlatform/Backoff.h>
 #include <KestovaPlatform/Base32Coding.h>
 #include <KestovaPlatform/Block.h>
