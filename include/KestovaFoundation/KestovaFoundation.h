@@ -10,6 +10,7 @@
 #include <KestovaFoundation/Additions/NSDictionaryAdditions.h>
 #include <KestovaFoundation/Additions/NSErrorAdditions.h>
 #include <KestovaFoundation/Additions/NSFileManagerAdditions.h>
+#include <KestovaFoundation/Additions/NSFileManagerAuthorizationAdditions.h>
 #include <KestovaFoundation/Additions/NSGeometryAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableArrayAdditions.h>
 #include <KestovaFoundation/Additions/NSMutableDataAdditions.h>
@@ -38,6 +39,7 @@
 #include <KestovaFoundation/GCDKeyedCoalescer.h>
 #include <KestovaFoundation/OSXCrashReporterInfo.h>
 #include <KestovaFoundation/OSXVersion.h>
+#include <KestovaFoundation/OVAuthentication.h>
 #include <KestovaFoundation/OVBinaryDataStream.h>
 #include <KestovaFoundation/OVBinaryFileStream.h>
 #include <KestovaFoundation/OVBinaryStream.h>

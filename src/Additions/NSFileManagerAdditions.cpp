@@ -17,6 +17,9 @@
 #include <utility>
 #include <vector>
 
+#include "Additions/FolderIdentity.h"
+#include "Additions/PathArgument.h"
+
 namespace kestova {
 
 namespace {
@@ -73,12 +76,6 @@ bool isFolder(const Ref<NSFileManager>& self, const Ref<NSString>& path) {
   return self->fileExistsAtPath_isDirectory(path, &isDirectory) && isDirectory;
 }
 
-/// An argument that names a path and is no option, whatever the path begins with.
-Ref<NSString> argumentFor(const Ref<NSString>& path) {
-  return path->hasPrefix("-") ? NSString::stringWithString("./")->stringByAppendingString(path)
-                              : path;
-}
-
 /// Runs the thread's run loop in a mode of its own until the task has ended. A mode in which
 /// nothing is registered ends its run at once; what is awaited then is the end itself.
 void waitPrivately(const Ref<NSTask>& task) {
@@ -111,37 +108,6 @@ Ref<NSData> outputOf(const Ref<NSString>& program, const Ref<NSArray>& arguments
   }
 }
 
-/// What tells a folder from all others, behind symbolic links; null where there is none.
-Ref<NSArray> identityOf(const Ref<NSFileManager>& self, const Ref<NSString>& folder) {
-  // A full stop behind the slash makes the attributes those of the folder and not of a link to it.
-  const auto facts = self->attributesOfItemAtPath_error(folder->stringByAppendingString("/."));
-  return facts ? NSArray::of(facts->objectForKey(NSFileSystemNumber),
-                             facts->objectForKey(NSFileSystemFileNumber))
-               : nullptr;
-}
-
-bool isSameFolder(const Ref<NSFileManager>& self, const Ref<NSString>& path,
-                  const Ref<NSString>& other) {
-  const auto identity = identityOf(self, path);
-  return identity && identity->isEqual(identityOf(self, other));
-}
-
-/// Whether a folder is another one or lies beneath it.
-bool isWithin(const Ref<NSFileManager>& self, const Ref<NSString>& folder,
-              const Ref<NSString>& outer) {
-  const auto sought = identityOf(self, outer);
-  auto path = folder;
-  auto identity = sought ? identityOf(self, path) : nullptr;
-  for (Ref<NSArray> beneath; identity && !identity->isEqual(beneath);) {
-    if (identity->isEqual(sought)) {
-      return true;
-    }
-    path = path->stringByAppendingString("/..");
-    beneath = std::exchange(identity, identityOf(self, path));
-  }
-  return false;
-}
-
 enum class TakenName { replaced, left };
 
 /// Moves an item to a path, where that is not taken. False when something fails, and where the item
@@ -149,7 +115,7 @@ enum class TakenName { replaced, left };
 bool moveItem(const Ref<NSFileManager>& self, const Ref<NSString>& path,
               const Ref<NSString>& targetPath, TakenName taken) {
   if (taken == TakenName::replaced && self->fileExistsAtPath(targetPath) &&
-      (isWithin(self, path->stringByDeletingLastPathComponent(), targetPath) ||
+      (isFolderWithin(self, path->stringByDeletingLastPathComponent(), targetPath) ||
        !self->removeItemAtPath_error(targetPath))) {
     return false;
   }
@@ -208,7 +174,7 @@ Ref<NSString> findSystemFolderType_forDomain(const Ref<NSFileManager>&, OSType t
 
 Ref<NSString> fileTypeForFileAtPath(const Ref<NSFileManager>&, const Ref<NSString>& path) {
   const auto output =
-      path ? outputOf("/usr/bin/file", NSArray::of("-b", argumentFor(path))) : nullptr;
+      path ? outputOf("/usr/bin/file", NSArray::of("-b", pathArgument(path))) : nullptr;
   if (!output || output->length() == 0) {
     return nullptr;
   }
