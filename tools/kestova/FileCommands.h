@@ -11,5 +11,6 @@ namespace kestova::tool {
 void addSizeCommand(CLI::App& app, Commands& commands);
 void addNameCommand(CLI::App& app, Commands& commands);
 void addTypeCommand(CLI::App& app, Commands& commands);
+void addVolumeCommand(CLI::App& app, Commands& commands);
 
 }  // namespace kestova::tool

@@ -31,6 +31,7 @@ Tool::Tool() : arguments_("KestovaFoundation from the command line.", "kestova")
   addSizeCommand(arguments_, commands_);
   addNameCommand(arguments_, commands_);
   addTypeCommand(arguments_, commands_);
+  addVolumeCommand(arguments_, commands_);
 }
 
 int Tool::run(int argc, char** argv) {
