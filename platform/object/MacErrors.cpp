@@ -17,6 +17,7 @@ struct StatusText {
 };
 
 constexpr std::array kStatusTexts = {
+    StatusText{unimpErr, "unimpErr", "Not available on this system"},
     StatusText{dirFulErr, "dirFulErr", "Folder full"},
     StatusText{dskFulErr, "dskFulErr", "Disk full"},
     StatusText{nsvErr, "nsvErr", "No such volume"},
@@ -45,6 +46,12 @@ constexpr std::array kStatusTexts = {
     StatusText{errFSNoMoreItems, "errFSNoMoreItems", "No more items"},
     StatusText{afpAccessDenied, "afpAccessDenied", "Permission denied"},
     StatusText{afpObjectNotFound, "afpObjectNotFound", "Object not found"},
+    StatusText{eventInternalErr, "eventInternalErr", "Event service failed"},
+    StatusText{eventParameterNotFoundErr, "eventParameterNotFoundErr",
+               "The event has no such parameter"},
+    StatusText{eventNotHandledErr, "eventNotHandledErr", "No handler took the event"},
+    StatusText{eventHotKeyExistsErr, "eventHotKeyExistsErr", "The hot key is taken already"},
+    StatusText{eventHotKeyInvalidErr, "eventHotKeyInvalidErr", "Hot key not valid"},
     StatusText{errAuthorizationInvalidSet, "errAuthorizationInvalidSet", "Set of rights not valid"},
     StatusText{errAuthorizationInvalidRef, "errAuthorizationInvalidRef",
                "Authorization reference not valid"},

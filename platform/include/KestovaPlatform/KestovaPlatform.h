@@ -25,6 +25,8 @@
 #include <KestovaPlatform/FoundationErrors.h>
 #include <KestovaPlatform/Gestalt.h>
 #include <KestovaPlatform/HexCoding.h>
+#include <KestovaPlatform/HotKeyEvents.h>
+#include <KestovaPlatform/HotKeyService.h>
 #include <KestovaPlatform/MacErrors.h>
 #include <KestovaPlatform/MainThreadPerformer.h>
 #include <KestovaPlatform/MessageDigest.h>
@@ -38,6 +40,7 @@
 #include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSEnumerator.h>
 #include <KestovaPlatform/NSError.h>
+#include <KestovaPlatform/NSEvent.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSFastEnumeration.h>
 #include <KestovaPlatform/NSFileHandle.h>
@@ -92,3 +95,4 @@
 #include <KestovaPlatform/TextEncoder.h>
 #include <KestovaPlatform/TextScanning.h>
 #include <KestovaPlatform/UTF8.h>
+#include <KestovaPlatform/VirtualKeys.h>

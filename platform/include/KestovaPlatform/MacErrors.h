@@ -7,13 +7,16 @@
 
 namespace kestova {
 
-/// The status that the file and authorization services answer: 0 for success, else what went wrong.
+/// The status that the file, event and authorization services answer: 0 for success, else what went
+/// wrong.
 using OSStatus = std::int32_t;
 
 /// The statuses by their symbolic names; what each means stands in the table behind
 /// `GetMacOSStatusCommentString`.
 enum : OSStatus {
   noErr = 0,
+
+  unimpErr = -4,
 
   // Files
   dirFulErr = -33,
@@ -44,6 +47,13 @@ enum : OSStatus {
   errFSNoMoreItems = -1417,
   afpAccessDenied = -5000,
   afpObjectNotFound = -5018,
+
+  // Events and hot keys
+  eventInternalErr = -9868,
+  eventParameterNotFoundErr = -9870,
+  eventNotHandledErr = -9874,
+  eventHotKeyExistsErr = -9878,
+  eventHotKeyInvalidErr = -9879,
 
   // Authorization
   errAuthorizationSuccess = 0,
