@@ -56,7 +56,7 @@ begin Xvfb -displayfd 3 -screen 0 1000x750x24 -nolisten tcp 3>"$folder/display" 
 wait_for test -s "$folder/display"
 export DISPLAY=":$(<"$folder/display")"
 export HOME="$folder/home" XDG_CONFIG_HOME="$folder/config" XDG_RUNTIME_DIR="$folder/run"
-export QT_QPA_PLATFORM=xcb GDK_BACKEND=x11 GSK_RENDERER=cairo LC_ALL=C.UTF-8
+export QT_QPA_PLATFORM=xcb GDK_BACKEND=x11 GSK_RENDERER=cairo GTK_A11Y=none LC_ALL=C.UTF-8
 # Fonts and themes are kept until the end by the toolkits, which is no leak of the program's.
 export ASAN_OPTIONS="${ASAN_OPTIONS:-}:detect_leaks=0"
 unset WAYLAND_DISPLAY
