@@ -4,6 +4,7 @@
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSOperation.h>
 
+#include <mutex>
 #include <span>
 #include <utility>
 
@@ -34,11 +35,16 @@ void NSBlockOperation::addExecutionBlock(Block<void()> block) {
     throw NSException(NSInvalidArgumentException, "the operation executes or has finished");
   }
   const std::lock_guard lock(blocksMutex_);
-  if (!first_) {
+  if (blocks_.load() == Blocks::none) {
     first_ = std::move(block);
-  } else {
-    others_.push_back(std::move(block));
+    blocks_.store(Blocks::one);
+    return;
   }
+  if (!others_) {
+    others_ = std::make_unique<std::vector<Block<void()>>>();
+  }
+  others_->push_back(std::move(block));
+  blocks_.store(Blocks::several);
 }
 
 Ref<NSArray> NSBlockOperation::executionBlocks() const {
@@ -47,26 +53,31 @@ Ref<NSArray> NSBlockOperation::executionBlocks() const {
   if (first_) {
     objects.push_back(first_.object());
   }
-  for (const auto& block : others_) {
-    objects.push_back(block.object());
+  if (others_) {
+    for (const auto& block : *others_) {
+      objects.push_back(block.object());
+    }
   }
   return NSArray::arrayWithObjects(std::move(objects));
 }
 
-/// The first block runs here, the others beside it.
 void NSBlockOperation::main() {
-  Block<void()> first;
+  switch (blocks_.load(std::memory_order_acquire)) {
+    case Blocks::none:
+      return;
+    case Blocks::one:
+      return first_();
+    case Blocks::several:
+      return runSeveral();
+  }
+}
+
+/// The first block runs here, the others beside it.
+void NSBlockOperation::runSeveral() const {
   std::vector<Block<void()>> others;
   {
     const std::lock_guard lock(blocksMutex_);
-    first = first_;
-    others = others_;
-  }
-  if (others.empty()) {
-    if (first) {
-      first();
-    }
-    return;
+    others = *others_;
   }
   const DispatchGroup group;
   for (auto& block : others) {
@@ -77,7 +88,7 @@ void NSBlockOperation::main() {
     ~Wait() { group.wait(); }
   };
   const Wait wait{group};
-  first();
+  first_();
 }
 
 }  // namespace kestova

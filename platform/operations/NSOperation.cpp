@@ -9,6 +9,7 @@
 #include "operations/OperationScheduler.h"
 
 #include <algorithm>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -70,12 +71,16 @@ class OperationStateObserver final : public NSObject {
 };
 
 NSOperation::~NSOperation() {
-  for (const auto& dependency : dependencies_) {
+  if (!relations_) {
+    return;
+  }
+  auto& dependencies = relations_->dependencies;
+  for (const auto& dependency : dependencies) {
     static_cast<void>(dependency->removeDependent(*this));
   }
   // A long row of operations that depend on each other may go at once.
-  std::vector<id> members(std::make_move_iterator(dependencies_.begin()),
-                          std::make_move_iterator(dependencies_.end()));
+  std::vector<id> members(std::make_move_iterator(dependencies.begin()),
+                          std::make_move_iterator(dependencies.end()));
   MemberRelease().letGo(members);
 }
 
@@ -125,9 +130,9 @@ void NSOperation::finish() {
     KeyValueChange finishedChange(*this, kFinishedKey);
     if (state_.load() == executing) {
       KeyValueChange executingChange(*this, "isExecuting");
-      state_.store(finished);
+      state_.store(finished, std::memory_order_release);
     } else {
-      state_.store(finished);
+      state_.store(finished, std::memory_order_release);
     }
   }
   settle();
@@ -136,7 +141,7 @@ void NSOperation::finish() {
 /// Tells everybody who waits for the end, once.
 void NSOperation::settle() {
   std::vector<Ref<NSOperation>> dependents;
-  std::shared_ptr<OperationScheduler> scheduler;
+  OperationScheduler* scheduler = nullptr;
   Block<void()> completion;
   {
     const std::lock_guard lock(mutex_);
@@ -213,15 +218,24 @@ void NSOperation::addDependency(const Ref<NSOperation>& operation) {
   }
 }
 
+NSOperation::Relations& NSOperation::relations() {
+  const std::lock_guard lock(mutex_);
+  if (!relations_) {
+    relations_ = std::make_unique<Relations>();
+  }
+  return *relations_;
+}
+
 /// Whether the dependency has not finished.
 bool NSOperation::startDepending(const Ref<NSOperation>& dependency) {
-  const std::lock_guard ordered(dependingMutex_);
+  Relations& own = relations();
+  const std::lock_guard ordered(own.order);
   {
     const std::lock_guard lock(mutex_);
-    if (std::ranges::find(dependencies_, dependency) != dependencies_.end()) {
+    if (std::ranges::find(own.dependencies, dependency) != own.dependencies.end()) {
       return true;
     }
-    dependencies_.push_back(dependency);
+    own.dependencies.push_back(dependency);
     // Counted before it can be counted down.
     unfinishedDependencies_.fetch_add(1);
   }
@@ -241,10 +255,11 @@ void NSOperation::removeDependency(const Ref<NSOperation>& operation) {
 
 /// Whether the dependency was one and is counted still.
 bool NSOperation::stopDepending(NSOperation& dependency) {
-  const std::lock_guard ordered(dependingMutex_);
+  Relations& own = relations();
+  const std::lock_guard ordered(own.order);
   {
     const std::lock_guard lock(mutex_);
-    if (!removeFrom(dependencies_, dependency)) {
+    if (!removeFrom(own.dependencies, dependency)) {
       return false;
     }
   }
@@ -252,15 +267,22 @@ bool NSOperation::stopDepending(NSOperation& dependency) {
 }
 
 Ref<NSArray> NSOperation::dependencies() const {
-  const std::lock_guard lock(mutex_);
-  return NSArray::arrayWithObjects({dependencies_.begin(), dependencies_.end()});
+  std::vector<id> objects;
+  {
+    const std::lock_guard lock(mutex_);
+    if (relations_) {
+      objects.assign(relations_->dependencies.begin(), relations_->dependencies.end());
+    }
+  }
+  return NSArray::arrayWithObjects(std::move(objects));
 }
 
 /// Whether the operation is to wait for this one.
 bool NSOperation::addDependent(NSOperation& operation) {
+  Relations& own = relations();
   const std::lock_guard lock(mutex_);
   if (!toldDependents_) {
-    dependents_.push_back(&operation);
+    own.dependents.push_back(&operation);
   }
   return !toldDependents_;
 }
@@ -268,15 +290,18 @@ bool NSOperation::addDependent(NSOperation& operation) {
 /// Whether the operation would have been told.
 bool NSOperation::removeDependent(const NSOperation& operation) {
   const std::lock_guard lock(mutex_);
-  return removeFrom(dependents_, operation);
+  return relations_ && removeFrom(relations_->dependents, operation);
 }
 
 /// Those of the operations that wait for this one that are not about to go: these wait for the
 /// mutex to take themselves out. Called with the mutex held.
 std::vector<Ref<NSOperation>> NSOperation::takeDependents() {
   std::vector<Ref<NSOperation>> taken;
-  taken.reserve(dependents_.size());
-  for (NSOperation* dependent : std::exchange(dependents_, {})) {
+  if (!relations_) {
+    return taken;
+  }
+  taken.reserve(relations_->dependents.size());
+  for (NSOperation* dependent : std::exchange(relations_->dependents, {})) {
     if (auto stays = ObjectExtras::share(*dependent)) {
       taken.push_back(std::move(stays));
     }
@@ -299,7 +324,7 @@ void NSOperation::tellReady() {
 }
 
 void NSOperation::watchOwnEnd() {
-  if (!watchesEnd_.exchange(true)) {
+  if (startWatching(Watched::end)) {
     OperationStateObserver::shared().observe(*this, kFinishedKey);
   }
   if (isFinished()) {
@@ -310,7 +335,7 @@ void NSOperation::watchOwnEnd() {
 /// Where a subclass has reasons of its own not to be ready, what it announces is followed. Whether
 /// that has just begun.
 bool NSOperation::watchReadiness() {
-  if (unfinishedDependencies_.load() > 0 || watchesReadiness_.exchange(true)) {
+  if (unfinishedDependencies_.load() > 0 || !startWatching(Watched::readiness)) {
     return false;
   }
   OperationStateObserver::shared().observe(*this, kReadyKey);
@@ -319,7 +344,7 @@ bool NSOperation::watchReadiness() {
 
 std::shared_ptr<OperationScheduler> NSOperation::scheduler() const {
   const std::lock_guard lock(mutex_);
-  return scheduler_;
+  return scheduler_ == nullptr ? nullptr : scheduler_->shared_from_this();
 }
 
 NSOperationQueuePriority NSOperation::queuePriority() const noexcept {
@@ -327,7 +352,7 @@ NSOperationQueuePriority NSOperation::queuePriority() const noexcept {
 }
 
 void NSOperation::setQueuePriority(NSInteger priority) {
-  priority_.store(std::clamp<NSInteger>(priority / 4, -2, 2) * 4);
+  priority_.store(static_cast<std::int8_t>(std::clamp<NSInteger>(priority / 4, -2, 2) * 4));
   if (const auto queue = scheduler()) {
     queue->priorityChanged(*this);
   }
@@ -345,13 +370,14 @@ void NSOperation::setCompletionBlock(Block<void()> block) {
 
 Ref<NSString> NSOperation::name() const {
   const std::lock_guard lock(mutex_);
-  return name_;
+  return relations_ ? relations_->name : nullptr;
 }
 
 void NSOperation::setName(const Ref<NSString>& name) {
   Ref<NSString> replaced = copyOf(name);  // let go of after the mutex
+  Relations& own = relations();
   const std::lock_guard lock(mutex_);
-  std::swap(name_, replaced);
+  std::swap(own.name, replaced);
 }
 
 }  // namespace kestova

@@ -12,6 +12,8 @@
 #include "object/ObjectExtras.h"
 
 #include <algorithm>
+#include <bit>
+#include <mutex>
 #include <thread>
 #include <utility>
 
@@ -38,6 +40,14 @@ void submitToMainThread(Block<void()> block) {
 std::size_t processors() noexcept {
   static const std::size_t count = std::max(1U, std::thread::hardware_concurrency());
   return count;
+}
+
+/// Counts what only the holder of a mutex changes.
+template <class Count>
+Count changeBy(std::atomic<Count>& count, int difference) noexcept {
+  const Count changed = count.load(std::memory_order_relaxed) + static_cast<Count>(difference);
+  count.store(changed, std::memory_order_release);
+  return changed;
 }
 
 /// 0 is the highest.
@@ -107,6 +117,9 @@ void OperationScheduler::queueGoes() {
   {
     const std::lock_guard lock(mutex_);
     queue_ = nullptr;
+    if (operationCount() > 0) {
+      stay_ = shared_from_this();
+    }
     isStuck = suspended_ || maximum_ == 0;
   }
   if (isStuck) {
@@ -130,7 +143,7 @@ void OperationScheduler::add(const Ref<NSOperation>& operation) {
       throw NSException(NSInvalidArgumentException,
                         "the operation is in a queue, executes or has finished");
     }
-    operation->scheduler_ = shared_from_this();
+    operation->scheduler_ = this;
     missing = link(operation, isReady);
   }
   submitPumps(missing);
@@ -146,7 +159,7 @@ void OperationScheduler::add(const Ref<NSOperation>& operation) {
 std::size_t OperationScheduler::link(const Ref<NSOperation>& operation, bool isReady) {
   const std::lock_guard lock(mutex_);
   all_.append(*Ref<NSOperation>(operation).leak());
-  count_.fetch_add(1, std::memory_order_relaxed);
+  changeBy(count_, 1);
   operation->place_ = NSOperation::Place::waiting;
   if (isReady) {
     appendReady(*operation);
@@ -185,12 +198,17 @@ void OperationScheduler::appendReady(NSOperation& operation) noexcept {
   operation.readyList_ = static_cast<std::uint8_t>(list);
   operation.place_ = NSOperation::Place::ready;
   ready_[list].append(operation);
-  readyCount_.fetch_add(1, std::memory_order_relaxed);
+  filled_ = static_cast<std::uint8_t>(filled_ | 1U << list);
+  changeBy(readyCount_, 1);
 }
 
 void OperationScheduler::removeReady(NSOperation& operation) noexcept {
-  ready_[operation.readyList_].remove(operation);
-  readyCount_.fetch_sub(1, std::memory_order_relaxed);
+  auto& list = ready_[operation.readyList_];
+  list.remove(operation);
+  if (list.first == nullptr) {
+    filled_ = static_cast<std::uint8_t>(filled_ & ~(1U << operation.readyList_));
+  }
+  changeBy(readyCount_, -1);
 }
 
 /// How many operations could start at this moment.
@@ -207,7 +225,7 @@ std::size_t OperationScheduler::startable() const noexcept {
 std::size_t OperationScheduler::missingPumps() noexcept {
   const std::size_t wanted = std::min(startable(), processors());
   const std::size_t missing = wanted > lookingPumps_ ? wanted - lookingPumps_ : 0;
-  lookingPumps_ += missing;
+  lookingPumps_ += static_cast<std::uint32_t>(missing);
   return missing;
 }
 
@@ -231,8 +249,7 @@ Ref<NSOperation> OperationScheduler::takeReady() {
   if (startable() == 0) {
     return nullptr;
   }
-  const auto list = std::ranges::find_if(ready_, [](const auto& ready) { return ready.first; });
-  const Ref<NSOperation> operation(list->first);
+  Ref<NSOperation> operation(ready_[std::countr_zero(filled_)].first);
   removeReady(*operation);
   operation->place_ = NSOperation::Place::started;
   ++executing_;
@@ -328,6 +345,7 @@ Ref<NSOperation> OperationScheduler::finished(NSOperation& operation) {
     Pump::innermost->looks = true;
   }
   std::size_t missing = 0;
+  std::shared_ptr<OperationScheduler> stay;  // who isn't a pump may be the last to know it
   {
     const std::lock_guard lock(mutex_);
     if (operation.place_ == NSOperation::Place::ready) {
@@ -337,11 +355,17 @@ Ref<NSOperation> OperationScheduler::finished(NSOperation& operation) {
     }
     operation.place_ = NSOperation::Place::outside;
     all_.remove(operation);
-    if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-      emptied_.notify_all();
+    if (changeBy(count_, -1) == 0) {
+      stay = std::move(stay_);
+      if (waiting_ > 0) {
+        emptied_.notify_all();
+      }
     }
     lookingPumps_ += isPumped ? 1 : 0;
     missing = missingPumps();
+    if (missing > 0) {
+      stay = shared_from_this();
+    }
   }
   submitPumps(missing);
   return Ref<NSOperation>::adopt(&operation);
@@ -363,7 +387,9 @@ void OperationScheduler::waitUntilEmpty() {
           "the main thread does not wait for its own queue");
   letOthersLook();
   std::unique_lock lock(mutex_);
+  ++waiting_;
   emptied_.wait(lock, [this] { return operationCount() == 0; });
+  --waiting_;
 }
 
 bool OperationScheduler::needsCallingThread() const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <KestovaPlatform/Block.h>
+#include <KestovaPlatform/BriefMutex.h>
 #include <KestovaPlatform/NSOperation.h>
 #include <KestovaPlatform/NSOperationQueue.h>
 
@@ -9,8 +10,8 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace kestova {
@@ -98,19 +99,25 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   bool mayLookOn();
 
   const Threads threads_;
-  std::atomic<NSUInteger> count_{0};
-  std::atomic<std::size_t> readyCount_{0};  // changed with the mutex held
 
-  /// Guards what follows; never held while other code runs, and taken after an operation's.
-  mutable std::mutex mutex_;
-  std::condition_variable emptied_;
-  NSOperationQueue* queue_ = nullptr;  // unowned: takes itself out as it goes
+  /// Guards what follows; never held while other code runs, and taken after an operation's. What
+  /// every operation needs stands together, for threads hand it to each other all the time.
+  alignas(64) mutable BriefMutex mutex_;
+  bool suspended_ = false;
+  std::uint8_t filled_ = 0;                   // a bit for each list of ready operations
+  std::atomic<std::uint32_t> readyCount_{0};  // changed with the mutex held
+  std::uint32_t executing_ = 0;
+  std::uint32_t lookingPumps_ = 0;
+  std::uint32_t waiting_ = 0;         // for the end of all
+  std::atomic<NSUInteger> count_{0};  // changed with the mutex held
+  NSInteger maximum_ = NSOperationQueueDefaultMaxConcurrentOperationCount;
   List<&NSOperation::inQueue_> all_;
   std::array<List<&NSOperation::inReadyList_>, kPriorities> ready_;
-  std::size_t executing_ = 0;
-  std::size_t lookingPumps_ = 0;
-  NSInteger maximum_ = NSOperationQueueDefaultMaxConcurrentOperationCount;
-  bool suspended_ = false;
+
+  std::condition_variable_any emptied_;
+  NSOperationQueue* queue_ = nullptr;  // unowned: takes itself out as it goes
+  /// Itself while there are operations and no queue: they know it by a plain pointer.
+  std::shared_ptr<OperationScheduler> stay_;
   Ref<NSString> name_;
 };
 

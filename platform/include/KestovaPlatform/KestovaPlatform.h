@@ -9,6 +9,7 @@
 #include <KestovaPlatform/Backoff.h>
 #include <KestovaPlatform/Base32Coding.h>
 #include <KestovaPlatform/Block.h>
+#include <KestovaPlatform/BriefMutex.h>
 #include <KestovaPlatform/ByteSearch.h>
 #include <KestovaPlatform/CFStringEncodings.h>
 #include <KestovaPlatform/CFUUID.h>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <KestovaPlatform/Block.h>
+#include <KestovaPlatform/BriefMutex.h>
 #include <KestovaPlatform/Export.h>
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSObject.h>
@@ -11,7 +12,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -168,27 +168,15 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   bool watchReadiness();
   std::shared_ptr<OperationScheduler> scheduler() const;
 
-  std::atomic<int> state_{pending};
-  std::atomic<bool> cancelled_{false};
-  std::atomic<bool> isEnding_{false};
-  std::atomic<bool> watchesEnd_{false};
-  std::atomic<bool> watchesReadiness_{false};
-  std::atomic<std::uint32_t> unfinishedDependencies_{0};
-  std::atomic<NSInteger> priority_{NSOperationQueuePriorityNormal};
-
-  /// Taken before any other: lets a dependency enter both lists before it leaves them.
-  std::mutex dependingMutex_;
-
-  /// Guards what follows; never held while other code runs, nor that of another operation.
-  mutable std::mutex mutex_;
-  std::vector<Ref<NSOperation>> dependencies_;
-  /// Those that wait for this one; unowned, for each of them takes itself out as it goes.
-  std::vector<NSOperation*> dependents_;
-  bool toldDependents_ = false;
-  Block<void()> completionBlock_;
-  Ref<NSString> name_;
-  /// While it is in a queue.
-  std::shared_ptr<OperationScheduler> scheduler_;
+  /// What few operations have.
+  struct Relations {
+    /// Taken before any other: lets a dependency enter both lists before it leaves them.
+    BriefMutex order;
+    std::vector<Ref<NSOperation>> dependencies;
+    /// Those that wait for this one; unowned, for each of them takes itself out as it goes.
+    std::vector<NSOperation*> dependents;
+    Ref<NSString> name;
+  };
 
   /// Its places in its queue's lists, guarded by the queue.
   struct Link {
@@ -197,8 +185,39 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   };
   enum class Place : std::uint8_t { outside, waiting, ready, started };
 
+  /// What is followed by observation, as a sum of bits.
+  enum class Watched : std::uint8_t { end = 1, readiness = 2 };
+
+  /// Whether it was not followed so far.
+  bool startWatching(Watched what) noexcept {
+    const auto bit = static_cast<std::uint8_t>(what);
+    return (watched_.fetch_or(bit) & bit) == 0;
+  }
+
+  Relations& relations();
+
+  // Ordered by size, for a queue has many operations: those of blocks fill two lines of a cache.
   Link inQueue_;
   Link inReadyList_;
+
+  /// Made on first need, with the mutex held; stays to the end.
+  std::unique_ptr<Relations> relations_;
+  Block<void()> completionBlock_;
+  /// While it is in a queue; kept by all operations of that queue together.
+  OperationScheduler* scheduler_ = nullptr;
+
+  std::atomic<int> state_{pending};
+  std::atomic<std::uint32_t> unfinishedDependencies_{0};
+
+  /// Guards the relations, the completion block, the queue and whether dependents were told; never
+  /// held while other code runs, nor that of another operation.
+  mutable BriefMutex mutex_;
+
+  std::atomic<bool> cancelled_{false};
+  std::atomic<bool> isEnding_{false};
+  std::atomic<std::uint8_t> watched_{0};
+  std::atomic<std::int8_t> priority_{NSOperationQueuePriorityNormal};
+  bool toldDependents_ = false;
   Place place_ = Place::outside;
   std::uint8_t readyList_ = 0;
 };
@@ -229,12 +248,18 @@ class KESTOVA_PLATFORM_EXPORT NSBlockOperation : public NSOperation {
 
  protected:
   NSBlockOperation() = default;
-  explicit NSBlockOperation(Block<void()> block) : first_(std::move(block)) {}
+  explicit NSBlockOperation(Block<void()> block) : blocks_(Blocks::one), first_(std::move(block)) {}
 
  private:
-  mutable std::mutex blocksMutex_;  // guards what follows
+  enum class Blocks : std::uint8_t { none, one, several };
+
+  void runSeveral() const;
+
+  /// Told when the blocks that it speaks of are there; the first one never changes then.
+  std::atomic<Blocks> blocks_{Blocks::none};
+  mutable BriefMutex blocksMutex_;  // guards what follows, but for reading the first block
   Block<void()> first_;
-  std::vector<Block<void()>> others_;
+  std::unique_ptr<std::vector<Block<void()>>> others_;  // null for none
 };
 
 }  // namespace kestova
