@@ -8,6 +8,7 @@
 #include "object/KeyText.h"
 #include "object/ObjectExtras.h"
 #include "object/PendingChanges.h"
+#include "values/RangeCheck.h"
 
 #include <memory>
 
@@ -79,24 +80,28 @@ bool NSObject::isObserved() const noexcept {
 }
 
 void NSObject::willChangeValueForKey(const Ref<NSString>& key) {
+  checkArgument(*this, "willChangeValueForKey:", key != nullptr);
   if (hasObservers()) {
     PendingChanges::ofThread().willChange(*this, KeyText(key));
   }
 }
 
 void NSObject::willChangeValueForKey(const char* key) {
+  checkArgument(*this, "willChangeValueForKey:", key != nullptr);
   if (hasObservers()) {
     PendingChanges::ofThread().willChange(*this, key);
   }
 }
 
 void NSObject::didChangeValueForKey(const Ref<NSString>& key) {
+  checkArgument(*this, "didChangeValueForKey:", key != nullptr);
   if (PendingChanges* pending = pendingChangesOf(*this)) {
     pending->didChange(*this, KeyText(key));
   }
 }
 
 void NSObject::didChangeValueForKey(const char* key) {
+  checkArgument(*this, "didChangeValueForKey:", key != nullptr);
   if (PendingChanges* pending = pendingChangesOf(*this)) {
     pending->didChange(*this, key);
   }

@@ -392,6 +392,36 @@ TEST_F(NSKeyValueObservingTests, NothingAndNobodyCannotBeRegistered) {
                   [&] { node_->removeObserver_forKeyPath(recorder_.get(), nullptr); });
 }
 
+TEST_F(NSKeyValueObservingTests, AChangeOfNothingCannotBeAnnounced) {
+  const Ref<NSString> noKey;
+  const char* const noText = nullptr;
+  const auto expectRefusals = [&] {
+    const struct {
+      const char* operation;
+      std::function<void()> announce;
+    } rows[] = {
+        {"willChangeValueForKey:", [&] { node_->willChangeValueForKey(noKey); }},
+        {"willChangeValueForKey:", [&] { node_->willChangeValueForKey(noText); }},
+        {"didChangeValueForKey:", [&] { node_->didChangeValueForKey(noKey); }},
+        {"didChangeValueForKey:", [&] { node_->didChangeValueForKey(noText); }},
+    };
+    for (const auto& row : rows) {
+      const auto reason = expectException(NSInvalidArgumentException, row.announce).reason();
+      EXPECT_TRUE(
+          reason->hasSuffix(NSString::stringWithFormat(" %s]: nil argument", row.operation)))
+          << reason;
+    }
+  };
+  expectRefusals();
+  observe("value");
+  expectRefusals();
+  node_->willChangeValueForKey("value");
+  expectRefusals();
+  node_->didChangeValueForKey("value");
+  EXPECT_EQ(recorder_->takeTold(), (Lines{"value 0>0"}));
+  stop("value");
+}
+
 TEST_F(NSKeyValueObservingTests, WhatCannotBeFollowedIsNotRegistered) {
   expectException(NSUndefinedKeyException, [&] { observe("nosuch.value"); });
   expectException(NSUndefinedKeyException,

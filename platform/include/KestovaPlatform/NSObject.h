@@ -154,7 +154,7 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
 
   /// Announce a change by hand: `will` before it, `did` after it, always in pairs on one thread. A
   /// pair costs next to nothing while nobody observes. Within one function `KeyValueChange` is the
-  /// safer form.
+  /// safer form. A null key throws NSInvalidArgumentException, whether anybody observes or not.
   void willChangeValueForKey(const Ref<NSString>& key);
   void didChangeValueForKey(const Ref<NSString>& key);
   void willChangeValueForKey(const char* key);
