@@ -3,7 +3,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -56,16 +56,19 @@ class PrivateBus {
                                "--print-address=3"};
     char* pointers[std::size(arguments) + 1] = {};
     for (std::size_t i = 0; i < std::size(arguments); ++i) pointers[i] = arguments[i].data();
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, ready[1], 3);
-    // It complains when it may not raise its limits, and about clients that are killed.
-    ::posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-    const int failure = ::posix_spawnp(&daemon_, pointers[0], &actions, nullptr, pointers, environ);
-    ::posix_spawn_file_actions_destroy(&actions);
+    daemon_ = ::fork();
+    if (daemon_ == 0) {
+      ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // so that it doesn't outlive a test that crashes
+      ::dup2(ready[1], 3);
+      ::fcntl(3, F_SETFD, 0);
+      // It complains when it may not raise its limits, and about clients that are killed.
+      ::dup2(::open("/dev/null", O_WRONLY), 2);
+      ::execvp(pointers[0], pointers);
+      ::_exit(127);
+    }
     ::close(ready[1]);
     char line[512];
-    const bool started = failure == 0 && ::read(ready[0], line, sizeof line) > 0;
+    const bool started = ::read(ready[0], line, sizeof line) > 0;
     ::close(ready[0]);
     if (!started) throw std::runtime_error("dbus-daemon can't be started");
   }

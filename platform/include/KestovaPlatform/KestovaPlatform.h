@@ -39,6 +39,7 @@
 #include <KestovaPlatform/NSData.h>
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSDictionary.h>
+#include <KestovaPlatform/NSDistributedNotificationCenter.h>
 #include <KestovaPlatform/NSEnumerator.h>
 #include <KestovaPlatform/NSError.h>
 #include <KestovaPlatform/NSEvent.h>

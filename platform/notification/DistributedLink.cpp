@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "notification/DistributedLink.h"
+
+#include <KestovaPlatform/NSLog.h>
+#include <KestovaPlatform/NSRunLoop.h>
+#include <KestovaPlatform/RunLoopSource.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <latch>
+#include <utility>
+
+namespace kestova {
+namespace {
+
+/// All in seconds.
+constexpr NSTimeInterval kConnectTimeout = 1;
+constexpr NSTimeInterval kShortestPause = 0.1;
+constexpr NSTimeInterval kLongestPause = 30;
+/// For how long a bus that didn't answer is left alone: it must not hold up everybody who posts.
+constexpr NSTimeInterval kUnansweredPause = 10;
+
+}  // namespace
+
+DistributedLink::~DistributedLink() {
+  if (thread_.joinable()) {
+    perform([this] {
+      drop();
+      if (retry_) {
+        retry_->invalidate();
+      }
+      NSRunLoop::currentRunLoop()->stop();
+    });
+    thread_.join();
+  }
+}
+
+void DistributedLink::want(const std::string& rule) {
+  perform([&] {
+    if (++wanted_[rule] > 1) {
+      return;
+    }
+    if (connection_) {
+      ask(rule);
+    } else {
+      connect();  // asks for everything that is wanted
+    }
+  });
+}
+
+void DistributedLink::forget(const std::string& rule) {
+  perform([&] {
+    if (--wanted_[rule] == 0) {
+      wanted_.erase(rule);
+      if (BusError error; connection_ && !connection_->removeMatch(rule, &error)) {
+        giveUp(error);
+      }
+    }
+  });
+}
+
+/// A loss may be noticed by nothing but a failure to send.
+void DistributedLink::post(const DistributedPosting& posting) {
+  perform([&] {
+    if (!(connection_ && send(posting))) {
+      drop();
+      static_cast<void>(connect() && send(posting));
+    }
+  });
+}
+
+// The thread
+
+void DistributedLink::perform(Block<void()> block) {
+  std::call_once(started_, [this] { start(); });
+  performOnThread(object_, std::move(block), true);
+}
+
+/// It takes none of the program's signals.
+void DistributedLink::start() {
+  sigset_t all;
+  sigset_t before;
+  ::sigfillset(&all);
+  ::pthread_sigmask(SIG_SETMASK, &all, &before);
+  std::latch started(1);
+  thread_ = std::thread([this, &started] {
+    object_ = NSThread::currentThread();
+    object_->setName("notifications");
+    const auto runLoop = NSRunLoop::currentRunLoop();
+    runLoop->addSource_forMode(RunLoopSource::sourceWithBlock([] {}), NSRunLoopCommonModes);
+    started.count_down();
+    runLoop->run();
+  });
+  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  started.wait();
+}
+
+// The connection
+
+bool DistributedLink::connect() {
+  if (std::chrono::steady_clock::now() < notBefore_) {
+    return false;
+  }
+  BusError error;
+  auto connection = BusConnection::connect(address_, kConnectTimeout, &error);
+  if (!connection) {
+    giveUp(error);
+    return false;
+  }
+  use(std::move(connection));
+  return connection_ != nullptr;
+}
+
+void DistributedLink::use(std::shared_ptr<BusConnection> connection) {
+  connection_ = std::move(connection);
+  pause_ = 0;
+  isLackTold_ = false;
+  connection_->attachTo(NSRunLoop::currentRunLoop());
+  connection_->setLossHandler([this] {
+    drop();
+    retryLater();
+  });
+  arrivals_ = connection_->filter([this](const BusMessage& message) { arrived(message); });
+  for (auto rule = wanted_.begin(); rule != wanted_.end() && ask(rule->first); ++rule) {
+  }
+}
+
+/// Whether the connection is still good.
+bool DistributedLink::ask(const std::string& rule) {
+  BusError error;
+  if (connection_->addMatch(rule, &error)) {
+    return true;
+  }
+  const bool isRefused = error.is(SD_BUS_ERROR_LIMITS_EXCEEDED);
+  if (isRefused) {
+    NSLog("The bus refuses to send distributed notifications: %s", error.text().c_str());
+  } else {
+    giveUp(error);
+  }
+  return isRefused;
+}
+
+void DistributedLink::drop() {
+  arrivals_ = {};
+  connection_ = nullptr;
+}
+
+void DistributedLink::giveUp(const BusError& error) {
+  drop();
+  retryLater();
+  if (error.number == ETIMEDOUT) {
+    notBefore_ = momentAfter(kUnansweredPause);
+  }
+  if (!std::exchange(isLackTold_, true)) {
+    NSLog("Distributed notifications reach only this process: there is no bus (%s)",
+          error.text().c_str());
+  }
+}
+
+void DistributedLink::retryLater() {
+  if (retry_ || wanted_.empty()) {
+    return;
+  }
+  pause_ = std::clamp(2 * pause_, kShortestPause, kLongestPause);
+  retry_ = NSTimer::scheduledTimerWithTimeInterval_repeats_block(
+      pause_, false, [this](const Ref<NSTimer>&) {
+        retry_ = nullptr;
+        if (!connection_ && !wanted_.empty()) {
+          connect();
+        }
+      });
+}
+
+bool DistributedLink::send(const DistributedPosting& posting) {
+  BusError error;
+  const bool isSent = connection_->send(posting.messageFor(*connection_), &error);
+  return isSent || error.number == EINVAL || error.number == ENOBUFS;
+}
+
+/// What this process posted it has told itself.
+void DistributedLink::arrived(const BusMessage& message) {
+  if (!isDistributedSignal(message) || message.sender() == connection_->uniqueName()) {
+    return;
+  }
+  if (const auto posting = DistributedPosting::read(message)) {
+    receiver_(*posting);
+  } else if (!std::exchange(isMalformedTold_, true)) {
+    NSLog("A malformed distributed notification of %s is ignored, as others will be",
+          std::string(message.sender()).c_str());
+  }
+}
+
+}  // namespace kestova
