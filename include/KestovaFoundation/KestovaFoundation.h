@@ -34,6 +34,7 @@
 #include <KestovaFoundation/Additions/NSTimeZoneAdditions.h>
 #include <KestovaFoundation/Additions/NSURLAdditions.h>
 #include <KestovaFoundation/Additions/NSURLConnectionAdditions.h>
+#include <KestovaFoundation/Additions/NSUserDefaultsAdditions.h>
 #include <KestovaFoundation/Export.h>
 #include <KestovaFoundation/GCDCoalescer.h>
 #include <KestovaFoundation/GCDKeyedCoalescer.h>
@@ -67,6 +68,7 @@
 #include <KestovaFoundation/OVThreadSafeQueue.h>
 #include <KestovaFoundation/OVThrottlingDispatcher.h>
 #include <KestovaFoundation/OVTimeFormatter.h>
+#include <KestovaFoundation/OVUserDefaults.h>
 #include <KestovaFoundation/OVUtilities.h>
 #include <KestovaFoundation/_RTKVONotificationCenter.h>
 #include <KestovaFoundation/_RTKVONotificationHelper.h>

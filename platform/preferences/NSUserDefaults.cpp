@@ -65,6 +65,22 @@ T numberIn(const id& value, T (NSNumber::*fromNumber)() const, T (NSString::*fro
 
 }  // namespace
 
+NSInteger integerValueOf(const id& value) {
+  return numberIn(value, &NSNumber::integerValue, &NSString::integerValue);
+}
+
+float floatValueOf(const id& value) {
+  return numberIn(value, &NSNumber::floatValue, &NSString::floatValue);
+}
+
+double doubleValueOf(const id& value) {
+  return numberIn(value, &NSNumber::doubleValue, &NSString::doubleValue);
+}
+
+bool boolValueOf(const id& value) {
+  return numberIn(value, &NSNumber::boolValue, &NSString::boolValue);
+}
+
 NSUserDefaults::NSUserDefaults(const Ref<NSString>& user)
     : NSUserDefaults(existingStoreOf(user), NSBundle::mainBundle()->bundleIdentifier()) {}
 
@@ -123,20 +139,18 @@ Ref<NSArray> NSUserDefaults::stringArrayForKey(const Ref<NSString>& key) {
 }
 
 NSInteger NSUserDefaults::integerForKey(const Ref<NSString>& key) {
-  return numberIn(objectForKey(key), &NSNumber::integerValue, &NSString::integerValue);
+  return integerValueOf(objectForKey(key));
 }
 
 float NSUserDefaults::floatForKey(const Ref<NSString>& key) {
-  return numberIn(objectForKey(key), &NSNumber::floatValue, &NSString::floatValue);
+  return floatValueOf(objectForKey(key));
 }
 
 double NSUserDefaults::doubleForKey(const Ref<NSString>& key) {
-  return numberIn(objectForKey(key), &NSNumber::doubleValue, &NSString::doubleValue);
+  return doubleValueOf(objectForKey(key));
 }
 
-bool NSUserDefaults::boolForKey(const Ref<NSString>& key) {
-  return numberIn(objectForKey(key), &NSNumber::boolValue, &NSString::boolValue);
-}
+bool NSUserDefaults::boolForKey(const Ref<NSString>& key) { return boolValueOf(objectForKey(key)); }
 
 Ref<NSURL> NSUserDefaults::URLForKey(const Ref<NSString>& key) {
   const auto text = cast<NSString>(objectForKey(key));

@@ -29,6 +29,15 @@ extern KESTOVA_PLATFORM_EXPORT const StringConstant NSRegistrationDomain;  ///< 
 /// changing operation returns.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSUserDefaultsDidChangeNotification;
 
+/// \name A value as a number, as the accessors of NSUserDefaults read it
+/// That of a number, or what a string begins with; 0 and false for anything else, null too.
+/// @{
+KESTOVA_PLATFORM_EXPORT NSInteger integerValueOf(const id& value);
+KESTOVA_PLATFORM_EXPORT float floatValueOf(const id& value);
+KESTOVA_PLATFORM_EXPORT double doubleValueOf(const id& value);
+KESTOVA_PLATFORM_EXPORT bool boolValueOf(const id& value);
+/// @}
+
 /// What a person has set, in domains: dictionaries of property lists by key. Persistent domains are
 /// files that all of the person's programs share, one for each program and named by its bundle
 /// identifier; volatile ones end with the process.
