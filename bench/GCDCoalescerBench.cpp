@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Requests to coalescers, each a timed task: beside libdispatch's own timed tasks, and beside a
+// Requests to coalescers: beside libdispatch's own timed tasks, and beside a
 // timer of Qt that is restarted. The resident memory of a burst that is still waiting is shown.
 #include <KestovaFoundation/GCDCoalescer.h>
 #include <KestovaFoundation/GCDKeyedCoalescer.h>

@@ -5,9 +5,15 @@
 
 #include <utility>
 
+#include "LatestRequest.h"
+
 namespace kestova {
 
 KESTOVA_DEFINE_CLASS(GCDCoalescer)
+
+GCDCoalescer::GCDCoalescer() : latest_(std::make_shared<LatestRequest>()) {}
+
+GCDCoalescer::~GCDCoalescer() = default;
 
 Ref<GCDCoalescer> GCDCoalescer::init() { return make<GCDCoalescer>(); }
 
@@ -15,12 +21,12 @@ void GCDCoalescer::dispatchOn_after_block(dispatch_queue_t queue, NSTimeInterval
                                           Block<void()> block) {
   require(block != nullptr, "block != nil");
   const NSUInteger number = ++count;
-  dispatch_after(dispatchTimeAfter(delay), queue,
-                 [kept = Ref<GCDCoalescer>(this), number, block = std::move(block)] {
-                   if (kept->count.load(std::memory_order_relaxed) <= number) {
-                     block();
-                   }
-                 });
+  Block<void()> runIfLatest = [this, number, block = std::move(block)] {
+    if (count.load(std::memory_order_relaxed) <= number) {
+      block();
+    }
+  };
+  latest_->replace({number, DispatchQueue(queue), std::move(runIfLatest)}, delay, *this);
 }
 
 }  // namespace kestova

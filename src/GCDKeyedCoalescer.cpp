@@ -7,6 +7,8 @@
 #include <atomic>
 #include <utility>
 
+#include "LatestRequest.h"
+
 namespace kestova {
 
 KESTOVA_DEFINE_CLASS(GCDKeyedCoalescer)
@@ -22,6 +24,8 @@ GCDKeyedCoalescer::GCDKeyedCoalescer()
       _counts(std::make_unique<NSUInteger[]>(kSlots)),
       _capacity(kSlots) {}
 
+GCDKeyedCoalescer::~GCDKeyedCoalescer() = default;
+
 Ref<GCDKeyedCoalescer> GCDKeyedCoalescer::init() { return make<GCDKeyedCoalescer>(); }
 
 void GCDKeyedCoalescer::dispatch_on_after_block(const id& key, dispatch_queue_t queue,
@@ -29,12 +33,12 @@ void GCDKeyedCoalescer::dispatch_on_after_block(const id& key, dispatch_queue_t 
   require(block != nullptr, "block != nil");
   const NSUInteger slot = slotOf(key);
   const NSUInteger number = increment(slot);
-  dispatch_after(dispatchTimeAfter(delay), queue,
-                 [kept = Ref<GCDKeyedCoalescer>(this), slot, number, block = std::move(block)] {
-                   if (kept->countAt(slot) <= number) {
-                     block();
-                   }
-                 });
+  Block<void()> runIfLatest = [this, slot, number, block = std::move(block)] {
+    if (countAt(slot) <= number) {
+      block();
+    }
+  };
+  latest_[slot]->replace({number, DispatchQueue(queue), std::move(runIfLatest)}, delay, *this);
 }
 
 NSUInteger GCDKeyedCoalescer::slotOf(const id& key) {
@@ -46,6 +50,7 @@ NSUInteger GCDKeyedCoalescer::slotOf(const id& key) {
     grow();
   }
   _keys->addObject(key);
+  latest_.push_back(std::make_shared<LatestRequest>());
   return _numCounts++;
 }
 

@@ -8,8 +8,11 @@
 #include <KestovaPlatform/NSTypes.h>
 
 #include <atomic>
+#include <memory>
 
 namespace kestova {
+
+class LatestRequest;
 
 /// Waits for a burst of requests to end: only the block of the last one runs, a delay after it.
 ///
@@ -22,12 +25,13 @@ namespace kestova {
 /// Threads: any. A block runs on the queue of its request, with no lock held, and may make requests
 /// itself. An exception that leaves it ends the process.
 ///
-/// Ownership: each request keeps the coalescer, its queue and its block until its delay is over,
-/// also one that was superseded. There is no need to keep the coalescer for what was asked for.
+/// Ownership: a request keeps the coalescer until its delay is over, also where it was superseded:
+/// there is no need to keep the coalescer for what was asked for. It keeps its queue and its block
+/// until that has run, or until another request is made; a superseded block goes on the thread that
+/// makes that request.
 ///
-/// Cost: every request is a timed task of its own, which wakes up to see whether it was superseded.
-/// Some hundred bytes are held for each one meanwhile; a dispatcher that throttles holds one slot
-/// for all (see OVThrottlingDispatcher).
+/// Cost: a burst holds one block however many requests it has, and a request that is due later than
+/// the one before sets no timer.
 class KESTOVA_FOUNDATION_EXPORT GCDCoalescer : public NSObject {
   KESTOVA_CLASS(GCDCoalescer, NSObject)
 
@@ -40,11 +44,13 @@ class KESTOVA_FOUNDATION_EXPORT GCDCoalescer : public NSObject {
   void dispatchOn_after_block(dispatch_queue_t queue, NSTimeInterval delay, Block<void()> block);
 
  protected:
-  GCDCoalescer() = default;
+  GCDCoalescer();
+  ~GCDCoalescer() override;
 
  private:
   /// How many requests have been made.
   std::atomic<NSUInteger> count{0};
+  const std::shared_ptr<LatestRequest> latest_;
 };
 
 }  // namespace kestova

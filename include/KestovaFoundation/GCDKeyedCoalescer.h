@@ -10,8 +10,11 @@
 
 #include <memory>
 #include <mutex>
+#include <vector>
 
 namespace kestova {
+
+class LatestRequest;
 
 /// What GCDCoalescer is, with a burst for each key: of the requests with equal keys only the block
 /// of the last one runs.
@@ -25,12 +28,11 @@ namespace kestova {
 /// queues of their requests, side by side with all that, and no lock is held. An exception that
 /// leaves one ends the process.
 ///
-/// Ownership: the coalescer shares every key that it has seen for its whole life. Each request
-/// keeps the coalescer, its queue and its block until its delay is over, also one that was
-/// superseded.
+/// Ownership: the coalescer shares every key that it has seen for its whole life. Requests keep the
+/// coalescer, their queues and their blocks as those of GCDCoalescer do.
 ///
-/// Cost: that of GCDCoalescer, and a search through all keys seen so far, by `isEqual`: it is meant
-/// for a few fixed ones.
+/// Cost: that of GCDCoalescer for each key, and a search through all keys seen so far, by
+/// `isEqual`: it is meant for a few fixed ones.
 class KESTOVA_FOUNDATION_EXPORT GCDKeyedCoalescer : public NSObject {
   KESTOVA_CLASS(GCDKeyedCoalescer, NSObject)
 
@@ -45,6 +47,7 @@ class KESTOVA_FOUNDATION_EXPORT GCDKeyedCoalescer : public NSObject {
 
  protected:
   GCDKeyedCoalescer();
+  ~GCDKeyedCoalescer() override;
 
  private:
   using Counts = std::unique_ptr<NSUInteger[]>;
@@ -61,6 +64,8 @@ class KESTOVA_FOUNDATION_EXPORT GCDKeyedCoalescer : public NSObject {
   Counts _counts;
   NSUInteger _numCounts = 0;
   NSUInteger _capacity;
+  /// One for each key, used by the thread that makes requests.
+  std::vector<std::shared_ptr<LatestRequest>> latest_;
 };
 
 }  // namespace kestova

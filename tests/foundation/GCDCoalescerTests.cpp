@@ -5,14 +5,20 @@
 #include <gtest/gtest.h>
 
 #include "CountingObject.h"
+#include "ResidentMemory.h"
 #include "RunRecord.h"
+#include "Sanitizers.h"
 #include "Stress.h"
 
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <latch>
 #include <limits>
+#include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace kestova::testing {
 namespace {
@@ -20,6 +26,8 @@ namespace {
 /// A delay that a burst stays within however busy the machine is, and one that is over soon.
 constexpr NSTimeInterval kLong = 0.5;
 constexpr NSTimeInterval kShort = 0.01;
+/// A delay that no test waits for.
+constexpr NSTimeInterval kEndOfTheTest = 600;
 
 class GCDCoalescerTests : public ::testing::Test {
  protected:
@@ -34,6 +42,12 @@ class GCDCoalescerTests : public ::testing::Test {
 
   static void waitUntilAllAreGone() {
     while (CountingObject::alive() > 0) {
+      std::this_thread::yield();
+    }
+  }
+
+  void waitUntilNoRequestKeepsIt() const {
+    while (coalescer->retainCount() > 1) {
       std::this_thread::yield();
     }
   }
@@ -86,9 +100,8 @@ TEST_F(GCDCoalescerTests, AnEndlessDelaySupersedesAndDropsItsOwnBlock) {
   request(kShort, carrier('A'));
   request(std::numeric_limits<double>::infinity(), carrier('B'));
   waitUntilAllAreGone();
-  dispatch_sync(queue, [] {});  // the request goes behind its block
+  waitUntilNoRequestKeepsIt();
   EXPECT_EQ(runs.names(), "");
-  EXPECT_EQ(coalescer->retainCount(), 1U);
 }
 
 TEST_F(GCDCoalescerTests, ARequestKeepsTheCoalescerUntilItIsDue) {
@@ -99,14 +112,62 @@ TEST_F(GCDCoalescerTests, ARequestKeepsTheCoalescerUntilItIsDue) {
   EXPECT_EQ(runs.waitFor(1), "A");
 }
 
-TEST_F(GCDCoalescerTests, ASupersededRequestIsHeldUntilItIsDue) {
-  request(kLong, carrier('A'));
-  request(kShort, carrier('B'));
-  EXPECT_EQ(coalescer->retainCount(), 3U);
+TEST_F(GCDCoalescerTests, ASupersededBlockGoesWithTheRequestThatSupersedesIt) {
+  request(kEndOfTheTest, carrier('A'));
+  EXPECT_EQ(CountingObject::alive(), 1);
+  request(kEndOfTheTest, runs.block('B'));
+  EXPECT_EQ(CountingObject::alive(), 0);
+}
+
+TEST_F(GCDCoalescerTests, ABlockThatGoesMayMakeTheNextRequest) {
+  std::shared_ptr<void> last(nullptr, [this](void*) { request(kShort, runs.block('C')); });
+  request(kEndOfTheTest, [last = std::exchange(last, nullptr)] {});
+  request(kEndOfTheTest, runs.block('B'));
+  EXPECT_EQ(runs.waitFor(1), "C");
+}
+
+TEST_F(GCDCoalescerTests, ASupersededRequestKeepsTheCoalescerUntilItsDelayIsOver) {
+  request(kLong, runs.block('A'));
+  request(kShort, runs.block('B'));
+  EXPECT_EQ(coalescer->retainCount(), 2U);
   EXPECT_EQ(runs.waitFor(1), "B");
-  waitUntilAllAreGone();
+  waitUntilNoRequestKeepsIt();
+  EXPECT_EQ(runs.names(), "B");
+}
+
+TEST_F(GCDCoalescerTests, ALongDelayOutlastsShortOnes) {
+  request(kEndOfTheTest, runs.block('A'));
+  for (const char name : {'B', 'C', 'D'}) {
+    request(kShort, runs.block(name));
+    EXPECT_EQ(runs.waitFor(static_cast<std::size_t>(name - 'A')).back(), name);
+  }
   dispatch_sync(queue, [] {});
-  EXPECT_EQ(coalescer->retainCount(), 1U);
+  EXPECT_EQ(coalescer->retainCount(), 2U);
+}
+
+TEST_F(GCDCoalescerTests, ABlockOnItsQueueIsSupersededStill) {
+  std::latch end(1);
+  dispatch_async(queue, [&] { end.wait(); });
+  request(0, carrier('A'));
+  request(kEndOfTheTest, runs.block('B'));
+  end.count_down();
+  waitUntilAllAreGone();
+  EXPECT_EQ(runs.names(), "");
+}
+
+TEST_F(GCDCoalescerTests, AMillionRequestsHoldOneBlock) {
+  const std::int64_t before = residentBytes();
+  for (int i = 0; i < 1'000'000; ++i) {
+    request(kEndOfTheTest, [object = counted(i)] { (void)object; });
+  }
+  EXPECT_EQ(CountingObject::alive(), 1);
+  EXPECT_EQ(coalescer->retainCount(), 2U);
+  if (!underSanitizer) {
+    EXPECT_LT(residentBytes() - before, 8 << 20);
+  }
+  request(kShort, runs.block('Z'));
+  EXPECT_EQ(runs.waitFor(1), "Z");
+  EXPECT_EQ(CountingObject::alive(), 0);
 }
 
 TEST_F(GCDCoalescerTests, ABlockMayMakeTheNextRequest) {
@@ -125,7 +186,7 @@ TEST_F(GCDCoalescerTests, RequestsOfManyThreadsMakeOneBurst) {
     }
   });
   threads.join();
-  EXPECT_EQ(coalescer->retainCount(), 4001U) << "each one is a task of its own";
+  EXPECT_EQ(coalescer->retainCount(), 2U);
   request(kShort, runs.block('Z'));
   EXPECT_EQ(runs.waitFor(1), "Z");
 }

@@ -7,13 +7,17 @@
 
 #include "CountingObject.h"
 #include "ExceptionExpectation.h"
+#include "ResidentMemory.h"
 #include "RunRecord.h"
+#include "Sanitizers.h"
 #include "Stress.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace kestova::testing {
 namespace {
@@ -21,6 +25,8 @@ namespace {
 /// A delay that a burst stays within however busy the machine is, and one that is over soon.
 constexpr NSTimeInterval kLong = 0.5;
 constexpr NSTimeInterval kShort = 0.01;
+/// A delay that no test waits for.
+constexpr NSTimeInterval kEndOfTheTest = 600;
 
 class GCDKeyedCoalescerTests : public ::testing::Test {
  protected:
@@ -94,6 +100,24 @@ TEST_F(GCDKeyedCoalescerTests, KeysStayWithTheCoalescerAndGoWithIt) {
   EXPECT_EQ(mine->retainCount(), 1U);
   EXPECT_EQ(CountingObject::alive(), 1);
   mine = nullptr;
+  EXPECT_EQ(CountingObject::alive(), 0);
+}
+
+TEST_F(GCDKeyedCoalescerTests, AMillionRequestsHoldOneBlockForEachKey) {
+  const std::vector<id> keys = {"window", "colours", "fonts", "panels"};
+  const std::int64_t before = residentBytes();
+  for (int i = 0; i < 1'000'000; ++i) {
+    request(keys[static_cast<std::size_t>(i % 4)], kEndOfTheTest,
+            [object = counted(i)] { (void)object; });
+  }
+  EXPECT_EQ(CountingObject::alive(), 4);
+  EXPECT_EQ(coalescer->retainCount(), 5U) << "once for each key";
+  if (!underSanitizer) {
+    EXPECT_LT(residentBytes() - before, 8 << 20);
+  }
+  for (const id& key : keys) {
+    request(key, std::numeric_limits<double>::infinity(), [] {});
+  }
   EXPECT_EQ(CountingObject::alive(), 0);
 }
 
