@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FormatCommand.h"
 
+#include "ArgumentValue.h"
 #include "EachArgument.h"
 #include "FileFailure.h"
 
@@ -8,26 +9,14 @@
 #include <KestovaFoundation/OVTimeFormatter.h>
 #include <KestovaPlatform/NSNumber.h>
 
-#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
-#include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace kestova::tool {
 namespace {
-
-/// Nothing unless the whole text is a number that the type holds.
-template <class Number>
-std::optional<Number> numberIn(const std::string& text) {
-  Number number{};
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-  return result.ec == std::errc() && result.ptr == text.data() + text.size() ? std::optional(number)
-                                                                             : std::nullopt;
-}
 
 void printLine(const Ref<NSString>& text) { std::puts(text->displayUTF8().c_str()); }
 

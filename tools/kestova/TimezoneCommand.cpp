@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TimezoneCommand.h"
 
+#include "ArgumentValue.h"
 #include "FileFailure.h"
 
 #include <KestovaFoundation/Additions/NSTimeZoneAdditions.h>
@@ -11,14 +12,6 @@
 
 namespace kestova::tool {
 namespace {
-
-Ref<NSString> textIn(const std::string& argument) {
-  const auto text = NSString::stringWithUTF8String(argument);
-  if (!text) {
-    throw FileFailure(argument, "not UTF-8 text");
-  }
-  return text;
-}
 
 Ref<NSLocale> localeNamed(const std::string& identifier) {
   const auto locale = NSLocale::localeWithLocaleIdentifier(textIn(identifier));

@@ -3,6 +3,7 @@
 
 #include "ByteCommands.h"
 #include "ConvertCommand.h"
+#include "DefaultsCommand.h"
 #include "FileCommands.h"
 #include "FormatCommand.h"
 #include "RectsCommand.h"
@@ -32,6 +33,7 @@ Tool::Tool() : arguments_("KestovaFoundation from the command line.", "kestova")
   addNameCommand(arguments_, commands_);
   addTypeCommand(arguments_, commands_);
   addVolumeCommand(arguments_, commands_);
+  addDefaultsCommand(arguments_, commands_);
 }
 
 int Tool::run(int argc, char** argv) {
