@@ -8,31 +8,27 @@
 #include <KestovaPlatform/NSNull.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <KestovaPlatform/NSRunLoop.h>
-#include <KestovaPlatform/RunLoopDescriptorSource.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "bus/BusConnection.h"
 #include "notification/DistributedSignal.h"
 
-#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <istream>
 #include <limits>
 #include <memory>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "CapturedLog.h"
+#include "CommandedProcess.h"
 #include "PrivateBus.h"
 #include "RunLoopThread.h"
 
@@ -80,141 +76,50 @@ bool runUntil(const std::function<bool()>& reached) {
   return reached();
 }
 
-/// Another process that listens and posts as it is told, line by line, and tells what it hears.
-class OtherProcess {
+/// Another program that listens and posts as it is told, and tells what it hears.
+class OtherProgram {
  public:
-  explicit OtherProcess(const std::string& address) {
-    int commands[2];
-    int answers[2];
-    if (::pipe(commands) != 0 || ::pipe(answers) != 0) throw std::runtime_error("no pipes");
-    std::fflush(nullptr);
-    child_ = ::fork();
-    if (child_ == 0) {
-      // A thread of its own has a run loop of its own.
-      std::thread([&] { Servant(address, commands[0], answers[1]).run(); }).join();
-      ::_exit(0);
-    }
-    ::close(commands[0]);
-    ::close(answers[1]);
-    commands_ = commands[1];
-    answers_ = answers[0];
-  }
-  ~OtherProcess() {
-    ::close(commands_);
-    ::close(answers_);
-    ::kill(child_, SIGKILL);
-    ::waitpid(child_, nullptr, 0);
-  }
-  OtherProcess(const OtherProcess&) = delete;
-  OtherProcess& operator=(const OtherProcess&) = delete;
-
-  /// "add NAME OBJECT BEHAVIOUR", "remove", "post NAME OBJECT VALUE OPTIONS", "suspended 0|1".
-  /// Returns when it has done so.
-  void tell(const std::string& command) {
-    const std::string line = command + "\n";
-    EXPECT_EQ(::write(commands_, line.data(), line.size()), static_cast<ssize_t>(line.size()));
-    for (std::string answer = next(); !answer.empty() && answer != "ok";) answer = next();
+  explicit OtherProgram(const CommandedProcess::Tell& tell, const std::string& address)
+      : centre_(NSDistributedNotificationCenter::initWithBusAddress(address)) {
+    listener_->reaction = [tell, listener = listener_.get()] { tell(listener->lines.back()); };
   }
 
-  /// What it has heard, as soon as that ends with this line.
-  Lines heardUntil(const std::string& last) {
-    while (heard_.empty() || heard_.back() != last) {
-      if (next().empty()) {
-        heard_.push_back("nothing more within half a minute");
-        break;
-      }
+  void perform(const std::string& verb, std::istream& words) const {
+    std::string name, object, value;
+    NSUInteger number = 0;
+    if (verb == "add") {
+      words >> name >> object >> number;
+      centre_->addObserver_selector_name_object_suspensionBehavior(
+          listener_.get(), sel<&Listener::heard>(), nameIn(name), nameIn(object),
+          static_cast<NSNotificationSuspensionBehavior>(number));
+    } else if (verb == "remove") {
+      centre_->removeObserver(listener_.get());
+    } else if (verb == "post") {
+      words >> name >> object >> value >> number;
+      centre_->postNotificationName_object_userInfo_options(
+          nameIn(name), nameIn(object),
+          value == "-" ? nullptr : NSDictionary::of({{"value", value}}), number);
+    } else if (verb == "suspended") {
+      words >> number;
+      centre_->setSuspended(number != 0);
     }
-    return heard_;
   }
 
  private:
-  class Servant {
-   public:
-    Servant(const std::string& address, int commands, int answers)
-        : centre_(NSDistributedNotificationCenter::initWithBusAddress(address)),
-          commands_(::fdopen(commands, "r")),
-          answers_(answers) {
-      listener_->reaction = [this] { answer("heard " + listener_->lines.back()); };
-    }
+  const Ref<NSDistributedNotificationCenter> centre_;
+  const Ref<Listener> listener_ = make<Listener>();
+};
 
-    void run() {
-      const auto loop = NSRunLoop::currentRunLoop();
-      const auto source = RunLoopDescriptorSource::sourceWithDescriptor_events_block(
-          ::fileno(commands_), RunLoopDescriptorReadable, [this, loop](NSUInteger) {
-            char line[8192];
-            if (std::fgets(line, sizeof line, commands_) == nullptr) {
-              loop->stop();
-            } else {
-              perform(line);
-              answer("ok");
-            }
-          });
-      std::setvbuf(commands_, nullptr, _IONBF, 0);
-      loop->addSource_forMode(source, NSRunLoopCommonModes);
-      loop->run();
-    }
-
-   private:
-    void answer(const std::string& line) const {
-      const std::string whole = line + "\n";
-      static_cast<void>(::write(answers_, whole.data(), whole.size()));
-    }
-
-    void perform(const std::string& line) {
-      std::istringstream words(line);
-      std::string verb, name, object, value;
-      NSUInteger number = 0;
-      words >> verb;
-      if (verb == "add") {
-        words >> name >> object >> number;
-        centre_->addObserver_selector_name_object_suspensionBehavior(
-            listener_.get(), sel<&Listener::heard>(), nameIn(name), nameIn(object),
-            static_cast<NSNotificationSuspensionBehavior>(number));
-      } else if (verb == "remove") {
-        centre_->removeObserver(listener_.get());
-      } else if (verb == "post") {
-        words >> name >> object >> value >> number;
-        centre_->postNotificationName_object_userInfo_options(
-            nameIn(name), nameIn(object),
-            value == "-" ? nullptr : NSDictionary::of({{"value", value}}), number);
-      } else if (verb == "suspended") {
-        words >> number;
-        centre_->setSuspended(number != 0);
-      }
-    }
-
-    const Ref<NSDistributedNotificationCenter> centre_;
-    const Ref<Listener> listener_ = make<Listener>();
-    std::FILE* const commands_;
-    const int answers_;
-  };
-
-  /// The next line; empty when none comes. What was heard is kept.
-  std::string next() {
-    for (;;) {
-      const auto end = unread_.find('\n');
-      if (end != std::string::npos) {
-        std::string line = unread_.substr(0, end);
-        unread_.erase(0, end + 1);
-        if (line.starts_with("heard ")) heard_.push_back(line.substr(6));
-        return line;
-      }
-      pollfd wait{answers_, POLLIN, 0};
-      char bytes[4096];
-      ssize_t count = 0;
-      if (::poll(&wait, 1, 30'000) <= 0 || (count = ::read(answers_, bytes, sizeof bytes)) <= 0) {
-        ADD_FAILURE() << "the other process says nothing";
-        return {};
-      }
-      unread_.append(bytes, static_cast<std::size_t>(count));
-    }
-  }
-
-  pid_t child_ = -1;
-  int commands_ = -1;
-  int answers_ = -1;
-  std::string unread_;
-  Lines heard_;
+/// It runs in a process of its own: "add NAME OBJECT BEHAVIOUR", "remove", "post NAME OBJECT VALUE
+/// OPTIONS", "suspended 0|1".
+class OtherProcess : public CommandedProcess {
+ public:
+  explicit OtherProcess(const std::string& address)
+      : CommandedProcess([&](const Tell& tell) {
+          return
+              [program = std::make_shared<OtherProgram>(tell, address)](
+                  const std::string& verb, std::istream& words) { program->perform(verb, words); };
+        }) {}
 };
 
 class NSDistributedNotificationCenterTests : public ::testing::Test {
@@ -488,38 +393,38 @@ TEST_F(NSDistributedNotificationCenterTests, OfTooMuchThatWaitsTheOldestIsDroppe
 TEST_F(NSDistributedNotificationCenterTests, EveryOtherProcessHearsAPostingOnce) {
   OtherProcess first(bus.address());
   OtherProcess second(bus.address());
-  first.tell("add a - 2");
-  first.tell("add a x 2");
-  second.tell("add - x 2");
+  first.command("add a - 2");
+  first.command("add a x 2");
+  second.command("add - x 2");
   listen("a");
   post("a", "x", "1");
-  first.tell("post a x 2 0");
+  first.command("post a x 2 0");
   heardUntil("a x 2");  // so the others have got it, too
   post("a", "x", "end");
   post("a", "y", "end");
-  EXPECT_THAT(first.heardUntil("a y end"),
+  EXPECT_THAT(first.toldUntil("a y end"),
               ::testing::UnorderedElementsAre("a x 1", "a x 1", "a x 2", "a x 2", "a x end",
                                               "a x end", "a y end"))
       << "it asked twice, and hears itself";
-  EXPECT_THAT(second.heardUntil("a x end"),
+  EXPECT_THAT(second.toldUntil("a x end"),
               ::testing::UnorderedElementsAre("a x 1", "a x 2", "a x end"));
   EXPECT_TRUE(runUntil([&] { return listener->lines.size() == 4; }));
 }
 
 TEST_F(NSDistributedNotificationCenterTests, OtherProcessesHearOnlyWhatTheyAskedFor) {
   OtherProcess other(bus.address());
-  other.tell("add alpha x 2");
+  other.command("add alpha x 2");
   for (const char* name : {"alphabet", "beta", "alpha"}) {
     for (const char* object : {"xy", "", "x"}) post(name, object);
     post(name);
   }
-  EXPECT_EQ(other.heardUntil("alpha x -"), Lines{"alpha x -"});
-  other.tell("add end - 2");
-  other.tell("remove");
-  other.tell("add end - 2");
+  EXPECT_EQ(other.toldUntil("alpha x -"), Lines{"alpha x -"});
+  other.command("add end - 2");
+  other.command("remove");
+  other.command("add end - 2");
   post("alpha", "x");
   post("end");
-  EXPECT_EQ(other.heardUntil("end - -"), (Lines{"alpha x -", "end - -"}));
+  EXPECT_EQ(other.toldUntil("end - -"), (Lines{"alpha x -", "end - -"}));
 }
 
 TEST_F(NSDistributedNotificationCenterTests, TextThatNoRuleCanHoldIsHeardAllTheSame) {
@@ -528,55 +433,55 @@ TEST_F(NSDistributedNotificationCenterTests, TextThatNoRuleCanHoldIsHeardAllTheS
   for (const std::string& object :
        {std::string("it's"), std::string("a\\b"), std::string("a,b='c'"), std::string("ä"),
         lengthy.substr(0, 900)}) {
-    other.tell("add " + object + " " + object + " 2");
+    other.command("add " + object + " " + object + " 2");
     post(object, object, "1");
-    EXPECT_EQ(other.heardUntil(object + " " + object + " 1").back(), object + " " + object + " 1");
+    EXPECT_EQ(other.toldUntil(object + " " + object + " 1").back(), object + " " + object + " 1");
     post("no", object, "1");
     post(object, "no", "1");
   }
-  other.tell("add end - 2");
+  other.command("add end - 2");
   post("end");
-  EXPECT_EQ(other.heardUntil("end - -").size(), 6U);
+  EXPECT_EQ(other.toldUntil("end - -").size(), 6U);
 }
 
 TEST_F(NSDistributedNotificationCenterTests, AnotherProcessIsSuspendedAsItsObserversAsked) {
   OtherProcess other(bus.address());
-  other.tell("add drop - 1");
-  other.tell("add merge - 2");
-  other.tell("add hold - 3");
-  other.tell("add now - 4");
-  other.tell("suspended 1");
+  other.command("add drop - 1");
+  other.command("add merge - 2");
+  other.command("add hold - 3");
+  other.command("add now - 4");
+  other.command("suspended 1");
   for (const char* name : {"drop", "merge", "hold"}) {
     post(name, "x", "1");
     post(name, "x", "2");
   }
   post("now", "x", "3");
-  EXPECT_EQ(other.heardUntil("now x 3"), (Lines{"merge x 2", "hold x 1", "hold x 2", "now x 3"}));
+  EXPECT_EQ(other.toldUntil("now x 3"), (Lines{"merge x 2", "hold x 1", "hold x 2", "now x 3"}));
   post("drop", "x", "4", NSDistributedNotificationDeliverImmediately);
-  EXPECT_EQ(other.heardUntil("drop x 4").size(), 5U);
+  EXPECT_EQ(other.toldUntil("drop x 4").size(), 5U);
   post("hold", "x", "5");
-  other.tell("suspended 0");
-  EXPECT_EQ(other.heardUntil("hold x 5").size(), 6U);
+  other.command("suspended 0");
+  EXPECT_EQ(other.toldUntil("hold x 5").size(), 6U);
 }
 
 TEST_F(NSDistributedNotificationCenterTests, TheBusIsLostAndComesBack) {
   const CapturedLog log;
   OtherProcess other(bus.address());
-  other.tell("add a - 2");
+  other.command("add a - 2");
   listen("a");
   post("a", "x", "1");
-  EXPECT_EQ(other.heardUntil("a x 1"), Lines{"a x 1"});
+  EXPECT_EQ(other.toldUntil("a x 1"), Lines{"a x 1"});
   bus.kill();
   post("a", "x", "2");
   EXPECT_EQ(heardUntil("a x 2"), (Lines{"a x 1", "a x 2"})) << "the own process goes on";
   bus.start();
   // Both look for it by themselves; each may be the later one.
   EXPECT_TRUE(runUntil([&] {
-    other.tell("post a y 3 0");
+    other.command("post a y 3 0");
     return listener->lines.back() == "a y 3";
   }));
   post("a", "x", "4");
-  EXPECT_EQ(other.heardUntil("a x 4").back(), "a x 4");
+  EXPECT_EQ(other.toldUntil("a x 4").back(), "a x 4");
   EXPECT_EQ(log.lines().size(), 1U);
 }
 
@@ -585,9 +490,9 @@ TEST_F(NSDistributedNotificationCenterTests, APostingFindsTheNewBusAtOnce) {
   post("a");
   bus.kill();
   bus.start();
-  other.tell("add a - 2");
+  other.command("add a - 2");
   post("a", "x", "1");
-  EXPECT_EQ(other.heardUntil("a x 1"), Lines{"a x 1"});
+  EXPECT_EQ(other.toldUntil("a x 1"), Lines{"a x 1"});
 }
 
 TEST_F(NSDistributedNotificationCenterTests, WithoutABusOneLineIsLoggedAndTheProcessGoesOn) {
@@ -601,9 +506,9 @@ TEST_F(NSDistributedNotificationCenterTests, WithoutABusOneLineIsLoggedAndThePro
                                "(System.Error.ECONNREFUSED: Connection refused)"});
   bus.start();
   OtherProcess other(bus.address());
-  other.tell("add b - 2");
+  other.command("add b - 2");
   EXPECT_TRUE(runUntil([&] {
-    other.tell("post a y 3 0");
+    other.command("post a y 3 0");
     return listener->lines.back() == "a y 3";
   }));
   EXPECT_EQ(log.lines().size(), 1U);
