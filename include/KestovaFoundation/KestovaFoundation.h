@@ -54,6 +54,8 @@
 #include <KestovaFoundation/OVFileOperation.h>
 #include <KestovaFoundation/OVFlattenedArray.h>
 #include <KestovaFoundation/OVGenerateAndProcess.h>
+#include <KestovaFoundation/OVHotKey.h>
+#include <KestovaFoundation/OVHotKeyCenter.h>
 #include <KestovaFoundation/OVKVOMutableDictionary.h>
 #include <KestovaFoundation/OVKVOReceptionist.h>
 #include <KestovaFoundation/OVMutableCaseInsensitiveKeyPathDictionary.h>
