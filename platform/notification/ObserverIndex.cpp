@@ -4,6 +4,7 @@
 #include <KestovaPlatform/Contract.h>
 
 #include <algorithm>
+#include <mutex>
 #include <span>
 #include <utility>
 
@@ -167,22 +168,23 @@ void ObserverIndex::closeGaps(ObserverChannel& channel) {
 }
 
 Audience ObserverIndex::audienceOf(InterestView told) {
+  const NSUInteger nameHash = InterestHash::hashOfName(told);
   Audience audience;
   const std::lock_guard lock(mutex_);
-  addChannel(audience, {nullptr, nullptr});
+  addChannel(audience, {{nullptr, nullptr}, 0});
   if (told.name != nullptr) {
-    addChannel(audience, {told.name, nullptr});
+    addChannel(audience, {{told.name, nullptr}, nameHash});
   }
   if (told.object != nullptr) {
-    addChannel(audience, {nullptr, told.object});
+    addChannel(audience, {{nullptr, told.object}, 0});
   }
   if (told.name != nullptr && told.object != nullptr) {
-    addChannel(audience, told);
+    addChannel(audience, {told, nameHash});
   }
   return audience;
 }
 
-void ObserverIndex::addChannel(Audience& audience, InterestView interest) {
+void ObserverIndex::addChannel(Audience& audience, const HashedInterest& interest) {
   if (channelsOfKind_[interest.kind()] == 0) {
     return;
   }

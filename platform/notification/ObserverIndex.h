@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <KestovaPlatform/BriefMutex.h>
 #include <KestovaPlatform/NSNotification.h>
 #include <KestovaPlatform/NSNotificationCenter.h>
 #include <KestovaPlatform/NSOperationQueue.h>
@@ -12,7 +13,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <typeinfo>
 #include <unordered_map>
 #include <utility>
@@ -57,11 +57,22 @@ struct Interest {
   operator InterestView() const noexcept { return {name.get(), object}; }
 };
 
+/// The same with the hash of its name, for those who look for several interests in one name.
+struct HashedInterest : InterestView {
+  NSUInteger nameHash;
+};
+
 struct InterestHash {
   using is_transparent = void;
   std::size_t operator()(const InterestView& interest) const {
-    return (interest.name != nullptr ? interest.name->hash() : 0) ^
-           std::hash<const NSObject*>()(interest.object);
+    return (*this)(HashedInterest{interest, hashOfName(interest)});
+  }
+  std::size_t operator()(const HashedInterest& interest) const {
+    return interest.nameHash ^ std::hash<const NSObject*>()(interest.object);
+  }
+
+  static NSUInteger hashOfName(const InterestView& interest) {
+    return interest.name != nullptr ? interest.name->hash() : 0;
   }
 };
 
@@ -174,11 +185,11 @@ class ObserverIndex {
   void addToObserver(ObserverRegistration& registration);
   Ref<ObserverRegistration> takeFromChannel(ObserverRegistration& registration);
   void takeFromObserver(ObserverRegistration& registration);
-  void addChannel(Audience& audience, InterestView interest);
+  void addChannel(Audience& audience, const HashedInterest& interest);
   static void makeChangeable(ObserverChannel& channel);
   static void closeGaps(ObserverChannel& channel);
 
-  std::mutex mutex_;  // guards what follows; never held while other code runs
+  BriefMutex mutex_;  // guards what follows; never held while other code runs
   std::uint64_t lastNumber_ = 0;
   std::unordered_map<Interest, ObserverChannel, InterestHash, SameInterest> channels_;
   /// How many channels there are of each kind of interest.
