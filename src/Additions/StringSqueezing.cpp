@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Additions/StringSqueezing.h"
 
+#include "Additions/MarkCuts.h"
 #include "Additions/StringUnits.h"
 
 #include <algorithm>
@@ -116,21 +117,56 @@ Ref<NSString> squeezedByUnits(const Ref<NSString>& self, const Ref<NSString>& on
 /// @}
 /// \name Match by match
 /// A new match can only begin or end near the place of the last replacement: each step is limited
-/// to a part of the text around it.
+/// to a part of the text around it. That part is short because characters with very many marks are
+/// shortened before, and get their marks back in the result.
 /// @{
+
+/// Whether matches are made of characters of the standard, each of which leaves something when it
+/// is folded; otherwise of those that a reader sees.
+bool isBySingleCharacters(NSUInteger options) {
+  return has(options, NSLiteralSearch) && !has(options, NSDiacriticInsensitiveSearch);
+}
+
+/// The text to squeeze, and what was cut out of it.
+struct Shortened {
+  Shortened(const Ref<NSString>& whole, const Ref<NSString>& twice, NSUInteger options)
+      : text(whole) {
+    if (!whole->isEightBit() && !isBySingleCharacters(options) &&
+        !has(options, NSRegularExpressionSearch)) {
+      text = cuts.shorten({whole->utf16Characters(), whole->length()}, 32 + 3 * twice->length());
+    }
+  }
+
+  MarkCuts cuts;
+  Ref<NSString> text;
+};
 
 /// More whole characters than a match of the doubled text can have: none of its units is folded to
 /// more than three, and of two neighbouring characters at least one leaves some.
 NSUInteger reachOf(const Ref<NSString>& twice) { return 6 * twice->length() + 2; }
 
-NSUInteger stepBack(const NSString& text, NSUInteger index, NSUInteger count) {
+/// Where the character at an index begins.
+NSUInteger startOfCharacter(const NSString& text, NSUInteger index) {
+  const bool isWithinPair = index > 0 && index < text.length() &&
+                            (text.characterAtIndex(index) & 0xFC00) == 0xDC00 &&
+                            (text.characterAtIndex(index - 1) & 0xFC00) == 0xD800;
+  return isWithinPair ? index - 1 : index;
+}
+
+NSUInteger stepBack(const NSString& text, NSUInteger index, NSUInteger count, NSUInteger options) {
+  if (isBySingleCharacters(options)) {
+    return startOfCharacter(text, index - std::min(index, 2 * count));
+  }
   for (; count > 0 && index > 0; --count) {
     index = text.rangeOfComposedCharacterSequenceAtIndex(index - 1).location;
   }
   return index;
 }
 
-NSUInteger stepOn(const NSString& text, NSUInteger index, NSUInteger count) {
+NSUInteger stepOn(const NSString& text, NSUInteger index, NSUInteger count, NSUInteger options) {
+  if (isBySingleCharacters(options)) {
+    return startOfCharacter(text, index + std::min(text.length() - index, 2 * count + 1));
+  }
   for (; count > 0 && index < text.length(); --count) {
     index = NSMaxRange(text.rangeOfComposedCharacterSequenceAtIndex(index));
   }
@@ -144,7 +180,7 @@ class FrontSqueeze {
  public:
   FrontSqueeze(const Ref<NSString>& text, const Ref<NSString>& once, const Ref<NSString>& twice,
                NSUInteger options)
-      : text_(text), once_(once), twice_(twice), options_(options) {}
+      : source_(text, twice, options), once_(once), twice_(twice), options_(options) {}
 
   Ref<NSString> result() {
     while (!isDone_) {
@@ -161,40 +197,43 @@ class FrontSqueeze {
       }
     }
     takeMore();
-    return copyOf<NSString>(result_);
+    return cuts_.restored(result_->utf16());
   }
 
  private:
   static constexpr NSUInteger kLookAhead = 2;
   static constexpr NSUInteger kChunk = 4096;
 
-  bool isWhole() const { return taken_ == text_->length(); }
+  bool isWhole() const { return taken_ == source_.text->length(); }
   bool isPattern() const { return has(options_, NSRegularExpressionSearch); }
 
   NSUInteger firstPlaceBefore(NSUInteger index) const {
     const bool isFixed = isPattern() || has(options_, NSAnchoredSearch);
-    return isFixed ? 0 : stepBack(*result_, index, reachOf(twice_));
+    return isFixed ? 0 : stepBack(*result_, index, reachOf(twice_), options_);
   }
 
   void replace(NSRange match) {
     result_->replaceCharactersInRange_withString(match, once_);
+    cuts_.replace(match, once_->length());
     from_ = firstPlaceBefore(match.location);
     isDone_ = isPattern() && once_->length() >= match.length;
   }
 
   /// What a pattern matches may depend on all that follows.
   void takeMore() {
-    const NSUInteger left = text_->length() - taken_;
+    const NSUInteger left = source_.text->length() - taken_;
     const NSUInteger count = isPattern() ? left : std::min(left, kChunk);
-    result_->appendString(text_->substringWithRange({taken_, count}));
+    cuts_.append(source_.cuts.takeBefore(taken_ + count), taken_, result_->length());
+    result_->appendString(source_.text->substringWithRange({taken_, count}));
     taken_ += count;
   }
 
-  const Ref<NSString>& text_;
+  Shortened source_;
   const Ref<NSString>& once_;
   const Ref<NSString>& twice_;
   NSUInteger options_;
   Ref<NSMutableString> result_ = NSMutableString::string();
+  MarkCuts cuts_;  // of the result
   NSUInteger taken_ = 0;
   NSUInteger from_ = 0;
   bool isDone_ = false;
@@ -203,21 +242,22 @@ class FrontSqueeze {
 /// From the back. What lies behind the reach of new matches is put aside.
 Ref<NSString> squeezedFromBack(const Ref<NSString>& self, const Ref<NSString>& once,
                                const Ref<NSString>& twice, NSUInteger options) {
-  const auto front = NSMutableString::stringWithString(self);
-  std::vector<Ref<NSString>> behind;
+  Shortened source(self, twice, options);
+  const auto front = NSMutableString::stringWithString(source.text);
+  std::vector<std::u16string> behind;
   for (NSRange match;
        (match = front->rangeOfString_options(twice, options)).location != NSNotFound;) {
     front->replaceCharactersInRange_withString(match, once);
-    const NSUInteger end = stepOn(*front, match.location + once->length(), reachOf(twice));
+    source.cuts.replace(match, once->length());
+    const NSUInteger end = stepOn(*front, match.location + once->length(), reachOf(twice), options);
     if (!has(options, NSAnchoredSearch) && end < front->length()) {
-      behind.push_back(front->substringFromIndex(end));
+      behind.push_back(source.cuts.takeFrom(end).restored(front->substringFromIndex(end)->utf16()));
       front->deleteCharactersInRange({end, front->length() - end});
     }
   }
-  for (auto piece = behind.rbegin(); piece != behind.rend(); ++piece) {
-    front->appendString(*piece);
-  }
-  return copyOf<NSString>(front);
+  std::u16string result = source.cuts.restored(front->utf16());
+  std::for_each(behind.rbegin(), behind.rend(), [&](const auto& piece) { result += piece; });
+  return result;
 }
 
 /// @}

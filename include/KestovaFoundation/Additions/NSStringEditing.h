@@ -107,8 +107,9 @@ using OVMatchReplacement =
 /// As long as the doubled text is found, its first match becomes the single one. A regular
 /// expression whose match does not become shorter ends that.
 ///
-/// The time grows with the text; with the units of a single character times the replacements beside
-/// it where that character has very many, thousands of marks for instance.
+/// The time grows with the text, however many diacritical marks its characters have; with the units
+/// of a single character times the replacements beside it where these are thousands of others, such
+/// as joined emoji.
 KESTOVA_FOUNDATION_EXPORT Ref<NSString> stringBySqueezingOccurrencesOfString_options(
     const Ref<NSString>& self, const Ref<NSString>& repeated, NSUInteger options);
 

@@ -380,6 +380,52 @@ TEST(NSStringEditingTests, SqueezingLongTextsAgreesWithItsSteps) {
   }
 }
 
+TEST(NSStringEditingTests, SqueezingBesideVeryManyMarksAgreesWithItsSteps) {
+  RandomRun random;
+  constexpr std::u16string_view kMarks = u"\u0301\u0323\u0308\u0360\u1DC4\u20D0\uFE20";
+  const auto marks = [&] {
+    std::u16string run;
+    for (auto left = random.below(400); left > 0; --left) {
+      run += kMarks[random.below(kMarks.size())];
+    }
+    return run;
+  };
+  for (int round = 0; round < 150 && !HasFailure(); ++round) {
+    std::u16string text;
+    for (auto left = random.below(25); left > 0; --left) {
+      text += wordOf(random, u"aAe\u00E9 \u3000\U0001F469\u200D\xD83D\xDC69", 6) +
+              (random.below(3) == 0 ? marks() : u"") + std::u16string(random.below(5), u' ');
+    }
+    const auto once = random.below(8) == 0 ? u"a" + marks()
+                                           : wordOf(random, u"aAe\u00E9\u0301 \u3000\xDC69", 2) +
+                                                 (random.below(3) ? u" " : u"a");
+    const NSUInteger options = random.below(16) | random.below(4) * 128;
+    const auto self = NSString::stringWithUTF16Storage(text);
+    EXPECT_EQ(stringBySqueezingOccurrencesOfString_options(self, once, options)->utf16(),
+              squeezedBySteps(self, once, options))
+        << self << ", " << Ref<NSString>(once) << ", " << options;
+  }
+}
+
+TEST(NSStringEditingTests, CharactersOfVeryManyMarksKeepThemUnlessTheyAreReplaced) {
+  const std::u16string marked = u"a" + std::u16string(60'000, u'\u0301');
+  const std::u16string blanks(60'000, u' ');
+  const auto text = NSString::stringWithUTF16Storage(blanks + marked + blanks + marked + u'a');
+  const std::u16string apart = u" " + marked + u" " + marked + u"a";
+  const std::u16string joined = u" " + marked + u" a";
+  for (const NSUInteger direction : {NSUInteger{0}, NSUInteger{NSBackwardsSearch}}) {
+    EXPECT_TRUE(stringBySqueezingOccurrencesOfString_options(text, " ", direction)->utf16() ==
+                apart);
+    EXPECT_TRUE(stringBySqueezingOccurrencesOfString_options(
+                    text, " ", direction | NSLiteralSearch | NSWidthInsensitiveSearch)
+                    ->utf16() == apart);
+    EXPECT_TRUE(
+        stringBySqueezingOccurrencesOfString_options(NSString::stringWithUTF16Storage(apart), "a",
+                                                     direction | NSDiacriticInsensitiveSearch)
+            ->utf16() == joined);
+  }
+}
+
 TEST(NSStringEditingTests, MegabytesOfOneRunBecomeOne) {
   const std::u16string blanks(1'000'000, u' ');
   EXPECT_EQ(stringBySqueezingOccurrencesOfString_options(blanks, " ", 0), " ");
