@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <functional>
@@ -78,15 +79,20 @@ class CommandedProcess {
     return told_;
   }
 
-  /// The same of what it tells from a command on, which is the last line's cause.
+  /// All that it has told, as soon as it has told this line so many times.
+  const Lines& toldUntilTimes(const std::string& line, std::ptrdiff_t times) {
+    while (std::count(told_.begin(), told_.end(), line) < times) {
+      if (next().empty()) break;
+    }
+    return told_;
+  }
+
+  /// The last line that it tells while it performs a command; empty when it tells nothing.
   std::string answerTo(const std::string& line) {
     const std::size_t before = told_.size();
     command(line);
     return told_.size() > before ? told_.back() : "";
   }
-
-  /// All that it has told until the last command was performed.
-  const Lines& told() const { return told_; }
 
   /// Ends it as a crash would.
   void kill() {

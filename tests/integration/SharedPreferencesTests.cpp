@@ -1,0 +1,280 @@
+// SPDX-License-Identifier: Apache-2.0
+// Preferences that several programs share: real processes, a real bus, files in a folder of their
+// own. The test's own process has no part in it.
+#include <KestovaFoundation/Additions/NSUserDefaultsAdditions.h>
+#include <KestovaFoundation/OVUserDefaults.h>
+#include <KestovaPlatform/NSBundle.h>
+#include <KestovaPlatform/NSDistributedNotificationCenter.h>
+#include <KestovaPlatform/NSNotificationCenter.h>
+#include <gtest/gtest.h>
+
+#include "CommandedProcess.h"
+#include "PrivateBus.h"
+#include "TemporaryFolder.h"
+
+#include <cstdlib>
+#include <istream>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace kestova::testing {
+namespace {
+
+using Lines = CommandedProcess::Lines;
+
+constexpr char kEditor[] = "org.example.Editor";
+constexpr char kViewer[] = "org.example.Viewer";
+constexpr char kThird[] = "org.example.Third";
+
+std::string textOf(const id& value) { return value ? value->description()->displayUTF8() : "-"; }
+
+/// What runs in each process. It tells "changed" and "suite NAME" for what the default centre
+/// posts.
+class Program final : public NSObject {
+ public:
+  explicit Program(CommandedProcess::Tell tell) : tell_(std::move(tell)) {
+    OVUserDefaults::install();
+    defaults_ = NSUserDefaults::standardUserDefaults();
+    const auto centre = NSNotificationCenter::defaultCenter();
+    centre->addObserver_selector_name_object(this, sel<&Program::changed>(),
+                                             NSUserDefaultsDidChangeNotification, defaults_.get());
+    centre->addObserver_selector_name_object(this, sel<&Program::suiteChanged>(),
+                                             NSUserDefaultsSuiteDidChangeNotification,
+                                             defaults_.get());
+  }
+
+  void perform(const std::string& verb, std::istream& words) {
+    std::string first, second, third;
+    words >> first >> second >> third;
+    if (verb == "add") {
+      defaults_->addSuiteNamed(first);
+    } else if (verb == "leave") {
+      defaults_->removeSuiteNamed(first);
+    } else if (verb == "set") {
+      defaults_->setObject_forKey(second, first);
+    } else if (verb == "remove") {
+      defaults_->removeObjectForKey(first);
+    } else if (verb == "setIn") {
+      setObject_forKey_inSuite(defaults_, third, second, first);
+    } else if (verb == "removeIn") {
+      removeObjectForKey_inSuite(defaults_, second, first);
+    } else if (verb == "storeIn") {
+      setObject_forKey_inPersistentDomain(defaults_, third, second, first);
+    } else if (verb == "get") {
+      tell_(textOf(defaults_->objectForKey(first)));
+    } else if (verb == "getIn") {
+      tell_(textOf(objectForKey_inSuite(defaults_, second, first)));
+    } else if (verb == "write") {
+      defaults_->synchronize();
+    } else if (verb == "announceAtOnce") {
+      NSDistributedNotificationCenter::defaultCenter()
+          ->postNotificationName_object_userInfo_deliverImmediately(
+              NSUserDefaultsSuiteDidChangeNotification, first,
+              NSDictionary::of({{"bundleIdentifierOfSender", "org.example.Viewer"}}), true);
+    } else if (verb == "suspended") {
+      NSDistributedNotificationCenter::defaultCenter()->setSuspended(first == "yes");
+    }
+  }
+
+  void changed(const Ref<NSNotification>& notification) {
+    tell_(notification->userInfo() ? "changed, with user info" : "changed");
+  }
+  void suiteChanged(const Ref<NSNotification>& notification) {
+    tell_("suite " + textOf(notification->userInfo()->objectForKey("suiteName")));
+  }
+
+ private:
+  const CommandedProcess::Tell tell_;
+  Ref<NSUserDefaults> defaults_;
+};
+
+class ProgramProcess : public CommandedProcess {
+ public:
+  explicit ProgramProcess(const char* identifier)
+      : CommandedProcess([identifier](const Tell& tell) {
+          NSBundle::declareMainBundleIdentifier(identifier);
+          return [program = make<Program>(tell)](const std::string& verb, std::istream& words) {
+            program->perform(verb, words);
+          };
+        }) {}
+};
+
+class SharedPreferencesTests : public ::testing::Test {
+ protected:
+  SharedPreferencesTests() {
+    ::setenv("XDG_CONFIG_HOME", folder_.path().c_str(), 1);
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", bus_.address().c_str(), 1);
+  }
+
+  TemporaryFolder folder_;
+  PrivateBus bus_;
+};
+
+TEST_F(SharedPreferencesTests, AValueSetInAProgramsSuiteIsToldToItAndReadByIt) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  editor.command("add org.example.Editor");
+  EXPECT_EQ(editor.answerTo("get theme"), "-");
+  viewer.command("setIn org.example.Editor theme dark");
+  EXPECT_EQ(editor.toldUntil("suite org.example.Editor"),
+            (Lines{"-", "changed", "suite org.example.Editor"}));
+  EXPECT_EQ(editor.answerTo("get theme"), "dark");
+  EXPECT_EQ(editor.answerTo("getIn org.example.Editor theme"), "dark");
+}
+
+TEST_F(SharedPreferencesTests, AProgramThatIsItsOwnSuiteTellsOthersOfItsValues) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  editor.command("add org.example.Editor");
+  viewer.command("add org.example.Editor");
+  editor.command("set theme dark");
+  EXPECT_EQ(viewer.toldUntil("suite org.example.Editor"),
+            (Lines{"changed", "suite org.example.Editor"}));
+  EXPECT_EQ(viewer.answerTo("get theme"), "dark") << "through the search of the suites";
+  editor.command("remove theme");
+  viewer.toldUntilTimes("suite org.example.Editor", 2);
+  EXPECT_EQ(viewer.answerTo("get theme"), "-");
+}
+
+TEST_F(SharedPreferencesTests, AProgramThatIsNotItsOwnSuiteTellsNobody) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  viewer.command("add org.example.Editor");
+  editor.command("set theme dark");
+  editor.command("remove theme");
+  editor.command("set theme light");
+  editor.command("write");
+  editor.command("setIn org.example.Viewer end 1");
+  viewer.command("add org.example.Viewer");
+  editor.command("setIn org.example.Viewer end 2");
+  EXPECT_EQ(viewer.toldUntil("suite org.example.Viewer"),
+            (Lines{"changed", "suite org.example.Viewer"}));
+  EXPECT_EQ(viewer.answerTo("get theme"), "light") << "read along with what was told";
+}
+
+TEST_F(SharedPreferencesTests, RemovingAValueFromASuiteIsNotToldAndSeenWithTheNextChange) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  editor.command("add org.example.Editor");
+  viewer.command("setIn org.example.Editor theme dark");
+  editor.toldUntil("suite org.example.Editor");
+  viewer.command("removeIn org.example.Editor theme");
+  EXPECT_EQ(viewer.answerTo("getIn org.example.Editor theme"), "-");
+  EXPECT_EQ(editor.answerTo("get theme"), "dark");
+  viewer.command("setIn org.example.Editor end 1");
+  EXPECT_EQ(editor.toldUntil("suite org.example.Editor"),
+            (Lines{"changed", "suite org.example.Editor", "dark", "changed",
+                   "suite org.example.Editor"}));
+  EXPECT_EQ(editor.answerTo("get theme"), "-");
+}
+
+TEST_F(SharedPreferencesTests, WritingADomainByNameTellsNobody) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  editor.command("add org.example.Editor");
+  viewer.command("storeIn org.example.Editor theme dark");
+  viewer.command("setIn org.example.Editor end 1");
+  EXPECT_EQ(editor.toldUntil("suite org.example.Editor"),
+            (Lines{"changed", "suite org.example.Editor"}));
+  EXPECT_EQ(editor.answerTo("get theme"), "dark");
+}
+
+TEST_F(SharedPreferencesTests, AnOwnChangeIsToldButNotReadAnewAndAnothersIs) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  editor.command("add org.example.Shared");
+  editor.command("add org.example.Third");
+  EXPECT_EQ(editor.answerTo("get key"), "-");
+  viewer.command("storeIn org.example.Third key new");
+  editor.command("setIn org.example.Shared own 1");
+  editor.toldUntil("suite org.example.Shared");
+  EXPECT_EQ(editor.answerTo("get key"), "-") << "its own change is no reason to read";
+  viewer.command("setIn org.example.Shared others 1");
+  editor.toldUntilTimes("suite org.example.Shared", 2);
+  EXPECT_EQ(editor.answerTo("get key"), "new");
+}
+
+TEST_F(SharedPreferencesTests, OnlyAddedSuitesAreHeardOfAndOnlyWhileTheyAre) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  viewer.command("add org.example.Viewer");
+  viewer.command("add org.example.Third");
+  editor.command("setIn org.example.Shared a 1");
+  editor.command("setIn org.example.Third a 1");
+  editor.command("setIn org.example.Viewer end 1");
+  EXPECT_EQ(viewer.toldUntil("suite org.example.Viewer"),
+            (Lines{"changed", "suite org.example.Third", "changed", "suite org.example.Viewer"}));
+  viewer.command("leave org.example.Third");
+  editor.command("setIn org.example.Third a 2");
+  editor.command("setIn org.example.Viewer end 2");
+  EXPECT_EQ(viewer.toldUntilTimes("suite org.example.Viewer", 2),
+            (Lines{"changed", "suite org.example.Third", "changed", "suite org.example.Viewer",
+                   "changed", "suite org.example.Viewer"}));
+}
+
+TEST_F(SharedPreferencesTests, SeveralProgramsHearOfOneChange) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  ProgramProcess third(kThird);
+  for (ProgramProcess* each : {&editor, &viewer, &third}) {
+    each->command("add org.example.Editor");
+  }
+  third.command("setIn org.example.Editor theme dark");
+  EXPECT_EQ(editor.toldUntil("suite org.example.Editor"),
+            (Lines{"changed", "suite org.example.Editor"}));
+  EXPECT_EQ(viewer.toldUntil("suite org.example.Editor"),
+            (Lines{"changed", "suite org.example.Editor"}));
+  third.toldUntil("suite org.example.Editor");
+  for (ProgramProcess* each : {&editor, &viewer, &third}) {
+    EXPECT_EQ(each->answerTo("getIn org.example.Editor theme"), "dark");
+  }
+}
+
+TEST_F(SharedPreferencesTests, ASuspendedProgramHearsOfManyChangesOnce) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  editor.command("add org.example.Editor");
+  editor.command("add org.example.Third");
+  editor.command("suspended yes");
+  for (const char* value : {"1", "2", "3"}) {
+    viewer.command(std::string("setIn org.example.Editor theme ") + value);
+  }
+  viewer.command("announceAtOnce org.example.Third");
+  EXPECT_EQ(editor.toldUntil("suite org.example.Third"),
+            (Lines{"changed", "suite org.example.Editor", "changed", "suite org.example.Third"}));
+  EXPECT_EQ(editor.answerTo("get theme"), "3");
+}
+
+TEST_F(SharedPreferencesTests, WhatAProgramHadSetIsToldAndKeptWhenItIsKilledThen) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  editor.command("add org.example.Editor");
+  viewer.command("setIn org.example.Editor theme dark");
+  viewer.kill();
+  editor.toldUntil("suite org.example.Editor");
+  EXPECT_EQ(editor.answerTo("get theme"), "dark");
+  ProgramProcess later(kThird);
+  EXPECT_EQ(later.answerTo("getIn org.example.Editor theme"), "dark");
+}
+
+TEST_F(SharedPreferencesTests, WithoutABusValuesAreSharedAndChangesAreToldAgainWhenItIsBack) {
+  ProgramProcess editor(kEditor);
+  editor.command("add org.example.Editor");
+  bus_.kill();
+  ProgramProcess viewer(kViewer);
+  viewer.command("setIn org.example.Editor theme dark");
+  editor.command("write");
+  EXPECT_EQ(editor.answerTo("get theme"), "dark");
+  editor.command("set own 1");
+  EXPECT_EQ(editor.toldUntil("suite org.example.Editor").back(), "suite org.example.Editor")
+      << "its own changes reach it all the same";
+  bus_.start();
+  editor.command("set own 2");  // what is posted finds the bus at once
+  viewer.command("setIn org.example.Editor theme light");
+  editor.toldUntilTimes("suite org.example.Editor", 3);
+  EXPECT_EQ(editor.answerTo("get theme"), "light");
+}
+
+}  // namespace
+}  // namespace kestova::testing
