@@ -24,6 +24,7 @@ class PortalHotKeyService final : public HotKeyService {
 
   std::string name() const override { return "the desktop portal"; }
   bool isLive() const override { return bus_->isOpen(); }
+  bool asksThePerson() const override { return true; }
   OSStatus registerHotKey(EventHotKeyRef hotKey) override;
   void unregisterHotKey(EventHotKeyRef hotKey) override;
 

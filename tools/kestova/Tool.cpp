@@ -6,6 +6,7 @@
 #include "DefaultsCommand.h"
 #include "FileCommands.h"
 #include "FormatCommand.h"
+#include "HotKeyCommand.h"
 #include "RectsCommand.h"
 #include "TextCommand.h"
 #include "TimezoneCommand.h"
@@ -26,6 +27,7 @@ Tool::Tool() : arguments_("KestovaFoundation from the command line.", "kestova")
   addReplaceCommand(arguments_, commands_);
   addConvertCommand(arguments_, commands_);
   addWatchCommand(arguments_, commands_);
+  addHotKeyCommand(arguments_, commands_);
   addFormatCommand(arguments_, commands_);
   addTimezoneCommand(arguments_, commands_);
   addRectsCommand(arguments_, commands_);

@@ -46,6 +46,9 @@ class KESTOVA_PLATFORM_EXPORT HotKeyService {
   /// Whether it can still report anything. Once false it stays so.
   virtual bool isLive() const = 0;
 
+  /// Whether a hot key that was registered may still be refused, by a person who is asked.
+  virtual bool asksThePerson() const { return false; }
+
   /// Begins to report a hot key, which stays where it is until it is unregistered. No two of them
   /// have the same key and modifiers. Answers as RegisterEventHotKey does; on failure nothing has
   /// changed.
