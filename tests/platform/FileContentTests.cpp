@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 
@@ -20,10 +22,10 @@ constexpr std::size_t kMiB = 1024 * 1024;
 /// Bytes none of whose parts can be taken for another.
 std::string patterned(std::size_t size) {
   std::string text(size, '\0');
-  std::uint32_t state = 12345;
-  for (char& each : text) {
-    state = state * 1664525 + 1013904223;
-    each = static_cast<char>(state >> 24);
+  std::uint64_t state = 12345;
+  for (std::size_t place = 0; place < size; place += sizeof state) {
+    state = state * 6364136223846793005 + 1442695040888963407;
+    std::memcpy(text.data() + place, &state, std::min(sizeof state, size - place));
   }
   return text;
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "RandomRun.h"
+#include "Sanitizers.h"
 #include "VectorTargets.h"
 #include "text/UnitMatches.h"
 
@@ -158,7 +159,7 @@ TEST(UnitMatchesTests, TextsThatDeceiveAreSearchedAsWell) {
 
 TEST(UnitMatchesTests, PeriodicTextsAreSearchedForPeriodicOnes) {
   RandomRun random;
-  for (int round = 0; round < 20; ++round) {
+  for (int round = 0; round < testing::shareOf(20); ++round) {
     const std::string unit = randomText(random, 1 + random.below(9), 2);
     std::string text;
     while (text.size() < 3000) {

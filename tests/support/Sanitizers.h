@@ -3,8 +3,7 @@
 
 namespace kestova::testing {
 
-/// Whether the tests run under a sanitizer, which makes each step several times as expensive. What
-/// goes through millions of cases takes a share of them there; the optimised build takes all.
+/// Whether the tests run under a sanitizer, which makes each step several times as expensive.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool underSanitizer = true;
 #elif defined(__has_feature)
@@ -16,5 +15,13 @@ inline constexpr bool underSanitizer = false;
 #else
 inline constexpr bool underSanitizer = false;
 #endif
+
+/// What goes through millions of cases takes every one in the optimised build and one in so many
+/// under a sanitizer. It is a prime, so that such steps meet every value of each byte or edge that
+/// the cases are made of.
+inline constexpr int caseStride = underSanitizer ? 17 : 1;
+
+/// So many random rounds, or their share.
+constexpr int shareOf(int rounds) { return (rounds + caseStride - 1) / caseStride; }
 
 }  // namespace kestova::testing

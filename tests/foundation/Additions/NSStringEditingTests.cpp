@@ -8,6 +8,7 @@
 #include "ExceptionExpectation.h"
 #include "PlainStringEditing.h"
 #include "RandomText.h"
+#include "Sanitizers.h"
 
 #include <string>
 #include <vector>
@@ -24,6 +25,7 @@ using testing::RandomRun;
 using testing::replaceAll;
 using testing::splitBySteps;
 using testing::squeezedBySteps;
+using testing::underSanitizer;
 using testing::unescapedBySteps;
 using testing::unitsOf;
 using testing::withLineEndingsBySteps;
@@ -366,7 +368,7 @@ TEST(NSStringEditingTests, SqueezingAgreesWithItsSteps) {
 
 TEST(NSStringEditingTests, SqueezingLongTextsAgreesWithItsSteps) {
   RandomRun random;
-  for (int round = 0; round < 8; ++round) {
+  for (int round = 0; round < (underSanitizer ? 2 : 8); ++round) {
     std::u16string text;
     while (text.size() < 9000) {
       text += wordOf(random, u"ab\u00E9", 30) + std::u16string(random.below(6), u' ') +
