@@ -11,6 +11,8 @@
 
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QColorDialog>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QFormLayout>
 #include <QHBoxLayout>
@@ -58,11 +60,14 @@ TransferWindow::TransferWindow(QWidget* parent)
       folder_(new QLineEdit),
       replaces_(new QCheckBox(tr("&Replace what is there"))),
       graph_(new ThroughputGraph),
+      unit_(new QComboBox),
       progress_(new QProgressBar),
       message_(new QLabel),
       copy_(makeButton(tr("&Copy"), this, [this] { start(TransferRequest::Kind::kCopy); })),
       move_(makeButton(tr("&Move"), this, [this] { start(TransferRequest::Kind::kMove); })),
-      cancel_(makeButton(tr("C&ancel"), this, [this] { transfer_->cancel(); })) {
+      cancel_(makeButton(tr("C&ancel"), this, [this] { transfer_->cancel(); })),
+      settings_([this] { showSettings(); }),
+      frontKey_(*this) {
   setWindowTitle(tr("Transfer"));
   progress_->setRange(0, kBarSteps);
   progress_->setAccessibleName(tr("Progress"));
@@ -72,11 +77,14 @@ TransferWindow::TransferWindow(QWidget* parent)
   column->addWidget(makeSources(), 1);
   column->addWidget(makeDestination());
   column->addWidget(graph_, 2);
+  column->addWidget(makeAppearance());
   column->addWidget(progress_);
   column->addWidget(message_);
   column->addWidget(makeVerbs());
+  column->addWidget(new QLabel(frontKey_.hint()));
   connect(new QShortcut(QKeySequence::Quit, this), &QShortcut::activated, this, &QWidget::close);
   setRunning(false);
+  showSettings();
   say(tr("Choose what to copy or move, and where to."));
 }
 
@@ -106,12 +114,30 @@ QWidget* TransferWindow::makeDestination() {
   auto* row = new QHBoxLayout;
   row->addWidget(folder_, 1);
   row->addWidget(makeButton(tr("C&hoose…"), this, &TransferWindow::chooseFolder));
+  connect(folder_, &QLineEdit::editingFinished, this, &TransferWindow::shareFolder);
+  connect(replaces_, &QCheckBox::clicked, this, [this](bool is) { settings_.setReplaces(is); });
   auto* label = new QLabel(tr("&Into the folder:"));
   label->setBuddy(folder_);
   auto* form = new QFormLayout(group);
   form->setContentsMargins({});
   form->addRow(label, row);
   form->addRow(QString(), replaces_);
+  return group;
+}
+
+QWidget* TransferWindow::makeAppearance() {
+  auto* group = new QWidget;
+  unit_->addItems({tr("bytes"), tr("bits")});
+  connect(unit_, &QComboBox::activated, this,
+          [this](int row) { settings_.setRateUnit(static_cast<RateUnit>(row)); });
+  auto* label = new QLabel(tr("Show the &throughput in"));
+  label->setBuddy(unit_);
+  auto* row = new QHBoxLayout(group);
+  row->setContentsMargins({});
+  row->addWidget(label);
+  row->addWidget(unit_);
+  row->addWidget(makeButton(tr("Co&lour…"), this, &TransferWindow::chooseColour));
+  row->addStretch();
   return group;
 }
 
@@ -142,13 +168,40 @@ void TransferWindow::chooseFolder() {
   const QString path =
       QFileDialog::getExistingDirectory(this, tr("Folder to copy or move into"), folder_->text());
   if (!path.isEmpty()) {
-    setFolder(path);
+    folder_->setText(path);
+    shareFolder();
+  }
+}
+
+void TransferWindow::chooseColour() {
+  const QColor colour = QColorDialog::getColor(settings_.graphColour(), this, tr("Graph colour"));
+  if (colour.isValid()) {
+    settings_.setGraphColour(colour);
   }
 }
 
 void TransferWindow::addSources(const QStringList& paths) { sources_->addItems(paths); }
 
-void TransferWindow::setFolder(const QString& path) { folder_->setText(path); }
+void TransferWindow::setFolder(const QString& path) {
+  folder_->setText(path);
+  folder_->setModified(true);
+}
+
+void TransferWindow::shareFolder() {
+  folder_->setModified(false);
+  settings_.setFolder(folder_->text());
+}
+
+void TransferWindow::showSettings() {
+  // A folder that is being written here, or was given to this window alone, stays.
+  if (!folder_->isModified()) {
+    folder_->setText(settings_.folder());
+  }
+  replaces_->setChecked(settings_.replaces());
+  unit_->setCurrentIndex(static_cast<int>(settings_.rateUnit()));
+  graph_->setUnit(settings_.rateUnit());
+  graph_->setColour(settings_.graphColour());
+}
 
 TransferRequest TransferWindow::request(TransferRequest::Kind kind) const {
   TransferRequest request{.kind = kind,

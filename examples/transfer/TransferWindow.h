@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "FrontKey.h"
+#include "SharedSettings.h"
 #include "Transfer.h"
 
 #include <KestovaPlatform/NSTimer.h>
@@ -11,6 +13,7 @@
 #include <memory>
 
 class QCheckBox;
+class QComboBox;
 class QLabel;
 class QLineEdit;
 class QListWidget;
@@ -27,6 +30,7 @@ class TransferWindow final : public QWidget, private TransferObserver {
   ~TransferWindow() override;
 
   void addSources(const QStringList& paths);
+  /// For this window alone, until the person chooses another one.
   void setFolder(const QString& path);
 
   /// Begins, or says what is missing.
@@ -39,10 +43,14 @@ class TransferWindow final : public QWidget, private TransferObserver {
  private:
   QWidget* makeSources();
   QWidget* makeDestination();
+  QWidget* makeAppearance();
   QWidget* makeVerbs();
   void chooseFiles();
   void chooseSourceFolder();
   void chooseFolder();
+  void chooseColour();
+  void shareFolder();
+  void showSettings();
 
   TransferRequest request(TransferRequest::Kind kind) const;
   void say(const QString& text);
@@ -54,12 +62,15 @@ class TransferWindow final : public QWidget, private TransferObserver {
   QLineEdit* folder_;
   QCheckBox* replaces_;
   ThroughputGraph* graph_;
+  QComboBox* unit_;
   QProgressBar* progress_;
   QLabel* message_;
   QPushButton* copy_;
   QPushButton* move_;
   QPushButton* cancel_;
 
+  SharedSettings settings_;
+  FrontKey frontKey_;
   std::unique_ptr<Transfer> transfer_;
   /// Takes the graph's samples while something is at work.
   kestova::Ref<kestova::NSTimer> sampling_;

@@ -12,7 +12,8 @@ started=()
 end_desktop() {
   local process
   for process in "${started[@]}"; do
-    kill "$process" 2>/dev/null && wait "$process" 2>/dev/null
+    kill "$process" 2>/dev/null || true
+    wait "$process" 2>/dev/null || true
   done
   rm -rf "$folder"
 }
