@@ -339,27 +339,23 @@ HWY_INLINE EdgeBytes longEdges(UnitVec units, UnitVec shorts, UnitMask isLong) {
   return {hn::IfThenElse(isLong, three, shorts), hn::IfThenElse(isLong, middle, shorts), isLong};
 }
 
-/// The bytes of the halves of pairs, whether they are first or second ones.
-HWY_INLINE UnitVec halfEdges(UnitVec units, UnitVec before, UnitMask isFirst) {
-  const auto upper = hn::Add(hn::And(units, each(0x3FF)), each(0x40));
-  const auto first = twoBytes(hn::ShiftRight<8>(upper), bitsDown<2>(upper, 0x3F), 0x80F0);
-  const auto third = hn::Or(hn::ShiftLeft<4>(hn::And(before, each(3))), bitsDown<6>(units, 0x0F));
-  const auto second = twoBytes(third, hn::And(units, each(0x3F)), 0x8080);
-  return hn::IfThenElse(isFirst, first, second);
+/// The bytes of the first halves of pairs.
+HWY_INLINE UnitVec firstHalfEdges(UnitVec units) {
+  const auto upper = hn::Sub(units, each(0xD800 - 0x40));
+  const auto leading = hn::Or(hn::ShiftRight<8>(upper), each(0x80F0));
+  return hn::OrAnd(leading, hn::ShiftLeft<6>(upper), each(0x3F00));
 }
 
-/// Which of some units are the halves of pairs.
-struct PairMasks {
-  UnitMask isFirst;
-  UnitMask isPaired;
-};
+/// The bytes of the second halves of pairs.
+HWY_INLINE UnitVec secondHalfEdges(UnitVec units, UnitVec before) {
+  const auto withUpper = hn::OrAnd(each(0x8080), hn::ShiftLeft<4>(before), each(0x30));
+  const auto third = hn::OrAnd(withUpper, hn::ShiftRight<6>(units), each(0x0F));
+  return hn::OrAnd(third, hn::ShiftLeft<8>(units), each(0x3F00));
+}
 
-HWY_INLINE PairMasks pairsIn(UnitVec units, UnitVec before, UnitVec after) {
-  const auto isFirst =
-      hn::And(startsWith(units, 0xFC00, 0xD800), startsWith(after, 0xFC00, 0xDC00));
-  const auto isSecond =
-      hn::And(startsWith(units, 0xFC00, 0xDC00), startsWith(before, 0xFC00, 0xD800));
-  return {isFirst, hn::Or(isFirst, isSecond)};
+/// Where two units, one behind the other, are the halves of a pair.
+HWY_INLINE UnitMask arePairs(UnitVec first, UnitVec second) {
+  return hn::Lt(hn::Or(hn::Xor(first, each(0xD800)), hn::Xor(second, each(0xDC00))), each(0x400));
 }
 
 /// For units with surrogates among them; `text` has a unit on both sides.
@@ -367,14 +363,17 @@ HWY_INLINE EdgeBytes surrogateEdges(const std::uint16_t* text, UnitVec shorts, U
   const UnitLanes d;
   const auto units = hn::LoadU(d, text);
   const auto before = hn::LoadU(d, text - 1);
-  const PairMasks pairs = pairsIn(units, before, hn::LoadU(d, text + 1));
+  const auto isFirst = arePairs(units, hn::LoadU(d, text + 1));
+  const auto isSecond = arePairs(before, units);
+  const auto isPaired = hn::Or(isFirst, isSecond);
   const auto edges =
-      hn::IfThenElse(pairs.isPaired, halfEdges(units, before, pairs.isFirst), shorts);
-  const auto isLongAlone = hn::AndNot(pairs.isPaired, isLong);
+      hn::IfThenElse(isFirst, firstHalfEdges(units),
+                     hn::IfThenElse(isSecond, secondHalfEdges(units, before), shorts));
+  const auto isLongAlone = hn::AndNot(isPaired, isLong);
   if (hn::AllFalse(d, isLongAlone)) {
     return {edges, edges, isLongAlone};
   }
-  const auto isHalfAlone = hn::AndNot(pairs.isPaired, startsWith(units, 0xF800, 0xD800));
+  const auto isHalfAlone = hn::AndNot(isPaired, startsWith(units, 0xF800, 0xD800));
   return longEdges(hn::IfThenElse(isHalfAlone, each(0xFFFD), units), edges, isLongAlone);
 }
 
