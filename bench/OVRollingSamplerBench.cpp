@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Samples added and asked for, from one and several threads: beside a ring with a mutex.
+// Samples added and asked for, from one and several threads: beside a ring with a mutex, and with
+// adding on a bare serial queue.
 #include <KestovaFoundation/OVRollingSampler.h>
+#include <KestovaPlatform/Dispatch.h>
 
 #include <benchmark/benchmark.h>
 
@@ -46,6 +48,18 @@ class RingWithMutex {
   std::size_t count_ = 0;
 };
 
+/// What entering libdispatch's own queue costs, with nothing to do there.
+class BareQueue {
+ public:
+  void addSample(double) {
+    dispatch_sync_f(queue_, this, [](void* self) { ++static_cast<BareQueue*>(self)->count_; });
+  }
+
+ private:
+  dispatch_queue_t queue_ = dispatch_queue_create(nullptr, nullptr);
+  std::size_t count_ = 0;
+};
+
 class Here {
  public:
   void addSample(double value) { sampler_->addSample(value); }
@@ -79,6 +93,7 @@ void Ask(benchmark::State& state) {
 
 BENCHMARK(Add<Here>)->ThreadRange(1, 2)->UseRealTime();
 BENCHMARK(Add<RingWithMutex>)->ThreadRange(1, 2)->UseRealTime();
+BENCHMARK(Add<BareQueue>)->ThreadRange(1, 2)->UseRealTime();
 BENCHMARK(Ask<Here>);
 BENCHMARK(Ask<RingWithMutex>);
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <mutex>
 #include <span>
 
 namespace kestova {
@@ -25,9 +26,16 @@ Ref<OVRollingSampler> OVRollingSampler::init() {
   throwUnrecognizedSelector(*initWithWindowSize(0), "init");
 }
 
+/// Threads that meet at a queue sleep and wake in turn, for microseconds; so they meet before it.
+template <class Operation>
+auto OVRollingSampler::onQueue(const Operation& operation) const {
+  const std::lock_guard lock(entrance_);
+  return dispatch_sync(_queue, operation);
+}
+
 void OVRollingSampler::addSample(double value) {
   require(_samplesCapacity > 0, "_samplesCapacity > 0");
-  dispatch_sync(_queue, [&] {
+  onQueue([&] {
     _samples[_samplesCount % _samplesCapacity] = {value, CFAbsoluteTimeGetCurrent()};
     ++_samplesCount;
   });
@@ -35,7 +43,7 @@ void OVRollingSampler::addSample(double value) {
 
 OVRollingSamplerResult OVRollingSampler::resultForPreviousSeconds(NSTimeInterval seconds) const {
   const CFAbsoluteTime cutOff = CFAbsoluteTimeGetCurrent() - seconds;
-  return dispatch_sync(_queue, [&] { return resultSince(cutOff); });
+  return onQueue([&] { return resultSince(cutOff); });
 }
 
 OVRollingSamplerResult OVRollingSampler::resultSince(CFAbsoluteTime cutOff) const {
@@ -56,7 +64,7 @@ OVRollingSamplerResult OVRollingSampler::resultSince(CFAbsoluteTime cutOff) cons
 }
 
 void OVRollingSampler::removeAllSamples() {
-  dispatch_sync(_queue, [&] { _samplesCount = 0; });
+  onQueue([&] { _samplesCount = 0; });
 }
 
 }  // namespace kestova

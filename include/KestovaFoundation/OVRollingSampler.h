@@ -2,6 +2,7 @@
 #pragma once
 
 #include <KestovaFoundation/Export.h>
+#include <KestovaPlatform/BriefMutex.h>
 #include <KestovaPlatform/Clock.h>
 #include <KestovaPlatform/Dispatch.h>
 #include <KestovaPlatform/NSObject.h>
@@ -68,6 +69,8 @@ class KESTOVA_FOUNDATION_EXPORT OVRollingSampler : public NSObject {
     CFAbsoluteTime time;
   };
 
+  template <class Operation>
+  auto onQueue(const Operation& operation) const;
   OVRollingSamplerResult resultSince(CFAbsoluteTime cutOff) const;
 
   /// Everything but the capacity is used on the queue only. A sample's place is its number modulo
@@ -77,6 +80,8 @@ class KESTOVA_FOUNDATION_EXPORT OVRollingSampler : public NSObject {
   const NSUInteger _samplesCapacity;
   /// Of all samples, also of those that were overwritten.
   NSUInteger _samplesCount = 0;
+  /// Taken before the queue is entered, so that nobody waits there.
+  mutable BriefMutex entrance_;
 };
 
 }  // namespace kestova
