@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Tool.h"
 
+#include "AdminCommand.h"
 #include "ByteCommands.h"
 #include "ConvertCommand.h"
 #include "DefaultsCommand.h"
@@ -20,6 +21,7 @@ Tool::Tool() : arguments_("KestovaFoundation from the command line.", "kestova")
   arguments_.require_subcommand(1);
   arguments_.footer("Exit status: 0 success, 1 failure, 2 wrong use, 130 interrupted.");
   addTransferCommands(arguments_, commands_);
+  addAdminCommand(arguments_, commands_);
   addTextCommand(arguments_, commands_);
   addHexCommand(arguments_, commands_);
   addBase32Command(arguments_, commands_);

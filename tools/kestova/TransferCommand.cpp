@@ -2,6 +2,7 @@
 #include "TransferCommand.h"
 
 #include "InterruptSignal.h"
+#include "ItemPath.h"
 #include "TransferItem.h"
 #include "TransferReporter.h"
 #include "TransferText.h"
@@ -34,25 +35,6 @@ struct TransferOptions {
   bool isQuiet = false;
   bool isJSON = false;
 };
-
-/// The path as it was given, without slashes at its end: they would follow a symbolic link.
-std::string withoutTrailingSlashes(std::string path) {
-  while (path.size() > 1 && path.back() == '/') {
-    path.pop_back();
-  }
-  return path;
-}
-
-/// The name under which a source arrives: its last component; of "." and ".." the one that they
-/// stand for.
-std::string nameOf(const std::string& source) {
-  const fs::path name = fs::path(source).filename();
-  if (!name.empty() && name != "." && name != "..") {
-    return name;
-  }
-  std::error_code failed;
-  return fs::canonical(source, failed).filename();
-}
 
 std::unique_ptr<TransferReporter> makeReporter(const TransferOptions& options) {
   if (options.isJSON) {
