@@ -31,6 +31,7 @@
 #include "CommandedProcess.h"
 #include "PrivateBus.h"
 #include "RunLoopThread.h"
+#include "Stress.h"
 
 namespace kestova::testing {
 namespace {
@@ -542,6 +543,34 @@ TEST_F(NSDistributedNotificationCenterTests, AChildHearsOnlyWhatItAsksForAndCanP
   EXPECT_EQ(heardUntil("a x 2"), (Lines{"a x 1", "a x 2"}));
   post("a", "x", "3");
   EXPECT_EQ(heardUntil("a x 3"), (Lines{"a x 1", "a x 2", "a x 3"}));
+}
+
+TEST_F(NSDistributedNotificationCenterTests, ThreadsMayAddPostSuspendAndRemoveAtOnce) {
+  const StressTime time;
+  Threads threads;
+  for (int number = 0; number < 4; ++number) {
+    threads.start([&, number] {
+      const auto own = make<Listener>();
+      const Ref<NSString> name = "n" + std::to_string(number);
+      while (!time.isOver()) {
+        centre->addObserver_selector_name_object(own.get(), sel<&Listener::heard>(), name, nullptr);
+        centre->addObserver_selector_name_object(own.get(), sel<&Listener::heard>(), "all", "x");
+        for (const char* shared : {"all", "n0", "n1"}) {
+          centre->postNotificationName_object_userInfo(shared, "x",
+                                                       NSDictionary::of({{"value", "v"}}));
+          NSRunLoop::currentRunLoop()->turn();
+        }
+        centre->setSuspended(number % 2 == 0);
+        centre->removeObserver_name_object(own.get(), name, nullptr);
+        centre->removeObserver(own.get());
+      }
+    });
+  }
+  threads.join();
+  centre->setSuspended(false);
+  listen("end");
+  post("end");
+  EXPECT_EQ(heardUntil("end - -"), Lines{"end - -"});
 }
 
 // What is in a message
