@@ -94,9 +94,11 @@ id PreferencesDomain::objectForKey(const Ref<NSString>& key) {
 
 void PreferencesDomain::setValue_forKey(const id& value, const Ref<NSString>& key) {
   load();
-  ObjectMap changed;
-  changed[copyOf(key)] = value;
-  changePending(changed);
+  {
+    const std::lock_guard lock(mutex_);
+    change(key->copy(), value);
+  }
+  knownHere().erase(number_);
 }
 
 Ref<NSDictionary> PreferencesDomain::contents() {
@@ -164,15 +166,23 @@ void PreferencesDomain::changePending(const ObjectMap& changed) {
   {
     const std::lock_guard lock(mutex_);
     for (const auto& [key, value] : changed) {
-      apply(key, value);
-      pending_[key] = value;
+      change(key, value);
     }
   }
   knownHere().erase(number_);
 }
 
 /// Under the mutex.
+void PreferencesDomain::change(const id& key, const id& value) {
+  apply(key, value);
+  pending_[key] = value;
+}
+
+/// Under the mutex. Contents that are just being written are not changed any more, but copied.
 void PreferencesDomain::apply(const id& key, const id& value) {
+  if (contents_->retainCount() > 1) {
+    contents_ = NSMutableDictionary::dictionaryWithDictionary(contents_);
+  }
   if (value) {
     contents_->setObject_forKey(value, key);
   } else {
@@ -234,7 +244,7 @@ void PreferencesDomain::writePending() {
   }
   std::unique_lock guard(mutex_);
   const ObjectMap written = pending_;
-  const auto whole = snapshot();
+  const Ref<NSDictionary> whole = contents_;
   guard.unlock();
   write(file, whole);
   settle(written);

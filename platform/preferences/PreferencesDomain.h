@@ -64,6 +64,7 @@ class PreferencesDomain {
  private:
   void load();
   void changePending(const ObjectMap& changed);
+  void change(const id& key, const id& value);
   void apply(const id& key, const id& value);
   Ref<NSDictionary> snapshot();
 
@@ -96,7 +97,7 @@ class PreferencesDomain {
 
   /// Guards what follows; never held while something is read or written.
   std::mutex mutex_;
-  Ref<NSMutableDictionary> contents_;
+  Ref<NSMutableDictionary> contents_;  // shared only with whoever is writing it
   /// An immutable copy of the contents; null when they have changed since.
   Ref<NSDictionary> snapshot_;
   /// The values that are to be written by key; null to remove it.

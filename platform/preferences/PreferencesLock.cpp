@@ -5,7 +5,6 @@
 #include "preferences/PreferencesFault.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 
 #include <algorithm>
 #include <thread>
@@ -27,13 +26,28 @@ bool isNamed(int folder, const std::string& name, int file) {
          named.st_dev == opened.st_dev;
 }
 
+/// The bytes of the file that are locked, one behind the other: at most one process waits for the
+/// second, and nobody else can take it then. So none that comes back at once overtakes it, however
+/// late it wakes up.
+constexpr off_t kTurn = 0;
+constexpr off_t kWriting = 1;
+
+int setLock(int file, short type, off_t byte) {
+  struct flock lock {};
+  lock.l_type = type;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = byte;
+  lock.l_len = 1;
+  return uninterrupted([&] { return ::fcntl(file, F_OFD_SETLK, &lock); });
+}
+
 /// Whether it got the lock before that time. The kernel's own wait has no end.
-bool lockUntil(Time::time_point end, int file) {
+bool lockUntil(Time::time_point end, int file, off_t byte) {
   for (auto nap = kShortestNap;; nap = std::min(2 * nap, kLongestNap)) {
-    if (uninterrupted([&] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0) {
+    if (setLock(file, F_WRLCK, byte) == 0) {
       return true;
     }
-    if (errno != EWOULDBLOCK) {
+    if (errno != EAGAIN && errno != EACCES) {
       throw systemFault("the file cannot be locked", errno);
     }
     if (Time::now() >= end) {
@@ -43,6 +57,16 @@ bool lockUntil(Time::time_point end, int file) {
   }
 }
 
+/// The same with the turn to wait for it, which is given up again whatever comes of it.
+bool lockInTurn(Time::time_point end, int file) {
+  if (!lockUntil(end, file, kTurn)) {
+    return false;
+  }
+  const bool isLocked = lockUntil(end, file, kWriting);
+  setLock(file, F_UNLCK, kTurn);
+  return isLocked;
+}
+
 }  // namespace
 
 PreferencesLock::PreferencesLock(const PreferencesFolder& folder, int openFolder,
@@ -50,7 +74,7 @@ PreferencesLock::PreferencesLock(const PreferencesFolder& folder, int openFolder
   const auto end = Time::now() + patience;
   do {
     file_ = folder.openFile(openFolder, name, O_RDWR | O_CREAT);
-    if (!lockUntil(end, file_.get())) {
+    if (!lockInTurn(end, file_.get())) {
       throw PreferencesFault{"another process keeps them locked"};
     }
   } while (!isNamed(openFolder, name, file_.get()));
@@ -59,7 +83,7 @@ PreferencesLock::PreferencesLock(const PreferencesFolder& folder, int openFolder
 /// Unlocked by hand: a child that was forked meanwhile shares the lock, and would keep it.
 PreferencesLock::~PreferencesLock() {
   if (file_) {
-    ::flock(file_.get(), LOCK_UN);
+    setLock(file_.get(), F_UNLCK, kWriting);
   }
 }
 
