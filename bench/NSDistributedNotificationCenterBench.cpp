@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The time from posting in one process to the observer's call in another, on a bus of their own,
-// beside signals of GDBus. A second process answers each notification with one, and an item is one
-// way: half the time until the answer is there. Both sleep in their run loops in between.
+// The time from posting in one process to the observer's call in another, beside signals of GDBus.
 #include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSDistributedNotificationCenter.h>
 #include <KestovaPlatform/NSObject.h>
@@ -11,27 +9,13 @@
 
 #include <benchmark/benchmark.h>
 #include <gio/gio.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
-#include <csignal>
-#include <cstddef>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include "../tests/support/PrivateBus.h"
+#include "ProcessExchange.h"
 
 namespace {
 
 using namespace kestova;
 
-constexpr char kPing[] = "Ping";
-constexpr char kPong[] = "Pong";
 constexpr char kObject[] = "org.kestova.bench";
 
 class Listener final : public NSObject {
@@ -130,76 +114,22 @@ class GioSignals {
   bool hasHeard_ = false;
 };
 
-/// The second process: this program again, told what to be.
-class Answerer {
- public:
-  Answerer(const char* kind, const std::string& address) : child_(::fork()) {
-    if (child_ == 0) {
-      ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-      ::execl("/proc/self/exe", "answerer", kind, address.c_str(), nullptr);
-      std::abort();
-    }
-  }
-  ~Answerer() {
-    ::kill(child_, SIGKILL);
-    ::waitpid(child_, nullptr, 0);
-  }
-  Answerer(const Answerer&) = delete;
-  Answerer& operator=(const Answerer&) = delete;
-
- private:
-  const pid_t child_;
-};
-
-template <class Side>
-int answer(const char* address) {
-  Side side(address, kPing, kPong);
-  for (;;) {
-    if (side.wait()) {
-      side.post();
-    }
-  }
+void BM_DistributedNotification(benchmark::State& state) {
+  bench::timeOneWay<Centre>(state, "centre");
 }
-
-template <class Side>
-void postAndHear(benchmark::State& state, const char* kind) {
-  using Clock = std::chrono::steady_clock;
-  const testing::PrivateBus bus;
-  const Answerer answerer(kind, bus.address());
-  Side side(bus.address().c_str(), kPong, kPing);
-  do {
-    side.post();  // until the other side is there
-  } while (!side.wait());
-  std::vector<double> ways;
-  for (auto _ : state) {
-    const auto start = Clock::now();
-    side.post();
-    if (!side.wait()) {
-      state.SkipWithError("no answer");
-      break;
-    }
-    ways.push_back(std::chrono::duration<double>(Clock::now() - start).count() / 2);
-    state.SetIterationTime(ways.back());
-  }
-  std::sort(ways.begin(), ways.end());
-  if (!ways.empty()) {
-    state.counters["median_us"] = ways[ways.size() / 2] * 1e6;
-    state.counters["p99_us"] = ways[ways.size() * 99 / 100] * 1e6;
-  }
-}
-
-void BM_DistributedNotification(benchmark::State& state) { postAndHear<Centre>(state, "centre"); }
 BENCHMARK(BM_DistributedNotification)->UseManualTime();
 
-void BM_GDBusSignal(benchmark::State& state) { postAndHear<GioSignals>(state, "gio"); }
+void BM_GDBusSignal(benchmark::State& state) { bench::timeOneWay<GioSignals>(state, "gio"); }
 BENCHMARK(BM_GDBusSignal)->UseManualTime();
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 3 && std::string_view(argv[0]) == "answerer") {
-    return std::string_view(argv[1]) == "centre" ? answer<Centre>(argv[2])
-                                                 : answer<GioSignals>(argv[2]);
+  if (bench::isAnswerer(argc, argv, "centre")) {
+    return bench::answer<Centre>(argv[2]);
+  }
+  if (bench::isAnswerer(argc, argv, "gio")) {
+    return bench::answer<GioSignals>(argv[2]);
   }
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
