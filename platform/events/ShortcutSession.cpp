@@ -172,9 +172,9 @@ void ShortcutSession::bound(const BusMessage& response) {
   }
   const std::vector<Shortcut>& granted = results["shortcuts"].list;
   for (const auto& [name, hotKey] : hotKeys_) {
-    const bool isGranted = std::any_of(granted.begin(), granted.end(), [&](const Shortcut& one) {
-      return std::get<0>(one) == name;
-    });
+    const bool isGranted =
+        std::any_of(granted.begin(), granted.end(),
+                    [&name = name](const Shortcut& one) { return std::get<0>(one) == name; });
     if (!isGranted) {
       NSLog("Hot keys: the desktop portal doesn't give %s", combinationText(*hotKey));
     }
