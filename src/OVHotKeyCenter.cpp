@@ -86,12 +86,13 @@ Ref<OVHotKey> OVHotKeyCenter::hotKeyWithKeyCode_modifierFlags(NSUInteger keyCode
       OVHotKey::initWithKeyCode_modifierFlags_handler(keyCode, modifierFlags, nullptr)));
 }
 
-/// A hot key's number may be set by anybody at any time, so no index is kept of it.
+/// A hot key's number may be set by anybody at any time, so no index is kept of it. The set holds
+/// nothing but hot keys.
 Ref<OVHotKey> OVHotKeyCenter::hotKeyWithID(std::uint32_t hotKeyID) const {
   for (const id& member : mHotKeys) {
-    auto hotKey = cast<OVHotKey>(member);
+    auto* hotKey = static_cast<OVHotKey*>(member.get());
     if (hotKey->hotKeyID() == hotKeyID) {
-      return hotKey;
+      return Ref<OVHotKey>(hotKey);
     }
   }
   return nullptr;

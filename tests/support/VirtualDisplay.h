@@ -122,6 +122,13 @@ class DisplayClient {
   void press(Key key) const { fake(XCB_KEY_PRESS, key); }
   void release(Key key) const { fake(XCB_KEY_RELEASE, key); }
 
+  /// Returns when it has been asked for.
+  void releaseSoon(Key key) const {
+    xcb_test_fake_input(connection_.get(), XCB_KEY_RELEASE, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0,
+                        0);
+    xcb_flush(connection_.get());
+  }
+
   /// Presses the keys in that order and lets go of them in the opposite one.
   void type(std::initializer_list<Key> keys) const {
     for (const Key key : keys) press(key);
