@@ -9,9 +9,15 @@ namespace kestova {
 /// microsecond in all: what pays where the other one is done before a sleep would have begun.
 class Backoff {
  public:
+  Backoff() noexcept = default;
+
+  /// With other lengths of the first and the longest pause, in units of some ten nanoseconds.
+  Backoff(std::uint32_t first, std::uint32_t longest) noexcept
+      : pauses_(first), longest_(longest) {}
+
   /// Whether it paused; if not, it is time to sleep.
   bool pause() noexcept {
-    if (pauses_ > kLongest) {
+    if (pauses_ > longest_) {
       return false;
     }
     for (std::uint32_t i = 0; i < pauses_; ++i) {
@@ -22,8 +28,6 @@ class Backoff {
   }
 
  private:
-  static constexpr std::uint32_t kLongest = 32;
-
   /// Tells the processor that this is a wait.
   static void relax() noexcept {
 #if defined(__x86_64__) || defined(__i386__)
@@ -34,6 +38,7 @@ class Backoff {
   }
 
   std::uint32_t pauses_ = 1;
+  std::uint32_t longest_ = 32;
 };
 
 }  // namespace kestova

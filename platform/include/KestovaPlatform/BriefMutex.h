@@ -9,7 +9,7 @@
 namespace kestova {
 
 /// A mutex for what takes less time than falling asleep: whoever finds it taken looks again for
-/// about a microsecond before sleeping. It has four bytes and no destructor.
+/// some microseconds before sleeping. It has four bytes and no destructor.
 ///
 ///     const std::lock_guard lock(mutex_);
 ///
