@@ -68,7 +68,8 @@ std::optional<siginfo_t> endOf(pid_t child) {
 }
 
 /// Whether pkexec has become the tool: a process keeps its program's name even when it has ended.
-/// Where the system hides other people's processes only the end of pkexec can be seen.
+/// Where the system hides other people's processes only the end of pkexec can be seen, and nothing
+/// where the host program has waited for it already: that counts as a start, for polkit has agreed.
 OSStatus statusOfStart(pid_t child) {
   for (int look = 0; look < kLooks; ++look) {
     const auto end = endOf(child);
