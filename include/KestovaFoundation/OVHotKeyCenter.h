@@ -9,6 +9,8 @@
 #include <KestovaPlatform/NSSet.h>
 #include <KestovaPlatform/NSTypes.h>
 
+#include <cstdint>
+
 namespace kestova {
 
 /// The hot keys of a program: key combinations that work whichever application is in front.

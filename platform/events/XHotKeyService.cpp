@@ -7,17 +7,13 @@
 #include <xkbcommon/xkbcommon-x11.h>
 
 #include "events/KeyTable.h"
+#include "events/XKeyboardProtocol.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
 #include <optional>
 #include <utility>
-
-// The header names a field `explicit`.
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
 
 namespace kestova {
 namespace {

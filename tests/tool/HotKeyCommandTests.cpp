@@ -141,6 +141,19 @@ TEST_F(HotKeyCommandTests, WithoutADisplayItSaysWhy) {
   }
 }
 
+TEST_F(HotKeyCommandTests, OnWaylandADesktopWithoutABusIsToldAndTheDisplayLeftAlone) {
+  ::setenv("WAYLAND_DISPLAY", "wayland-7", 1);
+  ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/no/such/bus", 1);
+  const ToolResult result = runTool({"hotkey", "--check", "Control+K"});
+  ::unsetenv("WAYLAND_DISPLAY");
+  ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_TRUE(result.errors.starts_with(
+      "kestova: Control+K: no service; not by the X server: this is a Wayland session; not by the "
+      "desktop portal: there is no session bus ("))
+      << result.errors;
+}
+
 TEST_F(HotKeyCommandTests, ADisplayThatIsNotThereIsNamed) {
   ::setenv("DISPLAY", ":65000", 1);
   const ToolResult result = runTool({"hotkey", "Control+K", "--", "true"});
