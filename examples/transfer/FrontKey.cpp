@@ -1,23 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FrontKey.h"
 
+#include "WindowFront.h"
+
 #include <KestovaFoundation/OVHotKeyCenter.h>
 #include <KestovaPlatform/NSEvent.h>
 #include <KestovaPlatform/VirtualKeys.h>
 
-#include <QWidget>
-
 using namespace kestova;
-
-namespace {
-
-void bringToFront(QWidget& window) {
-  window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-  window.raise();
-  window.activateWindow();
-}
-
-}  // namespace
 
 FrontKey::FrontKey(QWidget& window)
     : hotKey_(OVHotKeyCenter::sharedHotKeyCenter()->registerHotKeyWithKeyCode_modifierFlags_handler(
