@@ -167,20 +167,43 @@ void WalkAbsl(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-/// What one string of 21 bytes takes, as the counter "bytes".
+using SharedText = std::shared_ptr<std::string>;
+
+template <class String>
+String stringOf(const std::string& text) {
+  if constexpr (std::is_same_v<String, SharedText>) {
+    return std::make_shared<std::string>(text);
+  } else {
+    return text;
+  }
+}
+
+/// How many blocks of memory a string is.
+std::size_t blocksOf(const id&) { return 1; }
+std::size_t blocksOf(const SharedText& text) {
+  return text->capacity() > std::string().capacity() ? 2 : 1;
+}
+
+/// What one string of so many characters takes, as the counter "bytes", and with what the allocator
+/// spends on it as "heap".
+template <class String>
 void StringMemory(benchmark::State& state) {
   constexpr std::size_t kCount = 100'000;
+  const std::string text(static_cast<std::size_t>(state.range(0)), 'x');
   std::size_t used = 0;
+  std::size_t usable = 0;
   for (auto _ : state) {
-    std::vector<id> strings;
+    std::vector<String> strings;
     strings.reserve(kCount);
     const auto before = mallinfo2().uordblks;
     for (std::size_t number = 0; number < kCount; ++number) {
-      strings.emplace_back(keyText(number).c_str());
+      strings.push_back(stringOf<String>(text));
     }
     used = mallinfo2().uordblks - before;
+    usable = used - kCount * blocksOf(strings.front()) * sizeof(std::size_t);
   }
-  state.counters["bytes"] = static_cast<double>(used) / kCount;
+  state.counters["bytes"] = static_cast<double>(usable) / kCount;
+  state.counters["heap"] = static_cast<double>(used) / kCount;
 }
 
 #define IN_TWO_SIZES(name) BENCHMARK(name)->Arg(1'000)->Arg(100'000)
@@ -194,7 +217,8 @@ IN_TWO_SIZES(FillAbsl);
 IN_TWO_SIZES(FillQHash);
 IN_TWO_SIZES(WalkHere);
 IN_TWO_SIZES(WalkAbsl);
-BENCHMARK(StringMemory);
+BENCHMARK_TEMPLATE(StringMemory, id)->Arg(8)->Arg(16)->Arg(20)->Arg(22);
+BENCHMARK_TEMPLATE(StringMemory, SharedText)->Arg(8)->Arg(16)->Arg(20)->Arg(22);
 
 }  // namespace
 

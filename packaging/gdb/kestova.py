@@ -18,6 +18,10 @@ import gdb.types
 
 MOST_BYTES = 64
 
+# How a string's form_ is put together (NSString.h).
+UTF16_FORM = 1
+FORM_BITS = 2
+
 
 def bases_of(value):
     """The value and all objects that it is derived from, from the outermost class inwards."""
@@ -62,18 +66,31 @@ def count_of(vector):
     return int(vector["_M_impl"]["_M_finish"] - vector["_M_impl"]["_M_start"])
 
 
-class StringPrinter:
+class TextPrinter:
     """The text; one with u before it is kept as UTF-16."""
 
-    def __init__(self, string):
-        self.storage = held_alternative(string["storage_"])
-
     def to_string(self):
-        text = self.storage["_M_dataplus"]["_M_p"]
-        return text.lazy_string(length=int(self.storage["_M_string_length"]))
+        return self.text.lazy_string(length=self.length)
 
     def display_hint(self):
         return "string"
+
+
+class StringPrinter(TextPrinter):
+    """The units begin in the object and go on behind it."""
+
+    def __init__(self, string):
+        form = int(string["form_"])
+        unit = gdb.lookup_type("char16_t" if form & UTF16_FORM else "char")
+        self.text = string["units_"].address.cast(unit.const().pointer())
+        self.length = form >> FORM_BITS
+
+
+class BufferedStringPrinter(TextPrinter):
+    def __init__(self, string):
+        buffer = held_alternative(string["storage_"])
+        self.text = buffer["_M_dataplus"]["_M_p"]
+        self.length = int(buffer["_M_string_length"])
 
 
 class NumberPrinter:
@@ -159,7 +176,9 @@ class NothingPrinter:
         return "nil"
 
 
+# The first class of an object that stands here prints it.
 PRINTERS = {
+    "kestova::detail::BufferedString": BufferedStringPrinter,
     "kestova::NSString": StringPrinter,
     "kestova::NSNumber": NumberPrinter,
     "kestova::NSData": DataPrinter,

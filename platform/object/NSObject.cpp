@@ -20,7 +20,11 @@ static const ClassRegistration registrationOfNSObject{"NSObject", &NSObject::sta
 
 KESTOVA_DEFINE_CLASS(NSBlock)
 
-NSObject::~NSObject() { delete extras_.load(std::memory_order_acquire); }
+NSObject::~NSObject() {
+  if (const std::uint32_t extras = extras_.load(std::memory_order_acquire)) {
+    ExtrasTable::shared().remove(extras);
+  }
+}
 
 const Class& NSObject::classDescriptor() const { return staticClass(); }
 
@@ -45,12 +49,14 @@ ObjectExtras& ObjectExtras::of(NSObject& object) {
   if (ObjectExtras* extras = existing(object)) {
     return *extras;
   }
-  auto fresh = std::make_unique<ObjectExtras>();
-  ObjectExtras* present = nullptr;
-  if (object.extras_.compare_exchange_strong(present, fresh.get(), std::memory_order_acq_rel)) {
-    return *fresh.release();
+  ExtrasTable& table = ExtrasTable::shared();
+  const std::uint32_t fresh = table.add(std::make_unique<ObjectExtras>());
+  std::uint32_t present = 0;
+  if (object.extras_.compare_exchange_strong(present, fresh, std::memory_order_acq_rel)) {
+    return *table.at(fresh);
   }
-  return *present;
+  table.remove(fresh);
+  return *table.at(present);
 }
 
 }  // namespace kestova

@@ -4,6 +4,7 @@
 #include <KestovaPlatform/NSObject.h>
 
 #include "object/AssociationTable.h"
+#include "object/ExtrasTable.h"
 #include "object/ObserverTable.h"
 
 namespace kestova {
@@ -16,7 +17,7 @@ class ObjectExtras {
 
   /// The object's extras; null when there are none.
   static ObjectExtras* existing(const NSObject& object) noexcept {
-    return object.extras_.load(std::memory_order_acquire);
+    return ExtrasTable::shared().at(object.extras_.load(std::memory_order_acquire));
   }
 
   /// Shares an object that may be on its way out, whose destructor can't have come far: the caller

@@ -69,9 +69,9 @@ Ref<NSString> NSString::stringWithFileSystemRepresentation(std::string_view byte
 }
 
 std::string NSString::fileSystemRepresentation() const {
-  if (const auto* ascii = std::get_if<std::string>(&storage_);
-      ascii && ascii->find('\0') == ascii->npos) {
-    return *ascii;
+  if (const std::string_view ascii(eightBitCharacters(), isEightBit() ? length() : 0);
+      !ascii.empty() && ascii.find('\0') == ascii.npos) {
+    return std::string(ascii);
   }
   const std::u16string units = utf16();
   std::string bytes;

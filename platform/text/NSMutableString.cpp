@@ -44,8 +44,7 @@ void NSMutableString::setString(const Ref<NSString>& string) {
 }
 
 id NSMutableString::copy() const {
-  return isEightBit() ? make<NSString>(storage_)
-                      : make<NSString>(storageFor(std::get<std::u16string>(storage_)));
+  return withUnits(*this, [](auto units) { return stringOf(units); });
 }
 
 }  // namespace kestova

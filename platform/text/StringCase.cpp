@@ -71,16 +71,16 @@ Ref<NSString> folded(std::string_view ascii, TextFolding& folding) {
 
 Ref<NSString> NSString::uppercaseString() const {
   return isEightBit()
-             ? mapped(std::get<std::string>(storage_), capital)
-             : Ref<NSString>(unitsOf(
-                   icuText(std::get<std::u16string>(storage_)).toUpper(icu::Locale::getRoot())));
+             ? mapped({eightBitCharacters(), length()}, capital)
+             : Ref<NSString>(
+                   unitsOf(icuText({utf16Characters(), length()}).toUpper(icu::Locale::getRoot())));
 }
 
 Ref<NSString> NSString::lowercaseString() const {
   return isEightBit()
-             ? mapped(std::get<std::string>(storage_), smallLetter)
-             : Ref<NSString>(unitsOf(
-                   icuText(std::get<std::u16string>(storage_)).toLower(icu::Locale::getRoot())));
+             ? mapped({eightBitCharacters(), length()}, smallLetter)
+             : Ref<NSString>(
+                   unitsOf(icuText({utf16Characters(), length()}).toLower(icu::Locale::getRoot())));
 }
 
 Ref<NSString> NSString::capitalizedString() const {

@@ -70,8 +70,8 @@ std::basic_string_view<Unit> trimmed(std::basic_string_view<Unit> units,
   return units;
 }
 
-TextStorage storageOf(std::string ascii) { return ascii; }
-TextStorage storageOf(std::u16string units) {
+TextStorage narrowed(std::string ascii) { return ascii; }
+TextStorage narrowed(std::u16string units) {
   if (isASCII(units)) {
     return std::string(units.begin(), units.end());
   }
@@ -91,7 +91,7 @@ TextStorage replaced(std::basic_string_view<Unit> units, const std::vector<NSRan
     start = NSMaxRange(match);
   }
   append(units.substr(start));
-  return storageOf(std::move(result));
+  return narrowed(std::move(result));
 }
 
 /// The text with another one in place of the matches, which lie in it in order without overlapping.
@@ -155,8 +155,7 @@ Ref<NSString> NSString::stringByReplacingOccurrencesOfString_withString_options_
     return copyOf<NSString>(result);
   }
   const auto matches = matchesIn(cast<NSString>(self()), range, target, options);
-  return matches.empty() ? description()
-                         : make<NSString>(withReplaced(*this, matches, *replacement));
+  return matches.empty() ? description() : kept(withReplaced(*this, matches, *replacement));
 }
 
 Ref<NSString> NSString::stringByReplacingCharactersInRange_withString(
@@ -164,7 +163,7 @@ Ref<NSString> NSString::stringByReplacingCharactersInRange_withString(
   constexpr auto kOperation = "stringByReplacingCharactersInRange:withString:";
   checkArgument(*this, kOperation, replacement != nullptr);
   checkRange(*this, kOperation, range, length());
-  return make<NSString>(withReplaced(*this, {range}, *replacement));
+  return kept(withReplaced(*this, {range}, *replacement));
 }
 
 Ref<NSString> NSString::stringByPaddingToLength_withString_startingAtIndex(
@@ -175,12 +174,12 @@ Ref<NSString> NSString::stringByPaddingToLength_withString_startingAtIndex(
   }
   checkArgument(*this, kOperation, padding != nullptr && padding->length() > 0);
   checkIndex(*this, kOperation, index, padding->length());
-  Storage padded = storage_;
+  TextStorage padded = storageOf(*this);
   withUnits(*padding, [&](auto units) {
     using View = decltype(units);
     appendUnits(padded, View(repeated(units, index, newLength - length())));
   });
-  return make<NSString>(std::move(padded));
+  return kept(std::move(padded));
 }
 
 NSUInteger NSMutableString::replaceOccurrencesOfString_withString_options_range(

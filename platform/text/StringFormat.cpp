@@ -436,8 +436,7 @@ Ref<NSString> NSString::initWithFormat_arguments(const Ref<NSString>& format,
   if (!format) {
     throw NSException(NSInvalidArgumentException, "a format is no text");
   }
-  return make<NSString>(
-      withUnits(*format, [&](auto units) { return Formatter(units, arguments).format(); }));
+  return kept(withUnits(*format, [&](auto units) { return Formatter(units, arguments).format(); }));
 }
 
 }  // namespace kestova

@@ -25,6 +25,10 @@ Ref<NSString> stringOf(std::u16string_view units) {
   return NSString::stringWithCharacters_length(units.data(), units.size());
 }
 
+TextStorage storageOf(const NSString& string) {
+  return withUnits(string, [](auto units) { return TextStorage(std::basic_string(units)); });
+}
+
 void replaceUnits(TextStorage& storage, NSRange range, std::string_view ascii) {
   if (auto* bytes = std::get_if<std::string>(&storage)) {
     bytes->replace(range.location, range.length, ascii);

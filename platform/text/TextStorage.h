@@ -10,7 +10,7 @@
 
 namespace kestova {
 
-/// What strings keep their text in, as NSString::Storage: ASCII bytes or UTF-16 units.
+/// What texts are put together in: ASCII bytes or UTF-16 units.
 using TextStorage = std::variant<std::string, std::u16string>;
 
 /// Hands the units of a string, as they are stored, to a function that takes either view of them.
@@ -30,6 +30,9 @@ decltype(auto) withBoth(const NSString& a, const NSString& b, Function&& functio
 /// A string of units as they are stored.
 Ref<NSString> stringOf(std::string_view ascii);
 Ref<NSString> stringOf(std::u16string_view units);
+
+/// The units of a string to put a text together with, in the same storage.
+TextStorage storageOf(const NSString& string);
 
 /// How two units, lengths or truth values are ordered.
 template <class Value>

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSString.h>
 #include <gtest/gtest.h>
 
 #include "BothStorages.h"
 #include "ExceptionExpectation.h"
+
+#include <malloc.h>
 
 #include <array>
 #include <sstream>
@@ -44,6 +48,102 @@ TEST(NSStringTests, BytesAreKeptAsTheyAreWhereTheyAreASCII) {
   EXPECT_EQ(text->length(), 1000U);
   EXPECT_EQ(text->eightBitCharacters(), where);
   EXPECT_EQ(NSString::stringWithEightBitStorage("gr\xC3\xBCn"), nullptr);
+}
+
+TEST(NSStringTests, LargeTextsAreTakenOverAndSmallOnesCopied) {
+  std::string bytes(512, 'x');
+  const char* whereBytes = bytes.data();
+  EXPECT_EQ(NSString::stringWithEightBitStorage(std::move(bytes))->eightBitCharacters(),
+            whereBytes);
+  std::u16string units(256, u'x');
+  const char16_t* whereUnits = units.data();
+  EXPECT_EQ(NSString::stringWithUTF16Storage(std::move(units))->utf16Characters(), whereUnits);
+  bytes.assign(511, 'x');
+  whereBytes = bytes.data();
+  EXPECT_NE(NSString::stringWithEightBitStorage(std::move(bytes))->eightBitCharacters(),
+            whereBytes);
+}
+
+TEST(NSStringTests, EveryLengthKeepsItsUnitsInBothStorages) {
+  std::u16string units;
+  for (std::size_t length = 0; length <= 1100; ++length) {
+    forBothStorages(units, [&](const Ref<NSString>& text) {
+      ASSERT_EQ(text->length(), length);
+      ASSERT_EQ(text->utf16(), units);
+      ASSERT_EQ(Ref<NSString>(NSMutableString::stringWithString(text)), units);
+      ASSERT_EQ(cast<NSString>(NSMutableString::stringWithString(text)->copy()), units);
+    });
+    units += static_cast<char16_t>(u' ' + length % 95);
+  }
+}
+
+TEST(NSStringTests, TheLongestTextInItsObjectAndTheNextOneAreTheSameToEveryOperation) {
+  for (const std::size_t length : {16382, 16383, 16384, 16385}) {
+    const std::u16string units(length, u'x');
+    forBothStorages(units, [&](const Ref<NSString>& text) {
+      EXPECT_EQ(text->length(), length);
+      EXPECT_EQ(text, units);
+      EXPECT_EQ(text->stringByAppendingString("y"), units + u'y');
+      EXPECT_EQ(text->stringByAppendingString("ж"), units + u'ж');
+      EXPECT_EQ(text->substringToIndex(length), units);
+      EXPECT_EQ(text->hash(), Ref<NSString>(units)->hash());
+    });
+    const auto cyrillic = NSString::stringWithUTF8String(std::string(length, 'x') + "ж");
+    EXPECT_EQ(cyrillic, units + u'ж');
+  }
+}
+
+TEST(NSStringTests, HashesOfAllLengthsAgreeInBothStoragesAndDifferByEachUnit) {
+  std::u16string units;
+  std::unordered_set<NSUInteger> hashes;
+  for (std::size_t length = 0; length <= 40; ++length) {
+    const auto both = inBothStorages(units);
+    EXPECT_EQ(both[0]->hash(), both[1]->hash());
+    hashes.insert(both[0]->hash());
+    for (std::size_t index = 0; index < length; ++index) {
+      for (const char16_t unit : {u'!', u'ж', u'\x0400'}) {
+        auto changed = units;
+        changed[index] = unit;
+        hashes.insert(Ref<NSString>(changed)->hash());
+      }
+    }
+    units += static_cast<char16_t>(u'a' + length % 26);
+  }
+  EXPECT_EQ(hashes.size(), 41U + 3 * 40 * 41 / 2);
+}
+
+TEST(NSStringTests, EveryLengthKeepsCharactersBeyondASCII) {
+  std::string utf8;
+  std::u16string units;
+  for (std::size_t length = 1; length <= 600; ++length) {
+    utf8 += "ж";
+    units += u'ж';
+    const auto text = NSString::stringWithUTF8String(utf8);
+    ASSERT_FALSE(text->isEightBit());
+    ASSERT_EQ(text, units);
+    ASSERT_EQ(text->UTF8String(), utf8);
+  }
+}
+
+TEST(NSStringTests, TextOfTwentyTwoCharactersIsOneBlockOfFortyBytes) {
+  for (std::size_t length = 0; length <= 22; ++length) {
+    const auto text = NSString::stringWithUTF8String(std::string(length, 'x'));
+    EXPECT_LE(::malloc_usable_size(text.get()), 40U) << length;
+    const auto* object = reinterpret_cast<const char*>(text.get());
+    EXPECT_EQ(text->eightBitCharacters(), object + 18);
+  }
+}
+
+TEST(NSStringTests, LargeTextThatWasTakenOverIsAStringAsOthers) {
+  const auto large = NSString::stringWithEightBitStorage(std::string(600, 'x'));
+  const Ref<NSString> same = std::string(600, 'x');
+  EXPECT_TRUE(large->isEqual(same));
+  EXPECT_TRUE(same->isEqual(large));
+  EXPECT_EQ(large->hash(), same->hash());
+  EXPECT_EQ(&large->classDescriptor(), &NSString::staticClass());
+  EXPECT_EQ(large->copy(), id(large));
+  EXPECT_EQ(cast<NSMutableString>(large), nullptr);
+  EXPECT_TRUE(NSDictionary::of({{large, "value"}})->objectForKey(same)->isEqual("value"));
 }
 
 TEST(NSStringTests, OnlyTheStorageInUseAnswersItsUnits) {

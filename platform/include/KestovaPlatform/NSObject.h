@@ -168,7 +168,7 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
 
   /// Whether anybody observes any property of this object.
   bool hasObservers() const noexcept {
-    return extras_.load(std::memory_order_acquire) != nullptr && isObserved();
+    return extras_.load(std::memory_order_acquire) != 0 && isObserved();
   }
 
   /// @}
@@ -201,8 +201,9 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
   bool isObserved() const noexcept;
 
   mutable std::atomic<std::uint32_t> references_{1};
-  /// What only few objects have, such as observers: made on first need, gone with the object.
-  mutable std::atomic<ObjectExtras*> extras_{nullptr};
+  /// The number of what only few objects have, such as observers: 0 until it is first needed. It is
+  /// gone with the object.
+  mutable std::atomic<std::uint32_t> extras_{0};
 };
 
 /// Announces the change of one property while it lives: `will` when made, `did` at the end of the

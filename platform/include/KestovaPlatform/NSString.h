@@ -8,8 +8,11 @@
 #include <KestovaPlatform/NSStringEncodings.h>
 #include <KestovaPlatform/NSTypes.h>
 
+#include <algorithm>
 #include <atomic>
 #include <concepts>
+#include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <optional>
 #include <string>
@@ -25,6 +28,10 @@ class NSData;
 class NSLocale;
 template <class Signature>
 class Block;
+
+namespace detail {
+class BufferedString;
+}  // namespace detail
 
 /// How texts are searched and compared, as a sum of bits. Without any, canonically equivalent
 /// characters are the same ("é" is "e" with a combining accent), and a match is made of whole
@@ -66,6 +73,9 @@ enum NSStringCompareOptions : NSUInteger {
 /// surrogates are kept as they are; only the conversion to UTF-8 refuses them.
 ///
 /// Threads: immutable, so any number of threads may read one string at a time.
+///
+/// Cost: a string of up to 16383 units is one block of memory, object and text together, of 18
+/// bytes and the text: 22 ASCII characters take 40 bytes.
 class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   KESTOVA_CLASS(NSString, NSObject)
 
@@ -83,10 +93,11 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// The given UTF-16 units; ASCII text goes into 8-bit storage.
   static Ref<NSString> stringWithCharacters_length(const unichar* characters, NSUInteger length);
 
-  /// The given UTF-16 units kept in UTF-16 storage, whatever they are.
+  /// The given UTF-16 units kept in UTF-16 storage, whatever they are; 512 bytes
+  /// and more without copying.
   static Ref<NSString> stringWithUTF16Storage(std::u16string characters);
 
-  /// The given ASCII bytes kept as they are, without copying; null when one is not ASCII.
+  /// The given ASCII bytes, 512 and more without copying; null when one is not ASCII.
   static Ref<NSString> stringWithEightBitStorage(std::string characters);
 
   /// An immutable string of the same text; null for null.
@@ -127,10 +138,7 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// \name Reading
   /// @{
 
-  NSUInteger length() const noexcept {
-    return isEightBit() ? std::get<std::string>(storage_).size()
-                        : std::get<std::u16string>(storage_).size();
-  }
+  NSUInteger length() const noexcept;
 
   /// The unit at an index; throws NSRangeException past the end.
   unichar characterAtIndex(NSUInteger index) const;
@@ -139,18 +147,14 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   void getCharacters_range(unichar* buffer, NSRange range) const;
 
   /// Which storage the text is in.
-  bool isEightBit() const noexcept { return storage_.index() == 0; }
+  bool isEightBit() const noexcept;
 
   /// The units as ASCII bytes, without copying; null when the text is in UTF-16 storage. Valid
   /// until the string changes or goes.
-  const char* eightBitCharacters() const noexcept {
-    return isEightBit() ? std::get<std::string>(storage_).data() : nullptr;
-  }
+  const char* eightBitCharacters() const noexcept;
 
   /// The units, without copying; null when the text is in 8-bit storage.
-  const unichar* utf16Characters() const noexcept {
-    return isEightBit() ? nullptr : std::get<std::u16string>(storage_).data();
-  }
+  const unichar* utf16Characters() const noexcept;
 
   /// The text in UTF-8; nothing when it holds unpaired surrogates.
   std::optional<std::string> UTF8String() const;
@@ -371,16 +375,16 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// or there is no data. `bytes` may be null when `length` is 0.
   ///
   /// A byte-order mark at the front of NSUTF16StringEncoding and NSUTF32StringEncoding tells the
-  /// order of the bytes and is no part of the text; without one they are in the machine's own order.
-  /// A mark at the front of UTF-8 is no part of the text either. Where the encoding states the
-  /// order, U+FEFF is a character as any other.
+  /// order of the bytes and is no part of the text; without one they are in the machine's own
+  /// order. A mark at the front of UTF-8 is no part of the text either. Where the encoding states
+  /// the order, U+FEFF is a character as any other.
   static Ref<NSString> initWithData_encoding(const Ref<NSData>& data, NSStringEncoding encoding);
   static Ref<NSString> initWithBytes_length_encoding(const void* bytes, NSUInteger length,
                                                      NSStringEncoding encoding);
 
-  /// The text's bytes in an encoding; null when it cannot hold every character, or is not available.
-  /// NSUTF16StringEncoding and NSUTF32StringEncoding begin with a byte-order mark, also of the empty
-  /// text.
+  /// The text's bytes in an encoding; null when it cannot hold every character, or is not
+  /// available. NSUTF16StringEncoding and NSUTF32StringEncoding begin with a byte-order mark, also
+  /// of the empty text.
   Ref<NSData> dataUsingEncoding(NSStringEncoding encoding) const;
 
   /// The same, with "?" in place of what the encoding cannot hold when `allowsLoss` is true.
@@ -434,22 +438,104 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   id copy() const override;
   id mutableCopy() const override;
 
+  static void* operator new(std::size_t size) { return ::operator new(size); }
+  static void operator delete(void* memory) { ::operator delete(memory); }
+
  protected:
   using Storage = std::variant<std::string, std::u16string>;
 
-  explicit NSString(Storage storage) noexcept : storage_(std::move(storage)) {}
+ private:
+  friend class detail::BufferedString;
 
-  /// The storage that suits the units: 8-bit if all of them are ASCII.
-  static Storage storageFor(std::u16string_view units);
+  /// How much memory the units behind an object take.
+  struct UnitBytes {
+    std::size_t count;
+  };
 
+  /// Where the units are, in the lowest bits of `form_`.
+  enum Form : std::uint16_t { kEightBit = 0, kUTF16 = 1, kBuffered = 2 };
+  static constexpr unsigned kFormBits = 2;
+
+  explicit NSString(std::uint16_t form) noexcept : form_(form) {}
+
+  static void* operator new(std::size_t size, UnitBytes bytes) {
+    return ::operator new(std::max(size, size - sizeof units_ + bytes.count));
+  }
+  static void operator delete(void* memory, UnitBytes) { ::operator delete(memory); }
+
+  template <class Unit, class Write>
+  static Ref<NSString> written(NSUInteger length, Write&& write);
+  template <class Unit>
+  static Ref<NSString> copied(std::basic_string_view<Unit> units);
+  template <class Unit>
+  static Ref<NSString> kept(std::basic_string<Unit> units);
+  template <class Unit, class A, class B>
+  static Ref<NSString> joined(A first, B second);
+
+  /// A string in the storage that its text was put together in.
+  static Ref<NSString> kept(Storage storage);
+
+  bool isBuffered() const noexcept { return (form_ & kBuffered) != 0; }
+  const detail::BufferedString& buffered() const noexcept;
+
+  /// A Form, and above it the length unless the string is buffered.
+  const std::uint16_t form_;
+  /// Where the units begin, which go on behind the object. ASCII bytes are all below 0x80.
+  alignas(unichar) std::byte units_[6];
+};
+
+namespace detail {
+
+/// A string whose units are in a buffer of their own, as those of a text that changes and of a
+/// large one that was handed over.
+class KESTOVA_PLATFORM_EXPORT BufferedString : public NSString {
+ public:
+  explicit BufferedString(Storage storage) noexcept
+      : NSString(kBuffered), storage_(std::move(storage)) {}
+
+  const Storage& storage() const noexcept { return storage_; }
+
+ protected:
   /// Invariant: bytes of the 8-bit storage are all below 0x80.
   Storage storage_;
 };
 
+}  // namespace detail
+
+inline const detail::BufferedString& NSString::buffered() const noexcept {
+  return static_cast<const detail::BufferedString&>(*this);
+}
+
+inline NSUInteger NSString::length() const noexcept {
+  return isBuffered()
+             ? std::visit([](const auto& units) { return units.size(); }, buffered().storage())
+             : form_ >> kFormBits;
+}
+
+inline bool NSString::isEightBit() const noexcept {
+  return isBuffered() ? buffered().storage().index() == 0 : (form_ & kUTF16) == 0;
+}
+
+inline const char* NSString::eightBitCharacters() const noexcept {
+  if (isBuffered()) {
+    const auto* bytes = std::get_if<std::string>(&buffered().storage());
+    return bytes == nullptr ? nullptr : bytes->data();
+  }
+  return (form_ & kUTF16) == 0 ? reinterpret_cast<const char*>(units_) : nullptr;
+}
+
+inline const unichar* NSString::utf16Characters() const noexcept {
+  if (isBuffered()) {
+    const auto* units = std::get_if<std::u16string>(&buffered().storage());
+    return units == nullptr ? nullptr : units->data();
+  }
+  return (form_ & kUTF16) == 0 ? nullptr : reinterpret_cast<const unichar*>(units_);
+}
+
 /// A string that changes. A setter that stores strings by copy stores an immutable one of it.
 ///
 /// Threads: one at a time.
-class KESTOVA_PLATFORM_EXPORT NSMutableString : public NSString {
+class KESTOVA_PLATFORM_EXPORT NSMutableString : public detail::BufferedString {
   KESTOVA_CLASS(NSMutableString, NSString)
 
  public:
@@ -485,7 +571,7 @@ class KESTOVA_PLATFORM_EXPORT NSMutableString : public NSString {
   id copy() const override;
 
  protected:
-  explicit NSMutableString(Storage storage) noexcept : NSString(std::move(storage)) {}
+  explicit NSMutableString(Storage storage) noexcept : BufferedString(std::move(storage)) {}
 };
 
 /// A string known at compile time that becomes one shared NSString on first use: what the

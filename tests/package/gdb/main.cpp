@@ -10,6 +10,7 @@
 #include <KestovaPlatform/NSString.h>
 
 #include <cstdlib>
+#include <string>
 
 using namespace kestova;
 
@@ -29,6 +30,7 @@ int main() {
   const Ref<NSString> unicode = u"Grüße";
   const Ref<NSMutableString> changing = NSMutableString::stringWithString("changing");
   const Ref<NSString> empty = NSString::string();
+  const Ref<NSString> large = NSString::stringWithEightBitStorage(std::string(600, 'x'));
   const Ref<NSString> none;
   const id text = ascii;
   const Ref<NSNumber> whole = -42;

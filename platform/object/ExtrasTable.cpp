@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "object/ExtrasTable.h"
+
+#include <KestovaPlatform/Contract.h>
+
+#include "object/ObjectExtras.h"
+
+#include <bit>
+
+namespace kestova {
+namespace {
+
+unsigned segmentOf(std::uint32_t number) noexcept {
+  return static_cast<unsigned>(std::bit_width(number)) - 1;
+}
+
+std::size_t sizeOfSegment(unsigned segment) noexcept { return std::size_t(1) << segment; }
+
+}  // namespace
+
+ExtrasTable& ExtrasTable::shared() {
+  static auto& table = *new ExtrasTable();
+  return table;
+}
+
+std::uint32_t ExtrasTable::add(std::unique_ptr<ObjectExtras> extras) {
+  const std::lock_guard lock(mutex_);
+  const std::uint32_t number = freeNumber();
+  placeOf(number).store(extras.release(), std::memory_order_release);
+  return number;
+}
+
+ObjectExtras* ExtrasTable::at(std::uint32_t number) const noexcept {
+  return number == 0 ? nullptr : placeOf(number).load(std::memory_order_acquire);
+}
+
+void ExtrasTable::remove(std::uint32_t number) noexcept {
+  delete placeOf(number).load(std::memory_order_acquire);
+  const std::lock_guard lock(mutex_);
+  freed_.push_back(number);
+}
+
+ExtrasTable::Place& ExtrasTable::placeOf(std::uint32_t number) const noexcept {
+  const unsigned segment = segmentOf(number);
+  return segments_[segment].load(std::memory_order_acquire)[number - sizeOfSegment(segment)];
+}
+
+std::uint32_t ExtrasTable::freeNumber() {
+  if (!freed_.empty()) {
+    const std::uint32_t number = freed_.back();
+    freed_.pop_back();
+    return number;
+  }
+  require(next_ != 0, "fewer than four thousand million objects have extras");
+  const unsigned segment = segmentOf(next_);
+  if (next_ == sizeOfSegment(segment)) {
+    freed_.reserve(2 * sizeOfSegment(segment));
+    segments_[segment].store(new Place[sizeOfSegment(segment)]{}, std::memory_order_release);
+  }
+  return next_++;
+}
+
+}  // namespace kestova
