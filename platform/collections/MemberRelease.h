@@ -3,6 +3,8 @@
 
 #include <KestovaPlatform/NSObject.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -18,25 +20,26 @@ class MemberRelease {
   MemberRelease(const MemberRelease&) = delete;
   MemberRelease& operator=(const MemberRelease&) = delete;
 
-  void letGo(std::vector<id>& members) {
-    for (id& member : members) {
-      letGo(member);
-    }
-  }
+  void letGo(std::vector<id>& members) { letGo(members.data(), members.size()); }
 
   void letGo(std::vector<std::pair<id, id>>& entries) {
-    for (auto& [key, object] : entries) {
-      letGo(key);
-      letGo(object);
-    }
+    static_assert(sizeof entries[0] == 2 * sizeof(id));
+    letGo(entries.empty() ? nullptr : &entries.front().first, 2 * entries.size());
   }
 
  private:
-  void letGo(id& member) {
-    if (isTooDeep()) {
-      putOff(std::move(member));
-    } else {
-      member = nullptr;
+  /// Giving a reference up waits for the object's memory and lets nothing overtake it, so the
+  /// objects to come are asked for in time.
+  void letGo(id* members, std::size_t count) {
+    constexpr std::size_t kAhead = 8;
+    const bool tooDeep = isTooDeep();
+    for (std::size_t index = 0; index < count; ++index) {
+      __builtin_prefetch(members[std::min(index + kAhead, count - 1)].get(), 1);
+      if (tooDeep) {
+        putOff(std::move(members[index]));
+      } else {
+        members[index] = nullptr;
+      }
     }
   }
 

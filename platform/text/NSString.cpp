@@ -108,7 +108,7 @@ Ref<NSString> NSString::written(NSUInteger length, Write&& write) {
   }
   constexpr Form kForm = sizeof(Unit) == sizeof(char) ? kEightBit : kUTF16;
   const auto form = static_cast<std::uint16_t>(length << kFormBits | kForm);
-  const auto string = Ref<NSString>::adopt(new (UnitBytes{length * sizeof(Unit)}) NSString(form));
+  auto string = Ref<NSString>::adopt(new (UnitBytes{length * sizeof(Unit)}) NSString(form));
   write(reinterpret_cast<Unit*>(string->units_));
   return string;
 }
