@@ -4,10 +4,10 @@
 #include <KestovaPlatform/NSLog.h>
 #include <KestovaPlatform/NSRunLoop.h>
 #include <KestovaPlatform/RunLoopSource.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <latch>
 #include <utility>
 

@@ -90,7 +90,7 @@ class DistributedMailbox::Rest {
 };
 
 std::shared_ptr<DistributedMailbox> DistributedMailbox::on(const Ref<NSRunLoop>& runLoop) {
-  const std::shared_ptr<DistributedMailbox> mailbox(new DistributedMailbox(runLoop));
+  std::shared_ptr<DistributedMailbox> mailbox(new DistributedMailbox(runLoop));
   mailbox->source_ =
       RunLoopSource::sourceWithBlock([weak = std::weak_ptr<DistributedMailbox>(mailbox)] {
         if (const auto kept = weak.lock()) {

@@ -262,8 +262,8 @@ class Reader {
       return nullptr;
     }
     const bool isDictionary = contents.starts_with("{s") || contents.starts_with("{o");
-    const id made = contained('a', contents.data(),
-                              [&]() -> id { return isDictionary ? dictionary() : array(); });
+    id made = contained('a', contents.data(),
+                        [&]() -> id { return isDictionary ? dictionary() : array(); });
     measure_.ascend();
     return made;
   }
@@ -294,7 +294,7 @@ class Reader {
 
   id entry(NSMutableDictionary& values) {
     const id key = value();
-    const id object = key ? value() : nullptr;
+    id object = key ? value() : nullptr;
     if (object) {
       values.setObject_forKey(object, key);
     }
