@@ -157,7 +157,7 @@ TEST_F(GCDCoalescerTests, ABlockOnItsQueueIsSupersededStill) {
 
 TEST_F(GCDCoalescerTests, AMillionRequestsHoldOneBlock) {
   const std::int64_t before = residentBytes();
-  for (int i = 0; i < 1'000'000; ++i) {
+  for (int i = 0; i < shareOf(1'000'000); ++i) {
     request(kEndOfTheTest, [object = counted(i)] { (void)object; });
   }
   EXPECT_EQ(CountingObject::alive(), 1);

@@ -106,7 +106,7 @@ TEST_F(GCDKeyedCoalescerTests, KeysStayWithTheCoalescerAndGoWithIt) {
 TEST_F(GCDKeyedCoalescerTests, AMillionRequestsHoldOneBlockForEachKey) {
   const std::vector<id> keys = {"window", "colours", "fonts", "panels"};
   const std::int64_t before = residentBytes();
-  for (int i = 0; i < 1'000'000; ++i) {
+  for (int i = 0; i < shareOf(1'000'000); ++i) {
     request(keys[static_cast<std::size_t>(i % 4)], kEndOfTheTest,
             [object = counted(i)] { (void)object; });
   }
