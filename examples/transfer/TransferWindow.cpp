@@ -88,7 +88,11 @@ TransferWindow::TransferWindow(QWidget* parent)
   say(tr("Choose what to copy or move, and where to."));
 }
 
-TransferWindow::~TransferWindow() = default;
+TransferWindow::~TransferWindow() {
+  if (sampling_) {
+    sampling_->invalidate();
+  }
+}
 
 QWidget* TransferWindow::makeSources() {
   auto* group = new QWidget;
@@ -188,8 +192,10 @@ void TransferWindow::setFolder(const QString& path) {
 }
 
 void TransferWindow::shareFolder() {
+  if (folder_->text() != settings_.folder()) {
+    settings_.setFolder(folder_->text());
+  }
   folder_->setModified(false);
-  settings_.setFolder(folder_->text());
 }
 
 void TransferWindow::showSettings() {
