@@ -63,6 +63,30 @@ ObjectMap differences(const Ref<NSDictionary>& known, const Ref<NSDictionary>& c
 
 }  // namespace
 
+/// What is to be written, read without the mutex: whoever changes the contents meanwhile changes a
+/// copy.
+class PreferencesDomain::Reading {
+ public:
+  explicit Reading(PreferencesDomain& domain) : domain_(domain) {
+    const std::lock_guard lock(domain_.mutex_);
+    whole = domain_.contents_;
+    pending = domain_.pending_;
+    domain_.areContentsRead_ = true;
+  }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+  ~Reading() {
+    const std::lock_guard lock(domain_.mutex_);
+    domain_.areContentsRead_ = false;
+  }
+
+  Ref<NSDictionary> whole;
+  ObjectMap pending;
+
+ private:
+  PreferencesDomain& domain_;
+};
+
 id propertyListCopy(const id& value, const Ref<NSString>& key) {
   if (value && key && isLeaf(*value)) {
     return value->copy();
@@ -180,7 +204,7 @@ void PreferencesDomain::change(const id& key, const id& value) {
 
 /// Under the mutex. Contents that are just being written are not changed any more, but copied.
 void PreferencesDomain::apply(const id& key, const id& value) {
-  if (contents_->retainCount() > 1) {
+  if (std::exchange(areContentsRead_, false)) {
     contents_ = NSMutableDictionary::dictionaryWithDictionary(contents_);
   }
   if (value) {
@@ -242,12 +266,9 @@ void PreferencesDomain::writePending() {
   if (file.identity() != identity_) {
     adopt(file);
   }
-  std::unique_lock guard(mutex_);
-  const ObjectMap written = pending_;
-  const Ref<NSDictionary> whole = contents_;
-  guard.unlock();
-  write(file, whole);
-  settle(written);
+  const Reading reading(*this);
+  write(file, reading.whole);
+  settle(reading.pending);
 }
 
 /// Under the domain's lock.

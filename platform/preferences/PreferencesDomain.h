@@ -62,6 +62,8 @@ class PreferencesDomain {
   bool synchronize();
 
  private:
+  class Reading;
+
   void load();
   void changePending(const ObjectMap& changed);
   void change(const id& key, const id& value);
@@ -97,7 +99,9 @@ class PreferencesDomain {
 
   /// Guards what follows; never held while something is read or written.
   std::mutex mutex_;
-  Ref<NSMutableDictionary> contents_;  // shared only with whoever is writing it
+  Ref<NSMutableDictionary> contents_;
+  /// Whether they are being written just now, by one who doesn't hold the mutex.
+  bool areContentsRead_ = false;
   /// An immutable copy of the contents; null when they have changed since.
   Ref<NSDictionary> snapshot_;
   /// The values that are to be written by key; null to remove it.
