@@ -183,9 +183,10 @@ TEST_F(NSURLResourceValuesTests, NamesMayHaveAnyBytes) {
 }
 
 TEST_F(NSURLResourceValuesTests, PathsMayBeLongerThanASystemCallTakes) {
-  testing::makeDeepFolders(folder_.path(), 2200);
+  const std::string name(250, 'd');
+  testing::makeDeepFolders(folder_.path(), 100, name);
   std::string deep = folder_.path();
-  for (int level = 0; level < 2200; ++level) deep += level % 100 == 0 ? "///d" : "/d";
+  for (int level = 0; level < 100; ++level) deep += (level % 10 == 0 ? "///" : "/") + name;
   EXPECT_TRUE(isTrue(deep, NSURLIsDirectoryKey));
   EXPECT_TRUE(isTrue(deep + "/f", NSURLIsRegularFileKey));
   EXPECT_EQ(volumeRoot(deep), volumeRoot(folder_.path()));

@@ -9,14 +9,16 @@
 
 namespace kestova::testing {
 
-/// Makes folders named "d", each in the one before, the first one in `path`, and in every hundredth
-/// a file "f" of one byte. Answers how many bytes there are; the paths may be longer than any
-/// system call takes.
-inline std::size_t makeDeepFolders(const std::string& path, std::size_t depth) {
+/// Makes folders of one name, each in the one before, the first one in `path`, and in every
+/// hundredth a file "f" of one byte. Answers how many bytes there are; the paths may be longer than
+/// any system call takes.
+inline std::size_t makeDeepFolders(const std::string& path, std::size_t depth,
+                                   const std::string& name = "d") {
   int folder = ::open(path.c_str(), O_PATH | O_DIRECTORY);
   std::size_t bytes = 0;
-  for (std::size_t level = 1; level <= depth && ::mkdirat(folder, "d", 0755) == 0; ++level) {
-    const int next = ::openat(folder, "d", O_PATH | O_DIRECTORY);
+  for (std::size_t level = 1; level <= depth && ::mkdirat(folder, name.c_str(), 0755) == 0;
+       ++level) {
+    const int next = ::openat(folder, name.c_str(), O_PATH | O_DIRECTORY);
     ::close(folder);
     folder = next;
     if (level % 100 == 0) {

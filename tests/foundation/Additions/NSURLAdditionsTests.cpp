@@ -124,9 +124,10 @@ TEST_F(NSURLAdditionsTests, BehindALinkTheNameIsThatOfItsEndAndTheRootThatOfTheL
 }
 
 TEST_F(NSURLAdditionsTests, PathsMayBeLongerThanASystemCallTakes) {
-  testing::makeDeepFolders(folder_.path(), 2200);
+  const std::string name(250, 'd');
+  testing::makeDeepFolders(folder_.path(), 30, name);
   std::string deep = folder_.path();
-  for (int level = 0; level < 2200; ++level) deep += "/d";
+  for (int level = 0; level < 30; ++level) deep += "/" + name;
   EXPECT_EQ(nameOf(deep), nameOf(folder_.path()));
   EXPECT_EQ(nameOf(deep + "/missing/below"), nameOf(folder_.path()));
   EXPECT_EQ(rootOf(deep), rootOf(folder_.path()));
