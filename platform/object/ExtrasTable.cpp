@@ -5,18 +5,7 @@
 
 #include "object/ObjectExtras.h"
 
-#include <bit>
-
 namespace kestova {
-namespace {
-
-unsigned segmentOf(std::uint32_t number) noexcept {
-  return static_cast<unsigned>(std::bit_width(number)) - 1;
-}
-
-std::size_t sizeOfSegment(unsigned segment) noexcept { return std::size_t(1) << segment; }
-
-}  // namespace
 
 ExtrasTable& ExtrasTable::shared() {
   static auto& table = *new ExtrasTable();
@@ -30,19 +19,10 @@ std::uint32_t ExtrasTable::add(std::unique_ptr<ObjectExtras> extras) {
   return number;
 }
 
-ObjectExtras* ExtrasTable::at(std::uint32_t number) const noexcept {
-  return number == 0 ? nullptr : placeOf(number).load(std::memory_order_acquire);
-}
-
 void ExtrasTable::remove(std::uint32_t number) noexcept {
   delete placeOf(number).load(std::memory_order_acquire);
   const std::lock_guard lock(mutex_);
   freed_.push_back(number);
-}
-
-ExtrasTable::Place& ExtrasTable::placeOf(std::uint32_t number) const noexcept {
-  const unsigned segment = segmentOf(number);
-  return segments_[segment].load(std::memory_order_acquire)[number - sizeOfSegment(segment)];
 }
 
 std::uint32_t ExtrasTable::freeNumber() {

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -27,7 +28,9 @@ class ExtrasTable {
   std::uint32_t add(std::unique_ptr<ObjectExtras> extras);
 
   /// The extras of that number; null for 0.
-  ObjectExtras* at(std::uint32_t number) const noexcept;
+  ObjectExtras* at(std::uint32_t number) const noexcept {
+    return number == 0 ? nullptr : placeOf(number).load(std::memory_order_acquire);
+  }
 
   /// Destroys the extras, and only then frees the number for others.
   void remove(std::uint32_t number) noexcept;
@@ -35,7 +38,16 @@ class ExtrasTable {
  private:
   using Place = std::atomic<ObjectExtras*>;
 
-  Place& placeOf(std::uint32_t number) const noexcept;
+  static unsigned segmentOf(std::uint32_t number) noexcept {
+    return static_cast<unsigned>(std::bit_width(number)) - 1;
+  }
+  static std::size_t sizeOfSegment(unsigned segment) noexcept { return std::size_t(1) << segment; }
+
+  Place& placeOf(std::uint32_t number) const noexcept {
+    const unsigned segment = segmentOf(number);
+    return segments_[segment].load(std::memory_order_acquire)[number - sizeOfSegment(segment)];
+  }
+
   std::uint32_t freeNumber();
 
   /// Segment n has the 2ⁿ numbers from 2ⁿ on. It is made with its first number and stays.

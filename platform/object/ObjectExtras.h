@@ -17,7 +17,8 @@ class ObjectExtras {
 
   /// The object's extras; null when there are none.
   static ObjectExtras* existing(const NSObject& object) noexcept {
-    return ExtrasTable::shared().at(object.extras_.load(std::memory_order_acquire));
+    const std::uint32_t number = object.extras_.load(std::memory_order_acquire);
+    return number == 0 ? nullptr : ExtrasTable::shared().at(number);
   }
 
   /// Shares an object that may be on its way out, whose destructor can't have come far: the caller
