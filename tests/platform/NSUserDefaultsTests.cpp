@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -429,6 +430,26 @@ TEST(NSUserDefaultsSharedTests, OnlyUsersWithAnAccountHaveDefaults) {
   if (::geteuid() == 0) {
     EXPECT_NE(NSUserDefaults::initWithUser("nobody"), nullptr);
   }
+}
+
+/// The process that ends runs this test from its beginning, in the folder that this one has made.
+TEST(NSUserDefaultsSharedTests, WhatWaitsIsWrittenWhenTheProcessEnds) {
+  constexpr const char* kFolder = "KESTOVA_TEST_PREFERENCES";
+  const testing::TemporaryFolder place;
+  ::setenv(kFolder, place.path().c_str(), 0);
+  const std::string folder = std::getenv(kFolder);
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        ::setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+        NSUserDefaults::init()->setInteger_forKey(1, "key");
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
+  ::unsetenv(kFolder);
+  const auto name = NSBundle::mainBundle()->bundleIdentifier()->displayUTF8();
+  EXPECT_THAT(NSDictionary::dictionaryWithContentsOfFile(folder + "/kestova/" + name + ".plist"),
+              Is(NSDictionary::of({{"key", 1}})));
 }
 
 }  // namespace
