@@ -277,8 +277,11 @@ TEST_F(XHotKeyServiceTests, WhileNothingHappensTheLoopSleeps) {
   for (std::uint32_t number = 0; number < 20; ++number) {
     ASSERT_EQ(add(VirtualKeys()[number].name, controlKey, number), 0);
   }
+  ASSERT_EQ(add("K", controlKey, 77), 0);
   client.type({kKeyControl, kKeyK});
-  runUntil([&] { return NSRunLoop::mainRunLoop()->turn() == false; });
+  record.waitFor("-77");
+  while (NSRunLoop::mainRunLoop()->turn()) {
+  }
   const NSUInteger turns = NSRunLoop::mainRunLoop()->turnCount();
   CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.5, false);
   EXPECT_LE(NSRunLoop::mainRunLoop()->turnCount() - turns, 2U) << "the end of the time is a turn";
