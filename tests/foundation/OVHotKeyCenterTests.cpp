@@ -237,6 +237,7 @@ TEST_F(OVHotKeyCenterTests, ItsEndUnregistersAllAndRemovesItsHandler) {
             eventNotHandledErr);
 }
 
+/// In processes of their own: the shared centre stays, and takes events.
 TEST_F(OVHotKeyCenterTests, TheSharedCentreIsOneAndOfTheClassThatWasAskedFirst) {
   const int status = runInChild([] {
     const auto center = OVHotKeyCenter::sharedHotKeyCenter(SubclassedHotKeyCenter::staticClass());
@@ -246,7 +247,17 @@ TEST_F(OVHotKeyCenterTests, TheSharedCentreIsOneAndOfTheClassThatWasAskedFirst) 
                : 8;
   });
   EXPECT_EQ(WEXITSTATUS(status), 7);
-  EXPECT_EQ(OVHotKeyCenter::sharedHotKeyCenter(), OVHotKeyCenter::sharedHotKeyCenter());
+}
+
+TEST_F(OVHotKeyCenterTests, TheSharedCentreIsAnOrdinaryOneWhereNobodySaysOtherwise) {
+  const int status = runInChild([] {
+    const auto center = OVHotKeyCenter::sharedHotKeyCenter();
+    return cast<SubclassedHotKeyCenter>(center) == nullptr &&
+                   OVHotKeyCenter::sharedHotKeyCenter() == center
+               ? 7
+               : 8;
+  });
+  EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
 using OVHotKeyCenterDeathTests = OVHotKeyCenterTests;
