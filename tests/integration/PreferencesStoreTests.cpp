@@ -6,6 +6,7 @@
 
 #include "PreferencesPlace.h"
 #include "RandomRun.h"
+#include "Sanitizers.h"
 
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -27,7 +28,7 @@ using testing::PreferencesPlace;
 
 constexpr const char* kSuite = "org.example.Shared";
 constexpr std::size_t kWriters = 8;
-constexpr int kKeys = 1000;
+constexpr int kKeys = testing::shareOf(1000);
 
 /// What all processes see of each other: how many keys each writer has written, as far as a write
 /// has returned.
@@ -128,7 +129,7 @@ TEST_F(PreferencesStoreTests, EightProcessesWriteAThousandKeysEachAndAllAreThere
 }
 
 TEST_F(PreferencesStoreTests, WhatHasReturnedIsThereHoweverManyWritersAreKilled) {
-  constexpr int kFewerKeys = 200;
+  constexpr int kFewerKeys = testing::shareOf(200);
   testing::RandomRun random;
   const pid_t reader = startReader();
   std::array<pid_t, kWriters> writers{};
