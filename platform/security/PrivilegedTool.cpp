@@ -8,6 +8,7 @@
 #include "security/ToolReaper.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/wait.h>
 
 #include <array>
@@ -23,6 +24,10 @@ constexpr const char* kPkexec = "/usr/bin/pkexec";
 /// The first descriptor behind the standard ones; pkexec closes it at the moment when the tool
 /// takes its place, or when it ends.
 constexpr int kSignOfStart = STDERR_FILENO + 1;
+
+/// How long that sign is waited for before another look: a process that was forked at that moment
+/// may hold the descriptor, too, for as long as it likes.
+constexpr int kMillisecondsForSign = 100;
 
 /// How long the kernel takes, at the very most, from closing descriptors to the new program's name.
 constexpr int kLooks = 1000;
@@ -41,10 +46,11 @@ std::vector<std::string> wordsFor(std::initializer_list<std::string> words,
   return all;
 }
 
+constexpr int kDismissed = 126;
+constexpr int kRefused = 127;
+
 /// How pkexec ended without having become the tool.
 OSStatus statusOfPkexec(const siginfo_t& end) {
-  constexpr int kDismissed = 126;
-  constexpr int kRefused = 127;
   if (end.si_code != CLD_EXITED) {
     return errAuthorizationToolEnvironmentError;
   }
@@ -67,29 +73,62 @@ std::optional<siginfo_t> endOf(pid_t child) {
   return result == 0 && end.si_pid == child ? std::optional(end) : std::nullopt;
 }
 
+/// Where the system hides other people's processes only the sign and the end of pkexec can be seen,
+/// and nothing where the host program has waited for it already: that counts as a start, for polkit
+/// has agreed.
+std::optional<OSStatus> statusOfHiddenStart(const std::optional<siginfo_t>& end, bool hasSign) {
+  if (end && end->si_code == CLD_EXITED && end->si_status >= kDismissed) {
+    return statusOfPkexec(*end);
+  }
+  return end || hasSign ? std::optional<OSStatus>(errAuthorizationSuccess) : std::nullopt;
+}
+
 /// Whether pkexec has become the tool: a process keeps its program's name even when it has ended.
-/// Where the system hides other people's processes only the end of pkexec can be seen, and nothing
-/// where the host program has waited for it already: that counts as a start, for polkit has agreed.
-OSStatus statusOfStart(pid_t child) {
-  for (int look = 0; look < kLooks; ++look) {
-    const auto end = endOf(child);
-    if (const std::string name = ProcessFacts::of(child).program; name != "pkexec") {
-      const bool isHidden = name.empty();
-      return isHidden && end && end->si_code == CLD_EXITED && end->si_status >= 126
-                 ? statusOfPkexec(*end)
-                 : errAuthorizationSuccess;
+/// Nothing while that is open.
+std::optional<OSStatus> statusOfStart(pid_t child, bool hasSign) {
+  const auto end = endOf(child);
+  const std::string name = ProcessFacts::of(child).program;
+  if (name.empty()) {
+    return statusOfHiddenStart(end, hasSign);
+  }
+  if (name != "pkexec") {
+    return errAuthorizationSuccess;
+  }
+  return end ? std::optional(statusOfPkexec(*end)) : std::nullopt;
+}
+
+bool isClosedSoon(int descriptor) {
+  pollfd sign{.fd = descriptor, .events = POLLIN, .revents = 0};
+  return uninterrupted([&] { return ::poll(&sign, 1, kMillisecondsForSign); }) > 0;
+}
+
+/// A start that remains open after the sign is one: what may have been started is not started once
+/// more.
+OSStatus awaitStart(pid_t child, int started) {
+  while (!isClosedSoon(started)) {
+    if (const auto status = statusOfStart(child, false)) {
+      return *status;
     }
-    if (end) {
-      return statusOfPkexec(*end);
+  }
+  for (int look = 0; look < kLooks; ++look) {
+    if (const auto status = statusOfStart(child, true)) {
+      return *status;
     }
     std::this_thread::sleep_for(kPause);
   }
-  return errAuthorizationToolEnvironmentError;
+  return errAuthorizationSuccess;
 }
 
-void waitForSign(int descriptor) {
-  char byte = 0;
-  uninterrupted([&] { return ::read(descriptor, &byte, 1); });
+/// A tool has nothing to read. Where this process has no output the tool gets one that goes
+/// nowhere: else a file that it opens would take that place, and its messages.
+void setStandardDescriptors(FileActions* actions) {
+  actions->open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  for (const int output : {STDOUT_FILENO, STDERR_FILENO}) {
+    const int flags = ::fcntl(output, F_GETFD);
+    if (flags < 0 || (flags & FD_CLOEXEC) != 0) {
+      actions->open(output, "/dev/null", O_RDWR);
+    }
+  }
 }
 
 }  // namespace
@@ -97,7 +136,7 @@ void waitForSign(int descriptor) {
 OSStatus startToolAsRoot(const std::string& tool, const std::vector<std::string>& arguments) {
   std::vector<std::string> words = wordsFor({tool}, arguments);
   FileActions actions;
-  actions.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  setStandardDescriptors(&actions);
   actions.closeBehind(STDERR_FILENO);
   pid_t child = 0;
   const int error = posix_spawn(&child, tool.c_str(), actions.get(), FreshSignals().get(),
@@ -123,7 +162,7 @@ OSStatus startToolByPkexec(const std::string& tool, const std::vector<std::strin
   std::array<char*, 1> noEnvironment{};
   FileActions actions;
   actions.put(sign.get(), kSignOfStart);
-  actions.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  setStandardDescriptors(&actions);
   actions.closeBehind(kSignOfStart);
   pid_t child = 0;
   const int error = posix_spawn(&child, kPkexec, actions.get(), FreshSignals().get(),
@@ -132,8 +171,7 @@ OSStatus startToolByPkexec(const std::string& tool, const std::vector<std::strin
     return statusForSpawn(error);
   }
   sign.close();
-  waitForSign(started.get());
-  const OSStatus status = statusOfStart(child);
+  const OSStatus status = awaitStart(child, started.get());
   if (status == errAuthorizationSuccess) {
     ToolReaper::shared().adopt(child);
   } else {

@@ -155,6 +155,15 @@ TEST_F(AuthorizationTest, WithoutAnAgentNoInteractionIsPossible) {
   EXPECT_FALSE(fs::exists(at("new")));
 }
 
+TEST_F(AuthorizationTest, WhoeverBreaksDownMeanwhileLeavesNobodyWaiting) {
+  PolkitSandbox sandbox;
+  sandbox.agent = Agent::breaksDown;
+  EXPECT_EQ(obtainIn(sandbox), 5);
+  sandbox.agent = Agent::breaksPolkit;
+  EXPECT_EQ(obtainIn(sandbox), 8);
+  EXPECT_EQ(sandbox.questions(), 2);
+}
+
 TEST_F(AuthorizationTest, NobodyIsAskedUnlessBothFlagsAllowIt) {
   PolkitSandbox sandbox;
   sandbox.agent = Agent::grants;
@@ -204,6 +213,35 @@ TEST_F(AuthorizationTest, WhatPkexecSaysAtTheLastMomentIsAnswered) {
   EXPECT_EQ(makeFolderIn(sandbox, "new"), 32);
   sandbox.prepare = pkexecThatDoes("kill -9 $$");
   EXPECT_EQ(makeFolderIn(sandbox, "new"), 32);
+}
+
+TEST_F(AuthorizationTest, ADescriptorThatOthersHoldOpenDoesNotHoldUpTheAnswer) {
+  ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
+  fs::permissions(at("gate"), fs::perms(0666));
+  PolkitSandbox sandbox;
+  sandbox.rule = "YES";
+  sandbox.prepare = pkexecThatDoes("(read go < '" + at("gate") + "') & shift 2; exec \"$@\"");
+  EXPECT_EQ(sandbox.run([this] {
+    const OSStatus status = run("/bin/true", {});
+    std::ofstream(at("gate")) << "go\n";
+    return answerFor(status);
+  }),
+            0);
+}
+
+TEST_F(AuthorizationTest, AStartThatStaysOpenIsOneAndNotTriedOnceMore) {
+  ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
+  fs::permissions(at("gate"), fs::perms(0666));
+  PolkitSandbox sandbox;
+  sandbox.rule = "YES";
+  sandbox.prepare = pkexecThatDoes("exec 3>&-; read go < '" + at("gate") + "'; exit 127");
+  EXPECT_EQ(sandbox.run([this] {
+    const OSStatus status = run("/bin/true", {});
+    const bool runs = AuthorizationWaitForTools(0).running == 1;
+    std::ofstream(at("gate")) << "go\n";
+    return status == 0 && runs && AuthorizationWaitForTools(kLong).running == 0 ? 0 : 1;
+  }),
+            0);
 }
 
 TEST_F(AuthorizationTest, AToolThatEndsAtOnceHasBeenStartedHoweverItEnds) {

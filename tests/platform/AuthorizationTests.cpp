@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Authorization.h>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -149,6 +150,18 @@ TEST_F(AuthorizationTests, AToolRunsInThisProcessesFolderAndHasNothingToRead) {
   EXPECT_EQ(folder_.read("where"), fs::canonical(folder_.path()).string() + "\n");
   EXPECT_EQ(folder_.read("read"), "");
   EXPECT_EQ(folder_.read("open"), "0\n1\n2\n3\n");  // 3 is the folder that ls looks at
+}
+
+TEST_F(AuthorizationTests, AToolHasOutputsWhereThisProcessHasNone) {
+  const std::string line =
+      "exec 5>&1; readlink /proc/$$/fd/5 /proc/$$/fd/2 > '" + at("outputs") + "'";
+  EXPECT_EQ(testing::runInChild([&] {
+              ::close(STDOUT_FILENO);
+              ::fcntl(STDERR_FILENO, F_SETFD, FD_CLOEXEC);
+              return runShell(line) == 0 && AuthorizationWaitForTools(kLong).failed == 0 ? 0 : 1;
+            }),
+            0);
+  EXPECT_EQ(folder_.read("outputs"), "/dev/null\n/dev/null\n");
 }
 
 TEST_F(AuthorizationTests, TheCallReturnsBeforeTheToolHasFinished) {

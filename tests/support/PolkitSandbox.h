@@ -39,7 +39,7 @@ class PolkitSandbox {
   /// What is on the machine.
   enum class Services { busAndPolkit, busAlone, none };
   /// Who answers polkit's questions to the person.
-  enum class Agent { none, grants, dismisses, refuses };
+  enum class Agent { none, grants, dismisses, refuses, breaksDown, breaksPolkit };
 
   Services services = Services::busAndPolkit;
   Agent agent = Agent::none;
@@ -272,11 +272,25 @@ class PolkitSandbox {
     return std::stoull(word);
   }
 
+  static pid_t processOf(sd_bus* bus, const char* name) {
+    sd_bus_creds* owner = nullptr;
+    pid_t process = 0;
+    sd_bus_get_name_creds(bus, name, SD_BUS_CREDS_PID, &owner);
+    sd_bus_creds_get_pid(owner, &process);
+    sd_bus_creds_unref(owner);
+    return process;
+  }
+
   /// Answers as the agent was told to; a granting one vouches for root's password.
   static int answerQuestion(sd_bus_message* call, void* self, sd_bus_error*) {
     const auto* sandbox = static_cast<const PolkitSandbox*>(self);
     if (sd_bus_message_is_method_call(call, nullptr, "BeginAuthentication") <= 0) return 0;
     sandbox->questions_->fetch_add(1);
+    if (sandbox->agent == Agent::breaksDown) ::_exit(1);
+    if (sandbox->agent == Agent::breaksPolkit) {
+      ::kill(processOf(sd_bus_message_get_bus(call), sd_bus_message_get_sender(call)), SIGKILL);
+      return 1;
+    }
     if (sandbox->agent == Agent::dismisses) {
       return sd_bus_reply_method_errorf(call, "org.freedesktop.PolicyKit1.Error.Cancelled", "%s",
                                         "dismissed");

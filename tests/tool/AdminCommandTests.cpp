@@ -2,14 +2,20 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "PolkitSandbox.h"
@@ -124,6 +130,36 @@ TEST_F(AdminCommandTests, WhatIsThereIsReplacedOnlyWhenThatIsAskedFor) {
   EXPECT_FALSE(fs::exists(at("from")));
 }
 
+TEST_F(AdminCommandTests, WhatThePersonCannotSeeIsNotReplacedEither) {
+  write("from", "new");
+  fs::create_directory(at("hidden"));
+  write("hidden/to", "old");
+  write("hidden/from", "older");
+  fs::permissions(at("hidden"), fs::perms(0700));
+  const ToolResult refused = admin({"move", "from", "hidden/to"});
+  EXPECT_EQ(refused.exitStatus, 1);
+  EXPECT_NE(refused.errors.find("kestova: "), std::string::npos) << refused.errors;
+  EXPECT_EQ(admin({"move", "hidden/from", "hidden/to"}).exitStatus, 1);
+  EXPECT_EQ(folder_.read("hidden/to"), "old");
+  EXPECT_EQ(folder_.read("hidden/from"), "older");
+  const ToolResult moved = admin({"move", "hidden/from", "hidden/free"});
+  EXPECT_EQ(moved.exitStatus, 0);
+  EXPECT_EQ(moved.errors, "");
+  EXPECT_EQ(admin({"move", "from", "hidden/from"}).exitStatus, 0);
+  EXPECT_EQ(folder_.read("hidden/free"), "older");
+  EXPECT_EQ(admin({"move", "--overwrite", "hidden/free", "hidden/to"}).exitStatus, 0);
+  EXPECT_EQ(folder_.read("hidden/to"), "older");
+}
+
+TEST_F(AdminCommandTests, APathThatNamesNothingIsTold) {
+  write("file");
+  const ToolResult result = admin({"move", "file", ""});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.errors, "kestova: : No such file or directory\n");
+  EXPECT_EQ(admin({"move", "", "file"}).errors, "kestova: : No such file or directory\n");
+  EXPECT_EQ(admin({"remove", ""}).errors, "kestova: : No such file or directory\n");
+}
+
 TEST_F(AdminCommandTests, AFolderIsNeverReplaced) {
   fs::create_directories(at("folder/item"));
   write("item");
@@ -218,38 +254,84 @@ TEST_F(AdminCommandTests, WithoutPkexecThereIsALine) {
             "kestova: the program that does it could not be run as root; is pkexec installed?\n");
 }
 
-/// Runs the tool on a terminal and types that when it asks for a password. Answers its status.
-int typePassword(const Words& words, const std::string& password) {
+/// Lets root have the password "secret".
+void setRootsPassword() {
+  ASSERT_EQ(std::system("perl -pe 'BEGIN { $hash = crypt(\"secret\", q($6$salt$)) } "
+                        "s/^root:[^:]*/root:$hash/' /etc/shadow > /run/shadow && "
+                        "chmod 640 /run/shadow && chgrp shadow /run/shadow"),
+            0);
+  PolkitSandbox::cover("/run/shadow", "/etc/shadow");
+}
+
+using AtPassword = std::function<void(int terminal, pid_t tool)>;
+
+/// What a terminal's first process does: runs the tool and sees to it that nothing stays behind.
+/// Answers the tool's status, 128 and its number for a signal.
+[[noreturn]] void serveTerminal(const Words& words, int told) {
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+  ::signal(SIGINT, SIG_IGN);
+  const pid_t tool = ::fork();
+  if (tool == 0) {
+    ::signal(SIGINT, SIG_DFL);
+    becomeTool(words);
+  }
+  int status = ::write(told, &tool, sizeof tool) == sizeof tool ? 0 : -1;
+  ::waitpid(tool, &status, 0);
+  ::alarm(60);
+  while (::waitpid(-1, nullptr, 0) > 0) {
+  }
+  termios settings{};
+  ::tcgetattr(STDIN_FILENO, &settings);
+  if ((settings.c_lflag & ECHO) == 0) ::_exit(197);
+  ::_exit(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+}
+
+/// The agent throws away what was typed before it hides what is typed.
+void awaitHiding(int terminal) {
+  termios settings{};
+  while (::tcgetattr(terminal, &settings) == 0 && (settings.c_lflag & ECHO) != 0) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+/// Runs the tool on a terminal, does that when it asks for a password, and waits until it and all
+/// that it has started are gone. Answers its status.
+int runOnTerminal(const Words& words, const AtPassword& act) {
   int terminal = -1;
+  int told[2];
+  if (::pipe(told) != 0) return 196;
   const pid_t process = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-  if (process == 0) becomeTool(words);
+  if (process == 0) serveTerminal(words, told[1]);
+  pid_t tool = 0;
+  bool hasAsked = ::read(told[0], &tool, sizeof tool) != sizeof tool;
   std::string shown;
   std::array<char, 4096> buffer{};
-  bool isTyped = false;
   for (ssize_t n = 0; (n = ::read(terminal, buffer.data(), buffer.size())) > 0;) {
     shown.append(buffer.data(), static_cast<std::size_t>(n));
-    if (!isTyped && shown.find("Password: ") != std::string::npos) {
-      isTyped = ::write(terminal, password.data(), password.size()) > 0;
+    if (!hasAsked && shown.find("Password: ") != std::string::npos) {
+      hasAsked = true;
+      awaitHiding(terminal);
+      act(terminal, tool);
     }
   }
   int status = 0;
   ::waitpid(process, &status, 0);
-  return isTyped && WIFEXITED(status) ? WEXITSTATUS(status) : 198;
+  return hasAsked && WIFEXITED(status) ? WEXITSTATUS(status) : 198;
+}
+
+AtPassword typing(const std::string& text) {
+  return [text](int terminal, pid_t) { EXPECT_GT(::write(terminal, text.data(), text.size()), 0); };
 }
 
 TEST_F(AdminCommandTests, ThePasswordIsAskedForOnATerminalWhereNoDesktopDoesIt) {
   sandbox_.rule = "";
   sandbox_.prepare = [] {
     copyToolIntoSandbox();
-    ASSERT_EQ(std::system("perl -pe 'BEGIN { $hash = crypt(\"secret\", q($6$salt$)) } "
-                          "s/^root:[^:]*/root:$hash/' /etc/shadow > /run/shadow && "
-                          "chmod 640 /run/shadow && chgrp shadow /run/shadow"),
-              0);
-    PolkitSandbox::cover("/run/shadow", "/etc/shadow");
+    setRootsPassword();
   };
   const auto makeFolder = [this](const std::string& password) {
     return sandbox_.run([&] {
-      return typePassword({"admin", "mkdir", at("new"), at("newer")}, password);
+      return runOnTerminal({"admin", "mkdir", at("new"), at("newer")}, typing(password));
     });
   };
   EXPECT_EQ(makeFolder("wrong\n"), 3);
@@ -257,6 +339,29 @@ TEST_F(AdminCommandTests, ThePasswordIsAskedForOnATerminalWhereNoDesktopDoesIt) 
   EXPECT_EQ(makeFolder("secret\n"), 0);
   EXPECT_TRUE(isRootsFolder("new"));
   EXPECT_TRUE(isRootsFolder("newer"));
+}
+
+TEST_F(AdminCommandTests, ACommandThatIsStoppedLeavesNoAgentOnTheTerminal) {
+  sandbox_.rule = "";
+  const auto stop = [this](const AtPassword& act) {
+    return sandbox_.run([&] { return runOnTerminal({"admin", "mkdir", at("new")}, act); });
+  };
+  const auto signalling = [](int number) {
+    return [number](int, pid_t tool) { ::kill(tool, number); };
+  };
+  EXPECT_EQ(stop(signalling(SIGTERM)), 128 + SIGTERM);
+  EXPECT_EQ(stop(signalling(SIGKILL)), 128 + SIGKILL);
+  EXPECT_EQ(stop(typing("\x03")), 128 + SIGINT);
+  EXPECT_FALSE(fs::exists(at("new")));
+}
+
+TEST_F(AdminCommandTests, AnAgentOnTheTerminalThatGetsNoAnswerIsADenial) {
+  sandbox_.rule = "";
+  EXPECT_EQ(sandbox_.run([&] {
+    return runOnTerminal({"admin", "mkdir", at("new")}, typing("\x04"));
+  }),
+            3);
+  EXPECT_FALSE(fs::exists(at("new")));
 }
 
 TEST_F(AdminCommandTests, RootNeedsNeitherPolkitNorPassword) {

@@ -35,6 +35,8 @@ enum AdminExitStatus : int {
 constexpr AuthorizationFlags kAskingThePerson =
     kAuthorizationFlagInteractionAllowed | kAuthorizationFlagExtendRights;
 
+using Words = std::vector<std::string>;
+
 constexpr NSTimeInterval kAsLongAsItTakes = std::numeric_limits<double>::infinity();
 
 Ref<NSFileManager> files() { return NSFileManager::defaultManager(); }
@@ -49,6 +51,8 @@ bool isThere(const std::string& path, bool whenHidden) {
   struct stat facts {};
   return ::lstat(path.c_str(), &facts) == 0 || (errno != ENOENT && errno != ENOTDIR && whenHidden);
 }
+
+bool isHidden(const std::string& path) { return isThere(path, true) && !isThere(path, false); }
 
 bool isFolder(const std::string& path) {
   std::error_code ignored;
@@ -126,17 +130,47 @@ class AdminRights {
   /// FileFailure when it fails; it has told why by itself.
   template <class Start>
   void run(const std::string& path, Start start) const {
+    if (!succeeds(start)) {
+      throw FileFailure(displayText(path), "not done");
+    }
+  }
+  void run(const std::string& path, const char* tool, const Words& words) const {
+    run(path, [&] { return start(tool, words); });
+  }
+
+  /// Whether there is something, also a link that leads nowhere, as an administrator sees it.
+  bool find(const std::string& path) const {
+    constexpr const char* kTest = "/usr/bin/test";
+    return isHidden(path) ? succeeds([&] {
+                              return start(kTest, {"-e", path});
+                            }) ||
+                                succeeds([&] {
+                                  return start(kTest, {"-L", path});
+                                })
+                          : isThere(path, false);
+  }
+
+ private:
+  OSStatus start(const char* tool, const Words& words) const {
+    std::vector<const char*> arguments;
+    for (const std::string& word : words) {
+      arguments.push_back(word.c_str());
+    }
+    arguments.push_back(nullptr);
+    return AuthorizationExecuteWithPrivileges(authorization_, tool, kAuthorizationFlagDefaults,
+                                              arguments.data());
+  }
+
+  template <class Start>
+  bool succeeds(Start start) const {
     const std::size_t failedBefore = AuthorizationWaitForTools(kAsLongAsItTakes).failed;
     const OSStatus status = start();
     if (status != errAuthorizationSuccess) {
       throw WithoutRights(status);
     }
-    if (AuthorizationWaitForTools(kAsLongAsItTakes).failed != failedBefore) {
-      throw FileFailure(displayText(path), "not done");
-    }
+    return AuthorizationWaitForTools(kAsLongAsItTakes).failed == failedBefore;
   }
 
- private:
   std::optional<TerminalAgent> agent_;
   AuthorizationRef authorization_;
 };
@@ -169,11 +203,7 @@ class MakeFoldersCommand final : public AdminCommand {
  private:
   int runWith(const AdminRights& rights) override {
     return forEachArgument(paths_, [&](const std::string& path) {
-      const char* arguments[] = {"-p", "--", path.c_str(), nullptr};
-      rights.run(path, [&] {
-        return AuthorizationExecuteWithPrivileges(rights.authorization(), "/bin/mkdir",
-                                                  kAuthorizationFlagDefaults, arguments);
-      });
+      rights.run(path, "/bin/mkdir", {"-p", "--", path});
     });
   }
 
@@ -235,16 +265,33 @@ class MoveCommand final : public AdminCommand {
     if (!isThere(source, true)) {
       throw FileFailure(displayText(source), ENOENT);
     }
+    if (target.empty()) {
+      throw FileFailure(target, ENOENT);
+    }
     if (!overwrites_ && isThere(target, false)) {
       throw FileFailure(displayText(target), EEXIST);
     }
     if (isFolder(target)) {
       throw FileFailure(displayText(target), EISDIR);  // it would be moved into that
     }
-    rights.run(source, [&] {
-      return movePath_toPath_replace_withAuthorization(files(), textOf(source), textOf(target),
-                                                       overwrites_, rights.authorization());
-    });
+    if (overwrites_) {
+      rights.run(source, [&] {
+        return movePath_toPath_replace_withAuthorization(files(), textOf(source), textOf(target),
+                                                         true, rights.authorization());
+      });
+    } else {
+      moveToFreeName(rights, source, target);
+    }
+  }
+
+  /// What is where the person can't look, or comes at the last moment, is not replaced either. The
+  /// tool then leaves the source where it is, which some of its versions do not tell.
+  static void moveToFreeName(const AdminRights& rights, const std::string& source,
+                             const std::string& target) {
+    rights.run(source, "/bin/mv", {"-n", "--", source, target});
+    if (rights.find(source)) {
+      throw FileFailure(displayText(target), EEXIST);
+    }
   }
 
   std::vector<std::string> paths_;

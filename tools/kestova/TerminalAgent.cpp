@@ -4,13 +4,14 @@
 #include "Descriptor.h"
 
 #include <fcntl.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <string>
 
 namespace kestova::tool {
@@ -22,6 +23,12 @@ constexpr const char* kAgent = "/usr/bin/pkttyagent";
 constexpr int kReady = 3;
 
 bool hasTerminal() { return static_cast<bool>(Descriptor(::open("/dev/tty", O_RDWR | O_CLOEXEC))); }
+
+/// Puts the descriptor where the agent looks for it.
+bool setReady(int descriptor) {
+  return descriptor == kReady ? ::fcntl(kReady, F_SETFD, 0) == 0
+                              : ::dup2(descriptor, kReady) == kReady;
+}
 
 /// The agent closes its end when it is ready and when it ends.
 void waitForClosing(int descriptor) {
@@ -37,12 +44,10 @@ TerminalAgent::TerminalAgent() {
   if (!hasTerminal() || ::pipe2(ends.data(), O_CLOEXEC) != 0) {
     return;
   }
-  const Descriptor awaited(ends[0]);
-  {
-    const Descriptor ready(ends[1]);
-    start(ready.number());
-  }
-  waitForClosing(awaited.number());
+  start(ends[1]);
+  ::close(ends[1]);
+  waitForClosing(ends[0]);
+  ::close(ends[0]);
 }
 
 TerminalAgent::~TerminalAgent() {
@@ -52,20 +57,23 @@ TerminalAgent::~TerminalAgent() {
   }
 }
 
+/// The agent is told when this process ends, however that comes about: nothing else would end it.
 void TerminalAgent::start(int ready) {
-  std::array words = {std::string(kAgent), std::string("--process"), std::to_string(::getpid()),
+  const pid_t self = ::getpid();
+  std::array words = {std::string(kAgent), std::string("--process"), std::to_string(self),
                       std::string("--notify-fd"), std::to_string(kReady)};
   std::array<char*, words.size() + 1> pointers{};
   for (std::size_t index = 0; index < words.size(); ++index) {
     pointers[index] = words[index].data();
   }
-  posix_spawn_file_actions_t actions;
-  ::posix_spawn_file_actions_init(&actions);
-  ::posix_spawn_file_actions_adddup2(&actions, ready, kReady);
-  if (::posix_spawn(&process_, kAgent, &actions, nullptr, pointers.data(), environ) != 0) {
-    process_ = 0;
+  process_ = ::fork();
+  if (process_ == 0) {
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() == self && setReady(ready)) {
+      ::execv(kAgent, pointers.data());
+    }
+    ::_exit(EXIT_FAILURE);
   }
-  ::posix_spawn_file_actions_destroy(&actions);
 }
 
 }  // namespace kestova::tool
