@@ -6,6 +6,7 @@
 #include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSLog.h>
 
+#include <cstddef>
 #include <string_view>
 
 #include "AuthorizedTool.h"
@@ -50,10 +51,13 @@ bool succeeded(OSStatus status, const char* description, Ref<NSError>* error) {
 }
 
 /// A folder can only be made in one that is there, and tools are not waited for: so that is awaited
-/// here, for as long as a tool may still make it.
-void awaitFolder(const Ref<NSString>& path) {
+/// here, for as long as a tool may still make it. The failure of one ends it: another one may take
+/// hours.
+void awaitFolder(const Ref<NSString>& path, std::size_t failedBefore) {
   constexpr NSTimeInterval kLook = 0.01;
-  while (!existsAt(path) && AuthorizationWaitForTools(kLook).running > 0) {
+  for (AuthorizationToolCounts tools{.running = 1, .ended = 0, .failed = failedBefore};
+       tools.running > 0 && tools.failed == failedBefore && !existsAt(path);) {
+    tools = AuthorizationWaitForTools(kLook);
   }
 }
 
@@ -225,12 +229,13 @@ bool OVAuthentication::createFolderAtPath_error(const Ref<NSString>& path, Ref<N
 
 bool OVAuthentication::createFoldersInPath_error(const Ref<NSString>& path, Ref<NSError>* error) {
   const auto components = path ? path->pathComponents() : NSArray::array();
+  const std::size_t failedBefore = AuthorizationWaitForTools(0).failed;
   Ref<NSString> above;
   for (NSUInteger count = 1; count <= components->count(); ++count) {
     const auto folder =
         NSString::pathWithComponents(components->subarrayWithRange(NSMakeRange(0, count)));
     if (above) {
-      awaitFolder(above);
+      awaitFolder(above, failedBefore);
     }
     if (!existsAt(folder) && !createFolderAtPath_error(folder, error)) {
       return false;

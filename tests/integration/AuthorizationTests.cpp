@@ -215,6 +215,23 @@ TEST_F(AuthorizationTest, WhatPkexecSaysAtTheLastMomentIsAnswered) {
   EXPECT_EQ(makeFolderIn(sandbox, "new"), 32);
 }
 
+TEST_F(AuthorizationTest, AFolderThatCannotBeMadeIsNotAwaitedUntilAllToolsHaveEnded) {
+  ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
+  fs::permissions(at("gate"), fs::perms(0666));
+  PolkitSandbox sandbox;
+  sandbox.rule = "YES";
+  EXPECT_EQ(sandbox.run([this] {
+    const std::string line = "read go < '" + at("gate") + "'";
+    const OSStatus status = run("/bin/sh", {"-c", line.c_str()});
+    const bool started = OVAuthentication::init()->createFoldersInPath_error("/proc/no/folder");
+    const bool runs = AuthorizationWaitForTools(0).running > 0;
+    std::ofstream(at("gate")) << "go\n";
+    const auto counts = AuthorizationWaitForTools(kLong);
+    return status == 0 && started && runs && counts.ended == 3 && counts.failed == 2 ? 0 : 1;
+  }),
+            0);
+}
+
 TEST_F(AuthorizationTest, ADescriptorThatOthersHoldOpenDoesNotHoldUpTheAnswer) {
   ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
   fs::permissions(at("gate"), fs::perms(0666));
