@@ -161,7 +161,9 @@ TEST_F(AuthorizationTest, WhoeverBreaksDownMeanwhileLeavesNobodyWaiting) {
   EXPECT_EQ(obtainIn(sandbox), 5);
   sandbox.agent = Agent::breaksPolkit;
   EXPECT_EQ(obtainIn(sandbox), 8);
-  EXPECT_EQ(sandbox.questions(), 2);
+  sandbox.agent = Agent::breaksBus;
+  EXPECT_EQ(obtainIn(sandbox), 8);
+  EXPECT_EQ(sandbox.questions(), 3);
 }
 
 TEST_F(AuthorizationTest, NobodyIsAskedUnlessBothFlagsAllowIt) {

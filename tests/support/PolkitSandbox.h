@@ -39,7 +39,7 @@ class PolkitSandbox {
   /// What is on the machine.
   enum class Services { busAndPolkit, busAlone, none };
   /// Who answers polkit's questions to the person.
-  enum class Agent { none, grants, dismisses, refuses, breaksDown, breaksPolkit };
+  enum class Agent { none, grants, dismisses, refuses, breaksDown, breaksPolkit, breaksBus };
 
   Services services = Services::busAndPolkit;
   Agent agent = Agent::none;
@@ -272,13 +272,14 @@ class PolkitSandbox {
     return std::stoull(word);
   }
 
-  static pid_t processOf(sd_bus* bus, const char* name) {
+  /// Answers whether there was one to be killed.
+  static bool killOwner(sd_bus* bus, const char* name) {
     sd_bus_creds* owner = nullptr;
     pid_t process = 0;
     sd_bus_get_name_creds(bus, name, SD_BUS_CREDS_PID, &owner);
     sd_bus_creds_get_pid(owner, &process);
     sd_bus_creds_unref(owner);
-    return process;
+    return process > 0 && ::kill(process, SIGKILL) == 0;
   }
 
   /// Answers as the agent was told to; a granting one vouches for root's password.
@@ -287,9 +288,12 @@ class PolkitSandbox {
     if (sd_bus_message_is_method_call(call, nullptr, "BeginAuthentication") <= 0) return 0;
     sandbox->questions_->fetch_add(1);
     if (sandbox->agent == Agent::breaksDown) ::_exit(1);
+    sd_bus* const bus = sd_bus_message_get_bus(call);
     if (sandbox->agent == Agent::breaksPolkit) {
-      ::kill(processOf(sd_bus_message_get_bus(call), sd_bus_message_get_sender(call)), SIGKILL);
-      return 1;
+      return killOwner(bus, sd_bus_message_get_sender(call));
+    }
+    if (sandbox->agent == Agent::breaksBus) {
+      return killOwner(bus, "org.freedesktop.DBus");
     }
     if (sandbox->agent == Agent::dismisses) {
       return sd_bus_reply_method_errorf(call, "org.freedesktop.PolicyKit1.Error.Cancelled", "%s",
@@ -299,9 +303,9 @@ class PolkitSandbox {
       const char* cookie = nullptr;
       sd_bus_message_skip(call, "sssa{ss}");
       sd_bus_message_read(call, "s", &cookie);
-      sd_bus_call_method(sd_bus_message_get_bus(call), kPolkit, kAuthority, kInterface,
-                         "AuthenticationAgentResponse2", nullptr, nullptr, "us(sa{sv})", 0U, cookie,
-                         "unix-user", 1, "uid", "u", 0U);
+      sd_bus_call_method(bus, kPolkit, kAuthority, kInterface, "AuthenticationAgentResponse2",
+                         nullptr, nullptr, "us(sa{sv})", 0U, cookie, "unix-user", 1, "uid", "u",
+                         0U);
     }
     return sd_bus_reply_method_return(call, nullptr);
   }
