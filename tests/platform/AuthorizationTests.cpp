@@ -224,9 +224,11 @@ TEST_F(AuthorizationTests, AHandlerOfTheHostProgramStaysAndMayWaitForEverything)
   const int status = testing::runInChild([this] {
     struct sigaction action {};
     action.sa_handler = [](int) {
+      const int before = errno;
       ++childSignals;
       while (::waitpid(-1, nullptr, WNOHANG) > 0) {
       }
+      errno = before;
     };
     ::sigaction(SIGCHLD, &action, nullptr);
     const bool started = run("/bin/true") == 0 && run("/bin/false") == 0;
