@@ -106,6 +106,18 @@ TEST_F(HotKeyCommandTests, ACommandThatFailsIsToldAndServingGoesOn) {
             std::string::npos);
 }
 
+TEST_F(HotKeyCommandTests, CommandsThatLastDontKeepTheNextOnesBack) {
+  const TemporaryFolder folder;
+  serve({"Control+K", "--", "sh", "-c",
+         "echo $$ >>$0/pids; echo run $(wc -l <$0/pids); exec sleep 600", folder.path(), "--and",
+         "Control+L", "--", "sh", "-c", "echo over; kill $(cat $0/pids)", folder.path()});
+  for (int run = 0; run < 12; ++run) client.type({kKeyControl, kKeyK});
+  tool->waitForOutput("run 12\n");
+  client.type({kKeyControl, kKeyL});
+  tool->waitForOutput("over\n");
+  EXPECT_EQ(end().exitStatus, 130);
+}
+
 TEST_F(HotKeyCommandTests, CheckTellsWhatIsFreeAndWhoServesIt) {
   ASSERT_TRUE(client.grab(XCB_MOD_MASK_CONTROL, kKeyK));
   const ToolResult both = runTool({"hotkey", "--check", "Control+K", "Alt+F4"});

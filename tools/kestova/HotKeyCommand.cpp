@@ -7,7 +7,6 @@
 #include "InterruptSignal.h"
 
 #include <KestovaFoundation/OVHotKeyCenter.h>
-#include <KestovaPlatform/Dispatch.h>
 #include <KestovaPlatform/HotKeyService.h>
 #include <KestovaPlatform/MacErrors.h>
 #include <KestovaPlatform/NSLog.h>
@@ -19,6 +18,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -180,9 +181,16 @@ class HotKeyCommand final : public Command {
     const auto runner = std::make_shared<CommandRunner>(binding.command);
     return center.registerHotKeyWithKeyCode_modifierFlags_handler(
                binding.combination.keyCode(), binding.combination.modifierFlags(),
-               [runner](const auto&, const auto&) {
-                 dispatch_async(dispatch_get_global_queue(0, 0), [runner] { runner->run(); });
-               }) != nullptr;
+               [runner](const auto&, const auto&) { start(runner); }) != nullptr;
+  }
+
+  /// Each run waits in a thread of its own: the queues have few, and commands may last for hours.
+  static void start(const std::shared_ptr<CommandRunner>& runner) {
+    try {
+      std::thread([runner] { runner->run(); }).detach();
+    } catch (const std::system_error& failure) {
+      printFailure(std::string("a command can't be run: ") + failure.what());
+    }
   }
 
   CLI::App* arguments_;
