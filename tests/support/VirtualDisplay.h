@@ -59,8 +59,10 @@ class VirtualDisplay {
   void start() {
     int ready[2];
     if (::pipe2(ready, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-    std::string arguments[] = {"Xvfb",       "-displayfd", "3",   "-screen", "0",
-                               "640x480x24", "-nolisten",  "tcp", "-noreset"};
+    // It ends also when this process is killed.
+    std::string arguments[] = {"setpriv",    "--pdeathsig", "TERM",    "--", "Xvfb",
+                               "-displayfd", "3",           "-screen", "0",  "640x480x24",
+                               "-nolisten",  "tcp",         "-noreset"};
     char* pointers[std::size(arguments) + 1] = {};
     for (std::size_t i = 0; i < std::size(arguments); ++i) pointers[i] = arguments[i].data();
     posix_spawn_file_actions_t actions;
