@@ -83,8 +83,10 @@ bool OVHotKey::registerHotKey() {
   if (status != noErr) {
     return false;
   }
+  // Whoever observes what is set now may register other hot keys.
+  ++OVHotKeyNextHotKeyID;
   setHotKeyRef(NSValue::valueWithPointer(reference));
-  setHotKeyID(OVHotKeyNextHotKeyID++);
+  setHotKeyID(hotKeyID.id);
   return true;
 }
 

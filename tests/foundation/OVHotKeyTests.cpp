@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/OVHotKey.h>
+#include <KestovaFoundation/OVKVOReceptionist.h>
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <gtest/gtest.h>
@@ -82,6 +83,20 @@ int numbersOfANewProcess(ScriptedHotKeyService& service) {
 TEST_F(OVHotKeyDeathTests, TheFirstIsNumberOneAndOnlyASuccessAdvancesTheNumber) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process that has not registered anything
   EXPECT_EXIT(std::exit(numbersOfANewProcess(*service)), ::testing::ExitedWithCode(7), "");
+}
+
+TEST_F(OVHotKeyTests, WhoObservesARegistrationMayRegisterAnother) {
+  const auto first = hotKey(1, 0);
+  const auto second = hotKey(2, 0);
+  const auto receptionist = OVKVOReceptionist::receptionistForKeyPath_object_handler(
+      "hotKeyRef", first,
+      [&](const auto&, const id&, const auto&) { EXPECT_TRUE(second->registerHotKey()); });
+  ASSERT_TRUE(first->registerHotKey());
+  receptionist->cancel();
+  ASSERT_EQ(service->registered.size(), 2U);
+  EXPECT_EQ(first->hotKeyID(), service->registered[0]->hotKeyID.id);
+  EXPECT_EQ(second->hotKeyID(), service->registered[1]->hotKeyID.id);
+  EXPECT_EQ(second->hotKeyID(), first->hotKeyID() + 1);
 }
 
 TEST_F(OVHotKeyTests, ARegisteredHotKeyCantBeRegisteredAgain) {
