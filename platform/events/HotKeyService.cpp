@@ -61,8 +61,10 @@ Choice choose() {
 std::shared_ptr<HotKeyService> HotKeyService::shared() {
   Choice& choice = current();
   if (choice.service == nullptr || !choice.service->isLive()) {
-    choice = choose();
-    NSLog("Hot keys: %s", choice.explanation);
+    const Choice before = std::exchange(choice, choose());
+    if (before.service != nullptr || before.explanation != choice.explanation) {
+      NSLog("Hot keys: %s", choice.explanation);
+    }
   }
   return choice.service;
 }

@@ -25,12 +25,13 @@ struct EventHotKey {
 
 /// What takes keys from the whole desktop: the X server, or on Wayland the desktop's portal.
 ///
-/// One is chosen when it is first asked for, and again when the one before was lost; the log then
-/// says in one line which it is and why another one is not. A test may put one of its own in place.
+/// One is chosen when it is first asked for, and again while there is none or when the one before
+/// was lost. The log says in one line which it is and why another one is not, and doesn't repeat
+/// that there still is none. A test may put one of its own in place.
 ///
 /// The portal asks the person whether a program may have its hot keys. So its answer that one is
-/// registered only means that it was asked for; the log tells of those that the person refuses. When
-/// the portal goes and comes again, hot keys are asked for again.
+/// registered only means that it was asked for; the log tells of those that the person refuses.
+/// When the portal goes and comes again, hot keys are asked for again.
 ///
 /// Threads: the main one alone.
 class KESTOVA_PLATFORM_EXPORT HotKeyService {
