@@ -56,6 +56,17 @@ std::string triggerFor(const EventHotKey& hotKey) {
          keysymName(keyTableRow(hotKey.keyCode)->keysym);
 }
 
+/// The object that a handle names, as a text or as a path; empty when it can't be one.
+std::string sessionIn(const BusVariant& handle) {
+  std::string session;
+  if (const auto* text = std::get_if<std::string>(&handle)) {
+    session = *text;
+  } else if (const auto* path = std::get_if<BusObjectPath>(&handle)) {
+    session = path->text;
+  }
+  return sd_bus_object_path_is_valid(session.c_str()) > 0 ? session : std::string();
+}
+
 }  // namespace
 
 template <>
@@ -142,11 +153,9 @@ void ShortcutSession::created(const BusMessage& response) {
   if (!response.read(ending, results) || ending != kGranted) {
     return fail("it makes no session");
   }
-  const BusVariant& handle = results["session_handle"];
-  if (const auto* text = std::get_if<std::string>(&handle)) {
-    path_ = *text;
-  } else if (const auto* path = std::get_if<BusObjectPath>(&handle)) {
-    path_ = path->text;
+  path_ = sessionIn(results["session_handle"]);
+  if (path_.empty()) {
+    return fail("it makes no session");
   }
   bind();
 }

@@ -180,6 +180,17 @@ TEST_F(PortalHotKeyServiceTests, ARefusalIsTold) {
   EXPECT_TRUE(waitForLog("the desktop portal doesn't give Control+Alt+L"));
 }
 
+TEST_F(PortalHotKeyServiceTests, AHandleThatIsNoObjectIsNoSession) {
+  for (const std::uint32_t number : {1U, 2U}) {
+    portal->setSessionHandle(number == 1 ? "" : "not a path");
+    ASSERT_EQ(add("K", number), 0);
+    EXPECT_TRUE(waitForLog("doesn't give Control+Alt+K: it makes no session"));
+    remove(0);
+    HotKeyService::setShared(nullptr);
+  }
+  EXPECT_TRUE(portal->bound().empty());
+}
+
 TEST_F(PortalHotKeyServiceTests, ARefusedShortcutAmongOthersIsTold) {
   portal->setRefused("htk1-1");
   ASSERT_EQ(add("K", 1), 0);

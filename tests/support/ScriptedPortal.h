@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -45,6 +46,11 @@ class ScriptedPortal {
 
   void setAnswer(Answer answer) {
     thread_.perform([&] { answer_ = answer; });
+  }
+
+  /// Answers that instead of the object of a new session.
+  void setSessionHandle(std::string handle) {
+    thread_.perform([&] { sessionHandle_ = std::move(handle); });
   }
 
   /// Leaves out the shortcut of that name when it grants the others.
@@ -130,7 +136,7 @@ class ScriptedPortal {
     call.read(options);
     sessions_.push_back(object(call, "session", token(options, "session_handle_token")));
     const std::string request = accept(call, options);
-    respond(request, BusDictionary{{"session_handle", sessions_.back()}});
+    respond(request, BusDictionary{{"session_handle", sessionHandle_.value_or(sessions_.back())}});
   }
 
   void bindShortcuts(const BusMessage& call) {
@@ -201,6 +207,7 @@ class ScriptedPortal {
   BusSlot closings_;
   Answer answer_ = Answer::granted;
   std::string refused_;
+  std::optional<std::string> sessionHandle_;
   std::vector<std::string> sessions_;
   std::vector<std::vector<Shortcut>> bound_;
   std::vector<std::string> closed_;
