@@ -134,6 +134,17 @@ TEST_F(DefaultsCommandTests, ValuesAndDomainsAreDeleted) {
   EXPECT_EQ(run({"read", "org.example.A"}).exitStatus, 1);
 }
 
+TEST_F(DefaultsCommandTests, AnEmptyKeyIsAKeyAndNotTheWholeDomain) {
+  run({"write", "org.example.A", "key", "value"});
+  EXPECT_EQ(run({"delete", "org.example.A", ""}).exitStatus, 1);
+  EXPECT_EQ(run({"read", "org.example.A", ""}).exitStatus, 1);
+  EXPECT_EQ(run({"read", "org.example.A", "key"}).output, "value\n");
+  run({"write", "org.example.A", "", "of the empty key"});
+  EXPECT_EQ(run({"read", "org.example.A", ""}).output, "of the empty key\n");
+  EXPECT_EQ(run({"delete", "org.example.A", ""}).exitStatus, 0);
+  EXPECT_EQ(run({"read", "org.example.A"}).output, "{\n    key = value;\n}\n");
+}
+
 TEST_F(DefaultsCommandTests, WhatIsExportedCanBeImported) {
   const testing::TemporaryFolder folder;
   run({"write", "org.example.A", "a", "-int", "1"});

@@ -112,19 +112,32 @@ class DomainsCommand final : public DefaultsCommand {
   }
 };
 
-class ReadCommand final : public DomainCommand {
+/// One of those that work on all of a domain or on one of its keys. An empty key is one, too: a
+/// script whose variable is empty must not lose a domain by it.
+class KeyCommand : public DomainCommand {
  public:
-  explicit ReadCommand(CLI::App* arguments) : DomainCommand(arguments) {
-    arguments->add_option("KEY", key_, "One key, whose bare value is printed");
-  }
+  KeyCommand(CLI::App* arguments, const char* meaning)
+      : DomainCommand(arguments), option_(arguments->add_option("KEY", key_, meaning)) {}
+
+ protected:
+  bool hasKey() const { return option_->count() > 0; }
+  const std::string& key() const { return key_; }
+
+ private:
+  std::string key_;
+  CLI::Option* option_;
+};
+
+class ReadCommand final : public KeyCommand {
+ public:
+  explicit ReadCommand(CLI::App* arguments)
+      : KeyCommand(arguments, "One key, whose bare value is printed") {}
 
  private:
   int act() override {
-    printLine(textOfValue(key_.empty() ? id(contents()) : valueOf(key_)));
+    printLine(textOfValue(hasKey() ? valueOf(key()) : id(contents())));
     return kSucceeded;
   }
-
-  std::string key_;
 };
 
 class WriteCommand final : public DefaultsCommand {
@@ -164,27 +177,24 @@ class WriteCommand final : public DefaultsCommand {
   CLI::App* arguments_;
 };
 
-class DeleteCommand final : public DomainCommand {
+class DeleteCommand final : public KeyCommand {
  public:
-  explicit DeleteCommand(CLI::App* arguments) : DomainCommand(arguments) {
-    arguments->add_option("KEY", key_, "One key; without it the whole domain");
-  }
+  explicit DeleteCommand(CLI::App* arguments)
+      : KeyCommand(arguments, "One key; without it the whole domain") {}
 
  private:
   int act() override {
-    if (key_.empty()) {
+    if (hasKey()) {
+      static_cast<void>(valueOf(key()));
+      removeObjectForKey_inPersistentDomain(defaults(), textIn(key()), domain());
+    } else {
       static_cast<void>(contents());
       defaults()->removePersistentDomainForName(domain());
-    } else {
-      static_cast<void>(valueOf(key_));
-      removeObjectForKey_inPersistentDomain(defaults(), textIn(key_), domain());
     }
     checkWritten();
     announce();
     return kSucceeded;
   }
-
-  std::string key_;
 };
 
 class ExportCommand final : public DomainCommand {
