@@ -236,10 +236,10 @@ void PreferencesDomain::bringInStep() {
 void PreferencesDomain::readNew() {
   const FileDescriptor folder = folder_.open();
   if (!folder) {
-    return identity_ == FileIdentity() ? void() : take({{}, NSDictionary::dictionary()});
+    return seen_.identity == FileIdentity() ? void() : take({{}, NSDictionary::dictionary()});
   }
   const PreferencesFile file(folder_, folder.get(), fileName_);
-  if (file.identity() == identity_) {
+  if (file.identity() == seen_.identity) {
     return;
   }
   try {
@@ -263,7 +263,7 @@ void PreferencesDomain::writePending() {
   const FileDescriptor folder = folder_.openOrMake();
   const PreferencesLock lock(folder_, folder.get(), lockName_);
   const PreferencesFile file(folder_, folder.get(), fileName_);
-  if (file.identity() != identity_) {
+  if (file.identity() != seen_.identity) {
     adopt(file);
   }
   const Reading reading(*this);
@@ -280,11 +280,11 @@ void PreferencesDomain::adopt(const PreferencesFile& file) {
   }
 }
 
-void PreferencesDomain::take(const PreferencesFile::Contents& read) {
+void PreferencesDomain::take(PreferencesFile::Contents read) {
   const std::lock_guard lock(mutex_);
   contents_ = NSMutableDictionary::dictionaryWithDictionary(read.dictionary);
   snapshot_ = read.dictionary;
-  identity_ = read.identity;
+  seen_ = std::move(read.seen);
   ++changes_;
   for (const auto& [key, value] : pending_) {
     apply(key, value);
@@ -302,11 +302,11 @@ PreferencesFile::Contents PreferencesDomain::putAside(const PreferencesFile& fil
 void PreferencesDomain::write(const PreferencesFile& file, const Ref<NSDictionary>& whole) {
   if (whole->count() == 0) {
     file.remove();
-    identity_ = {};
+    seen_ = {};
     return;
   }
   try {
-    identity_ = file.replace(BinaryPropertyListWriter::write(whole));
+    seen_ = file.replace(BinaryPropertyListWriter::write(whole));
   } catch (const PropertyListFault& fault) {
     throw PreferencesFault{fault.problem};
   }

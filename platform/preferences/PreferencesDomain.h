@@ -75,7 +75,7 @@ class PreferencesDomain {
   void replaceDamaged(int folder, const PreferencesFile& file);
   void writePending();
   void adopt(const PreferencesFile& file);
-  void take(const PreferencesFile::Contents& read);
+  void take(PreferencesFile::Contents read);
   PreferencesFile::Contents putAside(const PreferencesFile& file, const Ref<NSString>& problem);
   void write(const PreferencesFile& file, const Ref<NSDictionary>& whole);
   void settle(const ObjectMap& written);
@@ -94,7 +94,7 @@ class PreferencesDomain {
 
   /// Held while the file is used, and for what follows.
   std::mutex fileMutex_;
-  FileIdentity identity_;
+  SeenFile seen_;
   Ref<NSString> toldProblem_;
 
   /// Guards what follows; never held while something is read or written.

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <ctime>
+#include <utility>
 
 namespace kestova {
 namespace {
@@ -94,7 +95,7 @@ FileIdentity PreferencesFile::identity() const {
 }
 
 PreferencesFile::Contents PreferencesFile::read() const {
-  const FileDescriptor file = folder_.openFile(openFolder_, name_, O_RDONLY);
+  FileDescriptor file = folder_.openFile(openFolder_, name_, O_RDONLY);
   if (!file) {
     return {{}, NSDictionary::dictionary()};
   }
@@ -106,17 +107,21 @@ PreferencesFile::Contents PreferencesFile::read() const {
   if (const int error = readWholeFile(file.get(), *bytes); error != 0) {
     throw systemFault((name_ + " cannot be read").c_str(), error);
   }
-  return {identity, preferencesInData(bytes)};
+  return {{identity, std::move(file)}, preferencesInData(bytes)};
 }
 
-FileIdentity PreferencesFile::replace(const Ref<NSData>& bytes) const {
+SeenFile PreferencesFile::replace(const Ref<NSData>& bytes) const {
+  if (bytes->length() > static_cast<NSUInteger>(kLargestFile)) {
+    throw PreferencesFault{name_ + " would be larger than 64 MiB"};
+  }
   FileSystemCalls::current().unlinkat(openFolder_, newName().c_str(), 0);
-  const FileDescriptor file = folder_.openFile(openFolder_, newName(), O_WRONLY | O_CREAT | O_EXCL);
+  FileDescriptor file = folder_.openFile(openFolder_, newName(), O_WRONLY | O_CREAT | O_EXCL);
   Unfinished unfinished(openFolder_, newName());
   fill(file.get(), bytes);
   unfinished.becomeNamed(name_);
   flushFolder();
-  return identityOf(file.get());
+  const FileIdentity identity = identityOf(file.get());
+  return {identity, std::move(file)};
 }
 
 void PreferencesFile::fill(int file, const Ref<NSData>& bytes) const {

@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSString.h>
 
+#include "files/FileDescriptor.h"
 #include "preferences/PreferencesFolder.h"
 
 #include <sys/types.h>
@@ -25,6 +26,13 @@ struct FileIdentity {
   friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
 };
 
+/// A state of a file that was seen. As long as it is kept, no later one has its identity: the
+/// file is open, so that its number is given to no other.
+struct SeenFile {
+  FileIdentity identity;
+  FileDescriptor file;
+};
+
 /// A file that holds no preferences, from which nothing can be read.
 struct DamagedPreferences {
   /// What is wrong with it: a whole sentence.
@@ -38,7 +46,7 @@ struct DamagedPreferences {
 class PreferencesFile {
  public:
   struct Contents {
-    FileIdentity identity;
+    SeenFile seen;
     Ref<NSDictionary> dictionary;
   };
 
@@ -50,8 +58,9 @@ class PreferencesFile {
   /// What is in it; an empty dictionary when it doesn't exist. Throws DamagedPreferences as well.
   Contents read() const;
 
-  /// Puts a new file in its place. On return it is on the disk. Answers the new identity.
-  FileIdentity replace(const Ref<NSData>& bytes) const;
+  /// Puts a new file in its place. On return it is on the disk. Answers the new one. Refuses what
+  /// could not be read again.
+  SeenFile replace(const Ref<NSData>& bytes) const;
 
   /// Removes it. On return that is on the disk.
   void remove() const;

@@ -293,6 +293,27 @@ TEST_F(PreferencesDomainTests, AFileThatDidNotChangeIsNotReadAgain) {
   EXPECT_EQ(here->contents(), contents);
 }
 
+TEST_F(PreferencesDomainTests, NoFileIsMistakenForOneThatWasSeenBefore) {
+  const auto number = [&] {
+    struct stat facts {};
+    EXPECT_EQ(::stat(file().c_str(), &facts), 0);
+    return facts.st_ino;
+  };
+  Process writer(path());
+  Process reader(path());
+  Process others(path());
+  writer.save("a", 0);
+  const ino_t written = number();
+  others.save("a", 1);
+  reader->synchronize();
+  const ino_t read = number();
+  for (int value = 2; value < 10; ++value) {
+    others.save("a", value);
+    EXPECT_NE(number(), written) << value;
+    EXPECT_NE(number(), read) << value;
+  }
+}
+
 TEST_F(PreferencesDomainTests, XMLThatSomebodyWroteByHandIsReadAndWrittenBackAsBinary) {
   ASSERT_TRUE(NSDictionary::of({{"a", "by hand"}})->writeToFile_atomically(file(), true));
   Process here(path());
@@ -389,6 +410,19 @@ TEST_F(PreferencesDomainTests, AFileBeyondAllBoundsIsRefused) {
   EXPECT_EQ(Process(path())->contents()->count(), 0U);
   EXPECT_THAT(log_.lines(), ElementsAre("The preferences of org.example.Editor cannot be read: "
                                         "org.example.Editor.plist is larger than 64 MiB"));
+}
+
+TEST_F(PreferencesDomainTests, WhatCouldNotBeReadAgainIsNotWritten) {
+  Process here(path());
+  ASSERT_TRUE(here.save("small", 1));
+  EXPECT_FALSE(here.save("large", std::string((64U << 20) + 1, 'x')));
+  EXPECT_THAT(Process(path())->contents(), Is(NSDictionary::of({{"small", 1}})));
+  EXPECT_THAT(log_.lines(),
+              ElementsAre("The preferences of org.example.Editor cannot be written and wait in "
+                          "memory: org.example.Editor.plist would be larger than 64 MiB"));
+  EXPECT_TRUE(here.save("large", "not so large"));
+  EXPECT_THAT(Process(path())->contents(),
+              Is(NSDictionary::of({{"small", 1}, {"large", "not so large"}})));
 }
 
 TEST_F(PreferencesDomainTests, AFullDiskLosesNothing) {
