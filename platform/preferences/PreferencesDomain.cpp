@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "preferences/PreferencesDomain.h"
 
+#include <KestovaPlatform/Contract.h>
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSLog.h>
@@ -10,6 +11,8 @@
 #include "preferences/BinaryPropertyListWriter.h"
 #include "preferences/PreferencesFault.h"
 #include "preferences/PropertyListFault.h"
+
+#include <pthread.h>
 
 #include <unordered_map>
 #include <utility>
@@ -23,10 +26,27 @@ std::uint64_t nextNumber() {
   return ++last;
 }
 
+using KnownDomains = std::unordered_map<std::uint64_t, Ref<NSDictionary>>;
+
+/// What POSIX keeps for each thread goes after all that C++ does, so that destructors at the end of
+/// a thread or program find it.
+pthread_key_t keyOfKnown() {
+  pthread_key_t key{};
+  const int error =
+      ::pthread_key_create(&key, [](void* known) { delete static_cast<KnownDomains*>(known); });
+  require(error == 0, "there is a key left for what belongs to threads");
+  return key;
+}
+
 /// What the thread was last told of each domain, by the domain's number.
-std::unordered_map<std::uint64_t, Ref<NSDictionary>>& knownHere() {
-  thread_local std::unordered_map<std::uint64_t, Ref<NSDictionary>> known;
-  return known;
+KnownDomains& knownHere() {
+  static const pthread_key_t key = keyOfKnown();
+  auto* known = static_cast<KnownDomains*>(::pthread_getspecific(key));
+  if (known == nullptr) {
+    known = new KnownDomains();
+    ::pthread_setspecific(key, known);
+  }
+  return *known;
 }
 
 Ref<NSString> stringFromKey(const id& key) {

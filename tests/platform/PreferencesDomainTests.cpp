@@ -24,6 +24,7 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
@@ -215,6 +216,26 @@ TEST_F(PreferencesDomainTests, ThreadsThatCopyAndReplaceTheDomainLoseNothingOfEa
   EXPECT_EQ(here->contents()->count(), 200U);
   EXPECT_TRUE(here->synchronize());
   EXPECT_EQ(onDisk()->count(), 200U);
+}
+
+TEST_F(PreferencesDomainTests, AThreadThatEndsMayStillReadAndWrite) {
+  struct AtTheEnd {
+    std::function<void()> act;
+    ~AtTheEnd() { act(); }
+  };
+  Process here(path());
+  std::thread([&] {
+    thread_local AtTheEnd last;
+    last.act = [&] {
+      const auto changed = NSMutableDictionary::dictionaryWithDictionary(here->contents());
+      changed->setObject_forKey(2, "b");
+      here->setContents(changed);
+      EXPECT_TRUE(here->synchronize());
+    };
+    EXPECT_TRUE(here.save("a", 1));
+    static_cast<void>(here->contents());
+  }).join();
+  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", 1}, {"b", 2}})));
 }
 
 TEST_F(PreferencesDomainTests, RemovingAllTakesWhatOthersWroteToo) {
