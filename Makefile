@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-.PHONY: setup demo test bench fuzz install package docs
+.PHONY: setup demo test bench fuzz install package docs soak
 setup: ; scripts/setup
 demo: ; scripts/demo
 test: ; scripts/test
@@ -8,3 +8,4 @@ fuzz: ; scripts/fuzz
 install: ; scripts/install
 package: ; scripts/package
 docs: ; scripts/docs
+soak: ; scripts/soak
