@@ -34,11 +34,9 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperationDelegate {
 ///     auto operation = OVFileOperation::init();
 ///     operation->setDelegate(this);
 ///     Ref<NSError> error;
-///     if (!operation->beginCopyItemsAtPaths_toPaths_options_error(sources, destinations, 0,
-///     &error)) {
+///     if (!operation->beginCopyItemsAtPaths_toPaths_options_error(from, to, 0, &error)) {
 ///       …
-///     }                                       // progress arrives while this thread's run loop
-///     runs
+///     }  // progress arrives while this thread's run loop runs
 ///
 /// Three shapes: a blocking copy or move of one item, which looks five times a second; a
 /// non-blocking one of one item, and one of many, whose reports arrive on the run loop of the

@@ -22,10 +22,12 @@ extern KESTOVA_FOUNDATION_EXPORT const StringConstant NSUserDefaultsSuiteDidChan
 ///     int main() {
 ///       OVUserDefaults::install();
 ///       const auto defaults = NSUserDefaults::standardUserDefaults();
-///       registerDefaults_inSuite(defaults, NSDictionary::of({{"theme", "light"}}),
-///       "org.example.A"); defaults->addSuiteNamed("org.example.A"); …
+///       const auto own = NSDictionary::of({{"theme", "light"}});
+///       registerDefaults_inSuite(defaults, own, "org.example.A");
+///       defaults->addSuiteNamed("org.example.A");
+///       …
 ///       objectForKey_inSuite(defaults, "theme", "org.example.A");
-///       setObject_forKey_inSuite(defaults, "dark", "theme", "org.example.A");   // all hear of it
+///       setObject_forKey_inSuite(defaults, "dark", "theme", "org.example.A");  // all hear of it
 ///     }
 ///
 /// The operations that take a suite are in Additions/NSUserDefaultsAdditions.h. A program hears of

@@ -15,10 +15,10 @@ namespace kestova {
 /// Editing text: leaving characters out, line endings, escapes, prefixes and suffixes, runs,
 /// replacing by a handler, splitting.
 ///
-///     stringByDeletingCharactersInSet("a1b2", NSCharacterSet::decimalDigitCharacterSet());  //
-///     "ab" stringBySqueezingOccurrencesOfString_options("a   b", " ", 0);                      //
-///     "a b" stringByPrefixingLinesWith("one\ntwo", "> ");                            // "> one\n>
-///     two\n"
+///     // "ab", "a b" and "> one\n> two\n":
+///     stringByDeletingCharactersInSet("a1b2", NSCharacterSet::decimalDigitCharacterSet());
+///     stringBySqueezingOccurrencesOfString_options("a   b", " ", 0);
+///     stringByPrefixingLinesWith("one\ntwo", "> ");
 ///
 /// Lengths, indexes and ranges count UTF-16 units, and `options` are a sum of
 /// NSStringCompareOptions, with which the text is searched as `rangeOfString_options` does.

@@ -10,9 +10,9 @@ namespace kestova {
 /// The volume that holds the item of a file URL, or that would hold it: the path's nearest ancestor
 /// that there is decides.
 ///
-///     ov_volumeName(NSURL::fileURLWithPath("/media/stick/new/report.pdf"));     // "Holiday"
-///     ov_volumeRootURL(NSURL::fileURLWithPath("/media/stick/new/report.pdf"));  //
-///     file:///media/stick/
+///     const auto url = NSURL::fileURLWithPath("/media/stick/new/report.pdf");
+///     ov_volumeName(url);     // "Holiday"
+///     ov_volumeRootURL(url);  // file:///media/stick/
 ///
 /// Both ask the file system each time, and block. A URL that is none of a file throws
 /// NSInvalidArgumentException. What a volume is and is called: see `NSURLVolumeNameKey`.

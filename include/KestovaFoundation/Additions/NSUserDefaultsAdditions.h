@@ -9,10 +9,9 @@ namespace kestova {
 /// \file
 /// Values in the domains of other programs.
 ///
-///     const auto defaults = NSUserDefaults::standardUserDefaults();   // after
-///     OVUserDefaults::install setBool_forKey_inSuite(defaults, true, "dark",
-///     "org.example.Editor");   // told to all boolForKey_inPersistentDomain(defaults, "dark",
-///     "org.example.Editor");
+///     const auto defaults = NSUserDefaults::standardUserDefaults();  // once it is installed
+///     setBool_forKey_inSuite(defaults, true, "dark", "org.example.Editor");  // told to all
+///     boolForKey_inPersistentDomain(defaults, "dark", "org.example.Editor");
 ///
 /// A change of another program's domain is on the disk when the operation returns, unless that is
 /// told by a line in the log, and changes no other key, whatever others write at the same time.
