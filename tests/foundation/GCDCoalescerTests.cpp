@@ -59,10 +59,12 @@ class GCDCoalescerTests : public ::testing::Test {
 
 using GCDCoalescerDeathTests = GCDCoalescerTests;
 
+// Shows: init
 TEST_F(GCDCoalescerTests, IsMadeByItsClass) {
   EXPECT_TRUE(cast<GCDCoalescer>(GCDCoalescer::staticClass().make()));
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerTests, OfABurstTheLastBlockRunsAlone) {
   for (const char name : {'A', 'B', 'C'}) {
     request(kLong, runs.block(name));
@@ -72,6 +74,7 @@ TEST_F(GCDCoalescerTests, OfABurstTheLastBlockRunsAlone) {
   EXPECT_EQ(runs.waitFor(2), "CD") << "a later request is a burst of its own";
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerTests, ALaterRequestSupersedesWhateverItsDelay) {
   request(kLong, runs.block('A'));
   request(kShort, runs.block('B'));
@@ -80,6 +83,7 @@ TEST_F(GCDCoalescerTests, ALaterRequestSupersedesWhateverItsDelay) {
   EXPECT_EQ(runs.names(), "B");
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerTests, ABlockRunsOnTheQueueOfItsRequest) {
   const DispatchQueue other = dispatchSerialQueue();
   request(kLong, runs.block('A'));
@@ -88,6 +92,7 @@ TEST_F(GCDCoalescerTests, ABlockRunsOnTheQueueOfItsRequest) {
   EXPECT_EQ(runs.waitFor(1), "B");
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerTests, ADelayThatIsNotAboveZeroIsOverAtOnce) {
   const std::array delays{0.0, -0.0, -1.0, std::nan(""), -std::numeric_limits<double>::infinity()};
   for (std::size_t i = 0; i < delays.size(); ++i) {
@@ -96,6 +101,7 @@ TEST_F(GCDCoalescerTests, ADelayThatIsNotAboveZeroIsOverAtOnce) {
   }
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerTests, AnEndlessDelaySupersedesAndDropsItsOwnBlock) {
   request(kShort, carrier('A'));
   request(std::numeric_limits<double>::infinity(), carrier('B'));
@@ -104,6 +110,7 @@ TEST_F(GCDCoalescerTests, AnEndlessDelaySupersedesAndDropsItsOwnBlock) {
   EXPECT_EQ(runs.names(), "");
 }
 
+// Shows: GCDCoalescer
 TEST_F(GCDCoalescerTests, ARequestKeepsTheCoalescerUntilItIsDue) {
   auto mine = GCDCoalescer::init();
   mine->dispatchOn_after_block(queue, kLong, runs.block('A'));
@@ -112,6 +119,7 @@ TEST_F(GCDCoalescerTests, ARequestKeepsTheCoalescerUntilItIsDue) {
   EXPECT_EQ(runs.waitFor(1), "A");
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerTests, ASupersededBlockGoesWithTheRequestThatSupersedesIt) {
   request(kEndOfTheTest, carrier('A'));
   EXPECT_EQ(CountingObject::alive(), 1);
@@ -119,6 +127,7 @@ TEST_F(GCDCoalescerTests, ASupersededBlockGoesWithTheRequestThatSupersedesIt) {
   EXPECT_EQ(CountingObject::alive(), 0);
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerTests, ABlockThatGoesMayMakeTheNextRequest) {
   std::shared_ptr<void> last(nullptr, [this](void*) { request(kShort, runs.block('C')); });
   request(kEndOfTheTest, [last = std::exchange(last, nullptr)] {});
@@ -126,6 +135,7 @@ TEST_F(GCDCoalescerTests, ABlockThatGoesMayMakeTheNextRequest) {
   EXPECT_EQ(runs.waitFor(1), "C");
 }
 
+// Shows: GCDCoalescer
 TEST_F(GCDCoalescerTests, ASupersededRequestKeepsTheCoalescerUntilItsDelayIsOver) {
   request(kLong, runs.block('A'));
   request(kShort, runs.block('B'));
@@ -135,6 +145,7 @@ TEST_F(GCDCoalescerTests, ASupersededRequestKeepsTheCoalescerUntilItsDelayIsOver
   EXPECT_EQ(runs.names(), "B");
 }
 
+// Shows: GCDCoalescer, dispatchOn_after_block
 TEST_F(GCDCoalescerTests, ALongDelayOutlastsShortOnes) {
   request(kEndOfTheTest, runs.block('A'));
   for (const char name : {'B', 'C', 'D'}) {
@@ -145,6 +156,7 @@ TEST_F(GCDCoalescerTests, ALongDelayOutlastsShortOnes) {
   EXPECT_EQ(coalescer->retainCount(), 2U);
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerTests, ABlockOnItsQueueIsSupersededStill) {
   std::latch end(1);
   dispatch_async(queue, [&] { end.wait(); });
@@ -155,6 +167,7 @@ TEST_F(GCDCoalescerTests, ABlockOnItsQueueIsSupersededStill) {
   EXPECT_EQ(runs.names(), "");
 }
 
+// Shows: GCDCoalescer, dispatchOn_after_block
 TEST_F(GCDCoalescerTests, AMillionRequestsHoldOneBlock) {
   const std::int64_t before = residentBytes();
   for (int i = 0; i < shareOf(1'000'000); ++i) {
@@ -170,6 +183,7 @@ TEST_F(GCDCoalescerTests, AMillionRequestsHoldOneBlock) {
   EXPECT_EQ(CountingObject::alive(), 0);
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerTests, ABlockMayMakeTheNextRequest) {
   request(0, runs.block('A', [this] {
     request(0, runs.block('B'));
@@ -178,6 +192,7 @@ TEST_F(GCDCoalescerTests, ABlockMayMakeTheNextRequest) {
   EXPECT_EQ(runs.waitFor(3), "AaB");
 }
 
+// Shows: GCDCoalescer, dispatchOn_after_block
 TEST_F(GCDCoalescerTests, RequestsOfManyThreadsMakeOneBurst) {
   Threads threads;
   threads.start(8, [&](int) {
@@ -191,6 +206,7 @@ TEST_F(GCDCoalescerTests, RequestsOfManyThreadsMakeOneBurst) {
   EXPECT_EQ(runs.waitFor(1), "Z");
 }
 
+// Shows: GCDCoalescer
 TEST_F(GCDCoalescerTests, CoalescersMayGoWhileTheirRequestsAreUnderWay) {
   const StressTime time;
   Threads threads;
@@ -207,12 +223,14 @@ TEST_F(GCDCoalescerTests, CoalescersMayGoWhileTheirRequestsAreUnderWay) {
   waitUntilAllAreGone();
 }
 
-TEST_F(GCDCoalescerDeathTests, NoQueueAndNoBlockEndTheProcess) {
+// Shows: dispatchOn_after_block
+TEST_F(GCDCoalescerDeathTests, AMissingQueueOrBlockEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(coalescer->dispatchOn_after_block(nullptr, 0, [] {}), "queue != nullptr");
   EXPECT_DEATH(request(0, nullptr), "block != nil");
 }
 
+// Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerDeathTests, ABlockThatThrowsEndsTheProcessWithItsText) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(

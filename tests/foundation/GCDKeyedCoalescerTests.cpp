@@ -41,10 +41,12 @@ class GCDKeyedCoalescerTests : public ::testing::Test {
 
 using GCDKeyedCoalescerDeathTests = GCDKeyedCoalescerTests;
 
+// Shows: init
 TEST_F(GCDKeyedCoalescerTests, IsMadeByItsClass) {
   EXPECT_TRUE(cast<GCDKeyedCoalescer>(GCDKeyedCoalescer::staticClass().make()));
 }
 
+// Shows: dispatch_on_after_block
 TEST_F(GCDKeyedCoalescerTests, EachKeyRunsTheLastBlockOfItsBurst) {
   for (const char number : {'1', '2', '3'}) {
     request("a", kLong, runs.block(number));
@@ -57,6 +59,7 @@ TEST_F(GCDKeyedCoalescerTests, EachKeyRunsTheLastBlockOfItsBurst) {
   EXPECT_EQ(runs.names().size(), 2U);
 }
 
+// Shows: dispatch_on_after_block
 TEST_F(GCDKeyedCoalescerTests, EqualKeysAreOne) {
   request(counted(7), kLong, runs.block('A'));
   request(counted(17), kLong, runs.block('B'));
@@ -67,6 +70,7 @@ TEST_F(GCDKeyedCoalescerTests, EqualKeysAreOne) {
   EXPECT_EQ(CountingObject::alive(), 2) << "the first key of each slot is kept";
 }
 
+// Shows: dispatch_on_after_block
 TEST_F(GCDKeyedCoalescerTests, SeventeenKeysAndTheirCountsOutgrowTheFirstSlots) {
   const auto requestAll = [&](char first, int count) {
     for (int key = 0; key < count; ++key) {
@@ -82,6 +86,7 @@ TEST_F(GCDKeyedCoalescerTests, SeventeenKeysAndTheirCountsOutgrowTheFirstSlots) 
   EXPECT_EQ(runs.names().size(), 17U);
 }
 
+// Shows: dispatch_on_after_block
 TEST_F(GCDKeyedCoalescerTests, ARequestFromBeforeTheGrowthIsNotLost) {
   request(counted(0), kLong, runs.block('x'));
   request(counted(0), kLong, runs.block('A'));
@@ -91,6 +96,7 @@ TEST_F(GCDKeyedCoalescerTests, ARequestFromBeforeTheGrowthIsNotLost) {
   EXPECT_EQ(runs.waitFor(1), "A");
 }
 
+// Shows: GCDKeyedCoalescer
 TEST_F(GCDKeyedCoalescerTests, KeysStayWithTheCoalescerAndGoWithIt) {
   auto mine = GCDKeyedCoalescer::init();
   mine->dispatch_on_after_block(counted(1), queue, kShort, runs.block('A'));
@@ -103,6 +109,7 @@ TEST_F(GCDKeyedCoalescerTests, KeysStayWithTheCoalescerAndGoWithIt) {
   EXPECT_EQ(CountingObject::alive(), 0);
 }
 
+// Shows: GCDKeyedCoalescer, dispatch_on_after_block
 TEST_F(GCDKeyedCoalescerTests, AMillionRequestsHoldOneBlockForEachKey) {
   const std::vector<id> keys = {"window", "colours", "fonts", "panels"};
   const std::int64_t before = residentBytes();
@@ -121,10 +128,12 @@ TEST_F(GCDKeyedCoalescerTests, AMillionRequestsHoldOneBlockForEachKey) {
   EXPECT_EQ(CountingObject::alive(), 0);
 }
 
-TEST_F(GCDKeyedCoalescerTests, NoKeyIsRefused) {
+// Shows: dispatch_on_after_block
+TEST_F(GCDKeyedCoalescerTests, ARequestWithoutAKeyIsRefused) {
   expectException(NSInvalidArgumentException, [&] { request(nullptr, kShort, runs.block('A')); });
 }
 
+// Shows: GCDKeyedCoalescer
 TEST_F(GCDKeyedCoalescerTests, DueRequestsRunWhileKeysAreAdded) {
   const StressTime time;
   Threads threads;
@@ -143,12 +152,14 @@ TEST_F(GCDKeyedCoalescerTests, DueRequestsRunWhileKeysAreAdded) {
   }
 }
 
-TEST_F(GCDKeyedCoalescerDeathTests, NoQueueAndNoBlockEndTheProcess) {
+// Shows: dispatch_on_after_block
+TEST_F(GCDKeyedCoalescerDeathTests, AMissingQueueOrBlockEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(coalescer->dispatch_on_after_block("a", nullptr, 0, [] {}), "queue != nullptr");
   EXPECT_DEATH(request("a", 0, nullptr), "block != nil");
 }
 
+// Shows: dispatch_on_after_block
 TEST_F(GCDKeyedCoalescerDeathTests, ABlockThatThrowsEndsTheProcessWithItsText) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(

@@ -52,6 +52,7 @@ class OVEnqueueCoalescedBlockTests : public ::testing::Test {
 
 using OVEnqueueCoalescedBlockDeathTests = OVEnqueueCoalescedBlockTests;
 
+// Shows: OVEnqueueCoalescedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, AnIdleKeyStartsItsBlockAtOnce) {
   enqueue(runs.block('A'));
   EXPECT_EQ(runs.waitFor(1), "A");
@@ -60,6 +61,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, AnIdleKeyStartsItsBlockAtOnce) {
   EXPECT_EQ(runs.waitFor(2), "AB") << "it is idle again";
 }
 
+// Shows: OVEnqueueCoalescedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, OfThoseThatComeWhileOneRunsTheLatestRunsNext) {
   enqueueHeld('A');
   enqueue(carrier('B'));
@@ -73,6 +75,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, OfThoseThatComeWhileOneRunsTheLatestRunsNex
   EXPECT_EQ(CountingObject::alive(), 0);
 }
 
+// Shows: OVEnqueueCoalescedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, NoTwoBlocksOfAKeyRunAtATime) {
   const DispatchQueue concurrent = dispatchConcurrentQueue();
   OVEnqueueCoalescedBlock(this, concurrent, runs.block('A', gate.wait()));
@@ -84,6 +87,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, NoTwoBlocksOfAKeyRunAtATime) {
   EXPECT_EQ(runs.waitFor(2), "AB");
 }
 
+// Shows: OVCancelEnqueuedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, TheBlockThatWaitsCanBeCancelled) {
   enqueueHeld('A');
   enqueue(carrier('B'));
@@ -94,6 +98,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, TheBlockThatWaitsCanBeCancelled) {
   EXPECT_EQ(runs.names(), "A");
 }
 
+// Shows: OVCancelEnqueuedBlock, OVEnqueueCoalescedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, ABlockEnqueuedAfterCancellingStillWaitsForTheRunningOne) {
   enqueueHeld('A');
   enqueue(runs.block('B'));
@@ -105,6 +110,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, ABlockEnqueuedAfterCancellingStillWaitsForT
   EXPECT_EQ(runs.waitFor(2), "AC");
 }
 
+// Shows: OVCancelEnqueuedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, ABlockThatRunsIsNotCancelled) {
   enqueueHeld('A');
   cancel();
@@ -113,6 +119,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, ABlockThatRunsIsNotCancelled) {
   EXPECT_EQ(runs.names(), "A");
 }
 
+// Shows: OVCancelEnqueuedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, ABlockThatIsOnItsQueueIsNotCancelled) {
   dispatch_async(queue, gate.wait());
   enqueue(runs.block('A'));
@@ -121,12 +128,14 @@ TEST_F(OVEnqueueCoalescedBlockTests, ABlockThatIsOnItsQueueIsNotCancelled) {
   EXPECT_EQ(runs.waitFor(1), "A");
 }
 
+// Shows: OVCancelEnqueuedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, CancellingAnIdleKeyDoesNothing) {
   cancel();
   enqueue(runs.block('A'));
   EXPECT_EQ(runs.waitFor(1), "A");
 }
 
+// Shows: OVCancelEnqueuedBlock, OVAllEnqueuedBlocks
 TEST_F(OVEnqueueCoalescedBlockTests, CancellingAllCancelsNone) {
   enqueueHeld('A');
   enqueue(runs.block('B'));
@@ -135,7 +144,8 @@ TEST_F(OVEnqueueCoalescedBlockTests, CancellingAllCancelsNone) {
   EXPECT_EQ(runs.waitFor(2), "AB");
 }
 
-TEST_F(OVEnqueueCoalescedBlockTests, KeysRunSideBySide) {
+// Shows: OVEnqueueCoalescedBlock
+TEST_F(OVEnqueueCoalescedBlockTests, KeysOfEqualTextsAtTwoAddressesRunSideBySide) {
   const std::string one = "equal";
   const std::string other = "equal";
   const auto global = dispatch_get_global_queue(0, 0);
@@ -147,6 +157,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, KeysRunSideBySide) {
   gate.open();
 }
 
+// Shows: OVEnqueueCoalescedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, TheBlockThatWaitsRunsOnItsOwnQueue) {
   const DispatchQueue other = dispatchSerialQueue();
   enqueueHeld('A');
@@ -157,6 +168,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, TheBlockThatWaitsRunsOnItsOwnQueue) {
   dispatch_sync(other, [] {});
 }
 
+// Shows: OVEnqueueCoalescedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, ABlockMayEnqueueForItsOwnKey) {
   enqueue(runs.block('A', [this] {
     enqueue(runs.block('x'));
@@ -167,6 +179,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, ABlockMayEnqueueForItsOwnKey) {
   drain();
 }
 
+// Shows: OVCancelEnqueuedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, ABlockMayCancelForItsOwnKey) {
   enqueue(runs.block('A', [this] {
     enqueue(runs.block('x'));
@@ -177,6 +190,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, ABlockMayCancelForItsOwnKey) {
   EXPECT_EQ(runs.names(), "A");
 }
 
+// Shows: OVEnqueueCoalescedBlock, OVCancelEnqueuedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, WhatIsDroppedMayEnqueueAsItGoes) {
   const char otherKey = 0;
   enqueueHeld('A');
@@ -191,6 +205,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, WhatIsDroppedMayEnqueueAsItGoes) {
   drain();
 }
 
+// Shows: OVEnqueueCoalescedBlock, OVAllEnqueuedBlocks
 TEST_F(OVEnqueueCoalescedBlockTests, WrongArgumentsAreToldOneAtATime) {
   const auto reason = [&](const void* key, dispatch_queue_t to, Block<void()> block) {
     const auto exception = expectException(
@@ -205,6 +220,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, WrongArgumentsAreToldOneAtATime) {
   EXPECT_EQ(reason(this, queue, nullptr), "OVEnqueueCoalescedBlock block cannot be nil");
 }
 
+// Shows: OVEnqueueCoalescedBlock
 TEST_F(OVEnqueueCoalescedBlockTests, AWrongArgumentChangesNothing) {
   enqueueHeld('A');
   enqueue(runs.block('B'));
@@ -213,7 +229,8 @@ TEST_F(OVEnqueueCoalescedBlockTests, AWrongArgumentChangesNothing) {
   EXPECT_EQ(runs.waitFor(2), "AB");
 }
 
-TEST_F(OVEnqueueCoalescedBlockTests, ManyThreadsAndKeysKeepTheirOrder) {
+// Shows: OVEnqueueCoalescedBlock, OVCancelEnqueuedBlock
+TEST_F(OVEnqueueCoalescedBlockTests, NoTwoBlocksOfAKeyOverlapWhileManyThreadsEnqueueAndCancel) {
   const StressTime time;
   std::array<std::atomic<int>, 4> running{};
   std::atomic<bool> overlap{false};
@@ -239,6 +256,7 @@ TEST_F(OVEnqueueCoalescedBlockTests, ManyThreadsAndKeysKeepTheirOrder) {
   EXPECT_FALSE(overlap);
 }
 
+// Shows: OVEnqueueCoalescedBlock
 TEST_F(OVEnqueueCoalescedBlockDeathTests, ABlockThatThrowsEndsTheProcessWithItsText) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(

@@ -78,6 +78,7 @@ class OVNotificationQueueTests : public ::testing::Test {
 
 using OVNotificationQueueDeathTest = OVNotificationQueueTests;
 
+// Shows: initWithNotificationCenter_queue, notificationCenter, postingQueue
 TEST_F(OVNotificationQueueTests, KeepsItsCentreAndItsPostingQueue) {
   EXPECT_EQ(queue->notificationCenter(), centre);
   EXPECT_EQ(queue->postingQueue(), postingQueue);
@@ -86,6 +87,7 @@ TEST_F(OVNotificationQueueTests, KeepsItsCentreAndItsPostingQueue) {
   EXPECT_EQ(queue->valueForKey("postingQueue"), postingQueue);
 }
 
+// Shows: setNotificationCenter, setPostingQueue, setOperation
 TEST_F(OVNotificationQueueTests, ObserversSeeItsPropertiesSet) {
   class Observer final : public NSObject {
    public:
@@ -110,6 +112,7 @@ TEST_F(OVNotificationQueueTests, ObserversSeeItsPropertiesSet) {
   }
 }
 
+// Shows: enqueueNotificationName_object_userInfo_coalesceMask, enqueueNotification_coalesceMask
 TEST_F(OVNotificationQueueTests, PostsInTheOrderOfQueuing) {
   enqueue("a", 0);
   enqueue("b", 0);
@@ -119,6 +122,7 @@ TEST_F(OVNotificationQueueTests, PostsInTheOrderOfQueuing) {
   EXPECT_EQ(posted(), "");
 }
 
+// Shows: enqueueNotification_coalesceMask, OVNotificationCoalescingOnName
 TEST_F(OVNotificationQueueTests, ANewOneTakesThePlaceOfTheOldOneOfItsName) {
   enqueue("x", 1, "A");
   enqueue("y", 1, "B");
@@ -128,12 +132,14 @@ TEST_F(OVNotificationQueueTests, ANewOneTakesThePlaceOfTheOldOneOfItsName) {
   EXPECT_TRUE(notifications[1]->object()->isEqual("B"));
 }
 
+// Shows: enqueueNotification_coalesceMask, OVNotificationCoalescingOnName
 TEST_F(OVNotificationQueueTests, NamesAreComparedAsText) {
   enqueue(NSString::stringWithUTF16Storage(u"name"), 1);
   enqueue(NSString::stringWithEightBitStorage("name"), 1);
   EXPECT_EQ(posted(), "name");
 }
 
+// Shows: enqueueNotification_coalesceMask, OVNotificationCoalescingOnName
 TEST_F(OVNotificationQueueTests, OneWithoutANameHasANameLikeNoOther) {
   enqueue(nullptr, 1);
   enqueue(nullptr, 1);
@@ -141,12 +147,14 @@ TEST_F(OVNotificationQueueTests, OneWithoutANameHasANameLikeNoOther) {
   EXPECT_EQ(posted(), "---");
 }
 
+// Shows: enqueueNotification_coalesceMask, OVNotificationCoalescingOnSender
 TEST_F(OVNotificationQueueTests, OnSenderTwoWithoutAnObjectMatch) {
   enqueue("a", 2);
   enqueue("b", 2);
   EXPECT_EQ(posted(), "b");
 }
 
+// Shows: enqueueNotification_coalesceMask, OVNotificationCoalescingOnSender
 TEST_F(OVNotificationQueueTests, OnSenderObjectsAreToldApartByIdentity) {
   const id object = counted(1);
   enqueue("a", 2, object);
@@ -155,6 +163,7 @@ TEST_F(OVNotificationQueueTests, OnSenderObjectsAreToldApartByIdentity) {
   EXPECT_EQ(posted(), "cb");
 }
 
+// Shows: enqueueNotification_coalesceMask, OVNotificationCoalescingOnNameAndSender
 TEST_F(OVNotificationQueueTests, OnNameAndSenderBothMustMatch) {
   const id object = counted(1);
   enqueue("a", 3, object);
@@ -166,6 +175,7 @@ TEST_F(OVNotificationQueueTests, OnNameAndSenderBothMustMatch) {
   EXPECT_EQ(notifications[2]->object(), nullptr);
 }
 
+// Shows: enqueueNotification_coalesceMask, OVNotificationNoCoalescing
 TEST_F(OVNotificationQueueTests, NoOtherMaskCoalesces) {
   for (const NSUInteger mask :
        {NSUInteger{0}, NSUInteger{4}, NSUInteger{5}, NSUInteger{7}, ~NSUInteger{0}}) {
@@ -175,6 +185,7 @@ TEST_F(OVNotificationQueueTests, NoOtherMaskCoalesces) {
   }
 }
 
+// Shows: enqueueNotification_coalesceMask
 TEST_F(OVNotificationQueueTests, OnlyTheFirstMatchIsReplaced) {
   enqueue("a", 0, "1");
   enqueue("a", 0, "2");
@@ -184,12 +195,14 @@ TEST_F(OVNotificationQueueTests, OnlyTheFirstMatchIsReplaced) {
   EXPECT_TRUE(notifications[1]->object()->isEqual("2"));
 }
 
+// Shows: enqueueNotification_coalesceMask
 TEST_F(OVNotificationQueueTests, TheMaskOfTheQueuedOneDoesNotMatter) {
   enqueue("a", 2, "1");
   enqueue("a", 1, "2");
   EXPECT_EQ(posted(), "a");
 }
 
+// Shows: enqueueNotification_coalesceMask
 TEST_F(OVNotificationQueueTests, ANotificationIsPostedAsItWasQueued) {
   const auto notification = NSNotification::notificationWithName_object("a", "object");
   queue->enqueueNotification_coalesceMask(notification, 0);
@@ -197,6 +210,7 @@ TEST_F(OVNotificationQueueTests, ANotificationIsPostedAsItWasQueued) {
   EXPECT_EQ(notifications[0], notification);
 }
 
+// Shows: enqueuePostingOperation, operation
 TEST_F(OVNotificationQueueTests, AtMostOneOperationWaits) {
   for (int i = 0; i < 100; ++i) {
     enqueue("a", 0);
@@ -209,6 +223,7 @@ TEST_F(OVNotificationQueueTests, AtMostOneOperationWaits) {
   EXPECT_EQ(queue->operation(), nullptr);
 }
 
+// Shows: enqueuePostingOperation, operation
 TEST_F(OVNotificationQueueTests, APostingOperationMayFindNothingToPost) {
   queue->enqueuePostingOperation();
   EXPECT_NE(queue->operation(), nullptr);
@@ -216,6 +231,7 @@ TEST_F(OVNotificationQueueTests, APostingOperationMayFindNothingToPost) {
   EXPECT_EQ(queue->operation(), nullptr);
 }
 
+// Shows: enqueueNotification_coalesceMask, operation
 TEST_F(OVNotificationQueueTests, WhatAnObserverQueuesIsPostedInTheNextBatch) {
   std::string log;
   whenHeard = [&](const std::string& name) {
@@ -231,6 +247,7 @@ TEST_F(OVNotificationQueueTests, WhatAnObserverQueuesIsPostedInTheNextBatch) {
   EXPECT_EQ(log, "a+b*b");
 }
 
+// Shows: setNotificationCenter
 TEST_F(OVNotificationQueueTests, TheCentreIsReadForEachNotification) {
   const auto other = NSNotificationCenter::init();
   std::string otherHeard;
@@ -244,6 +261,7 @@ TEST_F(OVNotificationQueueTests, TheCentreIsReadForEachNotification) {
   EXPECT_EQ(otherHeard, "b");
 }
 
+// Shows: setPostingQueue
 TEST_F(OVNotificationQueueTests, ANewPostingQueueTakesTheNextOperation) {
   enqueue("a", 0);
   const auto other = NSOperationQueue::init();
@@ -259,6 +277,7 @@ TEST_F(OVNotificationQueueTests, ANewPostingQueueTakesTheNextOperation) {
   EXPECT_EQ(heard, "abc");
 }
 
+// Shows: setOperation, enqueuePostingOperation
 TEST_F(OVNotificationQueueTests, WithoutItsOperationItAddsAnotherOne) {
   enqueue("a", 0);
   queue->setOperation(nullptr);
@@ -267,6 +286,7 @@ TEST_F(OVNotificationQueueTests, WithoutItsOperationItAddsAnotherOne) {
   EXPECT_EQ(posted(), "ab");
 }
 
+// Shows: operation, enqueuePostingOperation
 TEST_F(OVNotificationQueueTests, WhatWasQueuedForACancelledOperationWaitsForTheNextOne) {
   enqueue("a", 0);
   postingQueue->cancelAllOperations();
@@ -278,12 +298,14 @@ TEST_F(OVNotificationQueueTests, WhatWasQueuedForACancelledOperationWaitsForTheN
   EXPECT_EQ(posted(), "ab");
 }
 
-TEST_F(OVNotificationQueueTests, NothingIsNoNotification) {
+// Shows: enqueueNotification_coalesceMask
+TEST_F(OVNotificationQueueTests, AMissingNotificationIsRefused) {
   expectException(NSInvalidArgumentException,
                   [&] { queue->enqueueNotification_coalesceMask(nullptr, 1); });
   EXPECT_EQ(postingQueue->operationCount(), 0U);
 }
 
+// Shows: OVNotificationQueue
 TEST_F(OVNotificationQueueTests, TheScheduledOperationKeepsAQueueUntilItHasRun) {
   const int before = CountingObject::alive();
   auto own = OVNotificationQueue::initWithNotificationCenter_queue(centre, postingQueue);
@@ -295,6 +317,7 @@ TEST_F(OVNotificationQueueTests, TheScheduledOperationKeepsAQueueUntilItHasRun) 
   EXPECT_EQ(CountingObject::alive(), before);
 }
 
+// Shows: enqueueNotification_coalesceMask
 TEST_F(OVNotificationQueueTests, LetsGoOfWhatItReplaces) {
   const int before = CountingObject::alive();
   for (int i = 0; i < 10; ++i) {
@@ -304,6 +327,7 @@ TEST_F(OVNotificationQueueTests, LetsGoOfWhatItReplaces) {
   EXPECT_EQ(posted(), "a");
 }
 
+// Shows: OVNotificationQueue, enqueueNotification_coalesceMask
 TEST_F(OVNotificationQueueTests, AMillionRequestsOfAHundredNamesHoldAHundred) {
   const int before = CountingObject::alive();
   std::vector<Ref<NSString>> names;
@@ -320,7 +344,8 @@ TEST_F(OVNotificationQueueTests, AMillionRequestsOfAHundredNamesHoldAHundred) {
   EXPECT_EQ(valueOf(notifications[0]->object()), 999'900);
 }
 
-TEST_F(OVNotificationQueueTests, RandomQueuingGivesWhatTheRuleSays) {
+// Shows: enqueueNotification_coalesceMask
+TEST_F(OVNotificationQueueTests, RandomQueuingAndMergingPostsWhatAPlainListSays) {
   RandomRun random;
   const std::array<id, 3> objects = {nullptr, counted(1), counted(2)};
   std::vector<std::pair<std::string, id>> model;
@@ -351,6 +376,7 @@ TEST_F(OVNotificationQueueTests, RandomQueuingGivesWhatTheRuleSays) {
   }
 }
 
+// Shows: mainQueue
 TEST_F(OVNotificationQueueTests, TheMainQueuePostsToTheDefaultCentreOnTheMainThread) {
   const auto main = OVNotificationQueue::mainQueue();
   EXPECT_EQ(OVNotificationQueue::mainQueue(), main);
@@ -377,6 +403,7 @@ TEST_F(OVNotificationQueueTests, TheMainQueuePostsToTheDefaultCentreOnTheMainThr
   NSNotificationCenter::defaultCenter()->removeObserver(token.get());
 }
 
+// Shows: OVNotificationQueue
 TEST_F(OVNotificationQueueTests, QueuesComeAndGoWhileThreadsUseThem) {
   const int before = CountingObject::alive();
   std::atomic<int> calls{0};
@@ -409,6 +436,7 @@ TEST_F(OVNotificationQueueTests, QueuesComeAndGoWhileThreadsUseThem) {
   }
 }
 
+// Shows: OVNotificationQueue
 TEST_F(OVNotificationQueueTests, ThreadsShareOneQueueAndEachNotificationIsPostedOnce) {
   constexpr int kEach = 2000;
   std::atomic<bool> stop{false};
@@ -432,7 +460,8 @@ TEST_F(OVNotificationQueueTests, ThreadsShareOneQueueAndEachNotificationIsPosted
   EXPECT_EQ(notifications.size(), 8U * kEach);
 }
 
-TEST_F(OVNotificationQueueDeathTest, ItsCentreAndItsPostingQueueAreThere) {
+// Shows: initWithNotificationCenter_queue, setNotificationCenter, setPostingQueue
+TEST_F(OVNotificationQueueDeathTest, AMissingCentreOrPostingQueueEndsTheProcess) {
   EXPECT_DEATH((void)OVNotificationQueue::initWithNotificationCenter_queue(nullptr, postingQueue),
                "center != nil");
   EXPECT_DEATH((void)OVNotificationQueue::initWithNotificationCenter_queue(centre, nullptr),

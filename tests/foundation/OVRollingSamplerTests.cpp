@@ -39,6 +39,7 @@ class OVRollingSamplerTests : public ::testing::Test {
 
 using OVRollingSamplerDeathTests = OVRollingSamplerTests;
 
+// Shows: addSample, initWithWindowSize
 TEST_F(OVRollingSamplerTests, KeepsTheLatestSamples) {
   const auto sampler = OVRollingSampler::initWithWindowSize(3);
   for (const double value : {1.0, 2.0, 3.0, 4.0}) {
@@ -47,6 +48,7 @@ TEST_F(OVRollingSamplerTests, KeepsTheLatestSamples) {
   expectResult(*sampler, 1000, 9, 3, 0);
 }
 
+// Shows: resultForPreviousSeconds
 TEST_F(OVRollingSamplerTests, TheTimesDecideWhatIsInAPeriod) {
   const auto sampler = OVRollingSampler::initWithWindowSize(10);
   sampler->addSample(1);
@@ -61,7 +63,8 @@ TEST_F(OVRollingSamplerTests, TheTimesDecideWhatIsInAPeriod) {
   expectResult(*sampler, kInfinity, 11, 2, 2);
 }
 
-TEST_F(OVRollingSamplerTests, NoSecondsAreThisVeryMoment) {
+// Shows: resultForPreviousSeconds
+TEST_F(OVRollingSamplerTests, APeriodOfNoSecondsIsThisVeryMoment) {
   const auto sampler = OVRollingSampler::initWithWindowSize(10);
   sampler->addSample(1);
   expectResult(*sampler, 0, 1, 1, 0);
@@ -71,6 +74,7 @@ TEST_F(OVRollingSamplerTests, NoSecondsAreThisVeryMoment) {
   expectResult(*sampler, std::nan(""), 0, 0, kNoDuration);
 }
 
+// Shows: resultForPreviousSeconds
 TEST_F(OVRollingSamplerTests, SamplesFromTheFutureCount) {
   const auto sampler = OVRollingSampler::initWithWindowSize(10);
   sampler->addSample(1);
@@ -80,6 +84,7 @@ TEST_F(OVRollingSamplerTests, SamplesFromTheFutureCount) {
   expectResult(*sampler, -5, 1, 1, 0);
 }
 
+// Shows: resultForPreviousSeconds
 TEST_F(OVRollingSamplerTests, TheLatestTimeIsNeverBeforeTheReferenceDate) {
   clock.setAbsoluteTime(-10);
   const auto sampler = OVRollingSampler::initWithWindowSize(10);
@@ -87,11 +92,13 @@ TEST_F(OVRollingSamplerTests, TheLatestTimeIsNeverBeforeTheReferenceDate) {
   expectResult(*sampler, 1, 1, 1, 10);
 }
 
+// Shows: resultForPreviousSeconds
 TEST_F(OVRollingSamplerTests, WithoutSamplesTheDurationIsFarBelowZero) {
   const auto sampler = OVRollingSampler::initWithWindowSize(3);
   expectResult(*sampler, kInfinity, 0, 0, kNoDuration);
 }
 
+// Shows: removeAllSamples
 TEST_F(OVRollingSamplerTests, ForgetsAllSamplesAndFillsTheWindowAgain) {
   const auto sampler = OVRollingSampler::initWithWindowSize(2);
   for (const double value : {1.0, 2.0, 3.0}) {
@@ -106,6 +113,7 @@ TEST_F(OVRollingSamplerTests, ForgetsAllSamplesAndFillsTheWindowAgain) {
   expectResult(*sampler, 1000, 11, 2, 0);
 }
 
+// Shows: OVRollingSamplerResult
 TEST_F(OVRollingSamplerTests, AnswersItsFieldsInTheirOrder) {
   const auto sampler = OVRollingSampler::initWithWindowSize(1);
   sampler->addSample(2.5);
@@ -118,7 +126,8 @@ TEST_F(OVRollingSamplerTests, AnswersItsFieldsInTheirOrder) {
   EXPECT_EQ(duration, 0);
 }
 
-TEST_F(OVRollingSamplerTests, DoesAsAPlainListDoes) {
+// Shows: resultForPreviousSeconds, addSample, removeAllSamples
+TEST_F(OVRollingSamplerTests, AnswersWhatAPlainListOfTheLatestSamplesDoes) {
   RandomRun random;
   for (int run = 0; run < 200; ++run) {
     const std::size_t window = 1 + random.below(8);
@@ -151,17 +160,20 @@ TEST_F(OVRollingSamplerTests, DoesAsAPlainListDoes) {
   }
 }
 
-TEST_F(OVRollingSamplerTests, ThereIsNoneWithoutAWindow) {
+// Shows: init
+TEST_F(OVRollingSamplerTests, ThereIsNoSamplerWithoutAWindow) {
   expectException(NSInvalidArgumentException, [] { (void)OVRollingSampler::init(); });
   expectException(NSInvalidArgumentException, [] { (void)OVRollingSampler::staticClass().make(); });
 }
 
+// Shows: initWithWindowSize
 TEST_F(OVRollingSamplerTests, AWindowOfNothingCanBeMadeAndAsked) {
   const auto sampler = OVRollingSampler::initWithWindowSize(0);
   expectResult(*sampler, kInfinity, 0, 0, kNoDuration);
   sampler->removeAllSamples();
 }
 
+// Shows: OVRollingSampler
 TEST_F(OVRollingSamplerTests, ManyThreadsAddAndAskAtOnce) {
   const auto sampler = OVRollingSampler::initWithWindowSize(8000);
   std::atomic<bool> isWrong{false};
@@ -180,6 +192,7 @@ TEST_F(OVRollingSamplerTests, ManyThreadsAddAndAskAtOnce) {
   expectResult(*sampler, 10, 16000, 8000, 0);
 }
 
+// Shows: OVRollingSampler
 TEST_F(OVRollingSamplerTests, SamplersMayGoWhileOthersAreHammered) {
   const StressTime time;
   Threads threads;
@@ -195,6 +208,7 @@ TEST_F(OVRollingSamplerTests, SamplersMayGoWhileOthersAreHammered) {
   });
 }
 
+// Shows: addSample
 TEST_F(OVRollingSamplerDeathTests, ASampleForAWindowOfNothingEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto sampler = OVRollingSampler::initWithWindowSize(0);

@@ -63,6 +63,7 @@ class OVSerialOperationQueueTests : public ::testing::Test {
   std::string log;
 };
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, RunsInTheOrderOfAddingWhateverThePriorities) {
   queue->setSuspended(true);
   (void)add('a', NSOperationQueuePriorityVeryLow);
@@ -71,6 +72,7 @@ TEST_F(OVSerialOperationQueueTests, RunsInTheOrderOfAddingWhateverThePriorities)
   EXPECT_EQ(run(), "abc");
 }
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, RunsInTheOrderOfAddingWhateverBecomesReadyFirst) {
   const auto other = NSOperation::init();
   const auto first = operation([&] { log += '1'; });
@@ -82,6 +84,7 @@ TEST_F(OVSerialOperationQueueTests, RunsInTheOrderOfAddingWhateverBecomesReadyFi
   EXPECT_EQ(run(), "12");
 }
 
+// Shows: setMaxConcurrentOperationCount, init
 TEST_F(OVSerialOperationQueueTests, CannotBeMadeConcurrent) {
   EXPECT_EQ(queue->maxConcurrentOperationCount(), 1);
   for (const NSInteger count : {4, 0, -1, -100}) {
@@ -92,6 +95,7 @@ TEST_F(OVSerialOperationQueueTests, CannotBeMadeConcurrent) {
   EXPECT_EQ(queue->maxConcurrentOperationCount(), 1);
 }
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, EachOperationDependsOnTheOneBefore) {
   queue->setSuspended(true);
   const auto a = add('a');
@@ -103,6 +107,7 @@ TEST_F(OVSerialOperationQueueTests, EachOperationDependsOnTheOneBefore) {
   (void)run();
 }
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, AFinishedOperationHasNoDependenciesAndNoCompletionBlock) {
   queue->setSuspended(true);
   const auto other = NSOperation::init();
@@ -123,6 +128,7 @@ TEST_F(OVSerialOperationQueueTests, AFinishedOperationHasNoDependenciesAndNoComp
   EXPECT_TRUE(wereRemoved);
 }
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, ItsOwnCompletionBlockIsCalledOnceAfterTheQueuesPart) {
   std::atomic<int> calls{0};
   std::latch called{1};
@@ -141,6 +147,7 @@ TEST_F(OVSerialOperationQueueTests, ItsOwnCompletionBlockIsCalledOnceAfterTheQue
   EXPECT_EQ(calls.load(), 1);
 }
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, ItsLastOperationIsLetGoOfWhenItIsEmpty) {
   const int before = CountingObject::alive();
   std::latch called{1};
@@ -154,6 +161,7 @@ TEST_F(OVSerialOperationQueueTests, ItsLastOperationIsLetGoOfWhenItIsEmpty) {
   }
 }
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, AnOperationThatIsBeingAddedAsItEmptiesStaysInTheRow) {
   std::latch mayEnd{1};
   std::latch ended{1};
@@ -173,6 +181,7 @@ TEST_F(OVSerialOperationQueueTests, AnOperationThatIsBeingAddedAsItEmptiesStaysI
   EXPECT_EQ(run(), "23");
 }
 
+// Shows: OVSerialOperationQueue
 TEST_F(OVSerialOperationQueueTests, OtherWaysOfAddingDoNotChain) {
   queue->setSuspended(true);
   const auto a = add('a');
@@ -185,6 +194,7 @@ TEST_F(OVSerialOperationQueueTests, OtherWaysOfAddingDoNotChain) {
   EXPECT_EQ(run(), "bac");
 }
 
+// Shows: addOperation, addOperationWithBlock_dependencies
 TEST_F(OVSerialOperationQueueTests, OneAddedWithDependenciesIsChainedAsWell) {
   queue->setSuspended(true);
   const auto a = add('a');
@@ -196,6 +206,7 @@ TEST_F(OVSerialOperationQueueTests, OneAddedWithDependenciesIsChainedAsWell) {
   EXPECT_EQ(run(), "ab");
 }
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, ACancelledOneDoesNotBreakTheRow) {
   queue->setSuspended(true);
   (void)add('a');
@@ -204,6 +215,7 @@ TEST_F(OVSerialOperationQueueTests, ACancelledOneDoesNotBreakTheRow) {
   EXPECT_EQ(run(), "ac");
 }
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, WhatIsRefusedChangesNothing) {
   queue->setSuspended(true);
   const auto other = NSOperationQueue::init();
@@ -224,6 +236,7 @@ TEST_F(OVSerialOperationQueueTests, WhatIsRefusedChangesNothing) {
   other->cancelAllOperations();
 }
 
+// Shows: addOperation
 TEST_F(OVSerialOperationQueueTests, WhatIsRefusedKeepsADependencyThatItHad) {
   queue->setSuspended(true);
   const auto other = NSOperationQueue::init();
@@ -238,6 +251,7 @@ TEST_F(OVSerialOperationQueueTests, WhatIsRefusedKeepsADependencyThatItHad) {
   other->cancelAllOperations();
 }
 
+// Shows: OVSerialOperationQueue
 TEST_F(OVSerialOperationQueueTests, ALongRowRunsAndIsLetGoOf) {
   const int before = CountingObject::alive();
   queue->setSuspended(true);
@@ -252,6 +266,7 @@ TEST_F(OVSerialOperationQueueTests, ALongRowRunsAndIsLetGoOf) {
   }
 }
 
+// Shows: OVSerialOperationQueue, addOperation
 TEST_F(OVSerialOperationQueueTests, KeepsTheOrderOfEachOfSeveralThreads) {
   std::vector<std::vector<int>> order(4);
   Threads threads;
@@ -269,6 +284,7 @@ TEST_F(OVSerialOperationQueueTests, KeepsTheOrderOfEachOfSeveralThreads) {
   }
 }
 
+// Shows: OVSerialOperationQueue
 TEST_F(OVSerialOperationQueueTests, AQueueThatGoesHasItsOperationsRunInTheirOrder) {
   const int before = CountingObject::alive();
   std::latch mayRun{1};
@@ -287,6 +303,7 @@ TEST_F(OVSerialOperationQueueTests, AQueueThatGoesHasItsOperationsRunInTheirOrde
   }
 }
 
+// Shows: OVSerialOperationQueue
 TEST_F(OVSerialOperationQueueTests, ASuspendedQueueThatGoesLeavesNothingBehind) {
   const int before = CountingObject::alive();
   queue->setSuspended(true);
@@ -302,6 +319,7 @@ TEST_F(OVSerialOperationQueueTests, ASuspendedQueueThatGoesLeavesNothingBehind) 
   EXPECT_EQ(log, "");
 }
 
+// Shows: OVSerialOperationQueue
 TEST_F(OVSerialOperationQueueTests, AQueueMayGoFromWithinItsOperation) {
   std::latch done{2};
   queue->setSuspended(true);
@@ -315,6 +333,7 @@ TEST_F(OVSerialOperationQueueTests, AQueueMayGoFromWithinItsOperation) {
   done.wait();
 }
 
+// Shows: OVSerialOperationQueue
 TEST_F(OVSerialOperationQueueTests, QueuesComeAndGoWhileThreadsUseThem) {
   const int before = CountingObject::alive();
   {

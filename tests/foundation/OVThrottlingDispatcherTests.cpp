@@ -91,7 +91,8 @@ INSTANTIATE_TEST_SUITE_P(Modes, OVThrottlingDispatcherModeTests,
 
 using OVThrottlingDispatcherDeathTests = OVThrottlingDispatcherTests;
 
-TEST_F(OVThrottlingDispatcherTests, ModesHaveTheirNumbers) {
+// Shows: OVThrottleBetweenStarts, OVThrottleBetweenExecution
+TEST_F(OVThrottlingDispatcherTests, BetweenStartsIsZeroAndBetweenExecutionIsOne) {
   EXPECT_EQ(OVThrottleBetweenStarts, 0U);
   EXPECT_EQ(OVThrottleBetweenExecution, 1U);
   EXPECT_FALSE(OVThrottlingDispatcher::staticClass().make());
@@ -99,12 +100,14 @@ TEST_F(OVThrottlingDispatcherTests, ModesHaveTheirNumbers) {
 
 // Both modes, row by row.
 
+// Shows: dispatch
 TEST_P(OVThrottlingDispatcherModeTests, AnIdleDispatcherRunsABlockAtOnce) {
   const auto dispatcher = make(kEndless);
   dispatcher->dispatch(runs.block('A'));
   EXPECT_EQ(runs.waitFor(1), "A");
 }
 
+// Shows: dispatch
 TEST_P(OVThrottlingDispatcherModeTests, ABlockWithinTheIntervalWaits) {
   const auto dispatcher = make(kEndless);
   runFirst(dispatcher);
@@ -114,6 +117,7 @@ TEST_P(OVThrottlingDispatcherModeTests, ABlockWithinTheIntervalWaits) {
   EXPECT_EQ(CountingObject::alive(), 1);
 }
 
+// Shows: dispatch
 TEST_P(OVThrottlingDispatcherModeTests, ABlockReplacesTheOneThatWaits) {
   const auto dispatcher = make(kEndless);
   runFirst(dispatcher);
@@ -123,6 +127,7 @@ TEST_P(OVThrottlingDispatcherModeTests, ABlockReplacesTheOneThatWaits) {
   }
 }
 
+// Shows: dispatch
 TEST_P(OVThrottlingDispatcherModeTests, OfABurstTheFirstAndTheLastRun) {
   const auto dispatcher = make(kLong);
   dispatcher->dispatch(runs.block('A'));
@@ -133,6 +138,7 @@ TEST_P(OVThrottlingDispatcherModeTests, OfABurstTheFirstAndTheLastRun) {
   EXPECT_EQ(runs.waitFor(2), "AD");
 }
 
+// Shows: dispatch
 TEST_P(OVThrottlingDispatcherModeTests, GoesIdleWhenNothingCameWithinTheInterval) {
   const auto dispatcher = make(kShort);
   runFirst(dispatcher);
@@ -143,6 +149,7 @@ TEST_P(OVThrottlingDispatcherModeTests, GoesIdleWhenNothingCameWithinTheInterval
   EXPECT_EQ(runs.names(), "AA");
 }
 
+// Shows: dispatch
 TEST_P(OVThrottlingDispatcherModeTests, TheLastBlockOfEachBurstRunsOnce) {
   const auto dispatcher = make(kShort);
   for (std::size_t burst = 1; burst <= 5; ++burst) {
@@ -156,6 +163,7 @@ TEST_P(OVThrottlingDispatcherModeTests, TheLastBlockOfEachBurstRunsOnce) {
   EXPECT_LE(runsOf('A'), 5U);
 }
 
+// Shows: dispatch
 TEST_P(OVThrottlingDispatcherModeTests, ABlockMayDispatchTheNext) {
   const auto dispatcher = make(kShort);
   dispatcher->dispatch(runs.block('A', [&, this] { dispatcher->dispatch(runs.block('B')); }));
@@ -163,6 +171,7 @@ TEST_P(OVThrottlingDispatcherModeTests, ABlockMayDispatchTheNext) {
   drain();
 }
 
+// Shows: dispatch
 TEST_P(OVThrottlingDispatcherModeTests, ABlockThatHasRunIsLetGoOf) {
   const auto dispatcher = make(kEndless);
   dispatcher->dispatch(carrier('A'));
@@ -171,6 +180,7 @@ TEST_P(OVThrottlingDispatcherModeTests, ABlockThatHasRunIsLetGoOf) {
   EXPECT_EQ(CountingObject::alive(), 0);
 }
 
+// Shows: OVThrottlingDispatcher
 TEST_P(OVThrottlingDispatcherModeTests, ABlockThatWaitsIsDroppedWithTheDispatcher) {
   auto dispatcher = make(kEndless);
   runFirst(dispatcher);
@@ -181,6 +191,7 @@ TEST_P(OVThrottlingDispatcherModeTests, ABlockThatWaitsIsDroppedWithTheDispatche
   EXPECT_EQ(runs.names(), "A");
 }
 
+// Shows: OVThrottlingDispatcher
 TEST_P(OVThrottlingDispatcherModeTests, ABlockOnItsQueueStillRunsAfterTheDispatcher) {
   const Gate gate;
   auto dispatcher = make(kEndless);
@@ -193,6 +204,7 @@ TEST_P(OVThrottlingDispatcherModeTests, ABlockOnItsQueueStillRunsAfterTheDispatc
   EXPECT_EQ(runs.waitFor(1), "A");
 }
 
+// Shows: OVThrottlingDispatcher
 TEST_P(OVThrottlingDispatcherModeTests, ABlockMayLetGoOfItsDispatcher) {
   auto dispatcher = std::make_shared<Ref<OVThrottlingDispatcher>>(make(kLong));
   const Gate gate;
@@ -208,6 +220,7 @@ TEST_P(OVThrottlingDispatcherModeTests, ABlockMayLetGoOfItsDispatcher) {
   EXPECT_EQ(runs.names(), "A-");
 }
 
+// Shows: OVThrottlingDispatcher
 TEST_P(OVThrottlingDispatcherModeTests, ABlockMayBeTheLastToHoldItsDispatcher) {
   auto dispatcher = make(kEndless);
   dispatcher->dispatch([record = runs, next = carrier('B'), kept = dispatcher] {
@@ -220,6 +233,7 @@ TEST_P(OVThrottlingDispatcherModeTests, ABlockMayBeTheLastToHoldItsDispatcher) {
   EXPECT_EQ(runs.names(), "A");
 }
 
+// Shows: dispatch
 TEST_P(OVThrottlingDispatcherModeTests, WhatIsDroppedMayUseTheDispatcherAsItGoes) {
   const auto dispatcher = make(kEndless);
   runFirst(dispatcher);
@@ -231,6 +245,7 @@ TEST_P(OVThrottlingDispatcherModeTests, WhatIsDroppedMayUseTheDispatcherAsItGoes
 
 // Between starts.
 
+// Shows: initWithQueue_seconds, OVThrottleBetweenStarts
 TEST_F(OVThrottlingDispatcherTests, BetweenStartsIsTheUsualMode) {
   const auto dispatcher =
       OVThrottlingDispatcher::initWithQueue_seconds(dispatch_get_global_queue(0, 0), kShort);
@@ -241,6 +256,7 @@ TEST_F(OVThrottlingDispatcherTests, BetweenStartsIsTheUsualMode) {
   EXPECT_EQ(runs.waitFor(2), "AB") << "B starts while A runs";
 }
 
+// Shows: dispatch, OVThrottleBetweenStarts
 TEST_F(OVThrottlingDispatcherTests, BetweenStartsABlockThatRunsCanBeHandedOverAgain) {
   const auto dispatcher = betweenStarts(kShort);
   const Gate gate;
@@ -254,6 +270,7 @@ TEST_F(OVThrottlingDispatcherTests, BetweenStartsABlockThatRunsCanBeHandedOverAg
 
 // Between execution.
 
+// Shows: dispatch, OVThrottleBetweenExecution
 TEST_F(OVThrottlingDispatcherTests, BetweenExecutionNoneStartsWhileOneRuns) {
   const DispatchQueue concurrent = dispatchConcurrentQueue();
   const auto dispatcher = OVThrottlingDispatcher::initWithQueue_seconds_mode(
@@ -273,6 +290,7 @@ TEST_F(OVThrottlingDispatcherTests, BetweenExecutionNoneStartsWhileOneRuns) {
   dispatch_barrier_sync(concurrent, [] {});
 }
 
+// Shows: dispatch, OVThrottleBetweenExecution
 TEST_F(OVThrottlingDispatcherTests, BetweenExecutionTheIntervalBeginsAtTheEnd) {
   const auto dispatcher = betweenExecution(kEndless);
   const Gate gate;
@@ -288,6 +306,7 @@ TEST_F(OVThrottlingDispatcherTests, BetweenExecutionTheIntervalBeginsAtTheEnd) {
   EXPECT_EQ(CountingObject::alive(), 1) << "C waits";
 }
 
+// Shows: dispatch, OVThrottleBetweenExecution
 TEST_F(OVThrottlingDispatcherTests, BetweenExecutionTheBlockThatRunsIsForgottenWhenHandedOver) {
   const auto dispatcher = betweenExecution(kShort);
   const Gate gate;
@@ -305,6 +324,7 @@ TEST_F(OVThrottlingDispatcherTests, BetweenExecutionTheBlockThatRunsIsForgottenW
   EXPECT_EQ(runs.waitFor(2), "AA") << "it is forgotten only while it runs";
 }
 
+// Shows: dispatch, OVThrottleBetweenExecution
 TEST_F(OVThrottlingDispatcherTests, BetweenExecutionABlockMadeAfreshRuns) {
   const auto dispatcher = betweenExecution(kShort);
   const Gate gate;
@@ -316,6 +336,7 @@ TEST_F(OVThrottlingDispatcherTests, BetweenExecutionABlockMadeAfreshRuns) {
   EXPECT_EQ(runs.waitFor(2), "AA");
 }
 
+// Shows: OVThrottlingDispatcher, OVThrottleBetweenExecution
 TEST_F(OVThrottlingDispatcherTests, BetweenExecutionTheDispatcherMayGoWhileABlockRuns) {
   auto dispatcher = betweenExecution(kShort);
   const Gate gate;
@@ -332,6 +353,7 @@ TEST_F(OVThrottlingDispatcherTests, BetweenExecutionTheDispatcherMayGoWhileABloc
 
 // Odd arguments.
 
+// Shows: initWithQueue_seconds_mode, dispatch
 TEST_F(OVThrottlingDispatcherTests, AnyOtherModeSwallowsEveryBlock) {
   for (const NSUInteger mode : {NSUInteger{2}, std::numeric_limits<NSUInteger>::max()}) {
     const auto dispatcher = make(mode, kShort);
@@ -342,6 +364,7 @@ TEST_F(OVThrottlingDispatcherTests, AnyOtherModeSwallowsEveryBlock) {
   }
 }
 
+// Shows: initWithQueue_seconds_mode
 TEST_F(OVThrottlingDispatcherTests, TheSmallestAndTheLargestIntervalAreIntervals) {
   const auto smallest = betweenStarts(std::numeric_limits<double>::denorm_min());
   runFirst(smallest);
@@ -354,7 +377,8 @@ TEST_F(OVThrottlingDispatcherTests, TheSmallestAndTheLargestIntervalAreIntervals
   EXPECT_EQ(runs.names(), "AAA");
 }
 
-TEST_F(OVThrottlingDispatcherDeathTests, NoQueueEndsTheProcess) {
+// Shows: initWithQueue_seconds_mode, initWithQueue_seconds
+TEST_F(OVThrottlingDispatcherDeathTests, AMissingQueueEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH((void)OVThrottlingDispatcher::initWithQueue_seconds_mode(nullptr, 1, 0),
                "Assertion failure in -\\[OVThrottlingDispatcher initWithQueue:seconds:mode:\\], "
@@ -364,6 +388,7 @@ TEST_F(OVThrottlingDispatcherDeathTests, NoQueueEndsTheProcess) {
       << "the queue is looked at first";
 }
 
+// Shows: initWithQueue_seconds_mode
 TEST_F(OVThrottlingDispatcherDeathTests, AnIntervalNotAboveZeroEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   for (const double seconds : {0.0, -0.0, -1.0, std::nan("")}) {
@@ -373,11 +398,13 @@ TEST_F(OVThrottlingDispatcherDeathTests, AnIntervalNotAboveZeroEndsTheProcess) {
   }
 }
 
-TEST_F(OVThrottlingDispatcherDeathTests, NoBlockEndsTheProcess) {
+// Shows: dispatch
+TEST_F(OVThrottlingDispatcherDeathTests, AMissingBlockEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(betweenStarts(1)->dispatch(nullptr), "block != nil");
 }
 
+// Shows: dispatch
 TEST_F(OVThrottlingDispatcherDeathTests, ABlockThatThrowsEndsTheProcessWithItsText) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   for (const NSUInteger mode : {OVThrottleBetweenStarts, OVThrottleBetweenExecution}) {
@@ -393,6 +420,7 @@ TEST_F(OVThrottlingDispatcherDeathTests, ABlockThatThrowsEndsTheProcessWithItsTe
 
 // Many threads.
 
+// Shows: OVThrottlingDispatcher, dispatch
 TEST_P(OVThrottlingDispatcherModeTests, ABurstOfManyThreadsEndsWithTheLastBlock) {
   const auto dispatcher = make(0.001);
   Threads threads;
@@ -406,6 +434,7 @@ TEST_P(OVThrottlingDispatcherModeTests, ABurstOfManyThreadsEndsWithTheLastBlock)
   EXPECT_EQ(runs.waitFor(1), "Z");
 }
 
+// Shows: OVThrottlingDispatcher
 TEST_P(OVThrottlingDispatcherModeTests, DispatchersMayGoWhileOthersAreHammered) {
   const StressTime time;
   std::array<Ref<OVThrottlingDispatcher>, 4> slots;

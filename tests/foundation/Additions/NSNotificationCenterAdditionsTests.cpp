@@ -33,6 +33,7 @@ class NSNotificationCenterAdditionsTests : public ::testing::Test {
 
 using NSNotificationCenterAdditionsDeathTest = NSNotificationCenterAdditionsTests;
 
+// Shows: postNotificationOnMainThreadName_object_userInfo
 TEST_F(NSNotificationCenterAdditionsTests, PostsAtOnceOnTheMainThread) {
   post("name", "object", userInfo);
   ASSERT_NE(heard, nullptr);
@@ -42,6 +43,7 @@ TEST_F(NSNotificationCenterAdditionsTests, PostsAtOnceOnTheMainThread) {
   EXPECT_TRUE(wasOnMainThread);
 }
 
+// Shows: postNotificationOnMainThreadName_object_userInfo
 TEST_F(NSNotificationCenterAdditionsTests, FromAnotherThreadItReturnsWhenTheMainThreadHasPosted) {
   std::atomic<bool> returned{false};
   std::thread poster([&] {
@@ -59,6 +61,7 @@ TEST_F(NSNotificationCenterAdditionsTests, FromAnotherThreadItReturnsWhenTheMain
   poster.join();
 }
 
+// Shows: postNotificationOnMainThreadName_object_userInfo
 TEST_F(NSNotificationCenterAdditionsTests, ANullObjectDropsTheUserInfoAsWell) {
   post("name", nullptr, userInfo);
   EXPECT_EQ(heard->name(), "name");
@@ -66,6 +69,7 @@ TEST_F(NSNotificationCenterAdditionsTests, ANullObjectDropsTheUserInfoAsWell) {
   EXPECT_EQ(heard->userInfo(), nullptr);
 }
 
+// Shows: postNotificationOnMainThreadName_object_userInfo
 TEST_F(NSNotificationCenterAdditionsTests, ANullNameDropsEverything) {
   post(nullptr, "object", userInfo);
   ASSERT_NE(heard, nullptr);
@@ -74,6 +78,7 @@ TEST_F(NSNotificationCenterAdditionsTests, ANullNameDropsEverything) {
   EXPECT_EQ(heard->userInfo(), nullptr);
 }
 
+// Shows: _threadedPostNotificationOnMainThreadName_object_userInfo
 TEST_F(NSNotificationCenterAdditionsTests, ItsMainThreadHalfTakesWhatTheDictionaryHas) {
   _threadedPostNotificationOnMainThreadName_object_userInfo(
       centre, NSDictionary::of({{"name", "n"}, {"userInfo", userInfo}}));
@@ -82,7 +87,8 @@ TEST_F(NSNotificationCenterAdditionsTests, ItsMainThreadHalfTakesWhatTheDictiona
   EXPECT_TRUE(heard->userInfo()->isEqual(userInfo));
 }
 
-TEST_F(NSNotificationCenterAdditionsDeathTest, NeedsACentreAndADictionary) {
+// Shows: postNotificationOnMainThreadName_object_userInfo
+TEST_F(NSNotificationCenterAdditionsDeathTest, AMissingCentreOrDictionaryEndsTheProcess) {
   EXPECT_DEATH(postNotificationOnMainThreadName_object_userInfo(nullptr, "n", nullptr, nullptr),
                "self != nil");
   EXPECT_DEATH(_threadedPostNotificationOnMainThreadName_object_userInfo(centre, nullptr),

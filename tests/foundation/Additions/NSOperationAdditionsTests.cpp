@@ -9,10 +9,12 @@
 namespace kestova::testing {
 namespace {
 
+// Shows: cost
 TEST(NSOperationAdditionsTests, AFreshOperationCostsNothing) {
   EXPECT_EQ(cost(NSOperation::init()), 0);
 }
 
+// Shows: setCost, cost
 TEST(NSOperationAdditionsTests, TheCostIsWhatWasSetLast) {
   const auto operation = NSOperation::init();
   using Limits = std::numeric_limits<NSInteger>;
@@ -22,7 +24,8 @@ TEST(NSOperationAdditionsTests, TheCostIsWhatWasSetLast) {
   }
 }
 
-TEST(NSOperationAdditionsTests, EachOperationHasItsOwn) {
+// Shows: setCost, cost
+TEST(NSOperationAdditionsTests, EachOperationHasACostOfItsOwn) {
   const auto first = NSOperation::init();
   const auto second = NSBlockOperation::init();
   setCost(first, 1);
@@ -31,6 +34,7 @@ TEST(NSOperationAdditionsTests, EachOperationHasItsOwn) {
   EXPECT_EQ(cost(second), 2);
 }
 
+// Shows: setCost, NSOperationCostAssociationKey
 TEST(NSOperationAdditionsTests, TheCostIsANumberUnderItsKey) {
   const auto operation = NSOperation::init();
   setCost(operation, -5);

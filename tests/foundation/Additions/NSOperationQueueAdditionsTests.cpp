@@ -10,6 +10,7 @@
 namespace kestova::testing {
 namespace {
 
+// Shows: defaultOperationQueue
 TEST(NSOperationQueueAdditionsTests, TheDefaultQueueIsOneWithDefaultSettings) {
   const auto queue = defaultOperationQueue();
   EXPECT_EQ(defaultOperationQueue(), queue);
@@ -20,6 +21,7 @@ TEST(NSOperationQueueAdditionsTests, TheDefaultQueueIsOneWithDefaultSettings) {
   EXPECT_NE(queue, NSOperationQueue::mainQueue());
 }
 
+// Shows: addOperationWithBlock_dependencies
 TEST(NSOperationQueueAdditionsTests, ABlockWaitsForItsDependencies) {
   const auto queue = NSOperationQueue::init();
   const auto first = NSOperation::init();
@@ -36,7 +38,8 @@ TEST(NSOperationQueueAdditionsTests, ABlockWaitsForItsDependencies) {
   EXPECT_EQ(log, "ran");
 }
 
-TEST(NSOperationQueueAdditionsTests, NoDependenciesMakeNone) {
+// Shows: addOperationWithBlock_dependencies
+TEST(NSOperationQueueAdditionsTests, ABlockAddedWithAnEmptyCollectionHasNoDependencies) {
   const auto queue = NSOperationQueue::init();
   for (const Ref<NSArray>& none : {NSArray::array(), Ref<NSArray>()}) {
     int runs = 0;
@@ -48,6 +51,7 @@ TEST(NSOperationQueueAdditionsTests, NoDependenciesMakeNone) {
   }
 }
 
+// Shows: addOperationWithBlock_dependencies
 TEST(NSOperationQueueAdditionsTests, WhatIsNoBlockOrNoOperationIsRefused) {
   const auto queue = NSOperationQueue::init();
   expectException(NSInvalidArgumentException,
@@ -59,7 +63,8 @@ TEST(NSOperationQueueAdditionsTests, WhatIsNoBlockOrNoOperationIsRefused) {
   EXPECT_EQ(queue->operationCount(), 0U);
 }
 
-TEST(NSOperationQueueAdditionsDeathTest, NeedsAQueue) {
+// Shows: addOperationWithBlock_dependencies
+TEST(NSOperationQueueAdditionsDeathTest, AMissingQueueEndsTheProcess) {
   EXPECT_DEATH((void)addOperationWithBlock_dependencies(
                    nullptr, [] {}, nullptr),
                "self != nil");

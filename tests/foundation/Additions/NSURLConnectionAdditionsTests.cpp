@@ -34,6 +34,7 @@ class NSURLConnectionAdditionsTest : public ::testing::Test {
   })};
 };
 
+// Shows: sendSynchronousRequest_completionBlock
 TEST_F(NSURLConnectionAdditionsTest, ASynchronousRequestCallsBackOnTheCallingThread) {
   int calls = 0;
   sendSynchronousRequest_completionBlock(
@@ -49,6 +50,7 @@ TEST_F(NSURLConnectionAdditionsTest, ASynchronousRequestCallsBackOnTheCallingThr
   EXPECT_EQ(calls, 1);
 }
 
+// Shows: sendSynchronousRequest_completionBlock
 TEST_F(NSURLConnectionAdditionsTest, AFailureArrivesAsTheError) {
   for (const auto& bad : {Ref<NSURLRequest>(), NSURLRequest::requestWithURL(nullptr)}) {
     int calls = 0;
@@ -65,6 +67,7 @@ TEST_F(NSURLConnectionAdditionsTest, AFailureArrivesAsTheError) {
   }
 }
 
+// Shows: sendSynchronousRequest_completionBlock
 TEST_F(NSURLConnectionAdditionsTest, WhatTheBlockThrowsArrivesAtTheCaller) {
   EXPECT_THROW(
       sendSynchronousRequest_completionBlock(
@@ -72,6 +75,7 @@ TEST_F(NSURLConnectionAdditionsTest, WhatTheBlockThrowsArrivesAtTheCaller) {
       std::runtime_error);
 }
 
+// Shows: sendAsynchronousRequest_completionBlock
 TEST_F(NSURLConnectionAdditionsTest, AnAsynchronousRequestCallsBackOnTheGlobalQueue) {
   std::promise<std::string> arrived;
   const auto changing = request("/page");
@@ -86,6 +90,7 @@ TEST_F(NSURLConnectionAdditionsTest, AnAsynchronousRequestCallsBackOnTheGlobalQu
   EXPECT_EQ(arrived.get_future().get(), "/page");
 }
 
+// Shows: sendAsynchronousRequest_completionBlock
 TEST_F(NSURLConnectionAdditionsTest, ManyAsynchronousRequestsAllCallBackOnce) {
   DispatchGroup group;
   std::atomic<int> arrived{0};
@@ -102,7 +107,8 @@ TEST_F(NSURLConnectionAdditionsTest, ManyAsynchronousRequestsAllCallBackOnce) {
   EXPECT_EQ(arrived, 40);
 }
 
-TEST(NSURLConnectionAdditionsDeathTest, ThereMustBeABlock) {
+// Shows: sendSynchronousRequest_completionBlock, sendAsynchronousRequest_completionBlock
+TEST(NSURLConnectionAdditionsDeathTest, AMissingBlockEndsTheProcess) {
   EXPECT_DEATH(sendSynchronousRequest_completionBlock(nullptr, nullptr), "completion != nil");
   EXPECT_DEATH(sendAsynchronousRequest_completionBlock(nullptr, nullptr), "completion != nil");
 }
