@@ -47,6 +47,7 @@ class OVKVOMutableDictionaryTests : public ::testing::Test {
   const Ref<Recorder> recorder_ = make<Recorder>();
 };
 
+// Shows: setObject_forKey
 TEST_F(OVKVOMutableDictionaryTests, StoringIsOneChangeOfThatKey) {
   dictionary_->setObject_forKey(1, "k");
   EXPECT_EQ(recorder_->takeTold(), (Lines{"will k <null>>-", "did k <null>>1"}));
@@ -56,6 +57,7 @@ TEST_F(OVKVOMutableDictionaryTests, StoringIsOneChangeOfThatKey) {
   EXPECT_EQ(recorder_->takeTold(), Lines());
 }
 
+// Shows: removeObjectForKey
 TEST_F(OVKVOMutableDictionaryTests, RemovingIsOneChangeOfThatKey) {
   dictionary_->setObject_forKey(1, "k");
   recorder_->takeTold();
@@ -63,6 +65,7 @@ TEST_F(OVKVOMutableDictionaryTests, RemovingIsOneChangeOfThatKey) {
   EXPECT_EQ(recorder_->takeTold(), (Lines{"will k 1>-", "did k 1><null>"}));
 }
 
+// Shows: setObject_forKey, removeObjectForKey
 TEST_F(OVKVOMutableDictionaryTests, WhatChangesNothingIsAnnouncedToo) {
   dictionary_->removeObjectForKey("k");
   EXPECT_EQ(recorder_->takeTold(), (Lines{"will k <null>>-", "did k <null>><null>"}));
@@ -72,6 +75,7 @@ TEST_F(OVKVOMutableDictionaryTests, WhatChangesNothingIsAnnouncedToo) {
   EXPECT_EQ(recorder_->takeTold(), (Lines{"will k 1>-", "did k 1>1"}));
 }
 
+// Shows: OVKVOMutableDictionary, setObject_forKey, removeObjectForKey
 TEST_F(OVKVOMutableDictionaryTests, OperationsOnManyKeysAnnounceEach) {
   dictionary_->addEntriesFromDictionary(NSDictionary::of({{"k", 1}, {"l", 2}}));
   EXPECT_EQ(recorder_->takeTold().size(), 2U);
@@ -85,16 +89,19 @@ TEST_F(OVKVOMutableDictionaryTests, OperationsOnManyKeysAnnounceEach) {
   EXPECT_EQ(recorder_->takeTold(), (Lines{"will k 3>-", "did k 3><null>"}));
 }
 
+// Shows: setObject_forKey
 TEST_F(OVKVOMutableDictionaryTests, AKeyMayBeAMutableString) {
   dictionary_->setObject_forKey(1, NSMutableString::stringWithString("k"));
   EXPECT_EQ(recorder_->takeTold(), (Lines{"will k <null>>-", "did k <null>>1"}));
 }
 
-TEST_F(OVKVOMutableDictionaryTests, NothingCannotBeStoredNorIsItAnnounced) {
+// Shows: setObject_forKey
+TEST_F(OVKVOMutableDictionaryTests, AMissingObjectIsRefusedAndNotAnnounced) {
   expectException(NSInvalidArgumentException, [&] { dictionary_->setObject_forKey(nullptr, "k"); });
   EXPECT_EQ(recorder_->takeTold(), Lines());
 }
 
+// Shows: initWithObjects_forKeys
 TEST(OVKVOMutableDictionaryMakingTests, EachObjectStandsUnderTheKeyAtItsPlace) {
   const auto dictionary =
       OVKVOMutableDictionary::initWithObjects_forKeys(NSArray::of(1, 2), NSArray::of("a", "b"));
@@ -105,6 +112,7 @@ TEST(OVKVOMutableDictionaryMakingTests, EachObjectStandsUnderTheKeyAtItsPlace) {
   });
 }
 
+// Shows: setObject_forKey, removeObjectForKey
 TEST(OVKVOMutableDictionaryDeathTests, AKeyThatIsNoStringEndsTheProcess) {
   const auto dictionary = OVKVOMutableDictionary::initWithObjects_forKeys(nullptr, nullptr);
   const char* set =

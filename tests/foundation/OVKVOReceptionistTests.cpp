@@ -34,6 +34,7 @@ class OVKVOReceptionistTests : public ::testing::Test {
   Lines told_;
 };
 
+// Shows: receptionistForKeyPath_object_handler
 TEST_F(OVKVOReceptionistTests, TheHandlerIsToldOldAndNewValue) {
   const auto observing = receptionist("balance");
   account_->setBalance(5);
@@ -41,6 +42,7 @@ TEST_F(OVKVOReceptionistTests, TheHandlerIsToldOldAndNewValue) {
   EXPECT_EQ(told_, (Lines{"balance 0>5", "balance 5>7"}));
 }
 
+// Shows: receptionistForKeyPath_object_handler, observeValueForKeyPath_ofObject_change_context
 TEST_F(OVKVOReceptionistTests, OtherKeysAndObjectsAreNotTold) {
   const auto observing = receptionist("balance");
   account_->setName("Ada");
@@ -48,7 +50,8 @@ TEST_F(OVKVOReceptionistTests, OtherKeysAndObjectsAreNotTold) {
   EXPECT_TRUE(told_.empty());
 }
 
-TEST_F(OVKVOReceptionistTests, PathsAreFollowed) {
+// Shows: receptionistForKeyPath_object_handler
+TEST_F(OVKVOReceptionistTests, KeyPathsThroughOtherObjectsAreFollowed) {
   const auto observing = receptionist("owner.name");
   const auto owner = make<ObservedAccount>();
   account_->setOwner(owner);
@@ -56,6 +59,7 @@ TEST_F(OVKVOReceptionistTests, PathsAreFollowed) {
   EXPECT_EQ(told_, (Lines{"owner.name <null>><null>", "owner.name <null>>Ada"}));
 }
 
+// Shows: OVKVOReceptionist
 TEST_F(OVKVOReceptionistTests, ItObservesOnlyAsLongAsItLives) {
   auto observing = receptionist("balance");
   EXPECT_TRUE(account_->hasObservers());
@@ -65,6 +69,7 @@ TEST_F(OVKVOReceptionistTests, ItObservesOnlyAsLongAsItLives) {
   EXPECT_TRUE(told_.empty());
 }
 
+// Shows: cancel, isCancelled
 TEST_F(OVKVOReceptionistTests, CancellingIsFinalAndMayBeRepeated) {
   const auto observing = receptionist("balance");
   EXPECT_FALSE(observing->isCancelled());
@@ -79,6 +84,7 @@ TEST_F(OVKVOReceptionistTests, CancellingIsFinalAndMayBeRepeated) {
   EXPECT_FALSE(account_->hasObservers());
 }
 
+// Shows: OVKVOReceptionist, cancel
 TEST_F(OVKVOReceptionistTests, ItHoldsTheObjectUntilItIsCancelled) {
   const auto observing = receptionist("balance");
   EXPECT_EQ(account_->retainCount(), 2U);
@@ -86,6 +92,7 @@ TEST_F(OVKVOReceptionistTests, ItHoldsTheObjectUntilItIsCancelled) {
   EXPECT_EQ(account_->retainCount(), 1U);
 }
 
+// Shows: cancel
 TEST_F(OVKVOReceptionistTests, TheHandlerMayCancelAndLetGoOfIt) {
   Ref<OVKVOReceptionist> observing;
   int calls = 0;
@@ -104,6 +111,7 @@ TEST_F(OVKVOReceptionistTests, TheHandlerMayCancelAndLetGoOfIt) {
   EXPECT_EQ(held.use_count(), 1);
 }
 
+// Shows: cancel
 TEST_F(OVKVOReceptionistTests, CancellingMayLetGoOfWhatHoldsIt) {
   auto held = std::make_shared<Ref<OVKVOReceptionist>>();
   *held = OVKVOReceptionist::receptionistForKeyPath_object_handler(
@@ -117,6 +125,7 @@ TEST_F(OVKVOReceptionistTests, CancellingMayLetGoOfWhatHoldsIt) {
   EXPECT_EQ(account_->retainCount(), 1U);
 }
 
+// Shows: observeValueForKeyPath_ofObject_change_context
 TEST_F(OVKVOReceptionistTests, AnotherContextGoesToTheBaseClass) {
   const auto observing = receptionist("balance");
   int other = 0;
@@ -126,6 +135,7 @@ TEST_F(OVKVOReceptionistTests, AnotherContextGoesToTheBaseClass) {
   EXPECT_TRUE(told_.empty());
 }
 
+// Shows: observeValueForKeyPath_ofObject_change_context
 TEST_F(OVKVOReceptionistTests, WhatItDoesNotObserveIsIgnoredUnderItsOwnContext) {
   const auto observing = receptionist("balance");
   void* own = const_cast<Class*>(&OVKVOReceptionist::staticClass());
@@ -139,7 +149,8 @@ TEST_F(OVKVOReceptionistTests, WhatItDoesNotObserveIsIgnoredUnderItsOwnContext) 
   EXPECT_TRUE(told_.empty());
 }
 
-TEST_F(OVKVOReceptionistTests, TheKeyPathIsItsOwn) {
+// Shows: receptionistForKeyPath_object_handler
+TEST_F(OVKVOReceptionistTests, TheKeyPathIsACopyOfItsOwn) {
   const auto keyPath = NSMutableString::stringWithString("balance");
   const auto observing = receptionist(keyPath);
   keyPath->appendString(".more");
@@ -147,7 +158,8 @@ TEST_F(OVKVOReceptionistTests, TheKeyPathIsItsOwn) {
   EXPECT_EQ(told_, (Lines{"balance 0>5"}));
 }
 
-TEST_F(OVKVOReceptionistTests, NothingIsNeverObserved) {
+// Shows: receptionistForKeyPath_object_handler, cancel
+TEST_F(OVKVOReceptionistTests, AMissingObjectIsNotObservedAndAMissingKeyPathIsRefused) {
   const auto observing = OVKVOReceptionist::receptionistForKeyPath_object_handler(
       "balance", nullptr, [](const auto&, const id&, const auto&) {});
   observing->cancel();

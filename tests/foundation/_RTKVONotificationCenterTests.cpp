@@ -49,7 +49,8 @@ class _RTKVONotificationCenterTests : public ::testing::Test {
   const Ref<Observer> observer_ = make<Observer>();
 };
 
-TEST_F(_RTKVONotificationCenterTests, ARegistrationIsKeptUnderItsFourParts) {
+// Shows: _dictionaryKeyForObserver_object_keyPath_selector
+TEST_F(_RTKVONotificationCenterTests, TheKeyOfARegistrationIsItsFourPartsJoinedByColons) {
   EXPECT_EQ(
       _RTKVONotificationCenter::_dictionaryKeyForObserver_object_keyPath_selector(
           addressOf<NSObject*>(0x10), addressOf<NSObject*>(0x20), "name", addressOf<SEL>(0x30)),
@@ -59,12 +60,14 @@ TEST_F(_RTKVONotificationCenterTests, ARegistrationIsKeptUnderItsFourParts) {
             "0x0:0x0:(null):0x0");
 }
 
+// Shows: defaultCenter, init
 TEST_F(_RTKVONotificationCenterTests, TheDefaultCentreIsAlwaysTheSame) {
   const auto center = _RTKVONotificationCenter::defaultCenter();
   EXPECT_EQ(_RTKVONotificationCenter::defaultCenter(), center);
   EXPECT_NE(center_, center);
 }
 
+// Shows: addObserver_object_keyPath_selector_userInfo_options
 TEST_F(_RTKVONotificationCenterTests, AnOperationIsPerformedUntilItIsRemoved) {
   add(sel<&Observer::changed>(), "balance", 7);
   account_->setBalance(1);
@@ -76,7 +79,8 @@ TEST_F(_RTKVONotificationCenterTests, AnOperationIsPerformedUntilItIsRemoved) {
   EXPECT_FALSE(account_->hasObservers());
 }
 
-TEST_F(_RTKVONotificationCenterTests, RegistrationsDifferByEachOfTheFour) {
+// Shows: removeObserver_object_keyPath_selector
+TEST_F(_RTKVONotificationCenterTests, RegistrationsOfOneObserverDifferByKeyPathAndSelector) {
   add(sel<&Observer::changed>());
   add(sel<&Observer::changedToo>());
   add(sel<&Observer::changed>(), "name");
@@ -91,6 +95,7 @@ TEST_F(_RTKVONotificationCenterTests, RegistrationsDifferByEachOfTheFour) {
   EXPECT_FALSE(account_->hasObservers());
 }
 
+// Shows: removeObserver_object_keyPath_selector
 TEST_F(_RTKVONotificationCenterTests, RemovingWhatIsNotThereDoesNothing) {
   remove(sel<&Observer::changed>());
   add(sel<&Observer::changed>());
@@ -100,6 +105,7 @@ TEST_F(_RTKVONotificationCenterTests, RemovingWhatIsNotThereDoesNothing) {
   EXPECT_FALSE(account_->hasObservers());
 }
 
+// Shows: addObserver_object_keyPath_selector_userInfo_options
 TEST_F(_RTKVONotificationCenterTests, ASecondRegistrationTakesThePlaceOfTheFirst) {
   add(sel<&Observer::changed>(), "balance", "first");
   add(sel<&Observer::changed>(), "balance", "second");
@@ -111,6 +117,7 @@ TEST_F(_RTKVONotificationCenterTests, ASecondRegistrationTakesThePlaceOfTheFirst
   EXPECT_EQ(observer_->calls, 0);
 }
 
+// Shows: _RTKVONotificationCenter
 TEST_F(_RTKVONotificationCenterTests, ThreadsMayRegisterAtTheSameTime) {
   Threads threads;
   threads.start(4, [this](int) {

@@ -41,6 +41,7 @@ class _RTKVONotificationHelperTests : public ::testing::Test {
   const Ref<Observer> observer_ = make<Observer>();
 };
 
+// Shows: observeValueForKeyPath_ofObject_change_context
 TEST_F(_RTKVONotificationHelperTests, TheOperationGetsFourArguments) {
   const auto observing = helper("info");
   account_->setBalance(5);
@@ -50,6 +51,7 @@ TEST_F(_RTKVONotificationHelperTests, TheOperationGetsFourArguments) {
   observing->deregister();
 }
 
+// Shows: observeValueForKeyPath_ofObject_change_context
 TEST_F(_RTKVONotificationHelperTests, TheUserInfoIsHandedThroughUnchanged) {
   const id info = NSMutableString::stringWithString("info");
   const auto observing = helper(info);
@@ -62,6 +64,7 @@ TEST_F(_RTKVONotificationHelperTests, TheUserInfoIsHandedThroughUnchanged) {
   without->deregister();
 }
 
+// Shows: initWithObserver_object_keyPath_selector_userInfo_options
 TEST_F(_RTKVONotificationHelperTests, OptionsAreThePlatforms) {
   const auto observing = helper(nullptr, NSKeyValueObservingOptionNew);
   account_->setBalance(5);
@@ -69,7 +72,8 @@ TEST_F(_RTKVONotificationHelperTests, OptionsAreThePlatforms) {
   observing->deregister();
 }
 
-TEST_F(_RTKVONotificationHelperTests, AfterItsEndNothingIsTold) {
+// Shows: deregister
+TEST_F(_RTKVONotificationHelperTests, AfterDeregisteringNothingIsTold) {
   const auto observing = helper(nullptr);
   observing->deregister();
   account_->setBalance(5);
@@ -77,6 +81,7 @@ TEST_F(_RTKVONotificationHelperTests, AfterItsEndNothingIsTold) {
   EXPECT_FALSE(account_->hasObservers());
 }
 
+// Shows: initWithObserver_object_keyPath_selector_userInfo_options
 TEST_F(_RTKVONotificationHelperTests, NeitherObserverNorObjectIsHeld) {
   const auto observing = helper(nullptr);
   EXPECT_EQ(account_->retainCount(), 1U);
@@ -84,6 +89,7 @@ TEST_F(_RTKVONotificationHelperTests, NeitherObserverNorObjectIsHeld) {
   observing->deregister();
 }
 
+// Shows: observeValueForKeyPath_ofObject_change_context, RTKVONotificationHelperMagicContext
 TEST_F(_RTKVONotificationHelperTests, AnotherContextGoesToTheBaseClass) {
   const auto observing = helper(nullptr);
   account_->addObserver_forKeyPath_options_context(observing.get(), "name", 0, nullptr);

@@ -39,12 +39,14 @@ class Silent : public Account {
 };
 KESTOVA_DEFINE_CLASS(Silent, .classOperation<&Silent::nothing>("keyPathsOfInterestForObserving"))
 
+// Shows: keyPathsOfInterestForObserving
 TEST(NSObjectKVOHelperAdditionsTests, AClassWantsNothingUnlessItSaysSo) {
   EXPECT_TRUE(keyPathsOfInterestForObserving(NSObject::staticClass())->isEqual(NSSet::set()));
   EXPECT_TRUE(keyPathsOfInterestForObserving(NSString::staticClass())->isEqual(NSSet::set()));
 }
 
-TEST(NSObjectKVOHelperAdditionsTests, TheNearestClassAnswers) {
+// Shows: keyPathsOfInterestForObserving
+TEST(NSObjectKVOHelperAdditionsTests, TheNearestClassThatNamesKeyPathsAnswers) {
   EXPECT_TRUE(keyPathsOfInterestForObserving(Account::staticClass())
                   ->isEqual(NSSet::of("name", "owner.name")));
   const id savings = make<Savings>();
@@ -54,7 +56,8 @@ TEST(NSObjectKVOHelperAdditionsTests, TheNearestClassAnswers) {
                   ->isEqual(NSSet::of("name", "owner.name", "owners")));
 }
 
-TEST(NSObjectKVOHelperAdditionsTests, NothingAnsweredIsTheEmptySet) {
+// Shows: keyPathsOfInterestForObserving
+TEST(NSObjectKVOHelperAdditionsTests, AClassThatAnswersNothingGivesTheEmptySet) {
   EXPECT_TRUE(keyPathsOfInterestForObserving(Silent::staticClass())->isEqual(NSSet::set()));
 }
 

@@ -44,7 +44,8 @@ class NSObjectRTKVONotificationTests : public ::testing::Test {
   const Ref<Observer> observer_ = make<Observer>();
 };
 
-TEST_F(NSObjectRTKVONotificationTests, AnObjectIsObservedByAnOperation) {
+// Shows: addObserver_forKeyPath_selector_userInfo_options, removeObserver_forKeyPath_selector
+TEST_F(NSObjectRTKVONotificationTests, AnObjectIsObservedByAnOperationUntilItIsRemoved) {
   addObserver_forKeyPath_selector_userInfo_options(account_, observer_.get(), "balance", kChanged,
                                                    "info", 3);
   account_->setBalance(5);
@@ -54,7 +55,8 @@ TEST_F(NSObjectRTKVONotificationTests, AnObjectIsObservedByAnOperation) {
   EXPECT_EQ(observer_->takeTold(), Lines());
 }
 
-TEST_F(NSObjectRTKVONotificationTests, SeveralKeyPathsAreObservedAtOnce) {
+// Shows: addObserver_forKeyPaths_options_selector_userInfo, removeObserver_forKeyPaths_selector
+TEST_F(NSObjectRTKVONotificationTests, SeveralKeyPathsAreObservedAndRemovedAtOnce) {
   const auto paths = NSArray::of("name", "balance", "owner");
   addObserver_forKeyPaths_options_selector_userInfo(account_, observer_.get(), paths, 0, kChanged,
                                                     1);
@@ -66,6 +68,7 @@ TEST_F(NSObjectRTKVONotificationTests, SeveralKeyPathsAreObservedAtOnce) {
   EXPECT_FALSE(account_->hasObservers());
 }
 
+// Shows: removeObserver_forKeyPath_selector, addObserver_forKeyPaths_options_selector_userInfo
 TEST_F(NSObjectRTKVONotificationTests, OneOfSeveralMayBeRemovedByItself) {
   const auto paths = NSSet::of("name", "balance");
   addObserver_forKeyPaths_options_selector_userInfo(account_, observer_.get(), paths, 0, kChanged,
@@ -77,6 +80,7 @@ TEST_F(NSObjectRTKVONotificationTests, OneOfSeveralMayBeRemovedByItself) {
   EXPECT_FALSE(account_->hasObservers());
 }
 
+// Shows: addObserver_forKeyPaths_options_selector_userInfo, removeObserver_forKeyPaths_selector
 TEST_F(NSObjectRTKVONotificationTests, NoKeyPathsAreNoRegistrations) {
   addObserver_forKeyPaths_options_selector_userInfo(account_, observer_.get(), nullptr, 0, kChanged,
                                                     1);
