@@ -34,13 +34,15 @@ OVStringEncodingGuess guessAfter(std::string_view bytes) {
   return guess;
 }
 
-TEST(OVStringEncodingGuessTests, NothingYetIsUTF8) {
+// Shows: encoding, encodingOfMark, isSettled
+TEST(OVStringEncodingGuessTests, WithoutBytesTheGuessIsUTF8) {
   const OVStringEncodingGuess guess;
   EXPECT_EQ(guess.encoding(), kCFStringEncodingUTF8);
   EXPECT_EQ(guess.encodingOfMark(), kCFStringEncodingInvalidId);
   EXPECT_FALSE(guess.isSettled());
 }
 
+// Shows: addBytes, encoding
 TEST(OVStringEncodingGuessTests, EveryCutOfATextGivesTheSameGuess) {
   for (const std::string& bytes :
        {"a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80z"s, "a\xC3\xA4\xE2\x82zz"s, "a\xF0\x9F\x98"s,
@@ -53,6 +55,7 @@ TEST(OVStringEncodingGuessTests, EveryCutOfATextGivesTheSameGuess) {
   }
 }
 
+// Shows: addBytes, encoding
 TEST(OVStringEncodingGuessTests, RandomBytesCutAnywhereGiveTheSameGuess) {
   RandomRun random;
   const std::string kBytes = "\0\0\0aA\x80\xBF\xC3\xE2\x82\xAC\xF0\x9F\x98\xD8\xDC\xFE\xFF"s;
@@ -66,7 +69,8 @@ TEST(OVStringEncodingGuessTests, RandomBytesCutAnywhereGiveTheSameGuess) {
   }
 }
 
-TEST(OVStringEncodingGuessTests, IsSettledWhenNoByteCanChangeItAnyMore) {
+// Shows: isSettled
+TEST(OVStringEncodingGuessTests, AGuessIsSettledWhenNoByteCanChangeItAnyMore) {
   EXPECT_TRUE(guessAfter("\xEF\xBB\xBFz").isSettled());
   EXPECT_TRUE(guessAfter("gr\xFCn Laub").isSettled());
   EXPECT_TRUE(guessAfter("A\0\xFF\xDC"s).isSettled());

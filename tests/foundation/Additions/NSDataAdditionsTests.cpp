@@ -36,6 +36,7 @@ std::string strictly(const Ref<NSString>& text) {
   return data ? hex(data) : "nothing";
 }
 
+// Shows: hexString
 TEST(NSDataHexAdditionsTests, HexIsLowerCaseWithoutGaps) {
   EXPECT_EQ(hexString(dataOf({0x01, 0xAB, 0xFF})), "01abff");
   EXPECT_EQ(hexString(dataOf({1, 2, 3, 4, 5, 6, 7, 8, 9})), "010203040506070809");
@@ -43,6 +44,7 @@ TEST(NSDataHexAdditionsTests, HexIsLowerCaseWithoutGaps) {
   EXPECT_TRUE(hexString(dataOf({0x7F}))->isEightBit());
 }
 
+// Shows: hexString
 TEST(NSDataHexAdditionsTests, HexIsTheDescriptionWithoutBracketsAndBlanks) {
   RandomRun random;
   for (int round = 0; round < 100; ++round) {
@@ -55,6 +57,7 @@ TEST(NSDataHexAdditionsTests, HexIsTheDescriptionWithoutBracketsAndBlanks) {
   }
 }
 
+// Shows: dataFromHexString
 TEST(NSDataHexAdditionsTests, TheStrictReadingKeepsDigitsAlone) {
   const struct {
     const char16_t* text;
@@ -79,7 +82,8 @@ TEST(NSDataHexAdditionsTests, TheStrictReadingKeepsDigitsAlone) {
   }
 }
 
-TEST(NSDataHexAdditionsTests, ANulIsPassedOverLikeOthers) {
+// Shows: dataFromHexString
+TEST(NSDataHexAdditionsTests, ANulIsPassedOverAsOthersThatAreNoDigits) {
   using namespace std::string_view_literals;
   forBothStorages(
       u"1\0"
@@ -87,15 +91,18 @@ TEST(NSDataHexAdditionsTests, ANulIsPassedOverLikeOthers) {
       [](const Ref<NSString>& text) { EXPECT_EQ(strictly(text), "12"); });
 }
 
-TEST(NSDataHexAdditionsTests, NoTextIsNoBytes) {
+// Shows: dataFromHexString
+TEST(NSDataHexAdditionsTests, WithoutATextThereAreNoBytes) {
   EXPECT_EQ(NSData_HexAdditions::dataFromHexString(nullptr), nullptr);
 }
 
-TEST(NSDataHexAdditionsTests, WhatWasReadDoesNotChange) {
+// Shows: dataFromHexString
+TEST(NSDataHexAdditionsTests, TheBytesReadAreImmutable) {
   EXPECT_EQ(cast<NSMutableData>(NSData_HexAdditions::dataFromHexString("12")), nullptr);
 }
 
-TEST(NSDataMD5AdditionsTests, MD5IsThirtyTwoLowerCaseDigits) {
+// Shows: MD5
+TEST(NSDataMD5AdditionsTests, TheDigestIsThirtyTwoLowerCaseDigits) {
   EXPECT_EQ(MD5(NSData::data()), "d41d8cd98f00b204e9800998ecf8427e");
   EXPECT_EQ(MD5(dataOf("abc")), "900150983cd24fb0d6963f7d28e17f72");
   EXPECT_EQ(MD5(dataOf(std::string(1'000'000, 'a'))), "7707d6ae4e027c70eea2a935c2296f21");
@@ -107,6 +114,7 @@ NSRange find(const char* pattern, NSRange range, const char* text = "abcabcab") 
   return rangeOfData_range(dataOf(text), dataOf(pattern), range);
 }
 
+// Shows: rangeOfData_range
 TEST(NSDataSearchAdditionsTests, TheFirstMatchInTheRangeIsFound) {
   EXPECT_EQ(find("abc", {0, 8}), NSMakeRange(0, 3));
   EXPECT_EQ(find("abc", {1, 7}), NSMakeRange(3, 3));
@@ -115,12 +123,14 @@ TEST(NSDataSearchAdditionsTests, TheFirstMatchInTheRangeIsFound) {
   EXPECT_EQ(find("aab", {0, 5}, "aaab "), NSMakeRange(1, 3)) << "a false start hides nothing";
 }
 
+// Shows: rangeOfData_range
 TEST(NSDataSearchAdditionsTests, AMatchLiesWhollyInTheRange) {
   EXPECT_EQ(find("ca", {0, 3}), kNowhere);
   EXPECT_EQ(find("ca", {0, 4}), NSMakeRange(2, 2));
   EXPECT_EQ(find("ca", {3, 2}), kNowhere);
 }
 
+// Shows: rangeOfData_range, rangeOfBytes_length_range
 TEST(NSDataSearchAdditionsTests, AnEmptyOrTooLongPatternIsNowhere) {
   EXPECT_EQ(find("", {0, 8}), kNowhere);
   EXPECT_EQ(find("ab", {0, 1}), kNowhere) << "two bytes in a range of one";
@@ -131,6 +141,7 @@ TEST(NSDataSearchAdditionsTests, AnEmptyOrTooLongPatternIsNowhere) {
   EXPECT_EQ(rangeOfBytes_length_range(dataOf("abc"), nullptr, 2, {0, 3}), kNowhere);
 }
 
+// Shows: OVRangeOfBytesInBytes, rangeOfData_range
 TEST(NSDataSearchAdditionsTests, ARangeThatLeavesAllMemoryHoldsNothing) {
   EXPECT_EQ(find("ab", {kAllMemory, 3}), kNowhere);
   EXPECT_EQ(find("ab", {5, kAllMemory}), kNowhere);
@@ -138,6 +149,7 @@ TEST(NSDataSearchAdditionsTests, ARangeThatLeavesAllMemoryHoldsNothing) {
   EXPECT_EQ(OVRangeOfBytesInBytes("abc", "bc", 2, {kAllMemory, 4}), kNowhere);
 }
 
+// Shows: rangeOfData_range
 TEST(NSDataSearchAdditionsTests, ARangePastTheEndThrowsWhereSomethingMightBeFound) {
   expectException(NSRangeException, [] { (void)find("ab", {7, 2}); });
   expectException(NSRangeException, [] { (void)find("ab", {9, 2}); });
@@ -145,6 +157,7 @@ TEST(NSDataSearchAdditionsTests, ARangePastTheEndThrowsWhereSomethingMightBeFoun
   EXPECT_EQ(find("ab", {9, 1}), kNowhere);
 }
 
+// Shows: OVRangeOfBytesInBytes, rangeOfBytes_length_range
 TEST(NSDataSearchAdditionsTests, PlainBytesAreSearchedInTheSameWay) {
   RandomRun random;
   for (int round = 0; round < 20000; ++round) {

@@ -41,7 +41,8 @@ std::string replaced(const std::string& text, const std::string& pattern,
   return replaced(text, pattern, replacement, {0, text.size()});
 }
 
-TEST(NSMutableDataReplaceAdditionsTests, InsertsBeforeAnIndex) {
+// Shows: insertBytes_length_atIndex, insertData_atIndex
+TEST(NSMutableDataReplaceAdditionsTests, BytesAreInsertedBeforeAnIndex) {
   const auto data = dataOf("ac");
   insertBytes_length_atIndex(data, "b", 1, 1);
   insertBytes_length_atIndex(data, "d", 1, 3);
@@ -53,7 +54,8 @@ TEST(NSMutableDataReplaceAdditionsTests, InsertsBeforeAnIndex) {
   expectException(NSRangeException, [&] { insertData_atIndex(data, nullptr, 7); });
 }
 
-TEST(NSMutableDataReplaceAdditionsTests, TakesItselfAsAnArgument) {
+// Shows: insertData_atIndex, replaceOccurrencesOfData_withData_range
+TEST(NSMutableDataReplaceAdditionsTests, TheDataMayBeItsOwnArgument) {
   const auto data = dataOf("abc");
   insertData_atIndex(data, data, 1);
   EXPECT_EQ(textOf(data), "aabcbc");
@@ -63,22 +65,26 @@ TEST(NSMutableDataReplaceAdditionsTests, TakesItselfAsAnArgument) {
   EXPECT_EQ(textOf(data), "x");
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, EqualLengthsReplaceEveryMatch) {
   EXPECT_EQ(replaced("ABxABx", "AB", "AC"), "ACxACx 2");
   EXPECT_EQ(replaced("AAAAAA", "AA", "AB"), "ABABAB 3");
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, AShorterReplacementTakesASingleMatch) {
   EXPECT_EQ(replaced("ABx", "AB", "Z"), "Zx 1");
   EXPECT_EQ(replaced("xAByyy", "AB", ""), "xyyy 1");
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, ALongerReplacementDoesNotFindItsOwnInsertions) {
   EXPECT_EQ(replaced("AA", "A", "AA"), "AAAA 2");
   EXPECT_EQ(replaced("xAyAz", "A", "BAB"), "xBAByBABz 2");
   EXPECT_EQ(replaced("AAA", "AA", "AAA"), "AAAA 1");
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, ALongerReplacementKeepsToItsRange) {
   EXPECT_EQ(replaced("AAAA", "A", "BB", {1, 2}), "ABBBBA 2");
   EXPECT_EQ(replaced("xABABx", "AB", "CCC", {2, 2}), "xABABx 0") << "matches lie in the range";
@@ -86,6 +92,7 @@ TEST(NSMutableDataReplaceAdditionsTests, ALongerReplacementKeepsToItsRange) {
   EXPECT_EQ(replaced("AA", "", "BB"), "AA 0");
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, AnEmptyRangeEmptiesTheDataInPlace) {
   EXPECT_EQ(replaced("ABx", "AB", "Z", {0, 0}), " 0");
   EXPECT_EQ(replaced("ABx", "AB", "AC", {2, 0}), " 0");
@@ -94,6 +101,7 @@ TEST(NSMutableDataReplaceAdditionsTests, AnEmptyRangeEmptiesTheDataInPlace) {
   EXPECT_EQ(replaced("ABx", "AB", "ZZZ", {99, 0}), "ABx 0");
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, WithoutAMatchNothingChangesInPlace) {
   EXPECT_EQ(replaced("abc", "x", "y"), "abc 0");
   EXPECT_EQ(replaced("abc", "", ""), "abc 0");
@@ -103,6 +111,7 @@ TEST(NSMutableDataReplaceAdditionsTests, WithoutAMatchNothingChangesInPlace) {
 
 /// A pair that does not end the data is written in front, and the data keeps its length: the bytes
 /// between the writing and the reading are old ones.
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, AfterAPairWithoutAnotherMatchOldBytesStay) {
   EXPECT_EQ(replaced("ABxAByy", "AB", "Z"), "ZxZAByy 2");
   EXPECT_EQ(replaced("AAxy", "A", ""), "AAxy 2");
@@ -110,22 +119,26 @@ TEST(NSMutableDataReplaceAdditionsTests, AfterAPairWithoutAnotherMatchOldBytesSt
   EXPECT_EQ(replaced("ABxABx", "AB", "AC"), "ACxACx 2") << "equal lengths leave none";
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, APairThatEndsTheDataCutsItOff) {
   EXPECT_EQ(replaced("ABxAB", "AB", "Z"), "ZxZ 2");
   EXPECT_EQ(replaced("AA", "A", ""), " 2");
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, AnOddNumberOfMatchesIsReplacedCompletely) {
   EXPECT_EQ(replaced("AxAyAz", "A", ""), "xyz 3");
   EXPECT_EQ(replaced("ABxABxABx", "AB", "-"), "-x-x-x 3");
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, BytesOutsideTheRangeAreLostInPlace) {
   EXPECT_EQ(replaced("12A34", "A", "-", {1, 4}), "2-34 1") << "those before it";
   EXPECT_EQ(replaced("12A34", "A", "-", {0, 4}), "12-3 1") << "those behind it";
 }
 
 /// Behind a pair the search ends at the index that is the range's length.
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, LaterPairsAreSearchedUpToTheRangesLength) {
   EXPECT_EQ(replaced("____AxAxAxAx", "A", "-", {4, 8}), "-x-_AxAxAxAx 2")
       << "the search for the third one is over at index 8";
@@ -134,6 +147,7 @@ TEST(NSMutableDataReplaceAdditionsTests, LaterPairsAreSearchedUpToTheRangesLengt
   EXPECT_EQ(replaced("____AAxxxx", "A", "", {4, 6}), " 2") << "a pair that ends at index 6";
 }
 
+// Shows: replaceOccurrencesOfBytes_length_withBytes_length_range
 TEST(NSMutableDataReplaceAdditionsTests, WithoutReplacementBytesMatchesAreDeleted) {
   const auto data = dataOf("xAByABz");
   EXPECT_EQ(
@@ -145,6 +159,7 @@ TEST(NSMutableDataReplaceAdditionsTests, WithoutReplacementBytesMatchesAreDelete
   EXPECT_EQ(replaceOccurrencesOfData_withData_range(data, nullptr, nullptr, {0, 1}), 0U);
 }
 
+// Shows: replaceOccurrencesOfBytes_length_withBytes_length_range
 TEST(NSMutableDataReplaceAdditionsTests, ALongerReplacementMustBeThere) {
   const auto data = dataOf("xA");
   const auto replace = [&](const char* pattern) {
@@ -156,6 +171,7 @@ TEST(NSMutableDataReplaceAdditionsTests, ALongerReplacementMustBeThere) {
   EXPECT_EQ(textOf(data), "xA");
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, RangesPastTheEndThrow) {
   for (const char* replacement : {"", "x", "xyz"}) {
     expectException(NSRangeException, [&] { (void)replaced("abc", "b", replacement, {1, 3}); });
@@ -166,6 +182,7 @@ TEST(NSMutableDataReplaceAdditionsTests, RangesPastTheEndThrow) {
 }
 
 /// All texts of two letters, all ranges, patterns and replacements up to a size.
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, AllShortReplacementsAgreeWithTheirSteps) {
   const std::vector<std::string> kPatterns = {"", "A", "AB", "AA", "ABA"};
   const std::vector<std::string> kReplacements = {"", "x", "A", "xy", "xyz", "AAAA"};
@@ -193,6 +210,7 @@ TEST(NSMutableDataReplaceAdditionsTests, AllShortReplacementsAgreeWithTheirSteps
   }
 }
 
+// Shows: replaceOccurrencesOfBytes_length_withBytes_length_range
 TEST(NSMutableDataReplaceAdditionsTests, RandomReplacementsAgreeWithTheirSteps) {
   RandomRun random;
   for (int round = 0; round < 5000; ++round) {
@@ -216,6 +234,7 @@ TEST(NSMutableDataReplaceAdditionsTests, RandomReplacementsAgreeWithTheirSteps) 
   }
 }
 
+// Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, AMillionMatchesAreReplacedInOnePass) {
   std::string text;
   std::string expected;
@@ -234,6 +253,7 @@ TEST(NSMutableDataReplaceAdditionsTests, AMillionMatchesAreReplacedInOnePass) {
   EXPECT_EQ(textOf(data), text) << "the last match ends the data";
 }
 
+// Shows: replaceOccurrencesOfBytes_length_withBytes_length_range
 TEST(NSMutableDataReplaceAdditionsTests, MoreThanAllMemoryIsRefusedAndChangesNothing) {
   const auto data = dataOf("AAAA");
   EXPECT_THROW((void)replaceOccurrencesOfBytes_length_withBytes_length_range(
@@ -250,6 +270,7 @@ std::string replacedRanges(const std::string& text, const std::vector<NSRange>& 
   return textOf(data);
 }
 
+// Shows: replaceBytesInRanges_numberOfRanges_withBytes_length
 TEST(NSMutableDataReplaceAdditionsTests, RangesAreReplacedFromTheLastToTheFirst) {
   EXPECT_EQ(replacedRanges("0123456789", {{1, 2}, {5, 1}, {9, 1}}, "--"), "0--34--678--");
   EXPECT_EQ(replacedRanges("0123456789", {{1, 2}, {5, 1}, {9, 1}}, ""), "034678");
@@ -258,12 +279,14 @@ TEST(NSMutableDataReplaceAdditionsTests, RangesAreReplacedFromTheLastToTheFirst)
   EXPECT_EQ(replacedRanges("0123456789", {{3, 3}}, "-"), "012-6789");
 }
 
+// Shows: replaceBytesInRanges_numberOfRanges_withBytes_length
 TEST(NSMutableDataReplaceAdditionsTests, RangesInAnotherOrderMeanWhatIsThereByThen) {
   EXPECT_EQ(replacedRanges("0123456789", {{7, 2}, {0, 1}}, ""), "1234567")
       << "the second range goes first, and the bytes move";
   EXPECT_EQ(replacedRanges("0123", {{1, 2}, {2, 2}}, "abc"), "0abcbc") << "ranges that overlap";
 }
 
+// Shows: replaceBytesInRanges_numberOfRanges_withBytes_length
 TEST(NSMutableDataReplaceAdditionsTests, ABadRangeThrowsAfterThoseBehindIt) {
   const auto data = dataOf("0123");
   const NSRange ranges[] = {{0, 1}, {4, 2}, {1, 1}};
@@ -277,6 +300,7 @@ TEST(NSMutableDataReplaceAdditionsTests, ABadRangeThrowsAfterThoseBehindIt) {
   });
 }
 
+// Shows: replaceBytesInRanges_numberOfRanges_withBytes_length
 TEST(NSMutableDataReplaceAdditionsTests, RandomRangesAgreeWithReplacingOneByOne) {
   RandomRun random;
   for (int round = 0; round < 3000; ++round) {

@@ -81,6 +81,7 @@ void expectEveryPeekMirrorsItsScan(const Ref<NSScanner>& scanner, const Ref<NSSt
                  &NSScanner::scanUpToCharactersFromSet_intoString);
 }
 
+// Shows: peekInt
 TEST(NSScannerAdditionsTests, APeekFindsWhatTheNextScanFinds) {
   forBothStorages(u"42abc", [](const Ref<NSString>& text) {
     const auto scanner = scannerOf(text);
@@ -95,6 +96,7 @@ TEST(NSScannerAdditionsTests, APeekFindsWhatTheNextScanFinds) {
   });
 }
 
+// Shows: NSScannerAdditions
 TEST(NSScannerAdditionsTests, EachPeekDeliversItsOwnKindOfValue) {
   const auto valueOf = [](const char* text, auto peek, auto value) {
     EXPECT_TRUE(peek(scannerOf(text), &value)) << text;
@@ -125,6 +127,7 @@ TEST(NSScannerAdditionsTests, EachPeekDeliversItsOwnKindOfValue) {
   EXPECT_EQ(scanner->scanLocation(), 0U);
 }
 
+// Shows: peekInt, peekString_intoString
 TEST(NSScannerAdditionsTests, APeekThatFailsStoresNothing) {
   const auto scanner = scannerOf(" +x");
   int number = 5;
@@ -136,7 +139,8 @@ TEST(NSScannerAdditionsTests, APeekThatFailsStoresNothing) {
   EXPECT_EQ(scanner->scanLocation(), 0U);
 }
 
-TEST(NSScannerAdditionsTests, PeeksSkipAsScansDoAndComeBackToBeforeIt) {
+// Shows: peekInt
+TEST(NSScannerAdditionsTests, PeeksSkipAsScansDoAndComeBackToBeforeWhatWasSkipped) {
   const auto scanner = scannerOf("a--7");
   scanner->setCharactersToBeSkipped(setOf("-"));
   scanner->setScanLocation(1);
@@ -149,6 +153,7 @@ TEST(NSScannerAdditionsTests, PeeksSkipAsScansDoAndComeBackToBeforeIt) {
   EXPECT_EQ(scanner->scanLocation(), 1U);
 }
 
+// Shows: NSScannerAdditions
 TEST(NSScannerAdditionsTests, EveryPeekMirrorsItsScanOnRandomTexts) {
   RandomRun random;
   const auto randomText = [&](std::size_t length) {
@@ -172,6 +177,7 @@ TEST(NSScannerAdditionsTests, EveryPeekMirrorsItsScanOnRandomTexts) {
 
 using OfLength = bool (*)(const Ref<NSScanner>&, NSUInteger, Ref<NSString>*);
 
+// Shows: scanStringOfLength_intoString, peekStringOfLength_intoString
 TEST(NSScannerAdditionsTests, TextOfALengthIsReadOnlyWhereItEndsWithTheText) {
   for (const OfLength read :
        {OfLength{scanStringOfLength_intoString}, OfLength{peekStringOfLength_intoString}}) {
@@ -190,6 +196,7 @@ TEST(NSScannerAdditionsTests, TextOfALengthIsReadOnlyWhereItEndsWithTheText) {
   }
 }
 
+// Shows: scanStringOfLength_intoString, peekStringOfLength_intoString
 TEST(NSScannerAdditionsTests, TextOfALengthBeginsAtTheLocationItself) {
   const auto scanner = scannerOf(" a b");
   Ref<NSString> value;
@@ -205,6 +212,7 @@ TEST(NSScannerAdditionsTests, TextOfALengthBeginsAtTheLocationItself) {
   EXPECT_EQ(scanner->scanLocation(), 4U);
 }
 
+// Shows: scanStringOfLength_intoString
 TEST(NSScannerAdditionsTests, ALengthWhoseEndLeavesTheIntegersCountsAsItWraps) {
   const auto scanner = scannerOf("abc");
   Ref<NSString> value;
@@ -214,6 +222,7 @@ TEST(NSScannerAdditionsTests, ALengthWhoseEndLeavesTheIntegersCountsAsItWraps) {
   EXPECT_FALSE(scanStringOfLength_intoString(scanner, UINT64_MAX, &value));
 }
 
+// Shows: NSScannerAdditions
 TEST(NSScannerAdditionsTests, MissingArgumentsThrow) {
   const auto scanner = scannerOf("a");
   const auto expectRefusal = [](auto&& statement) {

@@ -25,6 +25,7 @@ struct Row {
   const char* bytes;
 };
 
+// Shows: dataFromHexString
 TEST(NSStringHexAdditionsTests, TheLenientReadingTakesTwoCharactersAtATime) {
   const Row kRows[] = {
       {u"DE AD", "de ad"},
@@ -57,6 +58,7 @@ TEST(NSStringHexAdditionsTests, TheLenientReadingTakesTwoCharactersAtATime) {
   }
 }
 
+// Shows: dataFromHexString
 TEST(NSStringHexAdditionsTests, UnpairedSurrogatesAreCharactersToo) {
   const std::u16string text = {0xD83D, u'1', u'1', 0xDC28};
   forBothStorages(text, [](const Ref<NSString>& string) {
@@ -64,6 +66,7 @@ TEST(NSStringHexAdditionsTests, UnpairedSurrogatesAreCharactersToo) {
   });
 }
 
+// Shows: dataFromHexString
 TEST(NSStringHexAdditionsTests, EveryPairIsReadAsAScannerReadsIt) {
   for (unsigned first = 0; first < 256; ++first) {
     for (unsigned second = 0; second < 256; ++second) {
@@ -81,6 +84,7 @@ TEST(NSStringHexAdditionsTests, EveryPairIsReadAsAScannerReadsIt) {
   }
 }
 
+// Shows: dataFromHexString
 TEST(NSStringHexAdditionsTests, SpacesBeyondASCIIAreThoseThatAScannerPassesOver) {
   for (char16_t space = 0x80; space != 0; ++space) {
     const std::u16string pair = {space, u'f'};
@@ -93,10 +97,12 @@ TEST(NSStringHexAdditionsTests, SpacesBeyondASCIIAreThoseThatAScannerPassesOver)
   }
 }
 
-TEST(NSStringHexAdditionsTests, WhatWasReadDoesNotChange) {
+// Shows: dataFromHexString
+TEST(NSStringHexAdditionsTests, TheBytesReadAreImmutable) {
   EXPECT_EQ(cast<NSMutableData>(NSString_HexAdditions::dataFromHexString("12")), nullptr);
 }
 
+// Shows: stringFromBase32Data
 TEST(NSStringBase32AdditionsTests, BytesBecomeSymbols) {
   EXPECT_EQ(stringFromBase32Data(dataOf({0xFF})), "Z7");
   EXPECT_EQ(stringFromBase32Data(dataOf({0x00})), "00");
@@ -106,6 +112,7 @@ TEST(NSStringBase32AdditionsTests, BytesBecomeSymbols) {
   EXPECT_TRUE(stringFromBase32Data(dataOf({1}))->isEightBit());
 }
 
+// Shows: base32Data
 TEST(NSStringBase32AdditionsTests, SymbolsBecomeBytes) {
   const Row kRows[] = {
       {u"z7", "ff"},
@@ -134,6 +141,7 @@ TEST(NSStringBase32AdditionsTests, SymbolsBecomeBytes) {
   }
 }
 
+// Shows: base32Data
 TEST(NSStringBase32AdditionsTests, TheUpperCaseOfACharacterCounts) {
   EXPECT_EQ(shown(base32Data(u"ſ0")), shown(base32Data("S0"))) << "the long s is an s";
   EXPECT_EQ(shown(base32Data(u"ß0")), shown(base32Data("SS"))) << "two for one, and the 0 cut off";
@@ -141,11 +149,13 @@ TEST(NSStringBase32AdditionsTests, TheUpperCaseOfACharacterCounts) {
   EXPECT_EQ(shown(base32Data(u"ı0")), "nothing") << "an I is no symbol";
 }
 
-TEST(NSStringBase32AdditionsTests, TextWithoutAUTF8FormIsNothing) {
+// Shows: base32Data
+TEST(NSStringBase32AdditionsTests, TextThatUTF8CannotHoldIsNothing) {
   const std::u16string text = {u'Z', u'7', 0xD83D};
   EXPECT_EQ(base32Data(NSString::stringWithUTF16Storage(text)), nullptr);
 }
 
+// Shows: stringFromBase32Data, base32Data
 TEST(NSStringBase32AdditionsTests, EveryDataComesBack) {
   RandomRun random;
   for (std::size_t size = 0; size < 200; ++size) {

@@ -67,7 +67,8 @@ std::u16string replaceBySteps(const Ref<NSString>& self, const Ref<NSString>& ta
   return m->utf16();
 }
 
-TEST(NSStringEditingTests, DeletesTheCharactersOfASet) {
+// Shows: deleteCharactersInSet, stringByDeletingCharactersInSet
+TEST(NSStringEditingTests, TheCharactersOfASetAreDeleted) {
   const auto set = NSCharacterSet::characterSetWithCharactersInString(u"b😀");
   const auto check = [&](std::u16string_view text, std::u16string_view result) {
     forBothStorages(text, [&](const Ref<NSString>& string) {
@@ -88,6 +89,7 @@ TEST(NSStringEditingTests, DeletesTheCharactersOfASet) {
   refusesNull([] { (void)stringByDeletingCharactersInSet("a", nullptr); });
 }
 
+// Shows: stringByDeletingCharactersInSet
 TEST(NSStringEditingTests, DeletingAnswersAnImmutableString) {
   const auto set = NSCharacterSet::characterSetWithCharactersInString("b");
   for (const char* text : {"abc", "xyz"}) {
@@ -97,6 +99,7 @@ TEST(NSStringEditingTests, DeletingAnswersAnImmutableString) {
   }
 }
 
+// Shows: stringByDeletingCharactersInSet
 TEST(NSStringEditingTests, DeletingAgreesWithItsSteps) {
   RandomRun random;
   for (int round = 0; round < 1000; ++round) {
@@ -107,13 +110,15 @@ TEST(NSStringEditingTests, DeletingAgreesWithItsSteps) {
   }
 }
 
+// Shows: stringByDeletingCharactersInSet
 TEST(NSStringEditingTests, HalvesThatDeletionBringsTogetherStay) {
   const std::u16string apart{u'\xD83D', u'b', u'\xDE00'};
   const auto set = NSCharacterSet::characterSetWithCharactersInString(u"b😀");
   EXPECT_EQ(stringByDeletingCharactersInSet(apart, set), u"😀"sv);
 }
 
-TEST(NSStringEditingTests, RemovesTheUnitsOfAText) {
+// Shows: stringByRemovingCharactersInString
+TEST(NSStringEditingTests, TheUnitsOfATextAreRemoved) {
   forBothStorages(u"banana", u"an", [](const Ref<NSString>& text, const Ref<NSString>& units) {
     const Ref<NSMutableString> result = stringByRemovingCharactersInString(text, units);
     EXPECT_EQ(result, "b");
@@ -125,6 +130,7 @@ TEST(NSStringEditingTests, RemovesTheUnitsOfAText) {
   EXPECT_EQ(stringByRemovingCharactersInString(u"aäb", u"ä"), "ab");
 }
 
+// Shows: stringByRemovingCharactersInString
 TEST(NSStringEditingTests, RemovingUnitsAgreesWithItsSteps) {
   RandomRun random;
   for (int round = 0; round < 1000; ++round) {
@@ -140,6 +146,7 @@ TEST(NSStringEditingTests, RemovingUnitsAgreesWithItsSteps) {
   }
 }
 
+// Shows: stringByNormalizingLineEndings
 TEST(NSStringEditingTests, LineEndingsBecomeOne) {
   forBothStorages(u"a\r\nb\nc\r", [](const Ref<NSString>& text) {
     EXPECT_EQ(stringByNormalizingLineEndings(text, OVLineEndingCRLF), "a\r\nb\r\nc\r\n");
@@ -150,6 +157,7 @@ TEST(NSStringEditingTests, LineEndingsBecomeOne) {
   });
 }
 
+// Shows: stringByNormalizingLineEndings
 TEST(NSStringEditingTests, LineEndingsAgreeWithTheirSteps) {
   RandomRun random;
   for (int round = 0; round < 3000; ++round) {
@@ -164,6 +172,7 @@ TEST(NSStringEditingTests, LineEndingsAgreeWithTheirSteps) {
             withLineEndingsBySteps(marked, OVLineEndingCRLF));
 }
 
+// Shows: componentsSeparatedByCharactersInString
 TEST(NSStringEditingTests, SplittingHidesTheUnitBehindALeadingSeparator) {
   const auto check = [](std::u16string_view text, const Pieces& pieces) {
     forBothStorages(text, u",", [&](const Ref<NSString>& self, const Ref<NSString>& separators) {
@@ -185,6 +194,7 @@ TEST(NSStringEditingTests, SplittingHidesTheUnitBehindALeadingSeparator) {
   EXPECT_EQ(unitsOf(componentsSeparatedByCharactersInString("a,b", nullptr)), Pieces{u"a,b"});
 }
 
+// Shows: componentsSeparatedByCharactersInString
 TEST(NSStringEditingTests, SplittingAgreesWithItsStepsForEveryShortText) {
   for (unsigned size = 0; size <= 9; ++size) {
     unsigned count = 1;
@@ -202,6 +212,7 @@ TEST(NSStringEditingTests, SplittingAgreesWithItsStepsForEveryShortText) {
   }
 }
 
+// Shows: componentsSeparatedByCharactersInString
 TEST(NSStringEditingTests, SplittingAgreesWithItsSteps) {
   RandomRun random;
   for (int round = 0; round < 2000; ++round) {
@@ -213,6 +224,7 @@ TEST(NSStringEditingTests, SplittingAgreesWithItsSteps) {
   }
 }
 
+// Shows: stringByUnescapingString
 TEST(NSStringEditingTests, EscapesCollapseUntilABackslash) {
   const struct {
     std::u16string_view text;
@@ -242,10 +254,12 @@ TEST(NSStringEditingTests, EscapesCollapseUntilABackslash) {
   }
 }
 
-TEST(NSStringEditingTests, EscapesAreOfUnits) {
+// Shows: stringByUnescapingString
+TEST(NSStringEditingTests, AnEscapeTakesOneUnitAndNotAPair) {
   EXPECT_EQ(stringByUnescapingString(u"\\😀")->utf16(), std::u16string(1, u'\xDE00'));
 }
 
+// Shows: stringByUnescapingString
 TEST(NSStringEditingTests, UnescapingAgreesWithItsSteps) {
   RandomRun random;
   for (int round = 0; round < 5000; ++round) {
@@ -255,6 +269,7 @@ TEST(NSStringEditingTests, UnescapingAgreesWithItsSteps) {
   }
 }
 
+// Shows: stringByPrefixingLinesWith
 TEST(NSStringEditingTests, EveryLineGetsThePrefixAndAnLF) {
   const auto check = [](std::u16string_view text, std::u16string_view prefix,
                         std::u16string_view result) {
@@ -274,6 +289,7 @@ TEST(NSStringEditingTests, EveryLineGetsThePrefixAndAnLF) {
   refusesNull([] { (void)stringByPrefixingLinesWith("a", nullptr); });
 }
 
+// Shows: ov_stringByRemovingPrefix_options, ov_stringByRemovingSuffix_options
 TEST(NSStringEditingTests, PrefixesAndSuffixesAreTakenAway) {
   forBothStorages(u"abcab", u"ab", [](const Ref<NSString>& text, const Ref<NSString>& part) {
     EXPECT_EQ(ov_stringByRemovingPrefix_options(text, part, 0), "cab");
@@ -292,6 +308,7 @@ TEST(NSStringEditingTests, PrefixesAndSuffixesAreTakenAway) {
   refusesNull([] { (void)ov_stringByRemovingSuffix_options("a", nullptr, 0); });
 }
 
+// Shows: stringBySqueezingOccurrencesOfString_options
 TEST(NSStringEditingTests, RunsBecomeOne) {
   const struct {
     std::u16string_view text;
@@ -330,6 +347,7 @@ TEST(NSStringEditingTests, RunsBecomeOne) {
   refusesNull([] { (void)stringBySqueezingOccurrencesOfString_options("a", nullptr, 0); });
 }
 
+// Shows: stringBySqueezingOccurrencesOfString_options
 TEST(NSStringEditingTests, WithoutARunTheReceiverIsAnswered) {
   const Ref<NSString> text = "a b";
   EXPECT_TRUE(stringBySqueezingOccurrencesOfString_options(text, " ", 0) == text);
@@ -339,6 +357,7 @@ TEST(NSStringEditingTests, WithoutARunTheReceiverIsAnswered) {
   EXPECT_EQ(result, "a b");
 }
 
+// Shows: stringBySqueezingOccurrencesOfString_options
 TEST(NSStringEditingTests, PatternsAreSqueezedUntilTheyNoLongerShrink) {
   const auto squeeze = [](const Ref<NSString>& text, const Ref<NSString>& pattern) {
     return stringBySqueezingOccurrencesOfString_options(text, pattern, NSRegularExpressionSearch);
@@ -349,6 +368,7 @@ TEST(NSStringEditingTests, PatternsAreSqueezedUntilTheyNoLongerShrink) {
   EXPECT_EQ(squeeze("abc", "("), "abc");
 }
 
+// Shows: stringBySqueezingOccurrencesOfString_options
 TEST(NSStringEditingTests, SqueezingAgreesWithItsSteps) {
   RandomRun random;
   for (int round = 0; round < 4000 && !HasFailure(); ++round) {
@@ -366,6 +386,7 @@ TEST(NSStringEditingTests, SqueezingAgreesWithItsSteps) {
   }
 }
 
+// Shows: stringBySqueezingOccurrencesOfString_options
 TEST(NSStringEditingTests, SqueezingLongTextsAgreesWithItsSteps) {
   RandomRun random;
   for (int round = 0; round < (underSanitizer ? 2 : 8); ++round) {
@@ -382,6 +403,7 @@ TEST(NSStringEditingTests, SqueezingLongTextsAgreesWithItsSteps) {
   }
 }
 
+// Shows: stringBySqueezingOccurrencesOfString_options
 TEST(NSStringEditingTests, SqueezingBesideVeryManyMarksAgreesWithItsSteps) {
   RandomRun random;
   constexpr std::u16string_view kMarks = u"\u0301\u0323\u0308\u0360\u1DC4\u20D0\uFE20";
@@ -409,6 +431,7 @@ TEST(NSStringEditingTests, SqueezingBesideVeryManyMarksAgreesWithItsSteps) {
   }
 }
 
+// Shows: stringBySqueezingOccurrencesOfString_options
 TEST(NSStringEditingTests, CharactersOfVeryManyMarksKeepThemUnlessTheyAreReplaced) {
   const std::u16string marked = u"a" + std::u16string(60'000, u'\u0301');
   const std::u16string blanks(60'000, u' ');
@@ -428,6 +451,7 @@ TEST(NSStringEditingTests, CharactersOfVeryManyMarksKeepThemUnlessTheyAreReplace
   }
 }
 
+// Shows: stringBySqueezingOccurrencesOfString_options
 TEST(NSStringEditingTests, MegabytesOfOneRunBecomeOne) {
   const std::u16string blanks(1'000'000, u' ');
   EXPECT_EQ(stringBySqueezingOccurrencesOfString_options(blanks, " ", 0), " ");
@@ -444,6 +468,7 @@ struct Seen {
   friend bool operator==(const Seen&, const Seen&) = default;
 };
 
+// Shows: stringByReplacingOccurrencesOfString_options_range_withHandler
 TEST(NSStringEditingTests, TheHandlerIsShownTheUnshiftedPlace) {
   std::vector<Seen> seen;
   const OVMatchReplacement handler = [&](const Ref<NSString>& text, NSRange range) {
@@ -459,6 +484,7 @@ TEST(NSStringEditingTests, TheHandlerIsShownTheUnshiftedPlace) {
   });
 }
 
+// Shows: stringByReplacingOccurrencesOfString_options_range_withHandler
 TEST(NSStringEditingTests, AResultTooShortForTheUnshiftedPlaceThrows) {
   const OVMatchReplacement erase = [](const Ref<NSString>&, NSRange) { return NSString::string(); };
   forBothStorages(u"ababab", [&](const Ref<NSString>& text) {
@@ -472,6 +498,7 @@ TEST(NSStringEditingTests, AResultTooShortForTheUnshiftedPlaceThrows) {
   });
 }
 
+// Shows: stringByReplacingOccurrencesOfString_options_range_withHandler
 TEST(NSStringEditingTests, OnlyTheRangeIsReplaced) {
   const OVMatchReplacement bracket = [](const Ref<NSString>&, NSRange) {
     return Ref<NSString>("[]");
@@ -495,6 +522,7 @@ TEST(NSStringEditingTests, OnlyTheRangeIsReplaced) {
   });
 }
 
+// Shows: stringByReplacingOccurrencesOfString_options_range_withHandler
 TEST(NSStringEditingTests, TheReceiverMayChangeWhileItsTextIsReplaced) {
   const auto text = NSMutableString::stringWithString("a1b1");
   const auto result = stringByReplacingOccurrencesOfString_options_range_withHandler(
@@ -505,6 +533,7 @@ TEST(NSStringEditingTests, TheReceiverMayChangeWhileItsTextIsReplaced) {
   EXPECT_EQ(result, "a-b-");
 }
 
+// Shows: stringByReplacingOccurrencesOfString_options_range_withHandler
 TEST(NSStringEditingTests, ReplacingByAHandlerAgreesWithItsSteps) {
   RandomRun random;
   for (int round = 0; round < 3000 && !HasFailure(); ++round) {
@@ -537,6 +566,7 @@ TEST(NSStringEditingTests, ReplacingByAHandlerAgreesWithItsSteps) {
   }
 }
 
+// Shows: componentsSeparatedByString_trimmingCharactersInSet
 TEST(NSStringEditingTests, PiecesAreTrimmed) {
   const auto blanks = NSCharacterSet::whitespaceCharacterSet();
   forBothStorages(u" a, b ,,c", u",", [&](const Ref<NSString>& text, const Ref<NSString>& mark) {
@@ -548,6 +578,7 @@ TEST(NSStringEditingTests, PiecesAreTrimmed) {
   refusesNull([] { (void)componentsSeparatedByString_trimmingCharactersInSet("a", ",", nullptr); });
 }
 
+// Shows: stringsByTrimmingCharactersInSet
 TEST(NSStringEditingTests, ArraysOfStringsAreTrimmed) {
   const auto blanks = NSCharacterSet::whitespaceCharacterSet();
   const auto strings = NSArray::of(" a ", u"ä ", "");

@@ -37,7 +37,8 @@ constexpr auto kMacRoman = kCFStringEncodingMacRoman;
 constexpr auto kLittle = kCFStringEncodingUTF16LE;
 constexpr auto kBig = kCFStringEncodingUTF16BE;
 
-TEST(NSStringEncodingStuffTests, GuessesByTheMarkAndThenByTrial) {
+// Shows: guessStringEncodingForData, quicklyGuessStringEncodingForData
+TEST(NSStringEncodingStuffTests, TheGuessGoesByTheMarkAndThenByTrial) {
   const Guesses kRows[] = {
       {"nothing", "", kNone, kUTF8},
       {"one letter", "a", kNone, kUTF8},
@@ -76,12 +77,14 @@ TEST(NSStringEncodingStuffTests, GuessesByTheMarkAndThenByTrial) {
   }
 }
 
-TEST(NSStringEncodingStuffTests, NoDataIsNoBytes) {
+// Shows: quicklyGuessStringEncodingForData, guessStringEncodingForData
+TEST(NSStringEncodingStuffTests, NullIsDataWithoutBytes) {
   EXPECT_EQ(quicklyGuessStringEncodingForData(nullptr), kNone);
   EXPECT_EQ(guessStringEncodingForData(nullptr), kUTF8);
   EXPECT_EQ(stringWithData_encoding(nullptr, NSUTF8StringEncoding), nullptr);
 }
 
+// Shows: guessStringEncodingForData
 TEST(NSStringEncodingStuffTests, TheGuessIsAnEncodingInWhichTheBytesDecode) {
   RandomRun random;
   for (int round = 0; round < 20000; ++round) {
@@ -108,14 +111,16 @@ TEST(NSStringEncodingStuffTests, TheGuessIsAnEncodingInWhichTheBytesDecode) {
   }
 }
 
-TEST(NSStringEncodingStuffTests, DecodesOrAnswersNothing) {
+// Shows: stringWithData_encoding
+TEST(NSStringEncodingStuffTests, BytesThatDoNotDecodeAreNoString) {
   EXPECT_EQ(stringWithData_encoding(dataFrom("gr\xC3\xBCn"), NSUTF8StringEncoding), u"grün");
   EXPECT_EQ(stringWithData_encoding(dataFrom("gr\xFCn"), NSUTF8StringEncoding), nullptr);
   EXPECT_EQ(stringWithData_encoding(dataFrom("gr\x9Fn"), NSMacOSRomanStringEncoding), u"grün");
   EXPECT_EQ(stringWithData_encoding(dataOf({0x41, 0}), NSUTF16LittleEndianStringEncoding), u"A");
 }
 
-TEST(NSStringEncodingStuffTests, TheMarkOfEachEncoding) {
+// Shows: lengthOfBOMForEncoding, BOMForEncoding_buffer
+TEST(NSStringEncodingStuffTests, EachUnicodeEncodingHasItsMarkAndOthersHaveNone) {
   const struct {
     CFStringEncoding encoding;
     const char* mark;
@@ -142,7 +147,8 @@ TEST(NSStringEncodingStuffTests, TheMarkOfEachEncoding) {
   }
 }
 
-TEST(NSStringEncodingStuffTests, GivesTheBytesWithOrWithoutAMark) {
+// Shows: dataUsingCFStringEncoding_addBOM
+TEST(NSStringEncodingStuffTests, TheBytesComeWithOrWithoutAMark) {
   const auto bytes = [](const Ref<NSString>& text, CFStringEncoding encoding, bool addsBOM) {
     return hex(dataUsingCFStringEncoding_addBOM(text, encoding, addsBOM));
   };
@@ -159,6 +165,7 @@ TEST(NSStringEncodingStuffTests, GivesTheBytesWithOrWithoutAMark) {
   EXPECT_EQ(bytes("A", kCFStringEncodingUTF8, false), "41");
 }
 
+// Shows: dataUsingCFStringEncoding_addBOM
 TEST(NSStringEncodingStuffTests, TheBytesEndAtTheFirstCharacterThatTheEncodingCannotHold) {
   EXPECT_EQ(hex(dataUsingCFStringEncoding_addBOM(u"AB中C", kCFStringEncodingMacRoman, true)),
             "41 42");
@@ -169,14 +176,16 @@ TEST(NSStringEncodingStuffTests, TheBytesEndAtTheFirstCharacterThatTheEncodingCa
   EXPECT_EQ(dataUsingCFStringEncoding_addBOM("A", kNone, true)->length(), 0U);
 }
 
-TEST(NSStringEncodingStuffTests, WhatWasEncodedDoesNotChange) {
+// Shows: dataUsingCFStringEncoding_addBOM
+TEST(NSStringEncodingStuffTests, TheBytesAreImmutable) {
   for (const char* text : {"", "A"}) {
     const auto data = dataUsingCFStringEncoding_addBOM(text, kCFStringEncodingUTF8, true);
     EXPECT_EQ(cast<NSMutableData>(data), nullptr) << text;
   }
 }
 
-TEST(NSStringEncodingStuffTests, ConvertsToWhatAnEncodingCanHold) {
+// Shows: convertStringFromEncoding_toEncoding
+TEST(NSStringEncodingStuffTests, ConversionKeepsWhatTheSecondEncodingCanHoldWhateverTheFirst) {
   for (const CFStringEncoding ignored : {kUTF8, kMacRoman, kNone}) {
     forBothStorages(u"AB中C", [&](const Ref<NSString>& text) {
       EXPECT_EQ(convertStringFromEncoding_toEncoding(text, ignored, kMacRoman), u"AB");
@@ -191,6 +200,7 @@ TEST(NSStringEncodingStuffTests, ConvertsToWhatAnEncodingCanHold) {
   }
 }
 
+// Shows: convertStringFromEncoding_toEncoding
 TEST(NSStringEncodingStuffTests, AMarkAtTheFrontIsLostInConversion) {
   for (const CFStringEncoding encoding :
        {kUTF8, kCFStringEncodingUnicode, kBig, kLittle, kCFStringEncodingUTF32,
@@ -202,7 +212,8 @@ TEST(NSStringEncodingStuffTests, AMarkAtTheFrontIsLostInConversion) {
       << "the mark alone is a character that converts";
 }
 
-TEST(NSStringEncodingStuffTests, RepairsTextThatWasDecodedWrongly) {
+// Shows: reinterpretStringWithEncoding_fromEncoding
+TEST(NSStringEncodingStuffTests, TextThatWasDecodedWronglyIsRepaired) {
   EXPECT_EQ(
       reinterpretStringWithEncoding_fromEncoding(u"grÃ¼n", kUTF8, kCFStringEncodingWindowsLatin1),
       u"grün");

@@ -45,6 +45,7 @@ void expectResults(const std::pair<const char16_t*, const char16_t*> (&rows)[cou
   }
 }
 
+// Shows: stringByAppendingStringBeforePathExtension
 TEST(NSStringExtraPathUtilitiesTests, TextGoesBeforeTheExtension) {
   const Row rows[] = {
       {u"/x/report.txt", u"-old", u"/x/report-old.txt"},
@@ -61,11 +62,13 @@ TEST(NSStringExtraPathUtilitiesTests, TextGoesBeforeTheExtension) {
   expectResults(rows, stringByAppendingStringBeforePathExtension);
 }
 
+// Shows: stringByAppendingStringBeforePathExtension
 TEST(NSStringExtraPathUtilitiesTests, APathThatCanTakeNoExtensionBecomesNothing) {
   EXPECT_FALSE(stringByAppendingStringBeforePathExtension("", ""));
   EXPECT_FALSE(stringByAppendingStringBeforePathExtension("/", ""));
 }
 
+// Shows: stringByMakingRelativeToPath
 TEST(NSStringExtraPathUtilitiesTests, ARelativePathLeadsFromTheBaseToThePath) {
   const Row rows[] = {
       {u"/a/c/d", u"/a/b", u"../c/d"},
@@ -91,6 +94,7 @@ TEST(NSStringExtraPathUtilitiesTests, ARelativePathLeadsFromTheBaseToThePath) {
   expectResults(rows, stringByMakingRelativeToPath);
 }
 
+// Shows: stringByMakingSubpathOfPath
 TEST(NSStringExtraPathUtilitiesTests, ASubpathLacksAsManyComponentsAsTheBaseHas) {
   const Row rows[] = {
       {u"/a/b/c", u"/a", u"b/c"},
@@ -111,6 +115,7 @@ TEST(NSStringExtraPathUtilitiesTests, ASubpathLacksAsManyComponentsAsTheBaseHas)
   expectResults(rows, stringByMakingSubpathOfPath);
 }
 
+// Shows: stringByMakingRelativeToPath, stringByMakingSubpathOfPath
 TEST(NSStringExtraPathUtilitiesTests, HundredsOfThousandsOfComponentsAreJoinedInOnePass) {
   std::string path;
   std::string ways = "..";
@@ -123,33 +128,39 @@ TEST(NSStringExtraPathUtilitiesTests, HundredsOfThousandsOfComponentsAreJoinedIn
   EXPECT_EQ(stringByMakingSubpathOfPath("/c" + path, "/c"), path.substr(1));
 }
 
+// Shows: stringByDeletingLeadingPathSeparator
 TEST(NSStringExtraPathUtilitiesTests, OneLeadingSeparatorGoes) {
   expectResults({{u"/a", u"a"}, {u"//a", u"/a"}, {u"a/", u"a/"}, {u"/", u""}, {u"é", u"é"}},
                 stringByDeletingLeadingPathSeparator);
 }
 
-TEST(NSStringExtraPathUtilitiesTests, TheEmptyPathHasNoFirstCharacter) {
+// Shows: stringByDeletingLeadingPathSeparator, stringByTrimmingPathSeparators
+TEST(NSStringExtraPathUtilitiesTests, TheEmptyPathThrowsAsItHasNoFirstCharacter) {
   expectException(NSRangeException, [] { (void)stringByDeletingLeadingPathSeparator(""); });
   expectException(NSRangeException, [] { (void)stringByTrimmingPathSeparators(""); });
 }
 
+// Shows: stringByDeletingTrailingPathSeparator
 TEST(NSStringExtraPathUtilitiesTests, OneTrailingSeparatorGoes) {
   expectResults(
       {{u"a/", u"a"}, {u"a//", u"a/"}, {u"/a", u"/a"}, {u"/", u""}, {u"", u""}, {u"é/", u"é"}},
       stringByDeletingTrailingPathSeparator);
 }
 
+// Shows: stringByTrimmingPathSeparators
 TEST(NSStringExtraPathUtilitiesTests, OneSeparatorOnEachSideIsTrimmed) {
   expectResults({{u"/a/b/", u"a/b"}, {u"//a//", u"/a/"}, {u"a", u"a"}, {u"/", u""}, {u"//", u""}},
                 stringByTrimmingPathSeparators);
 }
 
+// Shows: stringByAppendingPathSeparator
 TEST(NSStringExtraPathUtilitiesTests, ASeparatorIsAddedWhereThereIsNone) {
   expectResults(
       {{u"a", u"a/"}, {u"a/", u"a/"}, {u"a//", u"a//"}, {u"", u"/"}, {u"/", u"/"}, {u"é", u"é/"}},
       stringByAppendingPathSeparator);
 }
 
+// Shows: isEqualToPath
 TEST(NSStringExtraPathUtilitiesTests, EqualPathsDifferInOneTrailingSeparatorAtMost) {
   struct {
     const char16_t* a;
@@ -168,6 +179,7 @@ TEST(NSStringExtraPathUtilitiesTests, EqualPathsDifferInOneTrailingSeparatorAtMo
   }
 }
 
+// Shows: isAnAncestorOfPath
 TEST(NSStringExtraPathUtilitiesTests, AnAncestorIsWhatAPathBeginsWith) {
   struct {
     const char16_t* ancestor;
@@ -188,6 +200,7 @@ TEST(NSStringExtraPathUtilitiesTests, AnAncestorIsWhatAPathBeginsWith) {
   }
 }
 
+// Shows: NSStringExtraPathUtilities
 TEST(NSStringExtraPathUtilitiesTests, MissingArgumentsThrow) {
   const auto expectRefusal = [](auto&& statement) {
     expectException(NSInvalidArgumentException, statement);
@@ -201,6 +214,7 @@ TEST(NSStringExtraPathUtilitiesTests, MissingArgumentsThrow) {
 
 /// Following the relative path from the base must lead to the path, unless only case or wildcards
 /// made components the same: there are none here.
+// Shows: stringByMakingRelativeToPath
 TEST(NSStringExtraPathUtilitiesTests, ARelativePathLeadsBack) {
   RandomRun random;
   const auto randomPath = [&] {

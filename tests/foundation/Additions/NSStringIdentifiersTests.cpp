@@ -9,12 +9,14 @@
 namespace kestova::testing {
 namespace {
 
+// Shows: OVStringForOSType
 TEST(NSStringIdentifiersTests, ACodeReadsFromItsHighestByte) {
   EXPECT_EQ(OVStringForOSType(0x54455854), "TEXT");
   EXPECT_EQ(OVStringForOSType(0x20202020), "    ");
   EXPECT_EQ(OVStringForOSType(gestaltSystemVersionMajor), "sys1");
 }
 
+// Shows: OVStringForOSType
 TEST(NSStringIdentifiersTests, AZeroByteEndsACode) {
   EXPECT_EQ(OVStringForOSType(0x41420000), "AB");
   EXPECT_EQ(OVStringForOSType(0x41004243), "A");
@@ -22,12 +24,14 @@ TEST(NSStringIdentifiersTests, AZeroByteEndsACode) {
   EXPECT_EQ(OVStringForOSType(0), "");
 }
 
-TEST(NSStringIdentifiersTests, BytesThatAreNoUTF8ShowInACode) {
+// Shows: OVStringForOSType
+TEST(NSStringIdentifiersTests, BytesThatAreNoUTF8ShowAsReplacementCharactersInACode) {
   EXPECT_EQ(OVStringForOSType(0xC3BC4142), "üAB");
   EXPECT_EQ(OVStringForOSType(0xA96E616D), "\uFFFDnam");
 }
 
-TEST(NSStringIdentifiersTests, AUUIDHasTheCanonicalForm) {
+// Shows: NSStringUUID
+TEST(NSStringIdentifiersTests, EachUUIDIsNewAndHasTheCanonicalForm) {
   const std::regex form("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
   std::set<std::string> seen;
   for (int i = 0; i < 100; ++i) {

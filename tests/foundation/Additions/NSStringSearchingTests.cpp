@@ -37,6 +37,7 @@ Ranges rangesOf(const Ref<NSArray>& values) {
   return ranges;
 }
 
+// Shows: numberOfOccurrencesOfString_options
 TEST(NSStringSearchingTests, OccurrencesAreCountedWhereTheyOverlap) {
   const struct {
     std::u16string_view text;
@@ -67,6 +68,7 @@ TEST(NSStringSearchingTests, OccurrencesAreCountedWhereTheyOverlap) {
   EXPECT_EQ(numberOfOccurrencesOfString_options("", nullptr, 0), 0U);
 }
 
+// Shows: occurrencesOfString_options
 TEST(NSStringSearchingTests, OccurrencesAreListedApart) {
   forBothStorages(u"aaaa", u"aa", [](const Ref<NSString>& text, const Ref<NSString>& wanted) {
     EXPECT_EQ(rangesOf(occurrencesOfString_options(text, wanted, 0)), (Ranges{{0, 2}, {2, 2}}));
@@ -83,6 +85,7 @@ TEST(NSStringSearchingTests, OccurrencesAreListedApart) {
   refusesNull([] { (void)occurrencesOfString_options("a", nullptr, 0); });
 }
 
+// Shows: numberOfOccurrencesOfString_options, occurrencesOfString_options
 TEST(NSStringSearchingTests, OccurrencesAgreeWithSearchAfterSearch) {
   RandomRun random;
   for (int round = 0; round < 4000 && !HasFailure(); ++round) {
@@ -116,6 +119,7 @@ TEST(NSStringSearchingTests, OccurrencesAgreeWithSearchAfterSearch) {
   }
 }
 
+// Shows: numberOfOccurrencesOfString_options, occurrencesOfString_options
 TEST(NSStringSearchingTests, MegabytesOfOneLetterAreCounted) {
   const auto text =
       NSString::string()->stringByPaddingToLength_withString_startingAtIndex(400'000, "a", 0);
@@ -124,6 +128,7 @@ TEST(NSStringSearchingTests, MegabytesOfOneLetterAreCounted) {
   EXPECT_EQ(occurrencesOfString_options(text, "aa", NSBackwardsSearch)->count(), 200'000U);
 }
 
+// Shows: hasPrefix_options, hasSuffix_options
 TEST(NSStringSearchingTests, PrefixesAndSuffixesAreComparedWithOptions) {
   const struct {
     std::u16string_view text;
@@ -157,7 +162,8 @@ TEST(NSStringSearchingTests, PrefixesAndSuffixesAreComparedWithOptions) {
   refusesNull([] { (void)hasSuffix_options("a", nullptr, 0); });
 }
 
-TEST(NSStringSearchingTests, TellsWhetherATextIsThereWithOptions) {
+// Shows: containsString_options
+TEST(NSStringSearchingTests, ATextIsLookedForWithOptions) {
   forBothStorages(u"abc", u"BC", [](const Ref<NSString>& text, const Ref<NSString>& wanted) {
     EXPECT_FALSE(containsString_options(text, wanted, 0));
     EXPECT_TRUE(containsString_options(text, wanted, kCaseless));
@@ -167,6 +173,7 @@ TEST(NSStringSearchingTests, TellsWhetherATextIsThereWithOptions) {
   refusesNull([] { (void)containsString_options("a", nullptr, 0); });
 }
 
+// Shows: stringByDeletingSuffix
 TEST(NSStringSearchingTests, TheLastOccurrenceAndWhatFollowsGo) {
   forBothStorages(u"abcabc", u"b", [](const Ref<NSString>& text, const Ref<NSString>& part) {
     EXPECT_EQ(stringByDeletingSuffix(text, part), "abca");
@@ -178,6 +185,7 @@ TEST(NSStringSearchingTests, TheLastOccurrenceAndWhatFollowsGo) {
   refusesNull([] { (void)stringByDeletingSuffix("a", nullptr); });
 }
 
+// Shows: firstWord
 TEST(NSStringSearchingTests, TheFirstWordStandsBetweenWhiteSpace) {
   const auto check = [](std::u16string_view text, std::u16string_view word) {
     forBothStorages(text, [&](const Ref<NSString>& self) { EXPECT_EQ(firstWord(self), word); });
@@ -190,6 +198,7 @@ TEST(NSStringSearchingTests, TheFirstWordStandsBetweenWhiteSpace) {
   EXPECT_EQ(firstWord(" \r\n\t"), nullptr);
 }
 
+// Shows: ov_matchedStringForRegex_groupAtIndex_options
 TEST(NSStringSearchingTests, GroupsOfAPatternAreAnswered) {
   forBothStorages(u"key=value;", [](const Ref<NSString>& text) {
     const auto group = [&](const Ref<NSString>& pattern, NSUInteger index, NSUInteger options = 0) {
@@ -210,6 +219,7 @@ TEST(NSStringSearchingTests, GroupsOfAPatternAreAnswered) {
   EXPECT_EQ(ov_matchedStringForRegex_groupAtIndex_options(u"ä😀é", u"😀(.)", 1, 0), u"é"sv);
 }
 
+// Shows: ov_matchedStringForRegex_groupAtIndex_options
 TEST(NSStringSearchingTests, WhatIsNoPatternThrows) {
   for (const Ref<NSString>& pattern : {Ref<NSString>("(a"), Ref<NSString>("["), Ref<NSString>()}) {
     const auto exception = expectException(NSInvalidArgumentException, [&] {
@@ -219,7 +229,8 @@ TEST(NSStringSearchingTests, WhatIsNoPatternThrows) {
   }
 }
 
-TEST(NSStringSearchingTests, EqualityMayDisregardCase) {
+// Shows: isCaseInsensitiveEqual
+TEST(NSStringSearchingTests, TextsThatDifferInCaseAloneAreEqual) {
   forBothStorages(u"GRÜSSE", u"grüße", [](const Ref<NSString>& a, const Ref<NSString>& b) {
     EXPECT_TRUE(isCaseInsensitiveEqual(a, b));
     EXPECT_FALSE(isCaseInsensitiveEqual(a, "grusse"));

@@ -64,6 +64,7 @@ constexpr EndingCase kEndings[] = {
     {u"éé\r\nb", OVLineEndingCR, "of the first five bytes the last one is the CR"},
 };
 
+// Shows: lineEnding
 TEST(NSStringWordLineCounterTests, TheLastEndingThatIsLookedAtIsThatOfTheText) {
   for (const auto& each : kEndings) {
     forBothStorages(each.text, [&](const Ref<NSString>& string) {
@@ -99,6 +100,7 @@ constexpr WordCase kWords[] = {
     {u"😀", 1, "looks at F0 9F: no, yes"},
 };
 
+// Shows: wordCount
 TEST(NSStringWordLineCounterTests, WordsAreRunsOfLettersAndDigits) {
   for (const auto& each : kWords) {
     forBothStorages(each.text, [&](const Ref<NSString>& string) {
@@ -107,6 +109,7 @@ TEST(NSStringWordLineCounterTests, WordsAreRunsOfLettersAndDigits) {
   }
 }
 
+// Shows: wordCount
 TEST(NSStringWordLineCounterTests, OnlyAsManyBytesAsThereAreUnitsAreLookedAtForWords) {
   const Ref<NSString> text = "é é a b c d";
   EXPECT_EQ(text->length(), 11U);
@@ -114,7 +117,8 @@ TEST(NSStringWordLineCounterTests, OnlyAsManyBytesAsThereAreUnitsAreLookedAtForW
   EXPECT_EQ(wordCount("héllo wörld"), 2U);
 }
 
-TEST(NSStringWordLineCounterTests, SurrogatesThatStandAloneCountAsEFBFBD) {
+// Shows: wordCount
+TEST(NSStringWordLineCounterTests, SurrogatesThatStandAloneCountAsTheBytesEFBFBD) {
   EXPECT_EQ(wordCount(sixteenBit(u"\xD800")), 0U) << "EF";
   EXPECT_EQ(wordCount(sixteenBit(u"a\xDC00z")), 1U) << "a EF BF";
   EXPECT_EQ(wordCount(sixteenBit(u"a\xD800 z")), 2U) << "a EF BF BD: yes, no, no, yes";
@@ -136,6 +140,7 @@ constexpr LineCase kLines[] = {
     {u"\r\rb", 2, 2}, {u"\r\r\rb", 3, 2}, {u"a\nb\rc\r\nd", 4, 5},
 };
 
+// Shows: lineCount
 TEST(NSStringWordLineCounterTests, CRGoesWithLFInEightBitStorageAndWithCRInUTF16) {
   for (const auto& each : kLines) {
     forBothStorages(each.text, [&](const Ref<NSString>& string) {
@@ -145,6 +150,7 @@ TEST(NSStringWordLineCounterTests, CRGoesWithLFInEightBitStorageAndWithCRInUTF16
   }
 }
 
+// Shows: lineCount
 TEST(NSStringWordLineCounterTests, AllUnitsAreLookedAtForLines) {
   EXPECT_EQ(lineCount("ééé\r\n"), 3U);
   EXPECT_EQ(lineCount("日本\n語"), 2U);
@@ -166,6 +172,7 @@ constexpr KindCase kKinds[] = {
     {u"éa\n\n", 2, 1, 1},
 };
 
+// Shows: lineCountWithLineEnding
 TEST(NSStringWordLineCounterTests, EveryEndingOfTheGivenKindCounts) {
   for (const auto& each : kKinds) {
     forBothStorages(each.text, [&](const Ref<NSString>& string) {
@@ -177,6 +184,7 @@ TEST(NSStringWordLineCounterTests, EveryEndingOfTheGivenKindCounts) {
   }
 }
 
+// Shows: lineCountWithLineEnding, lineCountAtIndex_withLineEnding, indexOfLine_withLineEnding
 TEST(NSStringWordLineCounterTests, OtherKindsEndNothing) {
   forBothStorages(u"\n\r\na\rb", [](const Ref<NSString>& text) {
     for (const OVLineEnding none : kNoEndings) {
@@ -191,6 +199,7 @@ TEST(NSStringWordLineCounterTests, OtherKindsEndNothing) {
   });
 }
 
+// Shows: OVLineEnding
 TEST(NSStringWordLineCounterTests, KindsAre32BitNumbers) {
   static_assert(sizeof(OVLineEnding) == 4);
   static_assert(OVLineEnding(-1) < 0);
@@ -207,6 +216,7 @@ void expectLinesAtIndexes(const Ref<NSString>& text, std::initializer_list<NSUIn
   }
 }
 
+// Shows: lineCountAtIndex
 TEST(NSStringWordLineCounterTests, TheFirstEndingDecidesWhatEndsLines) {
   forBothStorages(u"a\nb\n\nc\rd", [](const auto& text) {
     expectLinesAtIndexes(text, {1, 1, 2, 2, 3, 4, 4, 4, 4});
@@ -219,6 +229,7 @@ TEST(NSStringWordLineCounterTests, TheFirstEndingDecidesWhatEndsLines) {
   forBothStorages(u"abc", [](const auto& text) { expectLinesAtIndexes(text, {1, 1, 1, 1}); });
 }
 
+// Shows: lineCountAtIndex, indexOfLine
 TEST(NSStringWordLineCounterTests, AfterAFirstCRLFNoEndingCounts) {
   forBothStorages(u"a\r\nb\r\nc", [](const Ref<NSString>& text) {
     expectLinesAtIndexes(text, {1, 1, 2, 2, 2, 2, 2, 2, 2});
@@ -232,7 +243,8 @@ TEST(NSStringWordLineCounterTests, AfterAFirstCRLFNoEndingCounts) {
   });
 }
 
-TEST(NSStringWordLineCounterTests, AnLFBehindTheLastByteMakesNoCRLF) {
+// Shows: lineCountAtIndex, indexOfLine, lineCountWithLineEnding
+TEST(NSStringWordLineCounterTests, AnLFBehindTheLastByteLookedAtMakesNoCRLF) {
   const Ref<NSString> text = "é\r\n";
   EXPECT_EQ(lineCountAtIndex(text, 3), 2U);
   EXPECT_EQ(indexOfLine(text, 2), 3U);
@@ -242,6 +254,7 @@ TEST(NSStringWordLineCounterTests, AnLFBehindTheLastByteMakesNoCRLF) {
   EXPECT_EQ(indexOfLine(longer, 3), 4U);
 }
 
+// Shows: lineCountAtIndex, lineCountAtIndex_withLineEnding
 TEST(NSStringWordLineCounterTests, BehindTheEndIsTheLastLine) {
   forBothStorages(u"a\nb\n", [](const Ref<NSString>& text) {
     EXPECT_EQ(lineCountAtIndex(text, kHuge), 3U);
@@ -249,6 +262,7 @@ TEST(NSStringWordLineCounterTests, BehindTheEndIsTheLastLine) {
   });
 }
 
+// Shows: lineCountAtIndex_withLineEnding, lineCountAtIndex
 TEST(NSStringWordLineCounterTests, OnlyWithAGivenEndingIsTheFirstByteLookedAtForIndex0) {
   forBothStorages(u"\na\n", [](const Ref<NSString>& text) {
     EXPECT_EQ(lineCountAtIndex(text, 0), 1U);
@@ -283,6 +297,7 @@ void expectIndexesOfLines(const Ref<NSString>& text, OVLineEnding ending,
   }
 }
 
+// Shows: indexOfLine, indexOfLine_withLineEnding
 TEST(NSStringWordLineCounterTests, ALineStartsBehindTheEndingBefore) {
   forBothStorages(u"a\nb\n\nc", [](const auto& text) {
     expectIndexesOfLines(text, {0, 0, 2, 4, 5, 6, 6});
@@ -299,6 +314,7 @@ TEST(NSStringWordLineCounterTests, ALineStartsBehindTheEndingBefore) {
   });
 }
 
+// Shows: indexOfLine, indexOfLine_withLineEnding
 TEST(NSStringWordLineCounterTests, ALineThatThereIsNotStartsAtTheEndOrOneBehindIt) {
   forBothStorages(u"a\nb", [](const Ref<NSString>& text) {
     EXPECT_EQ(indexOfLine(text, 3), 3U);
@@ -308,6 +324,7 @@ TEST(NSStringWordLineCounterTests, ALineThatThereIsNotStartsAtTheEndOrOneBehindI
   });
 }
 
+// Shows: indexOfLine, indexOfLine_withLineEnding, lineCountAtIndex
 TEST(NSStringWordLineCounterTests, IndexesAreThoseOfBytes) {
   const Ref<NSString> text = "é\nü\n日本";
   EXPECT_EQ(indexOfLine(text, 2), 3U);
@@ -319,7 +336,8 @@ TEST(NSStringWordLineCounterTests, IndexesAreThoseOfBytes) {
 
 // Nothing to look at.
 
-TEST(NSStringWordLineCounterTests, TheEmptyTextHasOneLineButWhenTheyAreCounted) {
+// Shows: lineCount, lineEnding, wordCount, lineCountWithLineEnding, lineCountAtIndex, indexOfLine
+TEST(NSStringWordLineCounterTests, TheEmptyTextHasLine1ThoughItCountsNone) {
   forBothStorages(u"", [](const Ref<NSString>& text) {
     EXPECT_EQ(lineEnding(text), OVLineEndingLF);
     EXPECT_EQ(wordCount(text), 0U);
@@ -337,6 +355,7 @@ TEST(NSStringWordLineCounterTests, TheEmptyTextHasOneLineButWhenTheyAreCounted) 
 
 // Positions.
 
+// Shows: lineAndCharacterPositionAtIndex_withTabLength
 TEST(NSStringWordLineCounterTests, ATabIsAsWideAsStatedWhereverItStands) {
   forBothStorages(u"ab\tc", [](const Ref<NSString>& text) {
     EXPECT_EQ(lineAndCharacterPositionAtIndex_withTabLength(text, 3, 4), NSMakeRange(1, 7));
@@ -348,6 +367,7 @@ TEST(NSStringWordLineCounterTests, ATabIsAsWideAsStatedWhereverItStands) {
   });
 }
 
+// Shows: lineAndCharacterPositionAtIndex_withTabLength_withLineEnding
 TEST(NSStringWordLineCounterTests, ColumnsAreCountedFromTheStartOfTheLine) {
   forBothStorages(u"\ta\r\n\tb", [](const Ref<NSString>& text) {
     EXPECT_EQ(lineAndCharacterPositionAtIndex_withTabLength(text, 6, 8), NSMakeRange(2, 11))
@@ -363,6 +383,7 @@ TEST(NSStringWordLineCounterTests, ColumnsAreCountedFromTheStartOfTheLine) {
   EXPECT_EQ(lineAndCharacterPositionAtIndex_withTabLength(accented, 1, 4), NSMakeRange(1, 2));
 }
 
+// Shows: lineAndCharacterPositionAtIndex_withLineEnding
 TEST(NSStringWordLineCounterTests, BehindTheEndOnlyTheColumnWithoutTabsGoesOn) {
   forBothStorages(u"a\nbc", [](const Ref<NSString>& text) {
     EXPECT_EQ(lineAndCharacterPositionAtIndex_withTabLength(text, 100, 4), NSMakeRange(2, 3));
@@ -374,6 +395,7 @@ TEST(NSStringWordLineCounterTests, BehindTheEndOnlyTheColumnWithoutTabsGoesOn) {
   });
 }
 
+// Shows: lineAndCharacterPositionAtIndex_withLineEnding
 TEST(NSStringWordLineCounterTests, WhereTheLineStartsBehindTheIndexTheColumnIs1OrWraps) {
   forBothStorages(u"\nab", [](const Ref<NSString>& text) {
     EXPECT_EQ(lineAndCharacterPositionAtIndex_withTabLength(text, 0, 4), NSMakeRange(1, 1));
@@ -423,6 +445,7 @@ void forTextsOf(std::u16string_view units, std::size_t length, Check&& check) {
   }
 }
 
+// Shows: NSStringWordLineCounter
 TEST(NSStringWordLineCounterTests, EveryShortTextHasTheCountsMadeByHand) {
   forTextsOf(u"a\r\né", 5, [](const std::u16string& units) {
     forBothStorages(units, [&](const Ref<NSString>& text) {
@@ -436,6 +459,7 @@ TEST(NSStringWordLineCounterTests, EveryShortTextHasTheCountsMadeByHand) {
   });
 }
 
+// Shows: NSStringWordLineCounter
 TEST(NSStringWordLineCounterTests, RandomTextsHaveTheCountsMadeByHand) {
   RandomRun random;
   for (int i = 0; i < 3000; ++i) {
@@ -449,6 +473,7 @@ TEST(NSStringWordLineCounterTests, RandomTextsHaveTheCountsMadeByHand) {
   }
 }
 
+// Shows: NSStringWordLineCounter
 TEST(NSStringWordLineCounterTests, LongTextsHaveTheCountsMadeByHand) {
   RandomRun random;
   for (int i = 0; i < 30; ++i) {
