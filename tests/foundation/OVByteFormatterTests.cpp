@@ -49,6 +49,7 @@ std::uint64_t count(const Ref<NSString>& string) {
   return number->unsignedLongLongValue();
 }
 
+// Shows: stringForObjectValue
 TEST(OVByteFormatterTests, CountsHaveTheUnitOfTheirSize) {
   EXPECT_EQ(text(0), "0 Bytes");
   EXPECT_EQ(text(1), "1 Bytes");
@@ -59,6 +60,7 @@ TEST(OVByteFormatterTests, CountsHaveTheUnitOfTheirSize) {
   EXPECT_EQ(text(kMost), "17179869184 GB");
 }
 
+// Shows: stringForObjectValue
 TEST(OVByteFormatterTests, AUnitReachesTo1024OfIt) {
   EXPECT_EQ(text(1024), "1024 Bytes");
   EXPECT_EQ(text(1025), "1 KB");
@@ -67,6 +69,7 @@ TEST(OVByteFormatterTests, AUnitReachesTo1024OfIt) {
   EXPECT_EQ(text(1073741825), "1 GB");
 }
 
+// Shows: stringForObjectValue
 TEST(OVByteFormatterTests, ObjectsAreReadAsTheCountThatTheyAnswer) {
   EXPECT_EQ(text(nullptr), "0 Bytes");
   EXPECT_EQ(text(NSArray::array()), "0 Bytes");
@@ -77,6 +80,7 @@ TEST(OVByteFormatterTests, ObjectsAreReadAsTheCountThatTheyAnswer) {
   EXPECT_EQ(text(std::numeric_limits<double>::infinity()), "17179869184 GB");
 }
 
+// Shows: setNumberFormat, numberFormat, init
 TEST(OVByteFormatterTests, ThePatternOfTheNumberCanBeSet) {
   const auto formatter = OVByteFormatter::init();
   EXPECT_FALSE(formatter->numberFormat());
@@ -90,6 +94,7 @@ TEST(OVByteFormatterTests, ThePatternOfTheNumberCanBeSet) {
   EXPECT_EQ(textBy(formatter, 1536), here("1.5 KB"));
 }
 
+// Shows: setNumberFormat
 TEST(OVByteFormatterTests, ItKeepsACopyOfThePattern) {
   const auto pattern = NSMutableString::stringWithString("0.0");
   const auto formatter = OVByteFormatter::init();
@@ -98,11 +103,13 @@ TEST(OVByteFormatterTests, ItKeepsACopyOfThePattern) {
   EXPECT_EQ(textBy(formatter, 1), here("1.0 Bytes"));
 }
 
-TEST(OVByteFormatterTests, TheTextHasNoLooks) {
+// Shows: attributedStringForObjectValue_withDefaultAttributes
+TEST(OVByteFormatterTests, NoStyledTextIsOffered) {
   EXPECT_FALSE(OVByteFormatter::init()->attributedStringForObjectValue_withDefaultAttributes(
       1, NSDictionary::dictionary()));
 }
 
+// Shows: getObjectValue_forString_errorDescription
 TEST(OVByteFormatterTests, TextsWithAUnitAreRead) {
   for (const auto& [text, bytes] : std::vector<std::pair<const char16_t*, std::uint64_t>>{
            {u"1.5 KB", 1536},
@@ -123,6 +130,7 @@ TEST(OVByteFormatterTests, TextsWithAUnitAreRead) {
   }
 }
 
+// Shows: getObjectValue_forString_errorDescription
 TEST(OVByteFormatterTests, WithoutAUnitANumberCountsMegabytes) {
   EXPECT_EQ(count("10"), 10485760U);
   EXPECT_EQ(count("10 TB"), 10485760U);
@@ -130,6 +138,7 @@ TEST(OVByteFormatterTests, WithoutAUnitANumberCountsMegabytes) {
   EXPECT_EQ(count("0.5"), 524288U);
 }
 
+// Shows: getObjectValue_forString_errorDescription
 TEST(OVByteFormatterTests, CountsStayWithin64Bits) {
   EXPECT_EQ(count("9223372036854775808 B"), 9223372036854775808U);
   EXPECT_EQ(count("12884901888 GB"), 13835058055282163712U);
@@ -138,6 +147,7 @@ TEST(OVByteFormatterTests, CountsStayWithin64Bits) {
   EXPECT_EQ(count("-5 KB"), 0U);
 }
 
+// Shows: getObjectValue_forString_errorDescription
 TEST(OVByteFormatterTests, TextThatDoesNotBeginWithANumberIsRefused) {
   for (const char* string : {"abc", "", "  ", "KB 5", "-", "+", ".", "nan", "inf"}) {
     id object = NSArray::array();
@@ -153,6 +163,7 @@ TEST(OVByteFormatterTests, TextThatDoesNotBeginWithANumberIsRefused) {
       OVByteFormatter::init()->getObjectValue_forString_errorDescription(nullptr, nullptr));
 }
 
+// Shows: getObjectValue_forString_errorDescription
 TEST(OVByteFormatterTests, TheCountNeedNotBeAskedFor) {
   EXPECT_TRUE(OVByteFormatter::init()->getObjectValue_forString_errorDescription(nullptr, "1 KB"));
 }
@@ -180,6 +191,7 @@ double unitOf(const std::string& text) {
                                 : 1;
 }
 
+// Shows: stringForObjectValue, getObjectValue_forString_errorDescription
 TEST(OVByteFormatterTests, CountsAroundEveryBoundaryAreAsInPlainSteps) {
   const auto formatter = OVByteFormatter::init();
   for (const std::uint64_t boundary :

@@ -33,6 +33,7 @@ Ref<NSString> text(double seconds, const Settings& settings) {
   return formatterWith(settings)->stringForObjectValue(seconds);
 }
 
+// Shows: stringForObjectValue, setTimeStyle
 TEST(OVTimeFormatterTests, EveryUnitIsListedInTheWordsOfTheStyle) {
   EXPECT_EQ(text(90061, {3}), "1 day, 1 hour, 1 minute, 1 second");
   EXPECT_EQ(text(90061, {2}), "1 day, 1 hour, 1 minute, 1 second");
@@ -43,6 +44,7 @@ TEST(OVTimeFormatterTests, EveryUnitIsListedInTheWordsOfTheStyle) {
   EXPECT_EQ(text(183845, {0}), "2d 3h 4m 5s");
 }
 
+// Shows: stringForObjectValue
 TEST(OVTimeFormatterTests, NothingFollowsTheLastUnit) {
   EXPECT_EQ(text(7200, {3}), "2 hours");
   EXPECT_EQ(text(172800, {3}), "2 days");
@@ -50,6 +52,7 @@ TEST(OVTimeFormatterTests, NothingFollowsTheLastUnit) {
   EXPECT_EQ(text(86405, {3}), "1 day, 5 seconds");
 }
 
+// Shows: stringForObjectValue
 TEST(OVTimeFormatterTests, NoTimeAtAllIsZeroSeconds) {
   EXPECT_EQ(text(0, {3}), "0 seconds");
   EXPECT_EQ(text(0, {2}), "0 seconds");
@@ -59,6 +62,7 @@ TEST(OVTimeFormatterTests, NoTimeAtAllIsZeroSeconds) {
   EXPECT_EQ(text(1, {3}), "1 second");
 }
 
+// Shows: setOptions, stringForObjectValue
 TEST(OVTimeFormatterTests, OptionsLeaveUnitsOut) {
   EXPECT_EQ(text(3725, {3, false, 1}), "1 hour, 2 minutes");
   EXPECT_EQ(text(86405, {3, false, 1}), "1 day");
@@ -70,6 +74,7 @@ TEST(OVTimeFormatterTests, OptionsLeaveUnitsOut) {
   EXPECT_EQ(text(90061, {3, false, 3}), "1 day");
 }
 
+// Shows: setShowsFractions, stringForObjectValue
 TEST(OVTimeFormatterTests, HundredthsAreShownAboveOneHundredth) {
   EXPECT_EQ(text(1.5, {3, true}), "1.50 seconds");
   EXPECT_EQ(text(1.5, {3, false}), "1 second");
@@ -79,12 +84,14 @@ TEST(OVTimeFormatterTests, HundredthsAreShownAboveOneHundredth) {
   EXPECT_EQ(text(59.999, {3, true}), "60.00 seconds");
 }
 
+// Shows: setShowsFractions, stringForObjectValue
 TEST(OVTimeFormatterTests, AnyFractionMakesSecondsCountAsPresent) {
   EXPECT_EQ(text(60.005, {3, true}), "1 minute, 0 seconds");
   EXPECT_EQ(text(60.005, {3, false}), "1 minute");
   EXPECT_EQ(text(60.5, {3, true}), "1 minute, 0.50 seconds");
 }
 
+// Shows: stringForObjectValue, setTimeStyle
 TEST(OVTimeFormatterTests, TheColonFormPadsMinutesAfterHoursOnly) {
   EXPECT_EQ(text(3723, {4}), "1:02:3");
   EXPECT_EQ(text(3903, {4}), "1:05:3");
@@ -94,12 +101,14 @@ TEST(OVTimeFormatterTests, TheColonFormPadsMinutesAfterHoursOnly) {
   EXPECT_EQ(text(7503, {4}), "2:05:3");
 }
 
+// Shows: setShowsFractions, stringForObjectValue
 TEST(OVTimeFormatterTests, TheColonFormShowsHundredthsOfAnyFraction) {
   EXPECT_EQ(text(63.25, {4, true}), "1:3.25");
   EXPECT_EQ(text(63, {4, true}), "1:3.00");
   EXPECT_EQ(text(3723.001, {4, true}), "1:02:3.00");
 }
 
+// Shows: setOptions, stringForObjectValue
 TEST(OVTimeFormatterTests, OptionsMakeNoDifferenceInTheColonForm) {
   for (const NSUInteger options : {1, 2, 3}) {
     EXPECT_EQ(text(93784, {4, false, options}), "1 day 2:03:4");
@@ -108,19 +117,22 @@ TEST(OVTimeFormatterTests, OptionsMakeNoDifferenceInTheColonForm) {
   }
 }
 
+// Shows: setTimeStyle, stringForObjectValue
 TEST(OVTimeFormatterTests, StylesAboveTheLastOneAreTheThird) {
   EXPECT_EQ(text(7500, {5}), "2 hours, 5 minutes");
   EXPECT_EQ(text(7500, {std::numeric_limits<NSUInteger>::max()}), "2 hours, 5 minutes");
 }
 
-TEST(OVTimeFormatterTests, ANewFormatterHasStyleZero) {
+// Shows: init, timeStyle, showsFractions, options
+TEST(OVTimeFormatterTests, ANewFormatterHasStyleZeroWithoutFractionsAndOptions) {
   const auto formatter = OVTimeFormatter::init();
   EXPECT_EQ(formatter->timeStyle(), 0U);
   EXPECT_FALSE(formatter->showsFractions());
   EXPECT_EQ(formatter->options(), 0U);
 }
 
-TEST(OVTimeFormatterTests, WhatHasANumberIsFormatted) {
+// Shows: stringForObjectValue
+TEST(OVTimeFormatterTests, NullIsZeroAndWhatHasANumberIsFormatted) {
   const auto formatter = formatterWith({3});
   EXPECT_EQ(formatter->stringForObjectValue(nullptr), "0 seconds");
   EXPECT_EQ(formatter->stringForObjectValue("90 s"), "1 minute, 30 seconds");
@@ -129,6 +141,7 @@ TEST(OVTimeFormatterTests, WhatHasANumberIsFormatted) {
   EXPECT_FALSE(formatter->stringForObjectValue(NSArray::array()));
 }
 
+// Shows: stringForObjectValue
 TEST(OVTimeFormatterTests, DurationsOutOfRangeWrapAround) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   EXPECT_EQ(text(-1, {0}), "2982616d 4h 15m 59s");
@@ -140,13 +153,15 @@ TEST(OVTimeFormatterTests, DurationsOutOfRangeWrapAround) {
   }
 }
 
+// Shows: OVTimeFormatter
 TEST(OVTimeFormatterTests, ItDoesNotReadText) {
   testing::expectException(NSInvalidArgumentException, [] {
     OVTimeFormatter::init()->getObjectValue_forString_errorDescription(nullptr, "1 second");
   });
 }
 
-TEST(OVTimeFormatterTests, SettingsAreProperties) {
+// Shows: timeStyle, showsFractions, options
+TEST(OVTimeFormatterTests, SettingsCanBeSetAndReadByKey) {
   const auto formatter = OVTimeFormatter::init();
   formatter->setValue_forKey(4, "timeStyle");
   formatter->setValue_forKey(true, "showsFractions");
@@ -235,6 +250,7 @@ class PlainText {
   bool showsD_ = false, showsH_ = false, showsM_ = false, showsS_ = false;
 };
 
+// Shows: stringForObjectValue
 TEST(OVTimeFormatterTests, EverySecondOfTenDaysIsAsInPlainSteps) {
   for (NSUInteger style = 0; style <= 4; ++style) {
     for (NSUInteger options = 0; options < 4; ++options) {
@@ -249,6 +265,7 @@ TEST(OVTimeFormatterTests, EverySecondOfTenDaysIsAsInPlainSteps) {
   }
 }
 
+// Shows: setShowsFractions, stringForObjectValue
 TEST(OVTimeFormatterTests, FractionsAreAsInPlainSteps) {
   testing::RandomRun random;
   for (int turn = 0; turn < 100'000; ++turn) {

@@ -46,6 +46,7 @@ void expectFirstLastThenFirst(const Ref<NSString>& name, const char* locale) {
   EXPECT_EQ(zoneNamed(name, locale), zones.front());
 }
 
+// Shows: timeZoneWithAName_inLocale
 TEST(NSTimeZoneAdditionsTests, TheFirstCallAnswersTheLastZoneAndLaterOnesTheFirst) {
   expectFirstLastThenFirst("CST", "en_US");
   expectFirstLastThenFirst("Mitteleurop\u00e4ische Normalzeit", "de_DE");
@@ -53,6 +54,7 @@ TEST(NSTimeZoneAdditionsTests, TheFirstCallAnswersTheLastZoneAndLaterOnesTheFirs
   expectFirstLastThenFirst("\u65e5\u672c\u6a19\u6e96\u6642", "ja_JP");
 }
 
+// Shows: timeZoneWithAName_inLocale
 TEST(NSTimeZoneAdditionsTests, StandardAndDaylightSavingNamesOfEitherLengthAreFound) {
   (void)zoneNamed("nothing", "en");
   for (const char* name : {"Pacific Standard Time", "PST", "Pacific Daylight Time", "PDT"}) {
@@ -64,6 +66,7 @@ TEST(NSTimeZoneAdditionsTests, StandardAndDaylightSavingNamesOfEitherLengthAreFo
   }
 }
 
+// Shows: timeZoneWithAName_inLocale
 TEST(NSTimeZoneAdditionsTests, CaseMakesNoDifference) {
   (void)zoneNamed("nothing", "en_GB");
   const std::string zone = zoneNamed("central european summer time", "en_GB");
@@ -73,6 +76,7 @@ TEST(NSTimeZoneAdditionsTests, CaseMakesNoDifference) {
   });
 }
 
+// Shows: timeZoneWithAName_inLocale
 TEST(NSTimeZoneAdditionsTests, NamesThatNoZoneHasAreFoundNeverNotEvenAtFirst) {
   for (int turn = 0; turn < 3; ++turn) {
     for (const char* name : {"nothing", "", "Pacific Standard", "Europe/Paris", " PST"}) {
@@ -82,12 +86,14 @@ TEST(NSTimeZoneAdditionsTests, NamesThatNoZoneHasAreFoundNeverNotEvenAtFirst) {
   }
 }
 
+// Shows: timeZoneWithAName_inLocale
 TEST(NSTimeZoneAdditionsTests, EachIdentifierHasItsOwnTable) {
   (void)zoneNamed("nothing", "de_LU");
   expectFirstLastThenFirst("Mitteleurop\u00e4ische Sommerzeit", "de_LI");
   EXPECT_EQ(zoneNamed("Central European Summer Time", "de_LI"), "none");
 }
 
+// Shows: timeZoneWithAName_inLocale
 TEST(NSTimeZoneAdditionsTests, WithoutALocaleItThrows) {
   testing::expectException(NSInvalidArgumentException,
                            [] { (void)timeZoneWithAName_inLocale("PST", nullptr); });
