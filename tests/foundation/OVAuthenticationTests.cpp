@@ -50,6 +50,7 @@ class OVAuthenticationTest : public ::testing::Test {
   Ref<OVAuthentication> authentication_ = OVAuthentication::init();
 };
 
+// Shows: authorizationErrorString
 TEST_F(OVAuthenticationTest, EachStatusHasItsText) {
   struct Row {
     OSStatus status;
@@ -77,6 +78,7 @@ TEST_F(OVAuthenticationTest, EachStatusHasItsText) {
   }
 }
 
+// Shows: authorizationErrorString
 TEST_F(OVAuthenticationTest, StatusesWithoutATextHaveTheEmptyOne) {
   for (OSStatus status = -60030; status <= -60012; ++status) {
     EXPECT_EQ(OVAuthentication::authorizationErrorString(status), "") << status;
@@ -86,17 +88,20 @@ TEST_F(OVAuthenticationTest, StatusesWithoutATextHaveTheEmptyOne) {
   }
 }
 
+// Shows: sharedInstance
 TEST_F(OVAuthenticationTest, TheSharedInstanceIsAlwaysTheSame) {
   EXPECT_TRUE(OVAuthentication::sharedInstance());
   EXPECT_EQ(OVAuthentication::sharedInstance(), OVAuthentication::sharedInstance());
   EXPECT_NE(OVAuthentication::sharedInstance(), authentication_);
 }
 
-TEST_F(OVAuthenticationTest, NothingIsMadeBeforeItIsNeeded) {
+// Shows: init, releaseTimer
+TEST_F(OVAuthenticationTest, NoAuthorizationIsMadeBeforeItIsNeeded) {
   EXPECT_THAT(service_.requests, IsEmpty());
   EXPECT_FALSE(authentication_->releaseTimer());
 }
 
+// Shows: executeTask_arguments_options, getAuthorizationRef, obtainRights
 TEST_F(OVAuthenticationTest, TheFirstUseMakesAnAuthorizationAndObtainsTheRight) {
   EXPECT_EQ(runTool(), 0);
   EXPECT_THAT(service_.requests,
@@ -104,6 +109,7 @@ TEST_F(OVAuthenticationTest, TheFirstUseMakesAnAuthorizationAndObtainsTheRight) 
   EXPECT_EQ(service_.usedForTools, service_.made);
 }
 
+// Shows: obtainRights, executeTask_arguments_options
 TEST_F(OVAuthenticationTest, TheRightIsObtainedOnce) {
   runTool();
   runTool();
@@ -111,7 +117,8 @@ TEST_F(OVAuthenticationTest, TheRightIsObtainedOnce) {
                                              "run 0 /bin/true", "run 0 /bin/true"));
 }
 
-TEST_F(OVAuthenticationTest, ArgumentsArriveAsTheyAreAndOptionsAreNone) {
+// Shows: executeTask_arguments_options
+TEST_F(OVAuthenticationTest, ArgumentsArriveAsTheyAreAndUnknownOptionsAreRefused) {
   const auto arguments = NSArray::of("-x", "", "a b", "$HOME; rm *", "ä",
                                      NSString::stringWithFileSystemRepresentation("\xFF"));
   EXPECT_EQ(authentication_->executeTask_arguments_options("/opt/a tool", arguments, 7), -60011);
@@ -120,6 +127,7 @@ TEST_F(OVAuthenticationTest, ArgumentsArriveAsTheyAreAndOptionsAreNone) {
               ElementsAre(Words{"/opt/a tool", "-x", "", "a b", "$HOME; rm *", "ä", "\xFF"}));
 }
 
+// Shows: executeTask_arguments_options
 TEST_F(OVAuthenticationTest, AToolThatNoProgramCanBeIsNotStarted) {
   EXPECT_EQ(authentication_->executeTask_arguments_options(nullptr, nullptr, 0), -60031);
   EXPECT_EQ(authentication_->executeTask_arguments_options("/bin/true", NSArray::of(1), 0), -60031);
@@ -129,6 +137,7 @@ TEST_F(OVAuthenticationTest, AToolThatNoProgramCanBeIsNotStarted) {
   EXPECT_THAT(service_.tools, IsEmpty());
 }
 
+// Shows: getAuthorizationRef
 TEST_F(OVAuthenticationTest, AReferenceIsHandedOutAndKept) {
   AuthorizationRef first;
   AuthorizationRef second;
@@ -140,6 +149,7 @@ TEST_F(OVAuthenticationTest, AReferenceIsHandedOutAndKept) {
   EXPECT_THAT(service_.requests, ElementsAre("create 3"));
 }
 
+// Shows: getAuthorizationRef, obtainRights, executeTask_arguments_options
 TEST_F(OVAuthenticationTest, AFailedCreationShowsOnlyWhenTheRightIsObtained) {
   service_.createStatuses = {-60008, -60008};
   AuthorizationRef reference;
@@ -153,6 +163,7 @@ TEST_F(OVAuthenticationTest, AFailedCreationShowsOnlyWhenTheRightIsObtained) {
   EXPECT_THAT(service_.tools, IsEmpty());
 }
 
+// Shows: obtainRights, executeTask_arguments_options
 TEST_F(OVAuthenticationTest, AFailureToObtainTheRightIsLoggedAndAnswered) {
   service_.obtainStatuses = {-60005};
   EXPECT_EQ(runTool(), -60005);
@@ -161,6 +172,7 @@ TEST_F(OVAuthenticationTest, AFailureToObtainTheRightIsLoggedAndAnswered) {
   EXPECT_EQ(runTool(), 0);  // asks again
 }
 
+// Shows: obtainRights
 TEST_F(OVAuthenticationTest, OtherRightsThanTheOneAskedForDontCount) {
   service_.obtainedNames = {{"system.other"}, {}, {"system.other", "system.privilege.admin"}};
   for (int use = 0; use < 5; ++use) runTool();
@@ -169,6 +181,7 @@ TEST_F(OVAuthenticationTest, OtherRightsThanTheOneAskedForDontCount) {
             3);
 }
 
+// Shows: getAuthorizationRef, releaseTimer
 TEST_F(OVAuthenticationTest, EachUsePutsTheReleaseOffBySixtySeconds) {
   SettableClock clock(1000);
   runTool();
@@ -186,6 +199,7 @@ TEST_F(OVAuthenticationTest, EachUsePutsTheReleaseOffBySixtySeconds) {
   EXPECT_THAT(service_.requests, ::testing::Not(::testing::Contains("free 8")));
 }
 
+// Shows: _timedAuthorizationRelease, clearAuthorization, releaseTimer
 TEST_F(OVAuthenticationTest, TheTimerEndsTheAuthorizationAndItsRights) {
   runTool();
   service_.requests.clear();
@@ -198,6 +212,7 @@ TEST_F(OVAuthenticationTest, TheTimerEndsTheAuthorizationAndItsRights) {
   EXPECT_THAT(service_.requests, ElementsAre("free 8"));
 }
 
+// Shows: getAuthorizationRef, releaseTimer, _timedAuthorizationRelease
 TEST_F(OVAuthenticationTest, TheTimerFiresOnTheRunLoopOfTheThreadThatUsedIt) {
   std::atomic<bool> fired = false;
   std::thread([&] {
@@ -213,6 +228,7 @@ TEST_F(OVAuthenticationTest, TheTimerFiresOnTheRunLoopOfTheThreadThatUsedIt) {
   EXPECT_EQ(service_.requests.back(), "free 8");
 }
 
+// Shows: obtainRights, clearAuthorization
 TEST_F(OVAuthenticationTest, ARightOnceObtainedIsNotAskedForAgainOnALaterReference) {
   runTool();
   authentication_->clearAuthorization();
@@ -223,6 +239,7 @@ TEST_F(OVAuthenticationTest, ARightOnceObtainedIsNotAskedForAgainOnALaterReferen
   EXPECT_EQ(service_.usedForTools.back(), service_.made[1]);
 }
 
+// Shows: OVAuthentication, clearAuthorization
 TEST_F(OVAuthenticationTest, AnObjectThatGoesEndsItsAuthorizationAndItsTimer) {
   runTool();
   const auto timer = authentication_->releaseTimer();
@@ -242,6 +259,7 @@ class LookedAtClock final : public Clock {
   mutable std::atomic<int> looks{0};
 };
 
+// Shows: executeTask_arguments_options
 TEST_F(OVAuthenticationTest, ABrokenEnvironmentIsTriedOnceMoreAfterTwoSeconds) {
   runTool();
   service_.tools.clear();
@@ -255,6 +273,7 @@ TEST_F(OVAuthenticationTest, ABrokenEnvironmentIsTriedOnceMoreAfterTwoSeconds) {
   EXPECT_LE(looksAtStart.at(1) - looksAtStart.at(0), 203);
 }
 
+// Shows: executeTask_arguments_options
 TEST_F(OVAuthenticationTest, TheSecondFailureOfTheEnvironmentIsFinal) {
   service_.toolStatuses = {-60032, -60032, 0};
   LookedAtClock clock;
@@ -262,12 +281,14 @@ TEST_F(OVAuthenticationTest, TheSecondFailureOfTheEnvironmentIsFinal) {
   EXPECT_EQ(service_.tools.size(), 2U);
 }
 
+// Shows: createFolderAtPath_error
 TEST_F(OVAuthenticationTest, AFolderIsMadeByMkdir) {
   EXPECT_TRUE(authentication_->createFolderAtPath_error(path("new")));
   EXPECT_THAT(service_.tools, ElementsAre(Words{"/bin/mkdir", at("new")}));
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
+// Shows: createFolderAtPath_error, createFoldersInPath_error
 TEST_F(OVAuthenticationTest, WhatIsThereAlreadyNeedsNoAuthorization) {
   fs::create_directory(at("folder"));
   folder_.write("file", "");
@@ -277,6 +298,7 @@ TEST_F(OVAuthenticationTest, WhatIsThereAlreadyNeedsNoAuthorization) {
   EXPECT_THAT(service_.requests, IsEmpty());
 }
 
+// Shows: createFolderAtPath_error
 TEST_F(OVAuthenticationTest, AFolderThatCannotBeMadeIsLoggedAndNeverAnError) {
   service_.toolStatuses = {-60031};
   Ref<NSError> error;
@@ -285,6 +307,7 @@ TEST_F(OVAuthenticationTest, AFolderThatCannotBeMadeIsLoggedAndNeverAnError) {
   EXPECT_EQ(log_.lines(), Lines{"Could not create folder. cannot execute privileged tool"});
 }
 
+// Shows: createFolderAtPath_error, createFoldersInPath_error
 TEST_F(OVAuthenticationTest, AFolderThatThePersonDoesNotWantIsNeitherLoggedNorAnError) {
   service_.toolStatuses = {-60006, -60006};
   Ref<NSError> error;
@@ -294,6 +317,7 @@ TEST_F(OVAuthenticationTest, AFolderThatThePersonDoesNotWantIsNeitherLoggedNorAn
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
+// Shows: createFoldersInPath_error
 TEST_F(OVAuthenticationTest, MissingFoldersAreMadeFromTheTop) {
   fs::create_directories(at("one/two"));
   service_.whenStarting = [](const Words& words) { fs::create_directory(words.back()); };
@@ -302,12 +326,14 @@ TEST_F(OVAuthenticationTest, MissingFoldersAreMadeFromTheTop) {
                                           Words{"/bin/mkdir", at("one/two/three/four")}));
 }
 
+// Shows: createFoldersInPath_error
 TEST_F(OVAuthenticationTest, MissingFoldersAreAskedForAlsoWhereNoneAppears) {
   EXPECT_TRUE(authentication_->createFoldersInPath_error(path("a/b")));
   EXPECT_THAT(service_.tools,
               ElementsAre(Words{"/bin/mkdir", at("a")}, Words{"/bin/mkdir", at("a/b")}));
 }
 
+// Shows: createFoldersInPath_error
 TEST_F(OVAuthenticationTest, TheFirstFolderThatCannotBeMadeEndsIt) {
   service_.toolStatuses = {0, -60005, 0};
   Ref<NSError> error;
@@ -317,6 +343,7 @@ TEST_F(OVAuthenticationTest, TheFirstFolderThatCannotBeMadeEndsIt) {
   EXPECT_EQ(log_.lines(), Lines{"Could not create folder. The authorization was denied."});
 }
 
+// Shows: createFoldersInPath_error
 TEST_F(OVAuthenticationTest, APathWithoutComponentsHasAllItsFolders) {
   EXPECT_TRUE(authentication_->createFoldersInPath_error(""));
   EXPECT_TRUE(authentication_->createFoldersInPath_error(nullptr));
@@ -324,6 +351,7 @@ TEST_F(OVAuthenticationTest, APathWithoutComponentsHasAllItsFolders) {
   EXPECT_THAT(service_.requests, IsEmpty());
 }
 
+// Shows: movePath_toPath_error
 TEST_F(OVAuthenticationTest, AMoveForcesWithoutLookingAtEitherPath) {
   Ref<NSError> error;
   EXPECT_TRUE(authentication_->movePath_toPath_error(path("from"), path("to"), &error));
@@ -331,18 +359,21 @@ TEST_F(OVAuthenticationTest, AMoveForcesWithoutLookingAtEitherPath) {
   EXPECT_THAT(service_.tools, ElementsAre(Words{"/bin/mv", "-f", at("from"), at("to")}));
 }
 
+// Shows: removeItemAtPath_error
 TEST_F(OVAuthenticationTest, AFileIsRemovedByItself) {
   folder_.write("file", "");
   EXPECT_TRUE(authentication_->removeItemAtPath_error(path("file")));
   EXPECT_THAT(service_.tools, ElementsAre(Words{"/bin/rm", "-f", at("file")}));
 }
 
+// Shows: removeItemAtPath_error
 TEST_F(OVAuthenticationTest, AFolderIsRemovedWithAllThatIsBeneathIt) {
   fs::create_directory(at("folder"));
   EXPECT_TRUE(authentication_->removeItemAtPath_error(path("folder")));
   EXPECT_THAT(service_.tools, ElementsAre(Words{"/bin/rm", "-f", "-R", at("folder")}));
 }
 
+// Shows: removeItemAtPath_error
 TEST_F(OVAuthenticationTest, RemovingWhatIsNotThereIsFalseWithoutAnError) {
   Ref<NSError> error;
   EXPECT_FALSE(authentication_->removeItemAtPath_error(path("missing"), &error));
@@ -351,6 +382,7 @@ TEST_F(OVAuthenticationTest, RemovingWhatIsNotThereIsFalseWithoutAnError) {
   EXPECT_THAT(service_.requests, IsEmpty());
 }
 
+// Shows: movePath_toPath_error, removeItemAtPath_error
 TEST_F(OVAuthenticationTest, ADismissedQuestionIsFalseWithoutAnError) {
   folder_.write("file", "");
   service_.obtainStatuses = {-60006};
@@ -362,6 +394,7 @@ TEST_F(OVAuthenticationTest, ADismissedQuestionIsFalseWithoutAnError) {
   EXPECT_EQ(log_.lines(), Lines{"AuthorizationCopyRights returned -60006"});
 }
 
+// Shows: movePath_toPath_error, removeItemAtPath_error
 TEST_F(OVAuthenticationTest, AnyOtherFailureOfAMoveOrRemovalIsAnErrorWithTheStatus) {
   folder_.write("file", "");
   service_.toolStatuses = {-60005, -60031, -60005};
@@ -382,6 +415,7 @@ TEST_F(OVAuthenticationTest, AnyOtherFailureOfAMoveOrRemovalIsAnErrorWithTheStat
   EXPECT_EQ(log_.lines(), Lines{});
 }
 
+// Shows: createFolderAtPath_error, movePath_toPath_error, removeItemAtPath_error
 TEST_F(OVAuthenticationTest, NoPathIsReadAsAnOption) {
   const fs::path before = fs::current_path();
   fs::current_path(folder_.path());
@@ -395,6 +429,7 @@ TEST_F(OVAuthenticationTest, NoPathIsReadAsAnOption) {
                                           Words{"/bin/rm", "-f", "./-rf"}));
 }
 
+// Shows: movePath_toPath_error, removeItemAtPath_error
 TEST_F(OVAuthenticationTest, PathsOfAnyBytesArriveAsTheyAre) {
   const std::string awkward = "a b\n\xFF'\"$(id)";
   folder_.write(awkward, "");
@@ -404,6 +439,7 @@ TEST_F(OVAuthenticationTest, PathsOfAnyBytesArriveAsTheyAre) {
                                           Words{"/bin/rm", "-f", at(awkward)}));
 }
 
+// Shows: movePath_toPath_error, createFolderAtPath_error
 TEST_F(OVAuthenticationTest, APathThatNamesNothingStartsNoTool) {
   Ref<NSError> error;
   EXPECT_FALSE(authentication_->movePath_toPath_error(nullptr, path("to"), &error));

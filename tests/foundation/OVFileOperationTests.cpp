@@ -109,6 +109,7 @@ class OVFileOperationTests : public ::testing::Test {
   Ref<OVFileOperation> operation_ = OVFileOperation::init();
 };
 
+// Shows: init, isExecuting, isFinished, isCancelled, delegate, fromPath, toPaths, currentFile, totalBytes, throughput
 TEST_F(OVFileOperationTests, ANewOperationIsIdleAndEmpty) {
   const auto operation = OVFileOperation::init();
   expectFlags(*operation, false, false, false);
@@ -120,6 +121,7 @@ TEST_F(OVFileOperationTests, ANewOperationIsIdleAndEmpty) {
   EXPECT_EQ(operation->throughput(), 0.0);
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error, isExecuting, fileOperationStatusChanged, fileOperationDidFinish_error
 TEST_F(OVFileOperationTests, TwoEmptyListsStayExecutingWithoutACall) {
   EXPECT_TRUE(copyItems(NSArray::array(), NSArray::array()));
   CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false);
@@ -128,6 +130,7 @@ TEST_F(OVFileOperationTests, TwoEmptyListsStayExecutingWithoutACall) {
   EXPECT_EQ(listener_.ends, 0);
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error
 TEST_F(OVFileOperationTests, AMissingDestinationFolderIsMadeWithThoseAboveIt) {
   ASSERT_TRUE(copyItems(NSArray::of(source("a")), NSArray::of(target("deep/deeper/b"))));
   EXPECT_TRUE(fs::is_directory(target("deep/deeper")));
@@ -136,6 +139,7 @@ TEST_F(OVFileOperationTests, AMissingDestinationFolderIsMadeWithThoseAboveIt) {
   EXPECT_EQ(listener_.endStatus, 0);
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error, fileOperationDidFinish_error, isFinished, fromPaths, toPaths
 TEST_F(OVFileOperationTests, ManyItemsAreCopiedAndTheEndIsToldOnce) {
   const auto from = NSArray::of(source("a", "12345"), source("b", "123"));
   const auto to = NSArray::of(target("x"), target("y"));
@@ -155,6 +159,7 @@ TEST_F(OVFileOperationTests, ManyItemsAreCopiedAndTheEndIsToldOnce) {
   EXPECT_TRUE(operation_->toPaths()->isEqual(to));
 }
 
+// Shows: beginMoveItemsAtPaths_toPaths_options_error
 TEST_F(OVFileOperationTests, ManyItemsAreMoved) {
   ASSERT_TRUE(operation_->beginMoveItemsAtPaths_toPaths_options_error(
       NSArray::of(source("a"), source("b")), NSArray::of(target("x"), target("y")), 0));
@@ -164,6 +169,7 @@ TEST_F(OVFileOperationTests, ManyItemsAreMoved) {
   EXPECT_TRUE(fs::is_empty(folder_.at("from")));
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error, isExecuting, isFinished, isCancelled
 TEST_F(OVFileOperationTests, AFailedStartOfTheSecondItemStopsTheFirst) {
   Ref<NSError> error;
   EXPECT_FALSE(copyItems(NSArray::of(source("a"), folder_.at("from/missing")),
@@ -181,6 +187,7 @@ TEST_F(OVFileOperationTests, AFailedStartOfTheSecondItemStopsTheFirst) {
   EXPECT_FALSE(fs::exists(target("b")));
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error, isExecuting
 TEST_F(OVFileOperationTests, AnImpossibleDestinationFolderFailsWithTheFileManagersError) {
   Ref<NSError> error;
   folder_.write("file", "");
@@ -190,11 +197,13 @@ TEST_F(OVFileOperationTests, AnImpossibleDestinationFolderFailsWithTheFileManage
   expectFlags(*operation_, false, false, false);
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error
 TEST_F(OVFileOperationTests, FewerDestinationsThanSourcesAreRefused) {
   expectException(NSRangeException, [&] { copyItems(NSArray::of(source("a")), NSArray::array()); });
   expectFlags(*operation_, false, false, false);
 }
 
+// Shows: copyFromPath_toPath_options, fileOperationDidFinish_error, isFinished, fromPath, toPath, currentFile
 TEST_F(OVFileOperationTests, ABlockingCopyReportsItsEndBeforeItReturns) {
   fs::create_directories(folder_.at("to"));
   EXPECT_EQ(operation_->copyFromPath_toPath_options(source("a", "12345"), target("b"), 0), 0);
@@ -208,6 +217,7 @@ TEST_F(OVFileOperationTests, ABlockingCopyReportsItsEndBeforeItReturns) {
   EXPECT_EQ(operation_->bytesComplete(), 5U);
 }
 
+// Shows: moveFromPath_toPath_options
 TEST_F(OVFileOperationTests, ABlockingMoveLeavesNoSource) {
   fs::create_directories(folder_.at("to"));
   EXPECT_EQ(operation_->moveFromPath_toPath_options(source("a"), target("b"), 0), 0);
@@ -215,6 +225,7 @@ TEST_F(OVFileOperationTests, ABlockingMoveLeavesNoSource) {
   EXPECT_FALSE(fs::exists(folder_.at("from/a")));
 }
 
+// Shows: copyFromPath_toPath_options, isExecuting
 TEST_F(OVFileOperationTests, ABlockingCopyThatCannotStartStaysExecuting) {
   EXPECT_EQ(operation_->copyFromPath_toPath_options(folder_.at("from/missing"), target("b"), 0),
             -43);
@@ -222,7 +233,8 @@ TEST_F(OVFileOperationTests, ABlockingCopyThatCannotStartStaysExecuting) {
   EXPECT_EQ(listener_.reports, 0);
 }
 
-TEST_F(OVFileOperationTests, AnExistingDestinationIsReportedAndKept) {
+// Shows: copyFromPath_toPath_options
+TEST_F(OVFileOperationTests, AnExistingDestinationIsKeptAndReportedUnlessItIsToBeOverwritten) {
   fs::create_directories(folder_.at("to"));
   folder_.write("to/b", "old");
   const CapturedLog log;
@@ -235,6 +247,7 @@ TEST_F(OVFileOperationTests, AnExistingDestinationIsReportedAndKept) {
   EXPECT_EQ(folder_.read("to/b"), "contents");
 }
 
+// Shows: beginCopyFromPath_toPath_options, isExecuting, fileOperationDidFinish_error
 TEST_F(OVFileOperationTests, OneItemIsCopiedOnTheRunLoop) {
   fs::create_directories(folder_.at("to"));
   EXPECT_EQ(operation_->beginCopyFromPath_toPath_options(source("a"), target("b"), 0), 0);
@@ -245,6 +258,7 @@ TEST_F(OVFileOperationTests, OneItemIsCopiedOnTheRunLoop) {
   EXPECT_EQ(operation_->userVisibleObjectsComplete(), 1U);
 }
 
+// Shows: beginMoveFromPath_toPath_options
 TEST_F(OVFileOperationTests, OneItemIsMovedOnTheRunLoop) {
   fs::create_directories(folder_.at("to"));
   EXPECT_EQ(operation_->beginMoveFromPath_toPath_options(source("a"), target("b"), 0), 0);
@@ -253,6 +267,7 @@ TEST_F(OVFileOperationTests, OneItemIsMovedOnTheRunLoop) {
   EXPECT_FALSE(fs::exists(folder_.at("from/a")));
 }
 
+// Shows: copyFromPath_toPath_options
 TEST_F(OVFileOperationTests, ABareDestinationNameMeansTheWorkingFolder) {
   const fs::path before = fs::current_path();
   fs::current_path(folder_.path());
@@ -261,6 +276,7 @@ TEST_F(OVFileOperationTests, ABareDestinationNameMeansTheWorkingFolder) {
   EXPECT_EQ(folder_.read("bare"), "contents");
 }
 
+// Shows: copyFromPath_toPath_options, currentFile
 TEST_F(OVFileOperationTests, NamesThatAreNoUTF8AreCopied) {
   const std::string name = "odd-\xFF\xC3";
   source(name);
@@ -272,6 +288,7 @@ TEST_F(OVFileOperationTests, NamesThatAreNoUTF8AreCopied) {
   EXPECT_TRUE(operation_->currentFile()->isEqualToString(from));
 }
 
+// Shows: cancel, isCancelled, isExecuting, isFinished, fileOperationStatusChanged, fileOperationDidFinish_error
 TEST_F(OVFileOperationTests, ACancelledRunStopsWithItsNextReportAndNeverFinishes) {
   for (int i = 0; i < 2000; ++i) {
     source("file" + std::to_string(i));
@@ -287,6 +304,7 @@ TEST_F(OVFileOperationTests, ACancelledRunStopsWithItsNextReportAndNeverFinishes
   expectFlags(*operation_, true, false, true);
 }
 
+// Shows: cancel, copyFromPath_toPath_options
 TEST_F(OVFileOperationTests, ACancelledOperationCarriesNoOtherSingleItem) {
   fs::create_directories(folder_.at("to"));
   const auto a = source("a");
@@ -296,6 +314,7 @@ TEST_F(OVFileOperationTests, ACancelledOperationCarriesNoOtherSingleItem) {
   EXPECT_EQ(operation_->copyFromPath_toPath_options(a, target("c"), 0), -50);
 }
 
+// Shows: OVFileOperation, beginCopyFromPath_toPath_options
 TEST_F(OVFileOperationTests, AnOperationThatGoesWhileItRunsLeavesNothingBehind) {
   fs::create_directories(folder_.at("to"));
   for (int i = 0; i < 2000; ++i) {
@@ -347,12 +366,14 @@ constexpr ScriptedFigures kSecond{.totalBytes = 7,
                                   .userVisibleObjectsRemaining = 1,
                                   .throughput = 2.0};
 
+// Shows: init
 TEST_F(OVFileOperationReportTests, WithoutAServiceOperationThereIsNoOperation) {
   service_.creates = false;
   EXPECT_EQ(OVFileOperation::init(), nullptr);
 }
 
-TEST_F(OVFileOperationReportTests, TheRequestNamesFolderNameOptionsAndContext) {
+// Shows: beginCopyItemsAtPaths_toPaths_options_error
+TEST_F(OVFileOperationReportTests, EachItemsRequestNamesItsFolderItsNameAndItsContext) {
   beginTwo();
   ASSERT_EQ(service_.started.size(), 2U);
   const auto& second = service_.started[1];
@@ -372,6 +393,7 @@ TEST_F(OVFileOperationReportTests, TheRequestNamesFolderNameOptionsAndContext) {
   EXPECT_TRUE(info->objectForKey("index")->isEqual(1));
 }
 
+// Shows: beginCopyFromPath_toPath_options, totalBytes, currentFile
 TEST_F(OVFileOperationReportTests, ASingleItemsContextIsTheOperationItself) {
   beginSingle();
   const auto& item = service_.started[0];
@@ -383,6 +405,7 @@ TEST_F(OVFileOperationReportTests, ASingleItemsContextIsTheOperationItself) {
   EXPECT_EQ(operation_->currentFile(), "/from/item");
 }
 
+// Shows: totalBytes, bytesComplete, bytesRemaining, totalObjects, objectsComplete, objectsRemaining, totalUserVisibleObjects, userVisibleObjectsComplete, userVisibleObjectsRemaining, throughput
 TEST_F(OVFileOperationReportTests, ASingleItemsFiguresAreItsOwn) {
   beginSingle();
   service_.report(0, kFirst);
@@ -398,6 +421,7 @@ TEST_F(OVFileOperationReportTests, ASingleItemsFiguresAreItsOwn) {
   EXPECT_EQ(operation_->throughput(), 1.5);
 }
 
+// Shows: totalBytes, bytesComplete, bytesRemaining, totalObjects, objectsComplete, objectsRemaining, totalUserVisibleObjects, userVisibleObjectsRemaining, throughput
 TEST_F(OVFileOperationReportTests, TheFiguresOfManyAreTheSumAtEveryReport) {
   beginTwo();
   service_.report(0, kFirst);
@@ -418,6 +442,7 @@ TEST_F(OVFileOperationReportTests, TheFiguresOfManyAreTheSumAtEveryReport) {
   EXPECT_EQ(operation_->totalBytes(), 107U);
 }
 
+// Shows: userVisibleObjectsComplete
 TEST_F(OVFileOperationReportTests, UserVisibleObjectsOfManyCountAsCompleteFromTheStart) {
   beginTwo();
   service_.report(0, kFirst);
@@ -426,6 +451,7 @@ TEST_F(OVFileOperationReportTests, UserVisibleObjectsOfManyCountAsCompleteFromTh
   EXPECT_EQ(operation_->userVisibleObjectsComplete(), 10U);
 }
 
+// Shows: fileOperationDidFinish_error, isFinished, isExecuting
 TEST_F(OVFileOperationReportTests, TheEndComesWithTheLastItemsEndAndItsStatus) {
   beginTwo();
   const CapturedLog log;
@@ -438,6 +464,7 @@ TEST_F(OVFileOperationReportTests, TheEndComesWithTheLastItemsEndAndItsStatus) {
   expectFlags(*operation_, false, true, false);
 }
 
+// Shows: fileOperationStatusChanged, fileOperationDidFinish_error, isExecuting
 TEST_F(OVFileOperationReportTests, AFailedReportBeepsLogsAndGoesOn) {
   class CountingSound : public AlertSound {
    public:
@@ -458,6 +485,7 @@ TEST_F(OVFileOperationReportTests, AFailedReportBeepsLogsAndGoesOn) {
   AlertSound::setCurrent(nullptr);
 }
 
+// Shows: totalBytes, bytesComplete, bytesRemaining, totalObjects, objectsComplete, objectsRemaining, totalUserVisibleObjects, userVisibleObjectsComplete, userVisibleObjectsRemaining, throughput
 TEST_F(OVFileOperationReportTests, FiguresAreAnnouncedInOrderAndThroughputIsNot) {
   const auto recorder = make<KeyRecorder>();
   Names observed = kFigureKeys;
@@ -473,6 +501,7 @@ TEST_F(OVFileOperationReportTests, FiguresAreAnnouncedInOrderAndThroughputIsNot)
   }
 }
 
+// Shows: isCancelled, isExecuting, isFinished, fromPath, toPath, currentFile
 TEST_F(OVFileOperationReportTests, FlagsPathsAndCurrentFileCanBeObserved) {
   const auto recorder = make<KeyRecorder>();
   const Names observed = {"isCancelled", "isExecuting", "isFinished",
@@ -491,6 +520,7 @@ TEST_F(OVFileOperationReportTests, FlagsPathsAndCurrentFileCanBeObserved) {
   }
 }
 
+// Shows: cancel, isCancelled, fileOperationStatusChanged, fileOperationDidFinish_error
 TEST_F(OVFileOperationReportTests, CancellingStopsAllItemsWithTheNextReport) {
   beginTwo();
   operation_->cancel();
@@ -503,6 +533,7 @@ TEST_F(OVFileOperationReportTests, CancellingStopsAllItemsWithTheNextReport) {
   expectFlags(*operation_, true, false, true);
 }
 
+// Shows: cancel, isCancelled, isFinished
 TEST_F(OVFileOperationReportTests, CancellingAfterTheEndLeavesItFinished) {
   beginSingle();
   service_.report(0, kFirst, kFSOperationStageComplete);
@@ -510,6 +541,7 @@ TEST_F(OVFileOperationReportTests, CancellingAfterTheEndLeavesItFinished) {
   expectFlags(*operation_, false, true, true);
 }
 
+// Shows: fileOperationStatusChanged, cancel, setDelegate
 TEST_F(OVFileOperationReportTests, ADelegateMayCancelAndLetGoFromWithin) {
   beginTwo();
   listener_.whenChanged = [this](const Ref<OVFileOperation>& operation) {
@@ -522,6 +554,7 @@ TEST_F(OVFileOperationReportTests, ADelegateMayCancelAndLetGoFromWithin) {
   EXPECT_EQ(service_.cancelled.size(), 3U);
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error
 TEST_F(OVFileOperationReportTests, AFailedSchedulingIsToldWithItsOwnText) {
   service_.scheduleStatuses = {noErr, -50};
   fs::create_directories(folder_.at("to"));
@@ -535,7 +568,8 @@ TEST_F(OVFileOperationReportTests, AFailedSchedulingIsToldWithItsOwnText) {
   EXPECT_EQ(service_.cancelled.size(), 3U);
 }
 
-TEST_F(OVFileOperationReportTests, AMoveThatCannotStartHasTheSameText) {
+// Shows: beginMoveItemsAtPaths_toPaths_options_error
+TEST_F(OVFileOperationReportTests, AMoveThatCannotStartHasTheErrorTextOfACopy) {
   service_.startStatuses = {-5000};
   fs::create_directories(folder_.at("to"));
   Ref<NSError> error;
@@ -546,12 +580,14 @@ TEST_F(OVFileOperationReportTests, AMoveThatCannotStartHasTheSameText) {
   EXPECT_EQ(error->localizedFailureReason(), "Permission denied");
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error
 TEST_F(OVFileOperationReportTests, AFailedStartNeedsNoErrorPointer) {
   service_.startStatuses = {-5000};
   fs::create_directories(folder_.at("to"));
   EXPECT_FALSE(copyItems(NSArray::of("/from/a"), NSArray::of(target("a"))));
 }
 
+// Shows: copyFromPath_toPath_options, fileOperationStatusChanged, fileOperationDidFinish_error, currentFile
 TEST_F(OVFileOperationReportTests, ABlockingRunEndsAtTheFirstFailedStatus) {
   const CapturedLog log;
   service_.polled = {{"/from/a", kFSOperationStageRunning, noErr, kFirst.dictionary()},
@@ -565,6 +601,7 @@ TEST_F(OVFileOperationReportTests, ABlockingRunEndsAtTheFirstFailedStatus) {
   EXPECT_TRUE(service_.scheduled.empty());
 }
 
+// Shows: moveFromPath_toPath_options
 TEST_F(OVFileOperationReportTests, ABlockingRunUnschedulesWhatWasNeverScheduled) {
   service_.polled = {{"/from/a", kFSOperationStageComplete, noErr, kFirst.dictionary()}};
   EXPECT_EQ(operation_->moveFromPath_toPath_options("/from", target("a"), 0), 0);
@@ -574,6 +611,7 @@ TEST_F(OVFileOperationReportTests, ABlockingRunUnschedulesWhatWasNeverScheduled)
   EXPECT_EQ(listener_.ends, 1);
 }
 
+// Shows: beginCopyFromPath_toPath_options, beginMoveFromPath_toPath_options
 TEST_F(OVFileOperationReportTests, TheStatusOfStartingOrSchedulingOneItemIsAnswered) {
   service_.startStatuses = {-120, noErr};
   EXPECT_EQ(operation_->beginCopyFromPath_toPath_options("/from/a", target("a"), 0), -120);
@@ -581,7 +619,8 @@ TEST_F(OVFileOperationReportTests, TheStatusOfStartingOrSchedulingOneItemIsAnswe
   EXPECT_EQ(operation_->beginMoveFromPath_toPath_options("/from/a", target("a"), 0), -50);
 }
 
-TEST(OVFileOperationDescriptionTests, ItsPropertiesAreDescribed) {
+// Shows: OVFileOperation
+TEST(OVFileOperationDescriptionTests, TheClassNamesItsPropertiesInTheirOrder) {
   Names names;
   for (const Property& property : OVFileOperation::staticClass().properties()) {
     names.emplace_back(property.name);

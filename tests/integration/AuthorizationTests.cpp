@@ -75,6 +75,7 @@ class AuthorizationTest : public ::testing::Test {
   testing::TemporaryFolder folder_;
 };
 
+// Shows: obtainAuthorization_flags, NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, ARuleThatGrantsLetsTheToolRunAsRoot) {
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
@@ -83,12 +84,14 @@ TEST_F(AuthorizationTest, ARuleThatGrantsLetsTheToolRunAsRoot) {
   EXPECT_TRUE(isRootsFolder("new"));
 }
 
+// Shows: obtainAuthorization_flags
 TEST_F(AuthorizationTest, ARuleThatGrantsNeedsNoInteraction) {
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
   EXPECT_EQ(obtainIn(sandbox, 0), 0);
 }
 
+// Shows: obtainAuthorization_flags, NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, ARuleThatDeniesIsADenial) {
   PolkitSandbox sandbox;
   sandbox.rule = "NO";
@@ -99,6 +102,7 @@ TEST_F(AuthorizationTest, ARuleThatDeniesIsADenial) {
   EXPECT_EQ(sandbox.questions(), 0);
 }
 
+// Shows: createFoldersInPath_error, movePath_toPath_error, removeItemAtPath_error, OVAuthentication
 TEST_F(AuthorizationTest, APersonWhoAnswersOnceMayRunSeveralTools) {
   PolkitSandbox sandbox;
   sandbox.agent = Agent::grants;
@@ -117,6 +121,7 @@ TEST_F(AuthorizationTest, APersonWhoAnswersOnceMayRunSeveralTools) {
   EXPECT_EQ(sandbox.questions(), 1);
 }
 
+// Shows: movePath_toPath_error, obtainAuthorization_flags, NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, ADismissedQuestionIsNoErrorAndNothingIsTouched) {
   folder_.write("file", "");
   PolkitSandbox sandbox;
@@ -140,6 +145,7 @@ TEST_F(AuthorizationTest, ADismissedQuestionIsNoErrorAndNothingIsTouched) {
   EXPECT_EQ(sandbox.questions(), 3);
 }
 
+// Shows: obtainAuthorization_flags, NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, AWrongPasswordIsADenial) {
   PolkitSandbox sandbox;
   sandbox.agent = Agent::refuses;
@@ -148,6 +154,7 @@ TEST_F(AuthorizationTest, AWrongPasswordIsADenial) {
   EXPECT_EQ(sandbox.questions(), 2);
 }
 
+// Shows: obtainAuthorization_flags, NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, WithoutAnAgentNoInteractionIsPossible) {
   const PolkitSandbox sandbox;
   EXPECT_EQ(obtainIn(sandbox), 7);
@@ -155,6 +162,7 @@ TEST_F(AuthorizationTest, WithoutAnAgentNoInteractionIsPossible) {
   EXPECT_FALSE(fs::exists(at("new")));
 }
 
+// Shows: obtainAuthorization_flags
 TEST_F(AuthorizationTest, WhoeverBreaksDownMeanwhileLeavesNobodyWaiting) {
   PolkitSandbox sandbox;
   sandbox.agent = Agent::breaksDown;
@@ -166,6 +174,7 @@ TEST_F(AuthorizationTest, WhoeverBreaksDownMeanwhileLeavesNobodyWaiting) {
   EXPECT_EQ(sandbox.questions(), 3);
 }
 
+// Shows: obtainAuthorization_flags
 TEST_F(AuthorizationTest, NobodyIsAskedUnlessBothFlagsAllowIt) {
   PolkitSandbox sandbox;
   sandbox.agent = Agent::grants;
@@ -173,6 +182,7 @@ TEST_F(AuthorizationTest, NobodyIsAskedUnlessBothFlagsAllowIt) {
   EXPECT_EQ(sandbox.questions(), 0);
 }
 
+// Shows: obtainAuthorization_flags, NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, WithoutABusAPolkitOrThePolicyTheServiceFails) {
   PolkitSandbox sandbox;
   sandbox.services = Services::none;
@@ -187,6 +197,7 @@ TEST_F(AuthorizationTest, WithoutABusAPolkitOrThePolicyTheServiceFails) {
   EXPECT_FALSE(fs::exists(at("new")));
 }
 
+// Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, WithoutPkexecNoToolCanBeRun) {
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
@@ -204,6 +215,7 @@ std::function<void()> pkexecThatDoes(const std::string& line) {
   };
 }
 
+// Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, WhatPkexecSaysAtTheLastMomentIsAnswered) {
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
@@ -217,6 +229,7 @@ TEST_F(AuthorizationTest, WhatPkexecSaysAtTheLastMomentIsAnswered) {
   EXPECT_EQ(makeFolderIn(sandbox, "new"), 32);
 }
 
+// Shows: createFoldersInPath_error
 TEST_F(AuthorizationTest, AFolderThatCannotBeMadeIsNotAwaitedUntilAllToolsHaveEnded) {
   ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
   fs::permissions(at("gate"), fs::perms(0666));
@@ -234,6 +247,7 @@ TEST_F(AuthorizationTest, AFolderThatCannotBeMadeIsNotAwaitedUntilAllToolsHaveEn
             0);
 }
 
+// Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, ADescriptorThatOthersHoldOpenDoesNotHoldUpTheAnswer) {
   ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
   fs::permissions(at("gate"), fs::perms(0666));
@@ -248,6 +262,7 @@ TEST_F(AuthorizationTest, ADescriptorThatOthersHoldOpenDoesNotHoldUpTheAnswer) {
             0);
 }
 
+// Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, AStartThatStaysOpenIsOneAndNotTriedOnceMore) {
   ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
   fs::permissions(at("gate"), fs::perms(0666));
@@ -263,6 +278,7 @@ TEST_F(AuthorizationTest, AStartThatStaysOpenIsOneAndNotTriedOnceMore) {
             0);
 }
 
+// Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, AToolThatEndsAtOnceHasBeenStartedHoweverItEnds) {
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
@@ -277,6 +293,7 @@ TEST_F(AuthorizationTest, AToolThatEndsAtOnceHasBeenStartedHoweverItEnds) {
   }
 }
 
+// Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, TheCallReturnsWhenTheToolRunsAndNotWhenItHasFinished) {
   ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
   fs::permissions(at("gate"), fs::perms(0666));
@@ -293,6 +310,7 @@ TEST_F(AuthorizationTest, TheCallReturnsWhenTheToolRunsAndNotWhenItHasFinished) 
             0);
 }
 
+// Shows: createFolderAtPath_error, movePath_toPath_error, removeItemAtPath_error, authorizedCopyPath_toPath_replace, authorizedRemoveFileAtPath_removeDirectories_recursive
 TEST_F(AuthorizationTest, EachOperationHandsItsArgumentsOverAsTheyAre) {
   folder_.write("record",
                 "#!/bin/sh\n(printf '<%s>' \"$0\" \"$@\"; echo) >> '" + at("list") + "'\n");
@@ -334,6 +352,7 @@ TEST_F(AuthorizationTest, EachOperationHandsItsArgumentsOverAsTheyAre) {
                       ">\n</bin/cp><-f></a></b>\n</bin/rm><-R><-d><-f></x>\n");
 }
 
+// Shows: createFolderAtPath_error
 TEST_F(AuthorizationTest, ARelativePathCountsFromTheFolderThatTheApplicationIsIn) {
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
@@ -346,6 +365,7 @@ TEST_F(AuthorizationTest, ARelativePathCountsFromTheFolderThatTheApplicationIsIn
   EXPECT_TRUE(isRootsFolder("-here"));
 }
 
+// Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, AnAwkwardEnvironmentIsKeptFromTheTool) {
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
@@ -366,6 +386,7 @@ TEST_F(AuthorizationTest, AnAwkwardEnvironmentIsKeptFromTheTool) {
   }
 }
 
+// Shows: obtainAuthorization_flags, NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, ASignalDoesNotEndTheWaitForAnAnswer) {
   PolkitSandbox sandbox;
   sandbox.agent = Agent::grants;

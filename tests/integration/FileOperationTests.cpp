@@ -114,6 +114,7 @@ class FileOperationTest : public ::testing::Test {
   Ref<OVFileOperation> operation_ = OVFileOperation::init();
 };
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error, fileOperationDidFinish_error
 TEST_F(FileOperationTest, AnItemTooLargeForTheVolumeFailsAndTheOthersArrive) {
   REQUIRE_ROOT();
   const MountedTmpfs volume(at("volume"), "size=1m");
@@ -128,6 +129,7 @@ TEST_F(FileOperationTest, AnItemTooLargeForTheVolumeFailsAndTheOthersArrive) {
   EXPECT_EQ(fs::file_size(volume.at("last")), 20000u);
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error
 TEST_F(FileOperationTest, AVolumeThatFillsUpOnTheWayKeepsNothingHalfWritten) {
   REQUIRE_ROOT();
   const MountedTmpfs volume(at("volume"), "size=1m");
@@ -157,6 +159,7 @@ bool sharesItsBlocks(const std::string& path) {
          (map->fm_extents[0].fe_flags & FIEMAP_EXTENT_SHARED) != 0;
 }
 
+// Shows: copyFromPath_toPath_options
 TEST_F(FileOperationTest, BlocksAreSharedWhereTheVolumeCanShareThem) {
   REQUIRE_ROOT();
   const MountedImage volume(at("volume"), "btrfs", "128M");
@@ -170,7 +173,8 @@ TEST_F(FileOperationTest, BlocksAreSharedWhereTheVolumeCanShareThem) {
   EXPECT_EQ(folder_.read("into/copy"), folder_.read("volume/original"));
 }
 
-TEST_F(FileOperationTest, AReadOnlyVolumeIsWriteProtected) {
+// Shows: copyFromPath_toPath_options
+TEST_F(FileOperationTest, ACopyToAReadOnlyVolumeIsRefusedAsWriteProtected) {
   REQUIRE_ROOT();
   const MountedTmpfs volume(at("volume"), "size=1m");
   ASSERT_TRUE(volume.isMounted());
@@ -181,6 +185,7 @@ TEST_F(FileOperationTest, AReadOnlyVolumeIsWriteProtected) {
   EXPECT_TRUE(fs::is_empty(volume.path()));
 }
 
+// Shows: copyFromPath_toPath_options, objectsComplete, objectsRemaining
 TEST_F(FileOperationTest, ATreeOfTenThousandFilesArrivesAsItIs) {
   REQUIRE_RSYNC();
   makeTree("tree", 10000);
@@ -191,6 +196,7 @@ TEST_F(FileOperationTest, ATreeOfTenThousandFilesArrivesAsItIs) {
   EXPECT_EQ(operation_->objectsRemaining(), 0u);
 }
 
+// Shows: copyFromPath_toPath_options
 TEST_F(FileOperationTest, AHundredLevelsOfFoldersArriveAsTheyAre) {
   REQUIRE_RSYNC();
   std::string path = "tree";
@@ -203,6 +209,7 @@ TEST_F(FileOperationTest, AHundredLevelsOfFoldersArriveAsTheyAre) {
   EXPECT_EQ(fs::file_size(at(path + "/deepest")), 1000u);
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error
 TEST_F(FileOperationTest, NamesThatAreNoUTF8ArriveByteForByte) {
   const Names names = {"\xFF", "\xC3(", "a\xED\xA0\x80z", "line\nbreak", "\xE4\xF6\xFC.txt"};
   const std::string top = "odd-\xFE\xFF";
@@ -217,6 +224,7 @@ TEST_F(FileOperationTest, NamesThatAreNoUTF8ArriveByteForByte) {
   EXPECT_EQ(list(at("into/" + top)), names);
 }
 
+// Shows: moveFromPath_toPath_options
 TEST_F(FileOperationTest, AMoveAcrossVolumesBringsAllAndLeavesNothing) {
   REQUIRE_ROOT();
   REQUIRE_RSYNC();
@@ -237,7 +245,8 @@ TEST_F(FileOperationTest, AMoveAcrossVolumesBringsAllAndLeavesNothing) {
   EXPECT_EQ(list(second.path()), Names{"tree"});
 }
 
-TEST_F(FileOperationTest, CancelledInTheMiddleItLeavesAnEmptyFolder) {
+// Shows: cancel, beginCopyFromPath_toPath_options, isCancelled, fileOperationDidFinish_error
+TEST_F(FileOperationTest, ACopyCancelledInTheMiddleLeavesAnEmptyFolder) {
   makeTree("tree", 10000);
   listener_.whenChanged = [](const Ref<OVFileOperation>& operation) {
     if (operation->bytesComplete() > 0) operation->cancel();
@@ -304,7 +313,8 @@ class KilledFileOperationTest : public FileOperationTest {
   }
 };
 
-TEST_F(KilledFileOperationTest, LeavesTheOldOrTheNewItemAndTheNextCopySweepsTheRest) {
+// Shows: copyFromPath_toPath_options, OVFileOperation
+TEST_F(KilledFileOperationTest, AKilledCopyLeavesTheOldOrTheNewItemAndTheNextCopySweepsTheRest) {
   makeVersion("new", 'n');
   write("other", 10);
   int timesKilled = 0;

@@ -76,6 +76,7 @@ class NSBundleAdditionsTests : public ::testing::Test {
   Ref<FormField> owner_ = make<FormField>();
 };
 
+// Shows: ov_loadNibNamed_owner_topLevelObjects, loadNibNamed_owner_topLevelObjects, loadNibFile_owner_topLevelObjects
 TEST_F(NSBundleAdditionsTests, WithATruthValueTheCallerKeepsACountOfEachObject) {
   Ref<NSArray> objects;
   bool isDone = ov_loadNibNamed_owner_topLevelObjects(bundle_, "Form", owner_, &objects);
@@ -86,6 +87,7 @@ TEST_F(NSBundleAdditionsTests, WithATruthValueTheCallerKeepsACountOfEachObject) 
   expectExtraCounts(isDone, objects);
 }
 
+// Shows: loadWithTopLevelObjectsNibNamed_owner, loadWithTopLevelObjectsNibFile_owner, loadWithTopLevelObjectsNibNamed_bundle_owner
 TEST_F(NSBundleAdditionsTests, WithAnArrayItIsTheOnlyOwnerOfTheObjects) {
   expectNoExtraCounts(loadWithTopLevelObjectsNibNamed_owner(nameInMainBundle_, owner_));
   expectNoExtraCounts(loadWithTopLevelObjectsNibFile_owner(path_, owner_));
@@ -94,6 +96,7 @@ TEST_F(NSBundleAdditionsTests, WithAnArrayItIsTheOnlyOwnerOfTheObjects) {
       loadWithTopLevelObjectsNibNamed_bundle_owner(nameInMainBundle_, nullptr, owner_));
 }
 
+// Shows: ov_loadNibNamed_owner_topLevelObjects
 TEST_F(NSBundleAdditionsTests, WithoutALocationTheCountsAreTheCallersAllTheSame) {
   const std::string one = interfaceFile(formField("a"), interfaceConnection("owner", "next", "a"));
   folder_.write("One.nib", one);
@@ -102,10 +105,12 @@ TEST_F(NSBundleAdditionsTests, WithoutALocationTheCountsAreTheCallersAllTheSame)
   owner_->next()->release();
 }
 
+// Shows: loadWithTopLevelObjectsNibNamed_bundle_owner
 TEST_F(NSBundleAdditionsTests, AnOwnerIsNotNeeded) {
   EXPECT_EQ(loadWithTopLevelObjectsNibNamed_bundle_owner("Form", bundle_, nullptr)->count(), 2U);
 }
 
+// Shows: loadWithTopLevelObjectsNibNamed_owner, loadWithTopLevelObjectsNibFile_owner, loadWithTopLevelObjectsNibNamed_bundle_owner, ov_loadNibNamed_owner_topLevelObjects, loadNibNamed_owner_topLevelObjects, loadNibFile_owner_topLevelObjects
 TEST_F(NSBundleAdditionsTests, AMissingFileAnswersNothing) {
   for (const Ref<NSString>& missing :
        {Ref<NSString>("Missing"), Ref<NSString>(""), Ref<NSString>()}) {
@@ -120,12 +125,14 @@ TEST_F(NSBundleAdditionsTests, AMissingFileAnswersNothing) {
   }
 }
 
+// Shows: loadWithTopLevelObjectsNibNamed_owner, loadWithTopLevelObjectsNibNamed_bundle_owner
 TEST_F(NSBundleAdditionsTests, AFileIsLookedForInItsOwnBundleOnly) {
   EXPECT_EQ(loadWithTopLevelObjectsNibNamed_owner("Form", owner_), nullptr);
   EXPECT_EQ(loadWithTopLevelObjectsNibNamed_bundle_owner(nameInMainBundle_, bundle_, owner_),
             nullptr);
 }
 
+// Shows: ov_loadNibNamed_owner_topLevelObjects, loadNibFile_owner_topLevelObjects, loadWithTopLevelObjectsNibNamed_bundle_owner
 TEST_F(NSBundleAdditionsTests, AWrongFileAnswersNothingAndLeavesNothing) {
   Ref<NSArray> objects = NSArray::of("as it was");
   EXPECT_FALSE(ov_loadNibNamed_owner_topLevelObjects(bundle_, "Wrong", owner_, &objects));

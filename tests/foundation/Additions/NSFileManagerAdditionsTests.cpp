@@ -86,6 +86,7 @@ class NSFileManagerAdditionsTests : public ::testing::Test {
 
 // Names
 
+// Shows: validatedFileName
 TEST_F(NSFileManagerAdditionsTests, AValidNameHasColonsForSlashes) {
   forBothStorages(u"a/b", [&](const Ref<NSString>& name) {
     EXPECT_EQ(validatedFileName(files_, name), u"a:b");
@@ -96,6 +97,7 @@ TEST_F(NSFileManagerAdditionsTests, AValidNameHasColonsForSlashes) {
   EXPECT_EQ(validatedFileName(files_, nullptr), nullptr);
 }
 
+// Shows: validatedFileName
 TEST_F(NSFileManagerAdditionsTests, AValidNameHasNoControlCharacters) {
   forBothStorages(
       u"a\0\x01\n\t\x7f\x85\x200e\xfeff"
@@ -104,11 +106,13 @@ TEST_F(NSFileManagerAdditionsTests, AValidNameHasNoControlCharacters) {
   EXPECT_EQ(validatedFileName(files_, "\n"), u"");
 }
 
+// Shows: validatedFileName
 TEST_F(NSFileManagerAdditionsTests, AValidNameIsDecomposed) {
   EXPECT_EQ(validatedFileName(files_, u"\u00e9"), u"e\u0301");
   EXPECT_EQ(validatedFileName(files_, u"\uac00"), u"\u1100\u1161");
 }
 
+// Shows: validatedFileName
 TEST_F(NSFileManagerAdditionsTests, AValidNameHas255UnitsAtMost) {
   for (const std::size_t length : {254, 255, 256, 300}) {
     forBothStorages(std::u16string(length, u'n'), [&](const Ref<NSString>& name) {
@@ -122,6 +126,7 @@ TEST_F(NSFileManagerAdditionsTests, AValidNameHas255UnitsAtMost) {
       255U);
 }
 
+// Shows: validatedFileName
 TEST_F(NSFileManagerAdditionsTests, ACharacterThatHalfFitsIsLeftOut) {
   const std::u16string smile = u"\U0001F600";
   const auto cut = validatedFileName(
@@ -132,12 +137,14 @@ TEST_F(NSFileManagerAdditionsTests, ACharacterThatHalfFitsIsLeftOut) {
   EXPECT_EQ(fits->utf16(), std::u16string(253, u'n') + smile);
 }
 
+// Shows: validatedFileName
 TEST_F(NSFileManagerAdditionsTests, NamesOfAnyBytesStayValidAndHalfCharactersAreNot) {
   EXPECT_EQ(validatedFileName(files_, pathText("\xFF\xFE"))->fileSystemRepresentation(),
             "\xFF\xFE");
   EXPECT_EQ(validatedFileName(files_, NSString::stringWithUTF16Storage(u"a\xD800z")), nullptr);
 }
 
+// Shows: pathForDuplicateOfFileAtPath, uniquePathForFileWithDesiredPath
 TEST_F(NSFileManagerAdditionsTests, AFreePathNeedsNoOtherName) {
   EXPECT_EQ(duplicateOf("missing.txt"), at("missing.txt"));
   EXPECT_EQ(uniqueOf("missing.txt"), at("missing.txt"));
@@ -145,6 +152,7 @@ TEST_F(NSFileManagerAdditionsTests, AFreePathNeedsNoOtherName) {
   EXPECT_EQ(uniquePathForFileWithDesiredPath(files_, nullptr), nullptr);
 }
 
+// Shows: pathForDuplicateOfFileAtPath
 TEST_F(NSFileManagerAdditionsTests, TheNamesOfDuplicatesGrow) {
   write("report.txt");
   EXPECT_EQ(duplicateOf("report.txt"), at("report copy.txt"));
@@ -156,6 +164,7 @@ TEST_F(NSFileManagerAdditionsTests, TheNamesOfDuplicatesGrow) {
   EXPECT_EQ(duplicateOf("report.txt"), at("report copy.txt copy 1.txt copy 2.txt copy 3.txt"));
 }
 
+// Shows: pathForDuplicateOfFileAtPath
 TEST_F(NSFileManagerAdditionsTests, TheNamesOfDuplicatesWithoutExtensionGrowAsWell) {
   makeFolder("notes");
   EXPECT_EQ(duplicateOf("notes"), at("notes copy"));
@@ -166,6 +175,7 @@ TEST_F(NSFileManagerAdditionsTests, TheNamesOfDuplicatesWithoutExtensionGrowAsWe
   EXPECT_EQ(duplicateOf("notes"), at("notes copy copy 1 copy 2"));
 }
 
+// Shows: uniquePathForFileWithDesiredPath
 TEST_F(NSFileManagerAdditionsTests, UniqueNamesAreNumberedFromTwo) {
   write("a.txt");
   EXPECT_EQ(uniqueOf("a.txt"), at("a 2.txt"));
@@ -180,7 +190,8 @@ TEST_F(NSFileManagerAdditionsTests, UniqueNamesAreNumberedFromTwo) {
   EXPECT_EQ(uniqueOf("plain"), at("plain 120"));
 }
 
-TEST_F(NSFileManagerAdditionsTests, NamesOfAllKindsAreNumbered) {
+// Shows: uniquePathForFileWithDesiredPath
+TEST_F(NSFileManagerAdditionsTests, UniqueNamesPutTheNumberBeforeTheExtensionWhateverTheName) {
   for (const auto& [name, expected] : std::initializer_list<std::pair<const char*, const char*>>{
            {"two words.tar.gz", "two words.tar 2.gz"},
            {".hidden", ".hidden 2"},
@@ -193,6 +204,7 @@ TEST_F(NSFileManagerAdditionsTests, NamesOfAllKindsAreNumbered) {
   }
 }
 
+// Shows: pathForDuplicateOfFileAtPath, duplicateFileAtPath_error
 TEST_F(NSFileManagerAdditionsTests, ANameThatGrowsTooLongIsAnsweredAsItIs) {
   const std::string name(252, 'n');
   write(name);
@@ -202,6 +214,7 @@ TEST_F(NSFileManagerAdditionsTests, ANameThatGrowsTooLongIsAnsweredAsItIs) {
   EXPECT_NE(error, nullptr);
 }
 
+// Shows: duplicateFileAtPath_error
 TEST_F(NSFileManagerAdditionsTests, ADuplicateIsACopyWithAllThatIsInIt) {
   makeFolder("a.d/b");
   write("a.d/b/c", "text");
@@ -211,6 +224,7 @@ TEST_F(NSFileManagerAdditionsTests, ADuplicateIsACopyWithAllThatIsInIt) {
   EXPECT_EQ(folder_.read("a.d/b/c"), "text");
 }
 
+// Shows: duplicateFileAtPath_error
 TEST_F(NSFileManagerAdditionsTests, WhatIsMissingHasNoDuplicateAndThePlatformsError) {
   Ref<NSError> error;
   EXPECT_EQ(duplicateFileAtPath_error(files_, path("missing"), &error), nullptr);
@@ -222,6 +236,7 @@ TEST_F(NSFileManagerAdditionsTests, WhatIsMissingHasNoDuplicateAndThePlatformsEr
 
 // Folders and types
 
+// Shows: findSystemFolderType_forDomain
 TEST_F(NSFileManagerAdditionsTests, SystemFoldersAreFoundByKindAndDomain) {
   EXPECT_EQ(findSystemFolderType_forDomain(files_, kApplicationSupportFolderType, kSystemDomain),
             u"/usr/share");
@@ -230,6 +245,7 @@ TEST_F(NSFileManagerAdditionsTests, SystemFoldersAreFoundByKindAndDomain) {
   EXPECT_EQ(findSystemFolderType_forDomain(files_, 0, kUserDomain), nullptr);
 }
 
+// Shows: fileTypeForFileAtPath
 TEST_F(NSFileManagerAdditionsTests, AFileHasItsTypeInOneLine) {
   write("text", "just words\n");
   write("empty");
@@ -243,6 +259,7 @@ TEST_F(NSFileManagerAdditionsTests, AFileHasItsTypeInOneLine) {
   EXPECT_EQ(fileTypeForFileAtPath(files_, NSString::stringWithUTF16Storage(u"\xD800")), nullptr);
 }
 
+// Shows: fileTypeForFileAtPath
 TEST_F(NSFileManagerAdditionsTests, APathThatLooksLikeAnOptionIsAPath) {
   write("-v", "just words\n");
   const auto before = files_->currentDirectoryPath();
@@ -251,6 +268,7 @@ TEST_F(NSFileManagerAdditionsTests, APathThatLooksLikeAnOptionIsAPath) {
   files_->changeCurrentDirectoryPath(before);
 }
 
+// Shows: fileTypeForFileAtPath
 TEST_F(NSFileManagerAdditionsTests, NothingOfTheThreadIsServedWhileTheTypeIsAwaited) {
   write("text", "just words\n");
   std::thread([&] {
@@ -276,6 +294,7 @@ int withOtherProgram(const std::function<bool()>& prepare, const std::function<i
   return WIFEXITED(status) && WEXITSTATUS(status) != 255 ? WEXITSTATUS(status) : -1;
 }
 
+// Shows: fileTypeForFileAtPath
 TEST_F(NSFileManagerAdditionsTests, AProgramThatFailsOrSaysNothingGivesNoType) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can put another program in its place";
   for (const auto& [script, expected] : std::initializer_list<std::pair<const char*, const char*>>{
@@ -302,6 +321,7 @@ TEST_F(NSFileManagerAdditionsTests, AProgramThatFailsOrSaysNothingGivesNoType) {
   }
 }
 
+// Shows: fileTypeForFileAtPath
 TEST_F(NSFileManagerAdditionsTests, ThePrivateModeRunsWhileTheTypeIsAwaited) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can put another program in its place";
   const std::string program = folder_.write("file", "#!/bin/sh\nsleep 0.5; echo late\n");
@@ -321,6 +341,7 @@ TEST_F(NSFileManagerAdditionsTests, ThePrivateModeRunsWhileTheTypeIsAwaited) {
   EXPECT_EQ(withOtherProgram(prepare, check), 0);
 }
 
+// Shows: fileTypeForFileAtPath
 TEST_F(NSFileManagerAdditionsTests, AMissingProgramGivesNoType) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can take the program away";
   write("text", "just words\n");
@@ -330,6 +351,7 @@ TEST_F(NSFileManagerAdditionsTests, AMissingProgramGivesNoType) {
 
 // Moving and removing
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
 TEST_F(NSFileManagerAdditionsTests, ContentsMoveAndHiddenItemsStay) {
   makeFolder("from/folder");
   makeFolder("to");
@@ -342,6 +364,7 @@ TEST_F(NSFileManagerAdditionsTests, ContentsMoveAndHiddenItemsStay) {
   EXPECT_EQ(names("to/folder"), (std::set<std::string>{"inner"}));
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
 TEST_F(NSFileManagerAdditionsTests, ATakenNameStaysInTheSourceUnlessItIsToBeReplaced) {
   makeFolder("from/both");
   makeFolder("to/both");
@@ -356,6 +379,7 @@ TEST_F(NSFileManagerAdditionsTests, ATakenNameStaysInTheSourceUnlessItIsToBeRepl
   EXPECT_EQ(names("to/both"), (std::set<std::string>{"new"}));
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
 TEST_F(NSFileManagerAdditionsTests, TheFirstMoveThatFailsBeepsAndEndsIt) {
   CountedBeeps beeps;
   makeFolder("from");
@@ -372,6 +396,7 @@ TEST_F(NSFileManagerAdditionsTests, TheFirstMoveThatFailsBeepsAndEndsIt) {
   EXPECT_EQ(beeps.count, 2);
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
 TEST_F(NSFileManagerAdditionsTests, AFolderThatCannotBeListedCountsAsEmpty) {
   CountedBeeps beeps;
   makeFolder("to");
@@ -383,6 +408,7 @@ TEST_F(NSFileManagerAdditionsTests, AFolderThatCannotBeListedCountsAsEmpty) {
   EXPECT_EQ(beeps.count, 0);
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
 TEST_F(NSFileManagerAdditionsTests, ContentsThatAreToMoveToWhereTheyAreStayThere) {
   makeFolder("from");
   write("from/file", "text");
@@ -395,6 +421,7 @@ TEST_F(NSFileManagerAdditionsTests, ContentsThatAreToMoveToWhereTheyAreStayThere
   }
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
 TEST_F(NSFileManagerAdditionsTests, WhatHoldsTheFolderThatIsMovedFromIsNotReplaced) {
   CountedBeeps beeps;
   makeFolder("to/x/x");
@@ -413,6 +440,7 @@ TEST_F(NSFileManagerAdditionsTests, WhatHoldsTheFolderThatIsMovedFromIsNotReplac
   EXPECT_EQ(names("to/x/x"), std::set<std::string>());
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
 TEST_F(NSFileManagerAdditionsTests, NamesOfAnyBytesMove) {
   makeFolder("from");
   makeFolder("to");
@@ -422,6 +450,7 @@ TEST_F(NSFileManagerAdditionsTests, NamesOfAnyBytesMove) {
   EXPECT_EQ(names("to"), all);
 }
 
+// Shows: removeDirectoryAtPath
 TEST_F(NSFileManagerAdditionsTests, AFolderIsRemovedWithAllThatIsInIt) {
   makeFolder("a/b/c");
   write("a/.hidden");
@@ -432,13 +461,15 @@ TEST_F(NSFileManagerAdditionsTests, AFolderIsRemovedWithAllThatIsInIt) {
   EXPECT_FALSE(removeDirectoryAtPath(files_, nullptr));
 }
 
+// Shows: removeDirectoryAtPath
 TEST_F(NSFileManagerAdditionsTests, AFileIsRemovedAsWell) {
   write("file");
   EXPECT_TRUE(removeDirectoryAtPath(files_, path("file")));
   EXPECT_FALSE(fs::exists(at("file")));
 }
 
-TEST_F(NSFileManagerAdditionsTests, ALinkToAFolderCountsAsAFolder) {
+// Shows: removeDirectoryAtPath
+TEST_F(NSFileManagerAdditionsTests, ALinkToAFolderThatIsRemovedCountsAsAFolder) {
   makeFolder("a");
   makeFolder("other/inner");
   write("other/file");
@@ -452,6 +483,7 @@ TEST_F(NSFileManagerAdditionsTests, ALinkToAFolderCountsAsAFolder) {
   EXPECT_TRUE(fs::exists(at("kept")));
 }
 
+// Shows: removeDirectoryAtPath
 TEST_F(NSFileManagerAdditionsTests, ALinkToItsOwnFolderEndsInAFailure) {
   makeFolder("a");
   write("a/file");
@@ -461,6 +493,7 @@ TEST_F(NSFileManagerAdditionsTests, ALinkToItsOwnFolderEndsInAFailure) {
   EXPECT_TRUE(fs::exists(at("outside")));
 }
 
+// Shows: removeDirectoryAtPath
 TEST_F(NSFileManagerAdditionsTests, FoldersBeyondTheLongestPathAreRemoved) {
   makeFolder("a");
   testing::makeDeepFolders(at("a"), 3000);
@@ -470,6 +503,7 @@ TEST_F(NSFileManagerAdditionsTests, FoldersBeyondTheLongestPathAreRemoved) {
 
 // Sizes
 
+// Shows: sizeOfItemAtPath_options, OVFolderSizeDefault
 TEST_F(NSFileManagerAdditionsTests, TheDefaultSizeIsTheLogicalOneOfBothForks) {
   makeFolder("a/b");
   write("a/file", std::string(1000, 'x'));
@@ -481,6 +515,7 @@ TEST_F(NSFileManagerAdditionsTests, TheDefaultSizeIsTheLogicalOneOfBothForks) {
   EXPECT_EQ(size("a"), 1005U);
 }
 
+// Shows: sizeOfItemAtPath_options, fastFolderSizeAtFSRef_options
 TEST_F(NSFileManagerAdditionsTests, EachForkCountsInEachKindThatIsAskedFor) {
   makeFolder("a");
   write("a/file", std::string(1000, 'x'));
@@ -499,6 +534,7 @@ TEST_F(NSFileManagerAdditionsTests, EachForkCountsInEachKindThatIsAskedFor) {
   EXPECT_EQ(fastFolderSizeAtFSRef_options(files_, {at("a")}, 0), 0U);
 }
 
+// Shows: sizeOfItemAtPath_options, fastFolderSizeAtFSRef_options
 TEST_F(NSFileManagerAdditionsTests, WhatIsNotThereHasNoSize) {
   EXPECT_EQ(size("missing"), 0U);
   EXPECT_EQ(sizeOfItemAtPath_options(files_, nullptr, 0), 0U);
@@ -508,6 +544,7 @@ TEST_F(NSFileManagerAdditionsTests, WhatIsNotThereHasNoSize) {
   EXPECT_EQ(fastFolderSizeAtFSRef_options(files_, {}, 25), 0U);
 }
 
+// Shows: sizeOfItemAtPath_options
 TEST_F(NSFileManagerAdditionsTests, LinksCountThemselvesAndEachNameOfAFileCounts) {
   makeFolder("a/b");
   write("a/file", std::string(100, 'x'));
@@ -517,6 +554,7 @@ TEST_F(NSFileManagerAdditionsTests, LinksCountThemselvesAndEachNameOfAFileCounts
   EXPECT_EQ(size("a/b/loop"), 2U);
 }
 
+// Shows: sizeOfItemAtPath_options
 TEST_F(NSFileManagerAdditionsTests, SizesAreThoseThatDuFinds) {
   testing::RandomRun random;
   for (int number = 0; number < 300; ++number) {
@@ -533,6 +571,7 @@ TEST_F(NSFileManagerAdditionsTests, SizesAreThoseThatDuFinds) {
   EXPECT_EQ(size("", OVFolderSizePhysical | OVFolderSizeDataFork), duOf(""));
 }
 
+// Shows: sizeOfItemAtPath_options
 TEST_F(NSFileManagerAdditionsTests, AFolderThatMayNotBeReadCountsNothing) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become nobody";
   makeFolder("locked");

@@ -53,6 +53,7 @@ class NSFileManagerAuthorizationTest : public ::testing::Test {
   AuthorizationRef authorization_;
 };
 
+// Shows: obtainAuthorization_flags
 TEST_F(NSFileManagerAuthorizationTest, AnAuthorizationIsMadeWithoutRightsAndThenObtainsTheRight) {
   AuthorizationRef made;
   EXPECT_EQ(obtainAuthorization_flags(files_, &made, 1), 0);
@@ -60,6 +61,7 @@ TEST_F(NSFileManagerAuthorizationTest, AnAuthorizationIsMadeWithoutRightsAndThen
   EXPECT_THAT(service_.requests, ElementsAre("create 0", "obtain system.privilege.admin 1"));
 }
 
+// Shows: obtainAuthorization_flags
 TEST_F(NSFileManagerAuthorizationTest, AnAuthorizationWithoutTheRightStaysUnfreedAndUnstored) {
   AuthorizationRef made;
   service_.obtainStatuses = {-60005};
@@ -68,6 +70,7 @@ TEST_F(NSFileManagerAuthorizationTest, AnAuthorizationWithoutTheRightStaysUnfree
   EXPECT_THAT(service_.requests, ElementsAre("create 0", "obtain system.privilege.admin 3"));
 }
 
+// Shows: obtainAuthorization_flags
 TEST_F(NSFileManagerAuthorizationTest, AnAuthorizationThatCannotBeMadeIsNotAskedForRights) {
   AuthorizationRef made;
   service_.createStatuses = {-60008};
@@ -75,6 +78,7 @@ TEST_F(NSFileManagerAuthorizationTest, AnAuthorizationThatCannotBeMadeIsNotAsked
   EXPECT_THAT(service_.requests, ElementsAre("create 0"));
 }
 
+// Shows: freeAuthorization
 TEST_F(NSFileManagerAuthorizationTest, FreeingDestroysTheRights) {
   freeAuthorization(files_, nullptr);
   EXPECT_THAT(service_.requests, IsEmpty());
@@ -82,6 +86,7 @@ TEST_F(NSFileManagerAuthorizationTest, FreeingDestroysTheRights) {
   EXPECT_THAT(service_.requests, ElementsAre("free 8"));
 }
 
+// Shows: removeFileAtPath_removeDirectories_recursive_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, ARemovalHasItsOptionsInOneOrder) {
   const auto remove = [this](bool folders, bool recursive) {
     return removeFileAtPath_removeDirectories_recursive_withAuthorization(
@@ -98,6 +103,7 @@ TEST_F(NSFileManagerAuthorizationTest, ARemovalHasItsOptionsInOneOrder) {
   for (const auto& used : service_.usedForTools) EXPECT_EQ(used, authorization_);
 }
 
+// Shows: copyPath_toPath_replace_withAuthorization, movePath_toPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, CopiesAndMovesForceOnlyToReplace) {
   copyPath_toPath_replace_withAuthorization(files_, path("a"), path("b"), false, authorization_);
   copyPath_toPath_replace_withAuthorization(files_, path("a"), path("b"), true, authorization_);
@@ -109,6 +115,7 @@ TEST_F(NSFileManagerAuthorizationTest, CopiesAndMovesForceOnlyToReplace) {
                   Words{"/bin/mv", at("a"), at("b")}, Words{"/bin/mv", "-f", at("a"), at("b")}));
 }
 
+// Shows: movePath_toPath_replace_withAuthorization, copyPath_toPath_replace_withAuthorization, removeFileAtPath_removeDirectories_recursive_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, NoPathIsReadAsAnOptionOrNamesNothing) {
   movePath_toPath_replace_withAuthorization(files_, "-a", "-b", false, authorization_);
   EXPECT_THAT(service_.tools, ElementsAre(Words{"/bin/mv", "./-a", "./-b"}));
@@ -120,11 +127,13 @@ TEST_F(NSFileManagerAuthorizationTest, NoPathIsReadAsAnOptionOrNamesNothing) {
   EXPECT_EQ(service_.tools.size(), 1U);
 }
 
+// Shows: movePath_toPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, WithoutAnAuthorizationNoToolRuns) {
   EXPECT_EQ(movePath_toPath_replace_withAuthorization(files_, "a", "b", false, nullptr), -60002);
   EXPECT_THAT(service_.tools, IsEmpty());
 }
 
+// Shows: copyPath_toPath_replace_withAuthorization, movePath_toPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, StatusesOfToolsAreAnswered) {
   service_.toolStatuses = {-60006, -60032};
   EXPECT_EQ(copyPath_toPath_replace_withAuthorization(files_, "a", "b", true, authorization_),
@@ -133,6 +142,7 @@ TEST_F(NSFileManagerAuthorizationTest, StatusesOfToolsAreAnswered) {
             -60032);
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, ContentsAreMovedInOrderWithoutHiddenItems) {
   for (const char* name : {"b", "a", ".hidden", "c d"})
     folder_.write(std::string("from/") + name, "");
@@ -142,6 +152,7 @@ TEST_F(NSFileManagerAuthorizationTest, ContentsAreMovedInOrderWithoutHiddenItems
                                           Words{"/bin/mv", at("from/c d"), at("to/c d")}));
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, ATakenNameIsLeftAloneUnlessItIsReplaced) {
   folder_.write("from/a", "");
   folder_.write("to/a", "");
@@ -153,6 +164,7 @@ TEST_F(NSFileManagerAuthorizationTest, ATakenNameIsLeftAloneUnlessItIsReplaced) 
                                           Words{"/bin/mv", "-f", at("from/a"), at("to/a")}));
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, WhatIsStillBeingRemovedKeepsItsPlace) {
   folder_.write("from/a", "");
   folder_.write("from/b", "");
@@ -162,6 +174,7 @@ TEST_F(NSFileManagerAuthorizationTest, WhatIsStillBeingRemovedKeepsItsPlace) {
                                           Words{"/bin/mv", "-f", at("from/b"), at("to/b")}));
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, TheFirstFailureEndsMovingContents) {
   for (const char* name : {"a", "b"}) folder_.write(std::string("from/") + name, "");
   folder_.write("to/a", "");
@@ -174,6 +187,7 @@ TEST_F(NSFileManagerAuthorizationTest, TheFirstFailureEndsMovingContents) {
   EXPECT_EQ(service_.tools.size(), 2U);
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, AFolderThatIsEmptyOrCannotBeListedIsASuccess) {
   EXPECT_EQ(moveContents(true), 0);
   fs::remove(at("from"));
@@ -184,6 +198,7 @@ TEST_F(NSFileManagerAuthorizationTest, AFolderThatIsEmptyOrCannotBeListedIsASucc
   EXPECT_THAT(service_.requests, IsEmpty());
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, AFolderIsNotMovedIntoItself) {
   folder_.write("from/a", "kept");
   fs::create_directory_symlink(at("from"), at("same"));
@@ -195,6 +210,7 @@ TEST_F(NSFileManagerAuthorizationTest, AFolderIsNotMovedIntoItself) {
   EXPECT_THAT(service_.tools, IsEmpty());
 }
 
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace_withAuthorization
 TEST_F(NSFileManagerAuthorizationTest, AFolderMakesNoRoomForWhatIsInIt) {
   fs::create_directories(at("outer/inner/inner/inner"));
   EXPECT_EQ(moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace_withAuthorization(
@@ -203,7 +219,8 @@ TEST_F(NSFileManagerAuthorizationTest, AFolderMakesNoRoomForWhatIsInIt) {
   EXPECT_THAT(service_.tools, IsEmpty());
 }
 
-TEST_F(NSFileManagerAuthorizationTest, OperationsOfTheirOwnObtainRunAndFree) {
+// Shows: authorizedRemoveFileAtPath_removeDirectories_recursive, authorizedCopyPath_toPath_replace, authorizedMovePath_toPath_replace, authorizedMoveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
+TEST_F(NSFileManagerAuthorizationTest, AuthorizedOperationsObtainTheRightRunTheirToolAndFree) {
   EXPECT_EQ(authorizedRemoveFileAtPath_removeDirectories_recursive(files_, "/a", true, true), 0);
   EXPECT_EQ(authorizedCopyPath_toPath_replace(files_, "/a", "/b", true), 0);
   EXPECT_EQ(authorizedMovePath_toPath_replace(files_, "/a", "/b", false), 0);
@@ -224,6 +241,7 @@ TEST_F(NSFileManagerAuthorizationTest, OperationsOfTheirOwnObtainRunAndFree) {
   EXPECT_EQ(service_.usedForTools.back(), service_.made.back());
 }
 
+// Shows: authorizedMovePath_toPath_replace
 TEST_F(NSFileManagerAuthorizationTest, AFailedOperationLeavesItsAuthorizationUnfreed) {
   service_.toolStatuses = {-60031};
   EXPECT_EQ(authorizedMovePath_toPath_replace(files_, "/a", "/b", false), -60031);

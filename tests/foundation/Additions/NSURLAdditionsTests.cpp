@@ -53,7 +53,8 @@ class NSURLAdditionsTests : public ::testing::Test {
   testing::TemporaryFolder folder_;
 };
 
-TEST_F(NSURLAdditionsTests, OnlyAFileHasAVolume) {
+// Shows: ov_volumeName, ov_volumeRootURL
+TEST_F(NSURLAdditionsTests, AskingForTheVolumeOfWhatIsNoFileThrows) {
   for (const char* text : {"https://example.org/a", "a/b", "mailto:nobody@example.org"}) {
     const auto url = urlOf(text);
     const std::string reason = std::string("The url is not a file URL. ") + text;
@@ -66,12 +67,14 @@ TEST_F(NSURLAdditionsTests, OnlyAFileHasAVolume) {
   }
 }
 
+// Shows: ov_volumeRootURL, ov_volumeName
 TEST_F(NSURLAdditionsTests, TheRootIsOnTheStartupVolume) {
   EXPECT_TRUE(ov_volumeRootURL(fileURL("/"))->isEqual(urlOf("file:///")));
   EXPECT_TRUE(ov_volumeRootURL(fileURL("/no such item/at all"))->isEqual(urlOf("file:///")));
   EXPECT_NE(nameOf("/"), "nothing");
 }
 
+// Shows: ov_volumeName, ov_volumeRootURL
 TEST_F(NSURLAdditionsTests, WhatIsNotThereYetIsOnTheVolumeOfTheFolderAbove) {
   EXPECT_EQ(nameOf("/no such item/at all"), nameOf("/"));
   const MountedTmpfs volume(at("Holiday"), "size=1m");
@@ -86,6 +89,7 @@ TEST_F(NSURLAdditionsTests, WhatIsNotThereYetIsOnTheVolumeOfTheFolderAbove) {
   EXPECT_TRUE(ov_volumeRootURL(fileURL(volume.at("new")))->hasDirectoryPath());
 }
 
+// Shows: ov_volumeName, ov_volumeRootURL
 TEST_F(NSURLAdditionsTests, AVolumeHasTheNameOfItsLabel) {
   const testing::MountedImage volume(at("disk"), "ext4", "16M", "-L Winter");
   if (!volume.isMounted()) GTEST_SKIP() << "no ext4 can be mounted here";
@@ -93,26 +97,30 @@ TEST_F(NSURLAdditionsTests, AVolumeHasTheNameOfItsLabel) {
   EXPECT_EQ(rootOf(volume.at("new")), at("disk"));
 }
 
-TEST_F(NSURLAdditionsTests, NamesMayHaveAnyBytes) {
+// Shows: ov_volumeName, ov_volumeRootURL
+TEST_F(NSURLAdditionsTests, NamesOfVolumesMayHaveAnyBytes) {
   const MountedTmpfs volume(at("line\nfeed \xFF"), "size=1m");
   if (!volume.isMounted()) GTEST_SKIP() << "only root can mount";
   EXPECT_EQ(nameOf(volume.at("\xFE\n")), "line\nfeed \xFF");
   EXPECT_EQ(rootOf(volume.at("\xFE\n")), volume.path());
 }
 
-TEST_F(NSURLAdditionsTests, WhatNoFileCanBeCalledIsNotThere) {
+// Shows: ov_volumeName, ov_volumeRootURL
+TEST_F(NSURLAdditionsTests, ANameThatNoFileCanHaveCountsAsMissing) {
   EXPECT_EQ(ov_volumeName(urlOf("file:///a%00b/c")), nameOf("/"));
   EXPECT_TRUE(ov_volumeRootURL(urlOf("file:///a%00b/c"))->isEqual(urlOf("file:///")));
   EXPECT_EQ(nameOf("/" + std::string(5000, 'x') + "/y"), nameOf("/"));
 }
 
-TEST_F(NSURLAdditionsTests, LoopsOfLinksEnd) {
+// Shows: ov_volumeName, ov_volumeRootURL
+TEST_F(NSURLAdditionsTests, LinksThatLeadToEachOtherCountAsMissing) {
   std::filesystem::create_symlink("b", at("a"));
   std::filesystem::create_symlink("a", at("b"));
   EXPECT_EQ(nameOf(at("a/b/c")), nameOf(folder_.path()));
   EXPECT_EQ(rootOf(at("a/b/c")), rootOf(folder_.path()));
 }
 
+// Shows: ov_volumeName, ov_volumeRootURL
 TEST_F(NSURLAdditionsTests, BehindALinkTheNameIsThatOfItsEndAndTheRootThatOfTheLink) {
   const MountedTmpfs volume(at("Holiday"), "size=1m");
   if (!volume.isMounted()) GTEST_SKIP() << "only root can mount";
@@ -123,6 +131,7 @@ TEST_F(NSURLAdditionsTests, BehindALinkTheNameIsThatOfItsEndAndTheRootThatOfTheL
   EXPECT_EQ(nameOf(at("link")), nameOf(folder_.path()));
 }
 
+// Shows: ov_volumeName, ov_volumeRootURL
 TEST_F(NSURLAdditionsTests, PathsMayBeLongerThanASystemCallTakes) {
   const std::string name(250, 'd');
   testing::makeDeepFolders(folder_.path(), 30, name);
@@ -177,6 +186,7 @@ class AskingThread {
   std::thread thread_;
 };
 
+// Shows: ov_volumeName
 TEST_F(NSURLAdditionsTests, WhatMayNotBeLookedAtIsAskedAgainUntilItMay) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can give up its rights";
   ::chmod(folder_.path().c_str(), 0700);
@@ -187,12 +197,14 @@ TEST_F(NSURLAdditionsTests, WhatMayNotBeLookedAtIsAskedAgainUntilItMay) {
   EXPECT_EQ(asking.answer(), nameOf(folder_.path()));
 }
 
+// Shows: ov_volumeName
 TEST_F(NSURLAdditionsTests, APathThatRunsOutBelowVolumesHasItsNameThere) {
   EXPECT_EQ(ov_volumeName(urlOf("file:Volumes/Stick/no/such/item")), "Stick");
   EXPECT_EQ(ov_volumeName(urlOf("file:Volumes/Stick")), "Stick");
 }
 
-TEST_F(NSURLAdditionsTests, ForAnyOtherThatRunsOutTheNameOfTheStartupVolumeIsAFailure) {
+// Shows: ov_volumeName
+TEST_F(NSURLAdditionsTests, ForAnyOtherPathThatRunsOutTheNameOfTheStartupVolumeIsAFailure) {
   for (const char* text : {"file:Volumes", "file:no/such/item", "file:volumes/Stick"}) {
     const auto exception = expectException(NSInternalInconsistencyException,
                                            [&] { (void)ov_volumeName(urlOf(text)); });
@@ -206,6 +218,7 @@ TEST_F(NSURLAdditionsTests, ForAnyOtherThatRunsOutTheNameOfTheStartupVolumeIsAFa
       "Cannot get the name of the startup volume. (null)");
 }
 
+// Shows: ov_volumeName
 TEST_F(NSURLAdditionsTests, WhereTheStartupVolumeHasNoNameNothingIsTheAnswer) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can hide the table of mounts";
   const int status = testing::runInChild([] {
@@ -220,6 +233,7 @@ TEST_F(NSURLAdditionsTests, WhereTheStartupVolumeHasNoNameNothingIsTheAnswer) {
   EXPECT_EQ(status, 0);
 }
 
+// Shows: ov_volumeName
 TEST_F(NSURLAdditionsTests, ARelativePathThatIsThereIsAskedForItsName) {
   EXPECT_EQ(testing::runInChild([&] {
               ::mkdir(at("Volumes").c_str(), 0755);
@@ -232,6 +246,7 @@ TEST_F(NSURLAdditionsTests, ARelativePathThatIsThereIsAskedForItsName) {
             0);
 }
 
+// Shows: ov_volumeRootURL
 TEST_F(NSURLAdditionsTests, TheRootOfAPathThatRunsOutIsNothing) {
   EXPECT_EQ(ov_volumeRootURL(urlOf("file:no/such/item")), nullptr);
   EXPECT_EQ(ov_volumeRootURL(urlOf("file:")), nullptr);
