@@ -97,11 +97,13 @@ class OVUserDefaultsTests : public ::testing::Test {
   Ref<CountingDefaults> defaults_;
 };
 
+// Shows: NSUserDefaultsSuiteDidChangeNotification
 TEST_F(OVUserDefaultsTests, TheNotificationIsNamedAsItsConstant) {
   EXPECT_EQ(NSUserDefaultsSuiteDidChangeNotification.string(),
             "NSUserDefaultsSuiteDidChangeNotification");
 }
 
+// Shows: install, standardUserDefaults
 TEST_F(OVUserDefaultsTests, InstallingMakesTheSharedInstanceTheStandardOne) {
   OVUserDefaults::install();
   const auto standard = NSUserDefaults::standardUserDefaults();
@@ -112,11 +114,13 @@ TEST_F(OVUserDefaultsTests, InstallingMakesTheSharedInstanceTheStandardOne) {
   EXPECT_EQ(cast<OVUserDefaults>(NSUserDefaults::standardUserDefaults()), nullptr);
 }
 
+// Shows: initWithUser
 TEST_F(OVUserDefaultsTests, OnlyUsersWithAnAccountHaveDefaults) {
   EXPECT_NE(OVUserDefaults::initWithUser(nullptr), nullptr);
   EXPECT_EQ(OVUserDefaults::initWithUser("no such account"), nullptr);
 }
 
+// Shows: _registerDefaults_inSuite, _objectForKey_inSuite, _updateRegisteredDefaults
 TEST_F(OVUserDefaultsTests, DefaultsOfASuiteAreAddedUpAndNewOnesWin) {
   defaults_->_registerDefaults_inSuite(NSDictionary::of({{"a", 1}}), "suite");
   defaults_->_registerDefaults_inSuite(NSDictionary::of({{"a", 2}, {"b", 3}}), "suite");
@@ -128,6 +132,7 @@ TEST_F(OVUserDefaultsTests, DefaultsOfASuiteAreAddedUpAndNewOnesWin) {
   EXPECT_THAT(defaults_->_objectForKey_inSuite("a", "suite"), Is(id(2)));
 }
 
+// Shows: registerDefaults, _registerDefaults_inSuite, _updateRegisteredDefaults, _objectForKey_inSuite
 TEST_F(OVUserDefaultsTests, RegistrationsOfTheApplicationWinWhereverTheyComeFrom) {
   defaults_->registerDefaults(NSDictionary::of({{"a", 5}}));
   defaults_->_registerDefaults_inSuite(NSDictionary::of({{"a", 1}}), "suite");
@@ -138,11 +143,13 @@ TEST_F(OVUserDefaultsTests, RegistrationsOfTheApplicationWinWhereverTheyComeFrom
   EXPECT_EQ(defaults_->_objectForKey_inSuite("a", "other"), nullptr);
 }
 
-TEST_F(OVUserDefaultsTests, AMissingSuiteIsRegisteredForTheApplication) {
+// Shows: _registerDefaults_inSuite
+TEST_F(OVUserDefaultsTests, ANullSuiteIsRegisteredForTheApplication) {
   defaults_->_registerDefaults_inSuite(NSDictionary::of({{"a", 1}}), nullptr);
   EXPECT_THAT(defaults_->_objectForKey_inSuite("a", kOwn), Is(id(1)));
 }
 
+// Shows: _registerDefaults_inSuite, _updateRegisteredDefaults
 TEST_F(OVUserDefaultsTests, KeysOfSeveralSuitesAreAllFound) {
   defaults_->_registerDefaults_inSuite(NSDictionary::of({{"a", 1}, {"both", 1}}), "suite.1");
   defaults_->_registerDefaults_inSuite(NSDictionary::of({{"b", 2}, {"both", 2}}), "suite.2");
@@ -151,6 +158,7 @@ TEST_F(OVUserDefaultsTests, KeysOfSeveralSuitesAreAllFound) {
   EXPECT_NE(defaults_->objectForKey("both"), nullptr);
 }
 
+// Shows: _registerDefaults_inSuite, registerDefaults
 TEST_F(OVUserDefaultsTests, DefaultsThatAreNoPropertyListAreRefusedAndForgotten) {
   expectException(NSInvalidArgumentException, [&] {
     defaults_->_registerDefaults_inSuite(NSDictionary::of({{"a", NSNull::null()}}), "suite");
@@ -160,6 +168,7 @@ TEST_F(OVUserDefaultsTests, DefaultsThatAreNoPropertyListAreRefusedAndForgotten)
   EXPECT_THAT(defaults_->objectForKey("b"), Is(id(1)));
 }
 
+// Shows: _objectForKey_inSuite, addSuiteNamed, removeSuiteNamed
 TEST_F(OVUserDefaultsTests, WhatASuiteHoldsComesBeforeWhatIsRegisteredForIt) {
   defaults_->_registerDefaults_inSuite(NSDictionary::of({{"a", "registered"}}), "suite");
   defaults_->setPersistentDomain_forName(NSDictionary::of({{"a", "stored"}}), "suite");
@@ -174,6 +183,7 @@ TEST_F(OVUserDefaultsTests, WhatASuiteHoldsComesBeforeWhatIsRegisteredForIt) {
   EXPECT_THAT(defaults_->objectForKey("a"), Is(id("registered")));
 }
 
+// Shows: suiteDidChangeDistributedNotification, NSUserDefaultsSuiteDidChangeNotification
 TEST_F(OVUserDefaultsTests, AChangeByAnotherProgramIsReadAndToldTwice) {
   const auto listener = make<LocalListener>(defaults_.get());
   defaults_->suiteDidChangeDistributedNotification(changeBy("org.example.Other"));
@@ -181,6 +191,7 @@ TEST_F(OVUserDefaultsTests, AChangeByAnotherProgramIsReadAndToldTwice) {
   EXPECT_THAT(listener->heard, ElementsAre(kDidChange, suiteChange("suite")));
 }
 
+// Shows: suiteDidChangeDistributedNotification, NSUserDefaultsSuiteDidChangeNotification
 TEST_F(OVUserDefaultsTests, AChangeByThisProgramIsNotReadAndToldOnce) {
   const auto listener = make<LocalListener>(defaults_.get());
   defaults_->suiteDidChangeDistributedNotification(changeBy(kOwn));
@@ -188,6 +199,7 @@ TEST_F(OVUserDefaultsTests, AChangeByThisProgramIsNotReadAndToldOnce) {
   EXPECT_THAT(listener->heard, ElementsAre(suiteChange("suite")));
 }
 
+// Shows: suiteDidChangeDistributedNotification
 TEST_F(OVUserDefaultsTests, AChangeByNobodyKnownCountsAsAnothers) {
   const auto listener = make<LocalListener>(defaults_.get());
   defaults_->suiteDidChangeDistributedNotification(changeBy(42));
@@ -198,7 +210,8 @@ TEST_F(OVUserDefaultsTests, AChangeByNobodyKnownCountsAsAnothers) {
               ElementsAre(kDidChange, suiteChange("suite"), kDidChange, suiteChange("")));
 }
 
-TEST_F(OVUserDefaultsTests, WritingTheOwnDomainIsToldOnlyWhereItIsASuite) {
+// Shows: setObject_forKey, removeObjectForKey
+TEST_F(OVUserDefaultsTests, WritingTheOwnDomainIsNotToldWhereItIsNoSuite) {
   const auto listener =
       make<testing::DistributedListener>(NSUserDefaultsSuiteDidChangeNotification);
   defaults_->setObject_forKey(1, "a");
@@ -207,6 +220,7 @@ TEST_F(OVUserDefaultsTests, WritingTheOwnDomainIsToldOnlyWhereItIsASuite) {
   EXPECT_EQ(defaults_->synchronizations, 0);
 }
 
+// Shows: setObject_forKey, removeObjectForKey, NSUserDefaultsSuiteDidChangeNotification
 TEST_F(OVUserDefaultsTests, WritingTheOwnDomainAsASuiteIsWrittenFirstAndTold) {
   const auto listener =
       make<testing::DistributedListener>(NSUserDefaultsSuiteDidChangeNotification);
@@ -229,7 +243,8 @@ TEST_F(OVUserDefaultsTests, WritingTheOwnDomainAsASuiteIsWrittenFirstAndTold) {
   EXPECT_EQ(listener->heard().size(), 2U);
 }
 
-TEST_F(OVUserDefaultsTests, ChangesOfAddedSuitesAreHeardOnTheRunLoop) {
+// Shows: addSuiteNamed, removeSuiteNamed, suiteDidChangeDistributedNotification
+TEST_F(OVUserDefaultsTests, ChangesOfSuitesAreHeardFromTheirAddingToTheirRemoval) {
   const auto distributed =
       make<testing::DistributedListener>(NSUserDefaultsSuiteDidChangeNotification);
   const auto post = [](const char* suite) {
@@ -249,6 +264,7 @@ TEST_F(OVUserDefaultsTests, ChangesOfAddedSuitesAreHeardOnTheRunLoop) {
   EXPECT_EQ(listener->heard.size(), 2U);
 }
 
+// Shows: addSuiteNamed, removeSuiteNamed
 TEST_F(OVUserDefaultsTests, ASuiteAddedTwiceIsHeardTwiceAndRemovedAtOnce) {
   const auto distributed =
       make<testing::DistributedListener>(NSUserDefaultsSuiteDidChangeNotification);
@@ -265,13 +281,15 @@ TEST_F(OVUserDefaultsTests, ASuiteAddedTwiceIsHeardTwiceAndRemovedAtOnce) {
   EXPECT_EQ(defaults_->objectForKey("a"), nullptr);
 }
 
-TEST_F(OVUserDefaultsTests, NoSuiteIsNoSuite) {
+// Shows: addSuiteNamed, removeSuiteNamed
+TEST_F(OVUserDefaultsTests, AddingOrRemovingANullOrUnknownSuiteDoesNothing) {
   defaults_->addSuiteNamed(nullptr);
   defaults_->removeSuiteNamed(nullptr);
   defaults_->removeSuiteNamed("never added");
   EXPECT_EQ(defaults_->objectForKey("a"), nullptr);
 }
 
+// Shows: OVUserDefaults, init
 TEST_F(OVUserDefaultsTests, AnInstanceThatGoesHearsNothingAnyMore) {
   const auto distributed =
       make<testing::DistributedListener>(NSUserDefaultsSuiteDidChangeNotification);

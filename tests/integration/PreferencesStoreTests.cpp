@@ -114,6 +114,7 @@ class PreferencesStoreTests : public ::testing::Test {
   Progress& progress_;
 };
 
+// Shows: setInteger_forKey_inSuite
 TEST_F(PreferencesStoreTests, EightProcessesWriteAThousandKeysEachAndAllAreThere) {
   const pid_t reader = startReader();
   std::vector<pid_t> writers;
@@ -128,6 +129,7 @@ TEST_F(PreferencesStoreTests, EightProcessesWriteAThousandKeysEachAndAllAreThere
   expectAll(kKeys);
 }
 
+// Shows: setInteger_forKey_inSuite
 TEST_F(PreferencesStoreTests, WhatHasReturnedIsThereHoweverManyWritersAreKilled) {
   constexpr int kFewerKeys = testing::shareOf(200);
   testing::RandomRun random;

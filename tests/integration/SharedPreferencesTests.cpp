@@ -111,6 +111,7 @@ class SharedPreferencesTests : public ::testing::Test {
   PrivateBus bus_;
 };
 
+// Shows: setObject_forKey_inSuite, objectForKey_inSuite, suiteDidChangeDistributedNotification
 TEST_F(SharedPreferencesTests, AValueSetInAProgramsSuiteIsToldToItAndReadByIt) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -123,6 +124,7 @@ TEST_F(SharedPreferencesTests, AValueSetInAProgramsSuiteIsToldToItAndReadByIt) {
   EXPECT_EQ(editor.answerTo("getIn org.example.Editor theme"), "dark");
 }
 
+// Shows: setObject_forKey, removeObjectForKey, addSuiteNamed
 TEST_F(SharedPreferencesTests, AProgramThatIsItsOwnSuiteTellsOthersOfItsValues) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -137,6 +139,7 @@ TEST_F(SharedPreferencesTests, AProgramThatIsItsOwnSuiteTellsOthersOfItsValues) 
   EXPECT_EQ(viewer.answerTo("get theme"), "-");
 }
 
+// Shows: setObject_forKey, removeObjectForKey
 TEST_F(SharedPreferencesTests, AProgramThatIsNotItsOwnSuiteTellsNobody) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -153,6 +156,7 @@ TEST_F(SharedPreferencesTests, AProgramThatIsNotItsOwnSuiteTellsNobody) {
   EXPECT_EQ(viewer.answerTo("get theme"), "light") << "read along with what was told";
 }
 
+// Shows: removeObjectForKey_inSuite
 TEST_F(SharedPreferencesTests, RemovingAValueFromASuiteIsNotToldAndSeenWithTheNextChange) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -169,6 +173,7 @@ TEST_F(SharedPreferencesTests, RemovingAValueFromASuiteIsNotToldAndSeenWithTheNe
   EXPECT_EQ(editor.answerTo("get theme"), "-");
 }
 
+// Shows: setObject_forKey_inPersistentDomain
 TEST_F(SharedPreferencesTests, WritingADomainByNameTellsNobody) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -180,6 +185,7 @@ TEST_F(SharedPreferencesTests, WritingADomainByNameTellsNobody) {
   EXPECT_EQ(editor.answerTo("get theme"), "dark");
 }
 
+// Shows: suiteDidChangeDistributedNotification
 TEST_F(SharedPreferencesTests, AnOwnChangeIsToldButNotReadAnewAndAnothersIs) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -195,6 +201,7 @@ TEST_F(SharedPreferencesTests, AnOwnChangeIsToldButNotReadAnewAndAnothersIs) {
   EXPECT_EQ(editor.answerTo("get key"), "new");
 }
 
+// Shows: addSuiteNamed, removeSuiteNamed
 TEST_F(SharedPreferencesTests, OnlyAddedSuitesAreHeardOfAndOnlyWhileTheyAre) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -213,6 +220,7 @@ TEST_F(SharedPreferencesTests, OnlyAddedSuitesAreHeardOfAndOnlyWhileTheyAre) {
                    "changed", "suite org.example.Viewer"}));
 }
 
+// Shows: setObject_forKey_inSuite, NSUserDefaultsSuiteDidChangeNotification
 TEST_F(SharedPreferencesTests, SeveralProgramsHearOfOneChange) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -231,6 +239,7 @@ TEST_F(SharedPreferencesTests, SeveralProgramsHearOfOneChange) {
   }
 }
 
+// Shows: addObservationsForSuite
 TEST_F(SharedPreferencesTests, ASuspendedProgramHearsOfManyChangesOnce) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -246,6 +255,7 @@ TEST_F(SharedPreferencesTests, ASuspendedProgramHearsOfManyChangesOnce) {
   EXPECT_EQ(editor.answerTo("get theme"), "3");
 }
 
+// Shows: setObject_forKey_inSuite
 TEST_F(SharedPreferencesTests, WhatAProgramHadSetIsToldAndKeptWhenItIsKilledThen) {
   ProgramProcess editor(kEditor);
   ProgramProcess viewer(kViewer);
@@ -258,6 +268,7 @@ TEST_F(SharedPreferencesTests, WhatAProgramHadSetIsToldAndKeptWhenItIsKilledThen
   EXPECT_EQ(later.answerTo("getIn org.example.Editor theme"), "dark");
 }
 
+// Shows: setObject_forKey_inSuite, setObject_forKey, OVUserDefaults
 TEST_F(SharedPreferencesTests, WithoutABusValuesAreSharedAndChangesAreToldAgainWhenItIsBack) {
   ProgramProcess editor(kEditor);
   editor.command("add org.example.Editor");

@@ -41,6 +41,7 @@ class NSUserDefaultsAdditionsTests : public ::testing::Test {
   Ref<testing::DistributedListener> heard_;
 };
 
+// Shows: setObject_forKey_inSuite
 TEST_F(NSUserDefaultsAdditionsTests, AValueIsWrittenInTheSuiteAndTold) {
   setObject_forKey_inSuite(suites_, "dark", "theme", "suite");
   EXPECT_THAT(place_.onDisk("suite"), Is(NSDictionary::of({{"theme", "dark"}})));
@@ -52,6 +53,7 @@ TEST_F(NSUserDefaultsAdditionsTests, AValueIsWrittenInTheSuiteAndTold) {
   EXPECT_THAT(heard[0]->userInfo(), Is(NSDictionary::of({{"bundleIdentifierOfSender", kOwn}})));
 }
 
+// Shows: setObject_forKey_inSuite
 TEST_F(NSUserDefaultsAdditionsTests, OtherKeysOfTheSuiteStay) {
   setObject_forKey_inSuite(suites_, 1, "a", "suite");
   setObject_forKey_inSuite(suites_, 2, "b", "suite");
@@ -59,6 +61,7 @@ TEST_F(NSUserDefaultsAdditionsTests, OtherKeysOfTheSuiteStay) {
   EXPECT_THAT(place_.onDisk("suite"), Is(NSDictionary::of({{"a", 3}, {"b", 2}})));
 }
 
+// Shows: removeObjectForKey_inSuite
 TEST_F(NSUserDefaultsAdditionsTests, RemovingFromASuiteIsDeliberatelyNotTold) {
   plain_->setPersistentDomain_forName(NSDictionary::of({{"a", 1}, {"b", 2}}), "suite");
   removeObjectForKey_inSuite(suites_, "a", "suite");
@@ -70,6 +73,7 @@ TEST_F(NSUserDefaultsAdditionsTests, RemovingFromASuiteIsDeliberatelyNotTold) {
   EXPECT_THAT(heard_->heard(), IsEmpty());
 }
 
+// Shows: setObject_forKey_inSuite, objectForKey_inSuite, removeObjectForKey_inSuite, setInteger_forKey_inSuite
 TEST_F(NSUserDefaultsAdditionsTests, TheOwnIdentifierAndNoSuiteAreTheApplicationsDomain) {
   for (const Ref<NSString>& suite : {Ref<NSString>(kOwn), Ref<NSString>()}) {
     setObject_forKey_inSuite(suites_, 1, "a", suite);
@@ -85,6 +89,7 @@ TEST_F(NSUserDefaultsAdditionsTests, TheOwnIdentifierAndNoSuiteAreTheApplication
   EXPECT_THAT(heard_->heard(), IsEmpty());
 }
 
+// Shows: removeObjectForKey_inSuite, setObject_forKey_inSuite
 TEST_F(NSUserDefaultsAdditionsTests, TheApplicationsDomainAsASuiteTellsOfRemovalsToo) {
   suites_->addSuiteNamed(kOwn);
   setObject_forKey_inSuite(suites_, 1, "a", kOwn);
@@ -93,6 +98,7 @@ TEST_F(NSUserDefaultsAdditionsTests, TheApplicationsDomainAsASuiteTellsOfRemoval
   suites_->removeSuiteNamed(kOwn);
 }
 
+// Shows: objectForKey_inSuite, registerDefaults_inSuite, setObject_forKey_inSuite
 TEST_F(NSUserDefaultsAdditionsTests, SuitesAreReadWithTheirRegisteredDefaults) {
   registerDefaults_inSuite(suites_, NSDictionary::of({{"a", 1}}), "suite");
   registerDefaults_inSuite(suites_, NSDictionary::of({{"a", 5}}), kOwn);
@@ -103,6 +109,7 @@ TEST_F(NSUserDefaultsAdditionsTests, SuitesAreReadWithTheirRegisteredDefaults) {
   EXPECT_THAT(suites_->objectForKey("a"), Is(id(5)));
 }
 
+// Shows: registerDefaults_inSuite, objectForKey_inSuite, integerForKey_inSuite, floatForKey_inSuite, doubleForKey_inSuite, boolForKey_inSuite
 TEST_F(NSUserDefaultsAdditionsTests, PlainUserDefaultsHaveNoSuitesToRead) {
   const auto refuse = [](const auto& statement) {
     expectException(NSInvalidArgumentException, statement);
@@ -115,6 +122,7 @@ TEST_F(NSUserDefaultsAdditionsTests, PlainUserDefaultsHaveNoSuitesToRead) {
   refuse([&] { boolForKey_inSuite(plain_, "a", "suite"); });
 }
 
+// Shows: setInteger_forKey_inSuite, setFloat_forKey_inSuite, setDouble_forKey_inSuite, setBool_forKey_inSuite, integerForKey_inSuite, floatForKey_inSuite, doubleForKey_inSuite, boolForKey_inSuite
 TEST_F(NSUserDefaultsAdditionsTests, TypedValuesOfSuitesComeBack) {
   setInteger_forKey_inSuite(suites_, -7, "integer", "suite");
   setFloat_forKey_inSuite(suites_, 0.1F, "float", "suite");
@@ -131,6 +139,7 @@ TEST_F(NSUserDefaultsAdditionsTests, TypedValuesOfSuitesComeBack) {
   EXPECT_FALSE(boolForKey_inSuite(suites_, "missing", "suite"));
 }
 
+// Shows: objectForKey_inPersistentDomain
 TEST_F(NSUserDefaultsAdditionsTests, DomainsAreReadWithoutRegisteredDefaults) {
   plain_->registerDefaults(NSDictionary::of({{"a", 1}}));
   registerDefaults_inSuite(suites_, NSDictionary::of({{"a", 1}}), "suite");
@@ -140,6 +149,7 @@ TEST_F(NSUserDefaultsAdditionsTests, DomainsAreReadWithoutRegisteredDefaults) {
   EXPECT_THAT(objectForKey_inPersistentDomain(plain_, "a", nullptr), Is(id(1)));
 }
 
+// Shows: setObject_forKey_inPersistentDomain, removeObjectForKey_inPersistentDomain, objectForKey_inPersistentDomain
 TEST_F(NSUserDefaultsAdditionsTests, DomainsAreWrittenAndNobodyIsTold) {
   setObject_forKey_inPersistentDomain(plain_, 1, "a", "suite");
   setObject_forKey_inPersistentDomain(plain_, 2, "b", "suite");
@@ -150,6 +160,7 @@ TEST_F(NSUserDefaultsAdditionsTests, DomainsAreWrittenAndNobodyIsTold) {
   EXPECT_THAT(heard_->heard(), IsEmpty());
 }
 
+// Shows: setObject_forKey_inPersistentDomain
 TEST_F(NSUserDefaultsAdditionsTests, TheApplicationsDomainByNameIsADomainLikeOthers) {
   suites_->addSuiteNamed(kOwn);
   setObject_forKey_inPersistentDomain(suites_, 1, "a", kOwn);
@@ -159,7 +170,8 @@ TEST_F(NSUserDefaultsAdditionsTests, TheApplicationsDomainByNameIsADomainLikeOth
   suites_->removeSuiteNamed(kOwn);
 }
 
-TEST_F(NSUserDefaultsAdditionsTests, NoDomainIsTheOrdinaryOperation) {
+// Shows: setObject_forKey_inPersistentDomain, integerForKey_inPersistentDomain, removeObjectForKey_inPersistentDomain
+TEST_F(NSUserDefaultsAdditionsTests, ANullDomainMeansTheOrdinaryOperation) {
   setObject_forKey_inPersistentDomain(plain_, 1, "a", nullptr);
   EXPECT_EQ(plain_->integerForKey("a"), 1);
   EXPECT_EQ(integerForKey_inPersistentDomain(plain_, "a", nullptr), 1);
@@ -167,6 +179,7 @@ TEST_F(NSUserDefaultsAdditionsTests, NoDomainIsTheOrdinaryOperation) {
   EXPECT_EQ(plain_->objectForKey("a"), nullptr);
 }
 
+// Shows: setInteger_forKey_inPersistentDomain, setFloat_forKey_inPersistentDomain, setDouble_forKey_inPersistentDomain, setBool_forKey_inPersistentDomain, integerForKey_inPersistentDomain, floatForKey_inPersistentDomain, doubleForKey_inPersistentDomain, boolForKey_inPersistentDomain
 TEST_F(NSUserDefaultsAdditionsTests, TypedValuesOfDomainsComeBack) {
   for (const Ref<NSString>& domain : {Ref<NSString>("suite"), Ref<NSString>()}) {
     setInteger_forKey_inPersistentDomain(plain_, -7, "integer", domain);
@@ -186,6 +199,7 @@ TEST_F(NSUserDefaultsAdditionsTests, TypedValuesOfDomainsComeBack) {
   }
 }
 
+// Shows: setObject_forKey_inSuite, setObject_forKey_inPersistentDomain
 TEST_F(NSUserDefaultsAdditionsTests, WhatIsNoPropertyListIsRefusedAndNobodyIsTold) {
   const auto refuse = [](const auto& statement) {
     expectException(NSInvalidArgumentException, statement);
@@ -201,6 +215,7 @@ TEST_F(NSUserDefaultsAdditionsTests, WhatIsNoPropertyListIsRefusedAndNobodyIsTol
   EXPECT_THAT(heard_->heard(), IsEmpty());
 }
 
+// Shows: setInteger_forKey_inSuite, setObject_forKey_inSuite
 TEST_F(NSUserDefaultsAdditionsTests, ThreadsThatWriteOneSuiteLoseNothing) {
   std::vector<std::jthread> threads;
   for (int thread = 0; thread < 4; ++thread) {
