@@ -54,6 +54,7 @@ class OVHotKeyCenterTests : public ::testing::Test {
   std::string text;
 };
 
+// Shows: registerHotKeyWithKeyCode_modifierFlags_handler, hasRegisteredHotKeyWithKeyCode_modifierFlags, registeredHotKeys
 TEST_F(OVHotKeyCenterTests, ACombinationIsRegisteredOnce) {
   const NSUInteger flags = NSCommandKeyMask | NSShiftKeyMask;
   const auto hotKey = add(1, flags);
@@ -66,19 +67,22 @@ TEST_F(OVHotKeyCenterTests, ACombinationIsRegisteredOnce) {
   EXPECT_FALSE(center->hasRegisteredHotKeyWithKeyCode_modifierFlags(2, flags));
 }
 
+// Shows: registerHotKeyWithKeyCode_modifierFlags_handler, registeredHotKeys
 TEST_F(OVHotKeyCenterTests, OneKeyWithOtherFlagsIsAnotherHotKey) {
   EXPECT_NE(add(1, NSControlKeyMask), nullptr);
   EXPECT_NE(add(1, NSShiftKeyMask), nullptr);
   EXPECT_EQ(center->registeredHotKeys()->count(), 2U);
 }
 
+// Shows: hasRegisteredHotKeyWithKeyCode_modifierFlags, registerHotKeyWithKeyCode_modifierFlags_handler
 TEST_F(OVHotKeyCenterTests, FlagsThatTheSystemIsNotToldOfCountInTheCentre) {
   EXPECT_NE(add(1, NSControlKeyMask), nullptr);
   EXPECT_FALSE(center->hasRegisteredHotKeyWithKeyCode_modifierFlags(1, NSControlKeyMask | 1));
   EXPECT_EQ(add(1, NSControlKeyMask | 1), nullptr) << "but to the system it is the same";
 }
 
-TEST_F(OVHotKeyCenterTests, WhatTheSystemRefusesIsNothing) {
+// Shows: registerHotKeyWithKeyCode_modifierFlags_handler
+TEST_F(OVHotKeyCenterTests, ACombinationThatTheSystemRefusesAnswersNull) {
   service->answer = eventHotKeyExistsErr;
   EXPECT_EQ(add(1, NSControlKeyMask), nullptr);
   EXPECT_EQ(center->registeredHotKeys()->count(), 0U);
@@ -86,7 +90,8 @@ TEST_F(OVHotKeyCenterTests, WhatTheSystemRefusesIsNothing) {
   EXPECT_NE(add(1, NSControlKeyMask), nullptr);
 }
 
-TEST_F(OVHotKeyCenterTests, NumbersRiseByOneForEachSuccess) {
+// Shows: registerHotKeyWithKeyCode_modifierFlags_handler
+TEST_F(OVHotKeyCenterTests, NumbersRiseByOneForEachSuccessfulRegistration) {
   const auto first = add(1, 0);
   service->answer = eventHotKeyExistsErr;
   EXPECT_FALSE(add(2, 0));
@@ -98,6 +103,7 @@ TEST_F(OVHotKeyCenterTests, NumbersRiseByOneForEachSuccess) {
   EXPECT_EQ(add(3, 0)->hotKeyID(), number + 1) << "none comes twice";
 }
 
+// Shows: unregisterHotKey, unregisterHotKeyWithKeyCode_modifierFlags, hasRegisteredHotKeyWithKeyCode_modifierFlags
 TEST_F(OVHotKeyCenterTests, UnregisteringGivesTheCombinationBack) {
   const auto a = add(1, 0);
   const auto b = add(2, NSControlKeyMask);
@@ -115,6 +121,7 @@ TEST_F(OVHotKeyCenterTests, UnregisteringGivesTheCombinationBack) {
   center->unregisterHotKey(nullptr);
 }
 
+// Shows: registeredHotKeys
 TEST_F(OVHotKeyCenterTests, TheRegisteredHotKeysAreASnapshot) {
   EXPECT_TRUE(add(1, 0));
   const auto before = center->registeredHotKeys();
@@ -124,6 +131,7 @@ TEST_F(OVHotKeyCenterTests, TheRegisteredHotKeysAreASnapshot) {
   EXPECT_EQ(cast<OVHotKey>(before->anyObject())->keyCode(), 1U);
 }
 
+// Shows: hotKeyHandler
 TEST_F(OVHotKeyCenterTests, TheHotKeyOfTheNumberIsInvoked) {
   const auto a = add(1, 0, noting('a'));
   const auto b = add(2, 0, noting('b'));
@@ -133,6 +141,7 @@ TEST_F(OVHotKeyCenterTests, TheHotKeyOfTheNumberIsInvoked) {
   EXPECT_EQ(text, "bab");
 }
 
+// Shows: hotKeyHandler
 TEST_F(OVHotKeyCenterTests, OnlyTheNumberTellsHotKeysApart) {
   const auto a = add(1, 0, noting('a'));
   center->hotKeyHandler(
@@ -144,6 +153,7 @@ TEST_F(OVHotKeyCenterTests, OnlyTheNumberTellsHotKeysApart) {
   EXPECT_EQ(text, "aa");
 }
 
+// Shows: hotKeyHandler
 TEST_F(OVHotKeyCenterTests, AnUnknownNumberInvokesNothing) {
   EXPECT_TRUE(add(1, 0, noting('a')));
   center->hotKeyHandler(
@@ -152,6 +162,7 @@ TEST_F(OVHotKeyCenterTests, AnUnknownNumberInvokesNothing) {
   EXPECT_EQ(text, "");
 }
 
+// Shows: hotKeyHandler
 TEST_F(OVHotKeyCenterTests, TheHandlerGetsAKeyUpEventWithoutCharacters) {
   Ref<NSEvent> given;
   const auto hotKey = add(0x10028, NSControlKeyMask,
@@ -171,6 +182,7 @@ TEST_F(OVHotKeyCenterTests, TheHandlerGetsAKeyUpEventWithoutCharacters) {
   EXPECT_EQ(given->keyCode(), 0x28) << "the low 16 bits";
 }
 
+// Shows: init, hotKeyHandler
 TEST_F(OVHotKeyCenterTests, APressInvokesNothing) {
   const auto hotKey = add(1, 0, noting('a'));
   const auto reference = static_cast<EventHotKeyRef>(hotKey->hotKeyRef()->pointerValue());
@@ -178,6 +190,7 @@ TEST_F(OVHotKeyCenterTests, APressInvokesNothing) {
   EXPECT_EQ(text, "");
 }
 
+// Shows: init
 TEST_F(OVHotKeyCenterTests, AnEventIsReportedAsHandled) {
   const HotKeyRecord record;  // installed later, so it is asked first and takes everything
   const auto hotKey = add(1, 0, noting('a'));
@@ -188,6 +201,7 @@ TEST_F(OVHotKeyCenterTests, AnEventIsReportedAsHandled) {
   EXPECT_EQ(text, "") << "the latest centre takes the event, and doesn't know the hot key";
 }
 
+// Shows: unregisterHotKey, hotKeyHandler
 TEST_F(OVHotKeyCenterTests, AHandlerMayUnregisterItsHotKey) {
   const auto hotKey = add(1, 0, [&](const Ref<OVHotKey>& self, const auto&) {
     text += 'a';
@@ -199,6 +213,7 @@ TEST_F(OVHotKeyCenterTests, AHandlerMayUnregisterItsHotKey) {
   EXPECT_TRUE(service->registered.empty());
 }
 
+// Shows: registerHotKeyWithKeyCode_modifierFlags_handler, hotKeyHandler
 TEST_F(OVHotKeyCenterTests, AHandlerMayRegisterAndReleaseOthers) {
   Ref<OVHotKey> second;
   const auto first = add(1, 0, [&](const auto&, const auto&) {
@@ -210,6 +225,7 @@ TEST_F(OVHotKeyCenterTests, AHandlerMayRegisterAndReleaseOthers) {
   EXPECT_EQ(text, "12");
 }
 
+// Shows: OVHotKeyCenter, hotKeyHandler
 TEST_F(OVHotKeyCenterTests, AHandlerMayLetGoOfTheCentre) {
   const auto hotKey = add(1, 0, [&](const auto&, const auto&) { center = nullptr; });
   release(hotKey);
@@ -217,6 +233,7 @@ TEST_F(OVHotKeyCenterTests, AHandlerMayLetGoOfTheCentre) {
   EXPECT_TRUE(service->registered.empty());
 }
 
+// Shows: hotKeyHandler
 TEST_F(OVHotKeyCenterTests, WhatAHandlerThrowsComesThrough) {
   const auto hotKey =
       add(1, 0, [](const auto&, const auto&) { throw std::runtime_error("thrown"); });
@@ -224,7 +241,8 @@ TEST_F(OVHotKeyCenterTests, WhatAHandlerThrowsComesThrough) {
   EXPECT_THROW(release(hotKey), std::runtime_error);
 }
 
-TEST_F(OVHotKeyCenterTests, ItsEndUnregistersAllAndRemovesItsHandler) {
+// Shows: OVHotKeyCenter
+TEST_F(OVHotKeyCenterTests, TheEndOfACentreUnregistersAllAndRemovesItsEventHandler) {
   const auto hotKey = add(1, 0, noting('a'));
   EXPECT_TRUE(add(2, 0));
   const auto number = hotKey->hotKeyID();
@@ -238,6 +256,7 @@ TEST_F(OVHotKeyCenterTests, ItsEndUnregistersAllAndRemovesItsHandler) {
 }
 
 /// In processes of their own: the shared centre stays, and takes events.
+// Shows: sharedHotKeyCenter
 TEST_F(OVHotKeyCenterTests, TheSharedCentreIsOneAndOfTheClassThatWasAskedFirst) {
   const int status = runInChild([] {
     const auto center = OVHotKeyCenter::sharedHotKeyCenter(SubclassedHotKeyCenter::staticClass());
@@ -249,6 +268,7 @@ TEST_F(OVHotKeyCenterTests, TheSharedCentreIsOneAndOfTheClassThatWasAskedFirst) 
   EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
+// Shows: sharedHotKeyCenter
 TEST_F(OVHotKeyCenterTests, TheSharedCentreIsAnOrdinaryOneWhereNobodySaysOtherwise) {
   const int status = runInChild([] {
     const auto center = OVHotKeyCenter::sharedHotKeyCenter();
@@ -262,6 +282,7 @@ TEST_F(OVHotKeyCenterTests, TheSharedCentreIsAnOrdinaryOneWhereNobodySaysOtherwi
 
 using OVHotKeyCenterDeathTests = OVHotKeyCenterTests;
 
+// Shows: sharedHotKeyCenter
 TEST_F(OVHotKeyCenterDeathTests, ASharedCentreOfAnotherClassIsABrokenContract) {
   EXPECT_DEATH(static_cast<void>(OVHotKeyCenter::sharedHotKeyCenter(NSObject::staticClass())),
                "receiver is an OVHotKeyCenter");
@@ -280,6 +301,7 @@ class OVHotKeyCenterDisplayTests : public ::testing::Test {
   const Ref<OVHotKeyCenter> center = OVHotKeyCenter::init();
 };
 
+// Shows: hotKeyHandler, registerHotKeyWithKeyCode_modifierFlags_handler
 TEST_F(OVHotKeyCenterDisplayTests, APressRunsNothingAndTheReleaseTheHandler) {
   Ref<NSEvent> given;
   const auto hotKey =
@@ -301,12 +323,14 @@ TEST_F(OVHotKeyCenterDisplayTests, APressRunsNothingAndTheReleaseTheHandler) {
   client.release(kKeyControl);
 }
 
-TEST_F(OVHotKeyCenterDisplayTests, WhatAnotherProgramHasIsNothing) {
+// Shows: registerHotKeyWithKeyCode_modifierFlags_handler, hasRegisteredHotKeyWithKeyCode_modifierFlags
+TEST_F(OVHotKeyCenterDisplayTests, ACombinationThatAnotherProgramHasAnswersNull) {
   ASSERT_TRUE(client.grab(XCB_MOD_MASK_CONTROL, kKeyK));
   EXPECT_EQ(add(40, NSControlKeyMask), nullptr);
   EXPECT_FALSE(center->hasRegisteredHotKeyWithKeyCode_modifierFlags(40, NSControlKeyMask));
 }
 
+// Shows: OVHotKey
 TEST_F(OVHotKeyCenterDisplayTests, ADestroyedHotKeyIsFreeAtOnce) {
   auto hotKey = OVHotKey::initWithKeyCode_modifierFlags_handler(40, NSControlKeyMask, {});
   ASSERT_TRUE(hotKey->registerHotKey());
@@ -315,6 +339,7 @@ TEST_F(OVHotKeyCenterDisplayTests, ADestroyedHotKeyIsFreeAtOnce) {
   EXPECT_TRUE(client.isFree(kKeyK));
 }
 
+// Shows: unregisterHotKeyWithKeyCode_modifierFlags
 TEST_F(OVHotKeyCenterDisplayTests, AnUnregisteredHotKeyIsFreeAtOnce) {
   ASSERT_NE(add(40, kControlOption), nullptr);
   EXPECT_FALSE(client.isFree(kKeyK));
@@ -322,6 +347,7 @@ TEST_F(OVHotKeyCenterDisplayTests, AnUnregisteredHotKeyIsFreeAtOnce) {
   EXPECT_TRUE(client.isFree(kKeyK));
 }
 
+// Shows: registerHotKeyWithKeyCode_modifierFlags_handler, registeredHotKeys, hotKeyHandler
 TEST_F(OVHotKeyCenterDisplayTests, TwoHundredHotKeysAreToldApart) {
   std::vector<NSUInteger> flags;
   for (NSUInteger bits = 1; bits < 16; ++bits) flags.push_back(bits * 0x20000);

@@ -26,6 +26,7 @@ class OVHotKeyTests : public ::testing::Test {
   const std::shared_ptr<ScriptedHotKeyService> service = useScriptedHotKeyService();
 };
 
+// Shows: initWithKeyCode_modifierFlags_handler, keyCode, modifierFlags, hotKeyID, hotKeyRef, handler
 TEST_F(OVHotKeyTests, ANewHotKeyIsNotRegistered) {
   const auto key = hotKey(kKey, NSControlKeyMask);
   EXPECT_EQ(key->keyCode(), kKey);
@@ -36,6 +37,7 @@ TEST_F(OVHotKeyTests, ANewHotKeyIsNotRegistered) {
   EXPECT_TRUE(service->registered.empty());
 }
 
+// Shows: registerHotKey, hotKeyRef, modifierFlags
 TEST_F(OVHotKeyTests, RegisteringTellsTheServiceKeyModifiersAndIdentifier) {
   const auto key = hotKey(0x10028, NSControlKeyMask | 0x10001);
   ASSERT_TRUE(key->registerHotKey());
@@ -49,6 +51,7 @@ TEST_F(OVHotKeyTests, RegisteringTellsTheServiceKeyModifiersAndIdentifier) {
   EXPECT_EQ(key->modifierFlags(), NSControlKeyMask | 0x10001U);
 }
 
+// Shows: registerHotKey
 TEST_F(OVHotKeyTests, EachFlagIsTranslatedByItself) {
   for (NSUInteger bits = 0; bits < 16; ++bits) {
     const auto key = hotKey(kKey, bits * 0x20000);
@@ -80,11 +83,13 @@ int numbersOfANewProcess(ScriptedHotKeyService& service) {
   return isRefused && isFirst && isRefusedAgain && isSecond && isThird ? 7 : 8;
 }
 
-TEST_F(OVHotKeyDeathTests, TheFirstIsNumberOneAndOnlyASuccessAdvancesTheNumber) {
+// Shows: registerHotKey, hotKeyID
+TEST_F(OVHotKeyDeathTests, TheFirstHotKeyIsNumberOneAndOnlyASuccessAdvancesTheNumber) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process that has not registered anything
   EXPECT_EXIT(std::exit(numbersOfANewProcess(*service)), ::testing::ExitedWithCode(7), "");
 }
 
+// Shows: registerHotKey, hotKeyID, hotKeyRef
 TEST_F(OVHotKeyTests, WhoObservesARegistrationMayRegisterAnother) {
   const auto first = hotKey(1, 0);
   const auto second = hotKey(2, 0);
@@ -99,6 +104,7 @@ TEST_F(OVHotKeyTests, WhoObservesARegistrationMayRegisterAnother) {
   EXPECT_EQ(second->hotKeyID(), first->hotKeyID() + 1);
 }
 
+// Shows: registerHotKey
 TEST_F(OVHotKeyTests, ARegisteredHotKeyCantBeRegisteredAgain) {
   const auto key = hotKey(kKey, 0);
   ASSERT_TRUE(key->registerHotKey());
@@ -109,6 +115,7 @@ TEST_F(OVHotKeyTests, ARegisteredHotKeyCantBeRegisteredAgain) {
   EXPECT_EQ(key->hotKeyID(), number);
 }
 
+// Shows: unregisterHotKey, hotKeyRef, hotKeyID
 TEST_F(OVHotKeyTests, UnregisteringClearsTheReferenceAndKeepsTheNumber) {
   const auto key = hotKey(kKey, 0);
   ASSERT_TRUE(key->registerHotKey());
@@ -121,7 +128,8 @@ TEST_F(OVHotKeyTests, UnregisteringClearsTheReferenceAndKeepsTheNumber) {
   EXPECT_TRUE(key->registerHotKey());
 }
 
-TEST_F(OVHotKeyTests, DestructionUnregisters) {
+// Shows: OVHotKey
+TEST_F(OVHotKeyTests, DestroyingARegisteredHotKeyUnregistersItAndLetsGoOfItsHandler) {
   auto key = hotKey(kKey, 0, [object = counted(1)](const auto&, const auto&) { (void)object; });
   ASSERT_TRUE(key->registerHotKey());
   EXPECT_EQ(service->registered.size(), 1U);
@@ -130,6 +138,7 @@ TEST_F(OVHotKeyTests, DestructionUnregisters) {
   EXPECT_EQ(CountingObject::alive(), 0);
 }
 
+// Shows: invokeWithEvent
 TEST_F(OVHotKeyTests, TheHandlerGetsTheHotKeyAndTheEvent) {
   Ref<OVHotKey> given;
   Ref<NSEvent> givenEvent;
@@ -144,6 +153,7 @@ TEST_F(OVHotKeyTests, TheHandlerGetsTheHotKeyAndTheEvent) {
   hotKey(kKey, 0)->invokeWithEvent(event);
 }
 
+// Shows: invokeWithEvent
 TEST_F(OVHotKeyTests, AHandlerMayLetGoOfTheHotKey) {
   Ref<OVHotKey> key;
   key = hotKey(kKey, 0, [&, object = counted(1)](const Ref<OVHotKey>& hotKey, const auto&) {
@@ -156,6 +166,7 @@ TEST_F(OVHotKeyTests, AHandlerMayLetGoOfTheHotKey) {
   EXPECT_EQ(CountingObject::alive(), 0);
 }
 
+// Shows: isEqual
 TEST_F(OVHotKeyTests, KeyCodeAndFlagsMakeEquality) {
   const auto key = hotKey(1, 2, [](const auto&, const auto&) {});
   EXPECT_TRUE(key->isEqual(hotKey(1, 2)));
@@ -169,12 +180,14 @@ TEST_F(OVHotKeyTests, KeyCodeAndFlagsMakeEquality) {
   EXPECT_TRUE(key->isEqual(registered));
 }
 
-TEST_F(OVHotKeyTests, TheHashIsTheSum) {
+// Shows: hash
+TEST_F(OVHotKeyTests, TheHashIsTheSumOfKeyCodeAndFlags) {
   EXPECT_EQ(hotKey(1, 0x40000)->hash(), 0x40001U);
   EXPECT_EQ(hotKey(0, 0)->hash(), 0U);
   EXPECT_EQ(hotKey(2, ~NSUInteger{0})->hash(), 1U);
 }
 
+// Shows: description
 TEST_F(OVHotKeyTests, TheDescriptionNamesTheFlagsInOrder) {
   struct Row {
     NSUInteger flags;
@@ -195,7 +208,8 @@ TEST_F(OVHotKeyTests, TheDescriptionNamesTheFlagsInOrder) {
   }
 }
 
-TEST_F(OVHotKeyTests, ItsPropertiesHaveNames) {
+// Shows: keyCode, modifierFlags, handler, hotKeyRef, setHotKeyID, hotKeyID
+TEST_F(OVHotKeyTests, PropertiesAreReadAndWrittenByTheirNames) {
   const auto key = hotKey(40, 0x40000, [](const auto&, const auto&) {});
   EXPECT_TRUE(key->valueForKey("keyCode")->isEqual(40));
   EXPECT_TRUE(key->valueForKey("modifierFlags")->isEqual(0x40000));
