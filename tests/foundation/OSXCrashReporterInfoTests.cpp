@@ -34,6 +34,7 @@ class OSXCrashReporterInfoTests : public ::testing::Test {
   }
 };
 
+// Shows: OSXCrashReporterInfoSet, __crashreporter_info__
 TEST_F(OSXCrashReporterInfoTests, PublishesACopyOfBytes) {
   std::string text = "abcdef";
   OSXCrashReporterInfoSet(text.data(), 3);
@@ -41,13 +42,15 @@ TEST_F(OSXCrashReporterInfoTests, PublishesACopyOfBytes) {
   EXPECT_EQ(published(), "abc");
 }
 
-TEST_F(OSXCrashReporterInfoTests, PublishesACString) {
+// Shows: OSXCrashReporterInfoSet
+TEST_F(OSXCrashReporterInfoTests, PublishesBytesUpToTheirZero) {
   OSXCrashReporterInfoSet("abc");
   EXPECT_EQ(published(), "abc");
   OSXCrashReporterInfoSet("");
   EXPECT_EQ(published(), "");
 }
 
+// Shows: OSXCrashReporterInfoSet
 TEST_F(OSXCrashReporterInfoTests, PublishesTheUTF8FormOfAString) {
   forBothStorages(u"plain", [](const Ref<NSString>& text) {
     OSXCrashReporterInfoSet(text);
@@ -59,6 +62,7 @@ TEST_F(OSXCrashReporterInfoTests, PublishesTheUTF8FormOfAString) {
   EXPECT_EQ(published(), "a\uFFFDz");
 }
 
+// Shows: OSXCrashReporterInfoSet
 TEST_F(OSXCrashReporterInfoTests, PublishesAFormattedText) {
   const Ref<NSString> format = "%@ is %d of %s";
   OSXCrashReporterInfoSet(format, "this", 3, "many");
@@ -67,7 +71,8 @@ TEST_F(OSXCrashReporterInfoTests, PublishesAFormattedText) {
   EXPECT_EQ(published(), "this is 3 of many");
 }
 
-TEST_F(OSXCrashReporterInfoTests, NothingEmptiesTheText) {
+// Shows: OSXCrashReporterInfoSet, OSXCrashReporterInfoClear
+TEST_F(OSXCrashReporterInfoTests, ANullOrEmptyTextEmptiesWhatIsPublished) {
   const auto expectCleared = [](auto&& clear) {
     OSXCrashReporterInfoSet("abc");
     clear();
@@ -81,6 +86,7 @@ TEST_F(OSXCrashReporterInfoTests, NothingEmptiesTheText) {
   expectCleared([] { OSXCrashReporterInfoClear(); });
 }
 
+// Shows: OSXCrashReporterInfoClear, __crashreporter_info__
 TEST_F(OSXCrashReporterInfoTests, TheBufferStaysWhenTheTextIsCleared) {
   OSXCrashReporterInfoSet("abc");
   OSXCrashReporterInfoSet("0123456789");
@@ -90,6 +96,7 @@ TEST_F(OSXCrashReporterInfoTests, TheBufferStaysWhenTheTextIsCleared) {
   EXPECT_GE(malloc_usable_size(const_cast<char*>(__crashreporter_info__)), 11U);
 }
 
+// Shows: OSXCrashReporterInfoSet, __crashreporter_info__
 TEST_F(OSXCrashReporterInfoTests, TheBufferGrowsOnlyForWhatIsLongerThanItsCapacity) {
   const std::size_t length = publishLongestYet();
   const char* buffer = __crashreporter_info__;
@@ -109,6 +116,7 @@ TEST_F(OSXCrashReporterInfoTests, TheBufferGrowsOnlyForWhatIsLongerThanItsCapaci
   EXPECT_EQ(published(), longer);
 }
 
+// Shows: OSXCrashReporterInfoSet
 TEST_F(OSXCrashReporterInfoTests, AShorterTextIsEndedWithinALongerOne) {
   for (std::size_t length = publishLongestYet(); length > 0; --length) {
     const std::string text(length, 'a');
@@ -117,12 +125,14 @@ TEST_F(OSXCrashReporterInfoTests, AShorterTextIsEndedWithinALongerOne) {
   }
 }
 
+// Shows: OSXCrashReporterInfoSet
 TEST_F(OSXCrashReporterInfoTests, APartOfTheTextCanTakeItsPlace) {
   OSXCrashReporterInfoSet("importing: page 17 of the second book");
   OSXCrashReporterInfoSet(__crashreporter_info__ + 11);
   EXPECT_EQ(published(), "page 17 of the second book");
 }
 
+// Shows: OSXCrashReporterInfoSet, OSXCrashReporterInfoClear
 TEST_F(OSXCrashReporterInfoTests, WithoutMemoryThereIsNoTextUntilTheNextOne) {
   OSXCrashReporterInfoSet("abc");
   OSXCrashReporterInfoSet("abc", std::numeric_limits<NSUInteger>::max());
@@ -133,12 +143,14 @@ TEST_F(OSXCrashReporterInfoTests, WithoutMemoryThereIsNoTextUntilTheNextOne) {
   EXPECT_EQ(published(), "def");
 }
 
+// Shows: OSXCrashReporterInfoInitialize
 TEST_F(OSXCrashReporterInfoTests, InitializingAgainChangesNothing) {
   OSXCrashReporterInfoSet("abc");
   OSXCrashReporterInfoInitialize();
   EXPECT_EQ(published(), "abc");
 }
 
+// Shows: OSXCrashReporterInfoSet, OSXCrashReporterInfoClear
 TEST_F(OSXCrashReporterInfoTests, ManyThreadsLeaveOneOfTheirTexts) {
   Threads threads;
   threads.start(8, [](int number) {
@@ -153,6 +165,7 @@ TEST_F(OSXCrashReporterInfoTests, ManyThreadsLeaveOneOfTheirTexts) {
   EXPECT_EQ(published(), std::string(499, published()[0]));
 }
 
+// Shows: OSXCrashReporterInfoInitialize, OSXCrashReporterInfoClear, OSXCrashReporterInfoSet, __crashreporter_info__
 TEST(OSXCrashReporterInfoDeathTests, ThereIsNoTextUntilOneWasSet) {
   ::testing::GTEST_FLAG(death_test_style) = "threadsafe";  // a process of its own
   const auto isThereAText = [] {
@@ -164,7 +177,8 @@ TEST(OSXCrashReporterInfoDeathTests, ThereIsNoTextUntilOneWasSet) {
   EXPECT_EXIT(std::exit(isThereAText() ? 1 : 0), ::testing::ExitedWithCode(0), "");
 }
 
-TEST(OSXCrashReporterInfoDeathTests, MustBeInitializedFirst) {
+// Shows: OSXCrashReporterInfoInitialize, OSXCrashReporterInfoSet, OSXCrashReporterInfoClear
+TEST(OSXCrashReporterInfoDeathTests, TheTextMustBeInitializedFirst) {
   ::testing::GTEST_FLAG(death_test_style) = "threadsafe";  // a process of its own
   EXPECT_DEATH(OSXCrashReporterInfoSet("abc"), "OSXCrashReporterInfoInitialize was called");
   EXPECT_DEATH(OSXCrashReporterInfoClear(), "OSXCrashReporterInfoInitialize was called");

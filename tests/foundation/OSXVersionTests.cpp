@@ -11,7 +11,8 @@
 namespace kestova::testing {
 namespace {
 
-TEST(OSXVersionTests, PacksTheLowBitsOfEachPart) {
+// Shows: OSXVersionMake
+TEST(OSXVersionTests, APackedVersionHoldsTheLowBitsOfEachPart) {
   static_assert(OSXVersionMake(10, 9, 5) == 657669);
   static_assert(OSXVersionMake(10, 9, 5) == 0x0A0905);
   static_assert(OSXVersionMake(10, 300, 1) == 666625);
@@ -21,12 +22,14 @@ TEST(OSXVersionTests, PacksTheLowBitsOfEachPart) {
   static_assert(OSXVersionMake(256, 257, 0xFFFFFFFF) == 0x0001FF);
 }
 
+// Shows: OSXVersionMake
 TEST(OSXVersionTests, LaterVersionsAreLarger) {
   EXPECT_LT(OSXVersionMake(10, 9, 5), OSXVersionMake(10, 10, 0));
   EXPECT_LT(OSXVersionMake(10, 255, 255), OSXVersionMake(11, 0, 0));
 }
 
-TEST(OSXVersionTests, IsThatOfTheRunningSystemForEveryThread) {
+// Shows: OSXVersion
+TEST(OSXVersionTests, TheVersionIsThatOfTheRunningSystemForEveryThread) {
   std::int32_t parts[3] = {};
   Gestalt(gestaltSystemVersionMajor, &parts[0]);
   Gestalt(gestaltSystemVersionMinor, &parts[1]);

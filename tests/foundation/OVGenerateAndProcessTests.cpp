@@ -25,6 +25,7 @@ class NumbersBelow {
   int next_ = 0;
 };
 
+// Shows: OVGenerateAndProcess
 TEST(OVGenerateAndProcessTests, ProcessesEveryItemInTheOrderOfItsMaking) {
   for (const int count : {1, 2, 3, 1000}) {
     NumbersBelow numbers(count);
@@ -43,6 +44,7 @@ TEST(OVGenerateAndProcessTests, ProcessesEveryItemInTheOrderOfItsMaking) {
   }
 }
 
+// Shows: OVGenerateAndProcess
 TEST(OVGenerateAndProcessTests, WithoutItemsNothingIsProcessed) {
   int calls = 0;
   OVGenerateAndProcess(
@@ -54,6 +56,7 @@ TEST(OVGenerateAndProcessTests, WithoutItemsNothingIsProcessed) {
   EXPECT_EQ(calls, 1);
 }
 
+// Shows: OVGenerateAndProcess
 TEST(OVGenerateAndProcessTests, MakesAnItemWhileItProcessesTheOneBefore) {
   constexpr int kItems = 20;
   NumbersBelow numbers(kItems);
@@ -74,6 +77,7 @@ TEST(OVGenerateAndProcessTests, MakesAnItemWhileItProcessesTheOneBefore) {
   EXPECT_EQ(made, kItems + 1);
 }
 
+// Shows: OVGenerateAndProcess
 TEST(OVGenerateAndProcessTests, NeitherBlockRunsBesideItself) {
   NumbersBelow numbers(2000);
   std::atomic<int> generating{0};
@@ -91,6 +95,7 @@ TEST(OVGenerateAndProcessTests, NeitherBlockRunsBesideItself) {
       });
 }
 
+// Shows: OVGenerateAndProcess
 TEST(OVGenerateAndProcessTests, LetsGoOfEachItemOnceItIsProcessed) {
   const int before = CountingObject::alive();
   NumbersBelow numbers(100);
@@ -99,6 +104,7 @@ TEST(OVGenerateAndProcessTests, LetsGoOfEachItemOnceItIsProcessed) {
   EXPECT_EQ(CountingObject::alive(), before);
 }
 
+// Shows: OVGenerateAndProcess
 TEST(OVGenerateAndProcessTests, CanBeUsedWithinItself) {
   NumbersBelow outer(5);
   int sum = 0;
@@ -111,6 +117,7 @@ TEST(OVGenerateAndProcessTests, CanBeUsedWithinItself) {
   EXPECT_EQ(sum, 50);
 }
 
+// Shows: OVGenerateAndProcess
 TEST(OVGenerateAndProcessDeathTests, BothBlocksAreRequired) {
   const Block<void(const id&)> processor = [](const id&) {};
   EXPECT_DEATH(OVGenerateAndProcess(nullptr, processor), "generator != nil");

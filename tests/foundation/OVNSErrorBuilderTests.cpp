@@ -21,6 +21,7 @@ Ref<NSString> text(const Ref<NSError>& error, const StringConstant& key) {
   return cast<NSString>(error->userInfo()->objectForKey(key));
 }
 
+// Shows: error, errorBuilder
 TEST(OVNSErrorBuilderTests, AnUntouchedBuilderMakesAnUnknownError) {
   const auto error = OVNSErrorBuilder::errorBuilder()->error();
   EXPECT_EQ(error->domain(), "NSCocoaErrorDomain");
@@ -29,6 +30,7 @@ TEST(OVNSErrorBuilderTests, AnUntouchedBuilderMakesAnUnknownError) {
   EXPECT_EQ(text(error, NSLocalizedDescriptionKey), "Unknown error.");
 }
 
+// Shows: error, setLocalizedDescription, setUserInfo
 TEST(OVNSErrorBuilderTests, ADescriptionWinsOverTheUserInfoUnlessItIsNothing) {
   const auto builder = OVNSErrorBuilder::errorBuilder();
   builder->setUserInfo(NSDictionary::of({{NSLocalizedDescriptionKey, "A"}}));
@@ -38,12 +40,14 @@ TEST(OVNSErrorBuilderTests, ADescriptionWinsOverTheUserInfoUnlessItIsNothing) {
   EXPECT_EQ(text(builder->error(), NSLocalizedDescriptionKey), "A");
 }
 
-TEST(OVNSErrorBuilderTests, WithoutADescriptionThereIsNone) {
+// Shows: setLocalizedDescription, error
+TEST(OVNSErrorBuilderTests, WithoutADescriptionTheErrorHasNone) {
   const auto builder = OVNSErrorBuilder::errorBuilder();
   builder->setLocalizedDescription(nullptr);
   EXPECT_EQ(builder->error()->userInfo()->count(), 0U);
 }
 
+// Shows: setUserInfo, userInfo, error, appendUserInfo
 TEST(OVNSErrorBuilderTests, TheUserInfoMayBeNothing) {
   const auto builder = OVNSErrorBuilder::errorBuilder();
   builder->setUserInfo(nullptr);
@@ -53,6 +57,7 @@ TEST(OVNSErrorBuilderTests, TheUserInfoMayBeNothing) {
   EXPECT_EQ(builder->userInfo()->count(), 0U);
 }
 
+// Shows: appendUserInfo
 TEST(OVNSErrorBuilderTests, TheLastAppendedValueOfAKeyIsKept) {
   const auto builder = OVNSErrorBuilder::errorBuilder();
   builder->appendUserInfo(NSDictionary::of({{"key", 1}, {"other", 3}}));
@@ -63,6 +68,7 @@ TEST(OVNSErrorBuilderTests, TheLastAppendedValueOfAKeyIsKept) {
   EXPECT_TRUE(builder->userInfo()->objectForKey("other")->isEqual(3));
 }
 
+// Shows: error, setDomain, setCode, setLocalizedDescription, setLocalizedFailureReason, setLocalizedRecoverySuggestion, setLocalizedRecoveryOptions, setRecoveryAttempter, setUnderlyingError, setHelpAnchor, setURL, setFilePath
 TEST(OVNSErrorBuilderTests, EveryPropertyFillsItsKey) {
   const auto underlying = OVMakeErrorWithPOSIXError(ENOENT);
   const auto attempter = NSMutableDictionary::dictionary();
@@ -97,6 +103,7 @@ TEST(OVNSErrorBuilderTests, EveryPropertyFillsItsKey) {
   EXPECT_EQ(text(error, NSFilePathErrorKey), "/tmp/a");
 }
 
+// Shows: setLocalizedFailureReason, setLocalizedRecoveryOptions, setUserInfo
 TEST(OVNSErrorBuilderTests, StringsArraysAndDictionariesAreKeptAsCopies) {
   const auto builder = OVNSErrorBuilder::errorBuilder();
   const auto reason = NSMutableString::stringWithString("before");
@@ -113,6 +120,7 @@ TEST(OVNSErrorBuilderTests, StringsArraysAndDictionariesAreKeptAsCopies) {
   EXPECT_EQ(builder->userInfo()->count(), 0U);
 }
 
+// Shows: error
 TEST(OVNSErrorBuilderTests, EveryReadingMakesAnIndependentError) {
   const auto builder = OVNSErrorBuilder::errorBuilder();
   const auto first = builder->error();
@@ -123,11 +131,13 @@ TEST(OVNSErrorBuilderTests, EveryReadingMakesAnIndependentError) {
   EXPECT_EQ(second->code(), 2);
 }
 
+// Shows: errorBuilder
 TEST(OVNSErrorBuilderTests, AnErrorBuilderIsMadeThroughTheClassThatIsAsked) {
   const auto builder = OVNSErrorBuilder::errorBuilder<ShoutingBuilder>();
   EXPECT_EQ(builder->localizedDescription(), "UNKNOWN!");
 }
 
+// Shows: buildError
 TEST(OVNSErrorBuilderTests, TheBlockIsCalledOnceWithADefaultBuilder) {
   int calls = 0;
   const auto error = ShoutingBuilder::buildError([&](const Ref<OVNSErrorBuilder>& builder) {
@@ -138,10 +148,12 @@ TEST(OVNSErrorBuilderTests, TheBlockIsCalledOnceWithADefaultBuilder) {
   EXPECT_EQ(error->localizedDescription(), "Unknown error.");
 }
 
+// Shows: OVMakeError
 TEST(OVNSErrorBuilderDeathTest, AMissingBlockEndsTheProcess) {
   EXPECT_DEATH((void)OVMakeError(nullptr), "");
 }
 
+// Shows: OVNSErrorBuilder
 TEST(OVNSErrorBuilderTests, ItsPropertiesAreDescribedInOrder) {
   std::vector<std::string> names;
   for (const Property& property : OVNSErrorBuilder::staticClass().properties()) {
@@ -154,6 +166,7 @@ TEST(OVNSErrorBuilderTests, ItsPropertiesAreDescribedInOrder) {
                 "underlyingError", "helpAnchor", "URL", "filePath", "error"}));
 }
 
+// Shows: OVNSErrorBuilder
 TEST(OVNSErrorBuilderTests, PropertiesAreReachedByName) {
   const auto builder = cast<OVNSErrorBuilder>(Class::named("OVNSErrorBuilder")->make());
   builder->setValue_forKey(5, "code");
@@ -163,7 +176,8 @@ TEST(OVNSErrorBuilderTests, PropertiesAreReachedByName) {
   EXPECT_TRUE(builder->valueForKey("code")->isEqual(5));
 }
 
-TEST(OVMakeErrorWithPOSIXErrorTests, HasTheNumberAndTheLibrarysText) {
+// Shows: OVMakeErrorWithPOSIXError
+TEST(OVMakeErrorWithPOSIXErrorTests, AnErrorHasTheNumberAndTheLibrarysText) {
   const auto error = OVMakeErrorWithPOSIXError(2);
   EXPECT_EQ(error->domain(), "NSPOSIXErrorDomain");
   EXPECT_EQ(error->code(), 2);
@@ -172,6 +186,7 @@ TEST(OVMakeErrorWithPOSIXErrorTests, HasTheNumberAndTheLibrarysText) {
   EXPECT_EQ(error->localizedFailureReason(), "Error (2) No such file or directory");
 }
 
+// Shows: OVMakeErrorWithPOSIXError
 TEST(OVMakeErrorWithPOSIXErrorTests, ZeroAndNegativeNumbersAreNotSpecial) {
   EXPECT_EQ(OVMakeErrorWithPOSIXError(0)->code(), 0);
   EXPECT_EQ(OVMakeErrorWithPOSIXError(0)->localizedFailureReason(), "Error (0) Success");
@@ -179,19 +194,22 @@ TEST(OVMakeErrorWithPOSIXErrorTests, ZeroAndNegativeNumbersAreNotSpecial) {
   EXPECT_EQ(OVMakeErrorWithPOSIXError(-1)->localizedFailureReason(), "Error (-1) Unknown error -1");
 }
 
-TEST(OVMakeStandardMacErrorStringTests, TellsNameAndComment) {
+// Shows: OVMakeStandardMacErrorString
+TEST(OVMakeStandardMacErrorStringTests, AStatusIsToldWithItsNameAndComment) {
   EXPECT_EQ(OVMakeStandardMacErrorString("Copy", fnfErr),
             "Copy failed with error code -43 (fnfErr). File not found.");
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, fnfErr),
             "Error code -43 (fnfErr). File not found.");
 }
 
-TEST(OVMakeStandardMacErrorStringTests, ShowsFourASCIICharacters) {
+// Shows: OVMakeStandardMacErrorString
+TEST(OVMakeStandardMacErrorStringTests, ANamelessStatusShowsItsFourASCIICharacters) {
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0x666D743F), "Error code 1718449215 ('fmt?').");
   EXPECT_EQ(OVMakeStandardMacErrorString("Open", 0x666D743F),
             "Open failed with error code 1718449215 ('fmt?').");
 }
 
+// Shows: OVMakeStandardMacErrorString
 TEST(OVMakeStandardMacErrorStringTests, AnUnknownStatusEndsAfterTheNumber) {
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 1), "Error code 1.");    // zero bytes
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, -7), "Error code -7.");  // no ASCII
@@ -199,6 +217,7 @@ TEST(OVMakeStandardMacErrorStringTests, AnUnknownStatusEndsAfterTheNumber) {
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0), "Error code 0.");
 }
 
+// Shows: OVMakeStandardMacErrorString
 TEST(OVMakeStandardMacErrorStringTests, ACommentEndsInOneFullStop) {
   for (OSStatus status = -60040; status <= 0; ++status) {
     const std::string text = OVMakeStandardMacErrorString(nullptr, status)->displayUTF8();
@@ -207,6 +226,7 @@ TEST(OVMakeStandardMacErrorStringTests, ACommentEndsInOneFullStop) {
   }
 }
 
+// Shows: OVWrapErrorWithDescription
 TEST(OVWrapErrorWithDescriptionTests, WithoutAnErrorTheMainBundleIsTheDomain) {
   const auto error = OVWrapErrorWithDescription(nullptr, "It failed.");
   EXPECT_EQ(error->domain(), NSBundle::mainBundle()->bundleIdentifier()->displayUTF8());
@@ -215,6 +235,7 @@ TEST(OVWrapErrorWithDescriptionTests, WithoutAnErrorTheMainBundleIsTheDomain) {
   EXPECT_EQ(error->localizedDescription(), "It failed.");
 }
 
+// Shows: OVWrapErrorWithDescription
 TEST(OVWrapErrorWithDescriptionTests, AnErrorWithoutASuggestionYieldsThreeEntries) {
   const auto inner = OVMakeErrorWithPOSIXError(2);
   const auto error = OVWrapErrorWithDescription(inner, "It failed.");
@@ -227,7 +248,8 @@ TEST(OVWrapErrorWithDescriptionTests, AnErrorWithoutASuggestionYieldsThreeEntrie
   EXPECT_EQ(error->userInfo()->objectForKey(NSUnderlyingErrorKey), inner);
 }
 
-TEST(OVWrapErrorWithDescriptionTests, AnErrorWithASuggestionYieldsFour) {
+// Shows: OVWrapErrorWithDescription
+TEST(OVWrapErrorWithDescriptionTests, AnErrorWithASuggestionYieldsFourEntries) {
   const auto inner = OVMakeError([](const Ref<OVNSErrorBuilder>& builder) {
     builder->setLocalizedDescription("D");
     builder->setLocalizedRecoverySuggestion("S");

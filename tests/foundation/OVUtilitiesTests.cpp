@@ -30,12 +30,14 @@ Ref<NSDictionary> dictionaryWith(const KeysAndValues&... keysAndValues) {
   return dictionary;
 }
 
+// Shows: NSDictionaryWithKeysAndValues, NSMutableDictionaryWithKeysAndValues
 TEST(OVUtilitiesTests, KeysStandBeforeTheirValues) {
   EXPECT_TRUE(dictionaryWith("a", 1)->isEqual(NSDictionary::of({{"a", 1}})));
   EXPECT_TRUE(dictionaryWith("a", 1, "b", "two", nullptr)
                   ->isEqual(NSDictionary::of({{"a", 1}, {"b", "two"}})));
 }
 
+// Shows: NSDictionaryWithKeysAndValues, NSMutableDictionaryWithKeysAndValues
 TEST(OVUtilitiesTests, APairWithoutAValueIsLeftOut) {
   EXPECT_TRUE(dictionaryWith("a", 1, "b", nullptr, "c", 3, nullptr)
                   ->isEqual(NSDictionary::of({{"a", 1}, {"c", 3}})));
@@ -43,10 +45,12 @@ TEST(OVUtilitiesTests, APairWithoutAValueIsLeftOut) {
   EXPECT_TRUE(dictionaryWith("a", 1, "b")->isEqual(NSDictionary::of({{"a", 1}})));
 }
 
+// Shows: NSDictionaryWithKeysAndValues, NSMutableDictionaryWithKeysAndValues
 TEST(OVUtilitiesTests, TheFirstNullInThePlaceOfAKeyEndsTheList) {
   EXPECT_TRUE(dictionaryWith("a", 1, nothing, 2, "c", 3)->isEqual(NSDictionary::of({{"a", 1}})));
 }
 
+// Shows: NSDictionaryWithKeysAndValues, NSMutableDictionaryWithKeysAndValues
 TEST(OVUtilitiesTests, TheFirstArgumentIsAKeyInAnyCase) {
   EXPECT_TRUE(dictionaryWith(nullptr, nullptr, "a", 1)->isEqual(NSDictionary::of({{"a", 1}})));
   expectException(NSInvalidArgumentException,
@@ -55,6 +59,7 @@ TEST(OVUtilitiesTests, TheFirstArgumentIsAKeyInAnyCase) {
                   [] { (void)NSMutableDictionaryWithKeysAndValues(nullptr, 1); });
 }
 
+// Shows: NSDictionaryWithKeysAndValues, NSMutableDictionaryWithKeysAndValues
 TEST(OVUtilitiesTests, ALaterPairReplacesAnEarlierOneWithAnEqualKey) {
   EXPECT_TRUE(
       dictionaryWith("a", 1, "b", 2, "a", 3)->isEqual(NSDictionary::of({{"a", 3}, {"b", 2}})));
@@ -77,6 +82,7 @@ void expectPairs() {
   }
 }
 
+// Shows: NSDictionaryWithKeysAndValues, NSMutableDictionaryWithKeysAndValues
 TEST(OVUtilitiesTests, AListMayHaveManyPairs) {
   expectPairs<15>();
   expectPairs<16>();
@@ -84,6 +90,7 @@ TEST(OVUtilitiesTests, AListMayHaveManyPairs) {
   expectPairs<40>();
 }
 
+// Shows: NSMutableDictionaryWithKeysAndValues
 TEST(OVUtilitiesTests, TheMutableDictionaryIsANewOne) {
   const auto dictionary = NSMutableDictionaryWithKeysAndValues("a", 1);
   dictionary->setObject_forKey(2, "b");
@@ -91,6 +98,7 @@ TEST(OVUtilitiesTests, TheMutableDictionaryIsANewOne) {
   EXPECT_EQ(NSMutableDictionaryWithKeysAndValues("a", 1)->count(), 1U);
 }
 
+// Shows: _NSFIRST
 TEST(OVUtilitiesTests, TheFirstPresentValueCounts) {
   const id x = counted(1);
   const id y = counted(2);
@@ -121,6 +129,7 @@ std::vector<double> runsAt(const std::vector<double>& times, NSTimeInterval inte
   return runs;
 }
 
+// Shows: __AllowOnceEvery
 TEST(OVUtilitiesTests, ABlockRunsOnceInAnInterval) {
   EXPECT_EQ(runsAt({10, 14, 16}, 5), (std::vector<double>{10, 16}));
   EXPECT_EQ(runsAt({10, 15, 15.0001}, 5), (std::vector<double>{10, 15.0001}));
@@ -131,6 +140,7 @@ TEST(OVUtilitiesTests, ABlockRunsOnceInAnInterval) {
   EXPECT_EQ(runsAt({10, 3}, -100), (std::vector<double>{10, 3}));
 }
 
+// Shows: __AllowOnceEvery
 TEST(OVUtilitiesTests, TheLastTimeStaysWhenTheBlockDoesNotRun) {
   const SettableClock clock(100);
   CFAbsoluteTime last = 99;
@@ -138,11 +148,13 @@ TEST(OVUtilitiesTests, TheLastTimeStaysWhenTheBlockDoesNotRun) {
   EXPECT_EQ(last, 99);
 }
 
+// Shows: __AllowOnceEvery
 TEST(OVUtilitiesDeathTests, TheLastTimeIsRequired) {
   EXPECT_DEATH(__AllowOnceEvery([] {}, nullptr, 1), "lastTime != nullptr");
 }
 
-TEST(OVUtilitiesTests, MarksCheckNothing) {
+// Shows: EnforceSubclassesImplement, EnforceSubclassImplementationsNow
+TEST(OVUtilitiesTests, MarksForSubclassesCheckNothing) {
   EnforceSubclassesImplement();
   EnforceSubclassesImplement("Shape", "area", nullptr);
   EnforceSubclassImplementationsNow();

@@ -10,6 +10,7 @@ Ref<NSError> errorWith(const Ref<NSDictionary>& userInfo) {
   return NSError::errorWithDomain_code_userInfo("domain", 7, userInfo);
 }
 
+// Shows: errorByAppendingUserInfo
 TEST(NSErrorAdditionsTests, AppendedEntriesWin) {
   const auto error = errorWith(NSDictionary::of({{"a", 1}, {"b", 2}}));
   const auto result = errorByAppendingUserInfo(error, NSDictionary::of({{"b", 3}, {"c", 4}}));
@@ -17,11 +18,13 @@ TEST(NSErrorAdditionsTests, AppendedEntriesWin) {
   EXPECT_TRUE(error->isEqual(errorWith(NSDictionary::of({{"a", 1}, {"b", 2}}))));
 }
 
-TEST(NSErrorAdditionsTests, NothingAppendsNothing) {
+// Shows: errorByAppendingUserInfo
+TEST(NSErrorAdditionsTests, ANullUserInfoAppendsNothing) {
   const auto error = errorWith(NSDictionary::of({{"a", 1}}));
   EXPECT_TRUE(errorByAppendingUserInfo(error, nullptr)->isEqual(error));
 }
 
+// Shows: localizedDescriptionFailureReasonAndSuggestion
 TEST(NSErrorAdditionsTests, TheTextsStandInOrderWithABlankBetween) {
   EXPECT_EQ(localizedDescriptionFailureReasonAndSuggestion(
                 errorWith(NSDictionary::of({{NSLocalizedRecoverySuggestionErrorKey, "S."},
@@ -30,6 +33,7 @@ TEST(NSErrorAdditionsTests, TheTextsStandInOrderWithABlankBetween) {
             "D. R. S.");
 }
 
+// Shows: localizedDescriptionFailureReasonAndSuggestion
 TEST(NSErrorAdditionsTests, AMissingTextLeavesNoBlank) {
   EXPECT_EQ(localizedDescriptionFailureReasonAndSuggestion(
                 errorWith(NSDictionary::of({{NSLocalizedFailureReasonErrorKey, "R."}}))),
@@ -40,6 +44,7 @@ TEST(NSErrorAdditionsTests, AMissingTextLeavesNoBlank) {
       "D. S.");
 }
 
+// Shows: localizedDescriptionFailureReasonAndSuggestion
 TEST(NSErrorAdditionsTests, WithoutTextsTheAnswerIsEmpty) {
   EXPECT_EQ(localizedDescriptionFailureReasonAndSuggestion(errorWith(nullptr)), "");
 }

@@ -46,12 +46,14 @@ std::string head(const char* name, const id& object) {
   return std::string("<") + name + ": " + address + ">";
 }
 
+// Shows: ov_descriptionUsingProperties
 TEST(NSObjectAdditionsTests, AnEmptyLineStandsBeforeTheClosingBrace) {
   const id item = make<Item>();
   EXPECT_EQ(ov_descriptionUsingProperties(item, NSArray::of("count", "title")),
             head("Item", item) + " properties = {\n\tcount = 3\n\ttitle = nil\n\n}");
 }
 
+// Shows: ov_descriptionUsingAllProperties
 TEST(NSObjectAdditionsTests, AllPropertiesAreDescribedNilOnesToo) {
   const id item = make<Item>();
   const auto described = ov_descriptionUsingAllProperties(item);
@@ -60,6 +62,7 @@ TEST(NSObjectAdditionsTests, AllPropertiesAreDescribedNilOnesToo) {
   EXPECT_TRUE(described->isEqual(ov_descriptionUsingProperties(item, ov_allPropertyNames(item))));
 }
 
+// Shows: ov_descriptionUsingAllProperties, ov_descriptionUsingProperties
 TEST(NSObjectAdditionsTests, WithoutPropertiesThereIsNothingBehindTheBracket) {
   const id plain = make<Plain>();
   EXPECT_EQ(ov_descriptionUsingAllProperties(plain), head("Plain", plain));
@@ -68,12 +71,14 @@ TEST(NSObjectAdditionsTests, WithoutPropertiesThereIsNothingBehindTheBracket) {
   EXPECT_EQ(ov_descriptionUsingProperties(item, NSArray::array()), head("Item", item));
 }
 
+// Shows: ov_descriptionUsingProperties
 TEST(NSObjectAdditionsTests, EveryLineOfAValueIsIndented) {
   const id book = make<Book>();
   EXPECT_EQ(ov_descriptionUsingProperties(book, NSArray::of("title")),
             head("Book", book) + " properties = {\n\ttitle = line one\n\tline two\n\n}");
 }
 
+// Shows: ov_descriptionOfProperties
 TEST(NSObjectAdditionsTests, LinesComeInTheOrderOfTheirNames) {
   const id item = make<Item>();
   EXPECT_EQ(ov_descriptionOfProperties(item, NSArray::of("title", "count")),
@@ -84,6 +89,7 @@ TEST(NSObjectAdditionsTests, LinesComeInTheOrderOfTheirNames) {
   EXPECT_EQ(ov_descriptionOfProperties(item, NSArray::array()), "");
 }
 
+// Shows: ov_descriptionOfProperty_value
 TEST(NSObjectAdditionsTests, ALineIsNameAndValue) {
   const id item = make<Item>();
   EXPECT_EQ(ov_descriptionOfProperty_value(item, "size", 2.5), "size = 2.5");
@@ -91,6 +97,7 @@ TEST(NSObjectAdditionsTests, ALineIsNameAndValue) {
   EXPECT_EQ(ov_descriptionOfProperty_value(item, "%@", "%d"), "%@ = %d");
 }
 
+// Shows: ov_propertyDescriptions
 TEST(NSObjectAdditionsTests, InADictionaryTheObjectIsTheNameAndTheKeyTheValue) {
   const id item = make<Item>();
   EXPECT_TRUE(ov_propertyDescriptions(item, NSDictionary::of({{"a", 1}, {"b", "x"}}))
@@ -98,6 +105,7 @@ TEST(NSObjectAdditionsTests, InADictionaryTheObjectIsTheNameAndTheKeyTheValue) {
   EXPECT_EQ(ov_propertyDescriptions(item, nullptr)->count(), 0U);
 }
 
+// Shows: ov_dictionaryOfPropertyValues, ov_descriptionUsingProperties
 TEST(NSObjectAdditionsTests, OnlyValuesThatAreThereAreRead) {
   const id item = make<Item>();
   EXPECT_TRUE(ov_dictionaryOfPropertyValues(item, NSArray::of("count", "title"))
@@ -110,6 +118,7 @@ TEST(NSObjectAdditionsTests, OnlyValuesThatAreThereAreRead) {
                   [&] { (void)ov_dictionaryOfPropertyValues(item, NSArray::of(5)); });
 }
 
+// Shows: ov_allPropertyNames
 TEST(NSObjectAdditionsTests, NamesOfAllClassesAreCollectedOnce) {
   EXPECT_TRUE(ov_allPropertyNames(make<Book>())->isEqual(NSSet::of("count", "title", "author")));
   EXPECT_TRUE(ov_allPropertyNames(make<Item>())->isEqual(NSSet::of("count", "title")));
