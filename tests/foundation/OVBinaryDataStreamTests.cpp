@@ -44,6 +44,7 @@ class BufferlessStream : public OVBinaryDataStream {
   BufferlessStream() : OVBinaryDataStream(nullptr) {}
 };
 
+// Shows: writeString, readString
 TEST(OVBinaryDataStreamTests, AStringOfNothingIsWrittenWithACountThatReadingLeaves) {
   const auto stream = writableBig();
   stream->writeString(nullptr);
@@ -57,6 +58,7 @@ TEST(OVBinaryDataStreamTests, AStringOfNothingIsWrittenWithACountThatReadingLeav
   EXPECT_EQ(stream->readInt32(), 7);
 }
 
+// Shows: writeString, readString
 TEST(OVBinaryDataStreamTests, TheEmptyStringIsAFlagAndACountOfZero) {
   const auto stream = writableBig();
   stream->writeString("");
@@ -66,6 +68,7 @@ TEST(OVBinaryDataStreamTests, TheEmptyStringIsAFlagAndACountOfZero) {
   EXPECT_TRUE(stream->isEndOfFile());
 }
 
+// Shows: writeString
 TEST(OVBinaryDataStreamTests, AStringRecordFollowsTheByteOrder) {
   const auto little = writableLittle();
   little->writeString("A");
@@ -76,6 +79,7 @@ TEST(OVBinaryDataStreamTests, AStringRecordFollowsTheByteOrder) {
   EXPECT_EQ(hex(big->data()), "01 00 00 00 01 41");
 }
 
+// Shows: writeString, readString
 TEST(OVBinaryDataStreamTests, TextGoesRoundInUTF8) {
   const auto stream = writableLittle();
   stream->writeString("Grüße 😀");
@@ -84,23 +88,27 @@ TEST(OVBinaryDataStreamTests, TextGoesRoundInUTF8) {
   EXPECT_EQ(stream->readString(), "Grüße 😀");
 }
 
+// Shows: writeString
 TEST(OVBinaryDataStreamTests, ATextThatIsNoUTF8IsWrittenLikeTheEmptyString) {
   const auto stream = writableLittle();
   stream->writeString(u"\xD800");
   EXPECT_EQ(hex(stream->data()), "01 00 00 00 00");
 }
 
+// Shows: readString
 TEST(OVBinaryDataStreamTests, ARecordOfInvalidUTF8ReadsAsNothingAndIsConsumed) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({1, 0, 0, 0, 2, 0xC3, 0x28, 0x55}));
   EXPECT_EQ(stream->readString(), nullptr);
   EXPECT_EQ(stream->readUInt8(), 0x55);
 }
 
+// Shows: readString
 TEST(OVBinaryDataStreamTests, AnyFlagButZeroAnnouncesAString) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({0x80, 0, 0, 0, 1, 'x'}));
   EXPECT_EQ(stream->readString(), "x");
 }
 
+// Shows: readString
 TEST(OVBinaryDataStreamTests, ACountThatClaimsMoreThanIsLeftFailsWithoutThatMemory) {
   const auto stream =
       OVBinaryDataStream::initWithData(dataOf({1, 0xFF, 0xFF, 0xFF, 0xFF, 'a', 'b'}));
@@ -108,6 +116,7 @@ TEST(OVBinaryDataStreamTests, ACountThatClaimsMoreThanIsLeftFailsWithoutThatMemo
   EXPECT_EQ(stream->position(), 7);
 }
 
+// Shows: readDataOfLength
 TEST(OVBinaryDataStreamTests, ALengthBeyondAllMemoryFailsAsTheEndOfTheStream) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({1, 2, 3}));
   expectException(OVBinaryStreamEndOfStreamException,
@@ -115,6 +124,7 @@ TEST(OVBinaryDataStreamTests, ALengthBeyondAllMemoryFailsAsTheEndOfTheStream) {
   EXPECT_TRUE(stream->isEndOfFile());
 }
 
+// Shows: readDataOfLength
 TEST(OVBinaryDataStreamTests, ALongRunOfBytesIsReadWhole) {
   const auto bytes = NSMutableData::dataWithLength(1'000'003);
   for (NSUInteger i = 0; i < bytes->length(); ++i) {
@@ -125,6 +135,7 @@ TEST(OVBinaryDataStreamTests, ALongRunOfBytesIsReadWhole) {
   EXPECT_TRUE(stream->isEndOfFile());
 }
 
+// Shows: open_error, OVBinaryStreamLittleEndianOption, OVBinaryStreamBigEndianOption
 TEST(OVBinaryDataStreamTests, TheByteOrderIsChosenAtOpening) {
   struct Row {
     NSInteger options;
@@ -138,6 +149,7 @@ TEST(OVBinaryDataStreamTests, TheByteOrderIsChosenAtOpening) {
   }
 }
 
+// Shows: isLittleEndian, initWithData
 TEST(OVBinaryDataStreamTests, AStreamThatWasNeverOpenedIsBigEndian) {
   const auto stream = OVBinaryDataStream::initWithData(nullptr);
   EXPECT_FALSE(stream->isLittleEndian());
@@ -145,6 +157,7 @@ TEST(OVBinaryDataStreamTests, AStreamThatWasNeverOpenedIsBigEndian) {
   EXPECT_EQ(hex(stream->data()), "01 02");
 }
 
+// Shows: setLittleEndian, isLittleEndian
 TEST(OVBinaryDataStreamTests, TheByteOrderMayChangeBetweenValues) {
   const auto stream = writableBig();
   stream->writeUInt16(0x0102);
@@ -154,6 +167,7 @@ TEST(OVBinaryDataStreamTests, TheByteOrderMayChangeBetweenValues) {
   EXPECT_EQ(hex(stream->data()), "01 02 02 01");
 }
 
+// Shows: isLittleEndian, mLittleEndian
 TEST(OVBinaryDataStreamTests, OnlyTheStoredValueOneIsLittleEndian) {
   for (const int stored : {0, 2, 255}) {
     const auto stream = make<OddByteOrderStream>(static_cast<std::uint8_t>(stored));
@@ -166,6 +180,7 @@ TEST(OVBinaryDataStreamTests, OnlyTheStoredValueOneIsLittleEndian) {
   EXPECT_EQ(hex(one->data()), "02 01");
 }
 
+// Shows: readInt32, position, isEndOfFile
 TEST(OVBinaryDataStreamTests, AShortReadMovesToTheEndAndDeliversNothing) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({1, 2, 3}));
   const auto exception =
@@ -175,6 +190,7 @@ TEST(OVBinaryDataStreamTests, AShortReadMovesToTheEndAndDeliversNothing) {
   EXPECT_TRUE(stream->isEndOfFile());
 }
 
+// Shows: readData_length, position
 TEST(OVBinaryDataStreamTests, AShortReadOfBytesLeavesTheDestinationAlone) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({1, 2, 3}));
   unsigned char bytes[4] = {9, 9, 9, 9};
@@ -183,6 +199,7 @@ TEST(OVBinaryDataStreamTests, AShortReadOfBytesLeavesTheDestinationAlone) {
   EXPECT_EQ(stream->position(), 3);
 }
 
+// Shows: setPosition, length, isEndOfFile
 TEST(OVBinaryDataStreamTests, SeekingBehindTheEndGrowsTheData) {
   const auto stream = writableLittle();
   stream->setPosition(10);
@@ -191,12 +208,14 @@ TEST(OVBinaryDataStreamTests, SeekingBehindTheEndGrowsTheData) {
   EXPECT_TRUE(stream->isEndOfFile());
 }
 
+// Shows: readInt16, readUInt16
 TEST(OVBinaryDataStreamTests, SixteenBitsReadWithAndWithoutSign) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({0xFF, 0xFE, 0xFF, 0xFE}));
   EXPECT_EQ(stream->readInt16(), -2);
   EXPECT_EQ(stream->readUInt16(), 65534);
 }
 
+// Shows: writeBool, writeInt8, writeUInt8, writeInt16, writeUInt16, writeInt32, writeUInt32, writeInt64, writeUInt64, writeFloat, writeDouble
 TEST(OVBinaryDataStreamTests, EveryWidthHasItsEncodingInBothOrders) {
   const auto write = [](OVBinaryDataStream& stream) {
     stream.writeBool(true);
@@ -224,6 +243,7 @@ TEST(OVBinaryDataStreamTests, EveryWidthHasItsEncodingInBothOrders) {
             "08 07 06 05 04 03 02 01 00 00 80 3f 00 00 00 00 00 00 00 c0");
 }
 
+// Shows: writeBool, writeInt8, writeUInt8, writeInt16, writeUInt16, writeInt32, writeUInt32, writeInt64, writeUInt64, writeFloat, writeDouble, readBool, readInt8, readUInt8, readInt16, readUInt16, readInt32, readUInt32, readInt64, readUInt64, readFloat, readDouble
 TEST(OVBinaryDataStreamTests, EveryWidthGoesRoundInBothOrders) {
   for (const bool littleEndian : {false, true}) {
     const auto stream = writableBig();
@@ -257,6 +277,7 @@ TEST(OVBinaryDataStreamTests, EveryWidthGoesRoundInBothOrders) {
   }
 }
 
+// Shows: readBool
 TEST(OVBinaryDataStreamTests, AnyByteButZeroReadsAsTrue) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({0, 1, 2, 0xFF}));
   EXPECT_FALSE(stream->readBool());
@@ -265,6 +286,7 @@ TEST(OVBinaryDataStreamTests, AnyByteButZeroReadsAsTrue) {
   EXPECT_TRUE(stream->readBool());
 }
 
+// Shows: initWithData, open_error, data
 TEST(OVBinaryDataStreamTests, AGrowableBufferIsSharedAndWrittenInPlace) {
   const auto buffer = NSMutableData::dataWithLength(2);
   const auto stream = OVBinaryDataStream::initWithData(buffer);
@@ -275,6 +297,7 @@ TEST(OVBinaryDataStreamTests, AGrowableBufferIsSharedAndWrittenInPlace) {
   EXPECT_EQ(hex(Ref<NSData>(buffer)), "04 03 02 01");
 }
 
+// Shows: open_error, data
 TEST(OVBinaryDataStreamTests, AReadOnlyBufferIsReplacedByACopyWhenOpenedForWriting) {
   const auto buffer = dataOf({1, 2, 3});
   const auto stream = OVBinaryDataStream::initWithData(buffer);
@@ -288,11 +311,13 @@ TEST(OVBinaryDataStreamTests, AReadOnlyBufferIsReplacedByACopyWhenOpenedForWriti
   EXPECT_EQ(hex(buffer), "01 02 03");
 }
 
+// Shows: writeUInt8
 TEST(OVBinaryDataStreamDeathTest, WritingIntoAReadOnlyBufferEndsTheProcess) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({1}));
   EXPECT_DEATH(stream->writeUInt8(1), "OVBinaryDataStream.*growable");
 }
 
+// Shows: close, flush, open_error, lastErrorCode, file
 TEST(OVBinaryDataStreamTests, OpeningClosingAndFlushingKeepEverything) {
   const auto stream = writableLittle();
   stream->writeUInt32(5);
@@ -308,6 +333,7 @@ TEST(OVBinaryDataStreamTests, OpeningClosingAndFlushingKeepEverything) {
   EXPECT_EQ(error, nullptr);
 }
 
+// Shows: setLength, isEndOfFile, position
 TEST(OVBinaryDataStreamTests, APositionBehindAShortenedBufferIsNotTheEnd) {
   const auto stream = writableLittle();
   stream->writeUInt32(0xFFFFFFFF);
@@ -318,6 +344,7 @@ TEST(OVBinaryDataStreamTests, APositionBehindAShortenedBufferIsNotTheEnd) {
   EXPECT_EQ(hex(stream->data()), "ff 00 00 00 07");
 }
 
+// Shows: setLength, readUInt8
 TEST(OVBinaryDataStreamTests, ReadingBehindAShortenedBufferMeetsTheEnd) {
   const auto stream = writableLittle();
   stream->writeUInt32(0xFFFFFFFF);
@@ -326,6 +353,7 @@ TEST(OVBinaryDataStreamTests, ReadingBehindAShortenedBufferMeetsTheEnd) {
   EXPECT_EQ(stream->position(), 1);
 }
 
+// Shows: setLength, position
 TEST(OVBinaryDataStreamTests, LengtheningFillsWithZeroBytes) {
   const auto stream = writableLittle();
   stream->writeUInt8(1);
@@ -334,6 +362,7 @@ TEST(OVBinaryDataStreamTests, LengtheningFillsWithZeroBytes) {
   EXPECT_EQ(stream->position(), 1);
 }
 
+// Shows: writeUInt16, writeUInt32, setPosition
 TEST(OVBinaryDataStreamTests, OverwritingInTheMiddleKeepsTheRest) {
   const auto stream = opened(OVBinaryStreamOpenForWriting | OVBinaryStreamBigEndianOption);
   stream->writeUInt32(0x01020304);
@@ -344,6 +373,7 @@ TEST(OVBinaryDataStreamTests, OverwritingInTheMiddleKeepsTheRest) {
   EXPECT_EQ(hex(stream->data()), "01 aa bb 05 06 07 08");
 }
 
+// Shows: offsetPosition
 TEST(OVBinaryDataStreamTests, MovingByADeltaStartsAtThePosition) {
   const auto stream = OVBinaryDataStream::initWithData(dataOf({1, 2, 3, 4}));
   stream->setPosition(1);
@@ -353,6 +383,7 @@ TEST(OVBinaryDataStreamTests, MovingByADeltaStartsAtThePosition) {
   EXPECT_EQ(stream->readUInt8(), 1);
 }
 
+// Shows: writeUInt8, readUInt8
 TEST(OVBinaryDataStreamTests, AStreamWithoutABufferSaysSo) {
   const auto stream = make<BufferlessStream>();
   const auto writing =
@@ -363,6 +394,7 @@ TEST(OVBinaryDataStreamTests, AStreamWithoutABufferSaysSo) {
   EXPECT_EQ(reading.reason(), "OVBinaryDataStream has no data");
 }
 
+// Shows: readString
 TEST(OVBinaryDataStreamTests, ARecordCutAtAnyLengthEndsTheStream) {
   const auto whole = writableBig();
   whole->writeString("Grüße");

@@ -37,6 +37,7 @@ class OVBinaryFileStreamTests : public ::testing::Test {
   testing::TemporaryFolder folder_;
 };
 
+// Shows: open_error, lastErrorCode
 TEST_F(OVBinaryFileStreamTests, OpeningAMissingFileFailsWithAnErrorThatNamesIt) {
   const auto stream = streamFor(folder_.at("missing"));
   Ref<NSError> error;
@@ -52,10 +53,12 @@ TEST_F(OVBinaryFileStreamTests, OpeningAMissingFileFailsWithAnErrorThatNamesIt) 
   EXPECT_EQ(stream->lastErrorCode(), -1);
 }
 
+// Shows: open_error
 TEST_F(OVBinaryFileStreamTests, OpeningFailsWithoutAnErrorPointerToo) {
   EXPECT_FALSE(streamFor(folder_.at("missing"))->open_error(OVBinaryStreamOpenForReading));
 }
 
+// Shows: open_error, length
 TEST_F(OVBinaryFileStreamTests, ReadingAndWritingTogetherEmptiesAnExistingFile) {
   folder_.write("file", std::string(100, 'x'));
   const auto stream = openedFor("file", 6);
@@ -67,6 +70,7 @@ TEST_F(OVBinaryFileStreamTests, ReadingAndWritingTogetherEmptiesAnExistingFile) 
   EXPECT_EQ(stream->readUInt16(), 0x4142);
 }
 
+// Shows: open_error
 TEST_F(OVBinaryFileStreamTests, NeitherReadingNorWritingIsAnInvalidArgument) {
   folder_.write("file", "x");
   Ref<NSError> error;
@@ -74,6 +78,7 @@ TEST_F(OVBinaryFileStreamTests, NeitherReadingNorWritingIsAnInvalidArgument) {
   EXPECT_EQ(error->code(), EINVAL);
 }
 
+// Shows: open_error, OVBinaryStreamLittleEndianOption, OVBinaryStreamBigEndianOption
 TEST_F(OVBinaryFileStreamTests, TheByteOrderComesFromTheOptions) {
   struct Row {
     NSInteger options;
@@ -88,6 +93,7 @@ TEST_F(OVBinaryFileStreamTests, TheByteOrderComesFromTheOptions) {
   }
 }
 
+// Shows: open_error, isLittleEndian
 TEST_F(OVBinaryFileStreamTests, AFailedOpenChoosesTheByteOrderAllTheSame) {
   const auto stream = streamFor(folder_.at("missing"));
   EXPECT_FALSE(stream->isLittleEndian());
@@ -95,6 +101,7 @@ TEST_F(OVBinaryFileStreamTests, AFailedOpenChoosesTheByteOrderAllTheSame) {
   EXPECT_TRUE(stream->isLittleEndian());
 }
 
+// Shows: readInt64, position, isEndOfFile
 TEST_F(OVBinaryFileStreamTests, AShortReadConsumesWhatThereWas) {
   const auto stream = reading("abc");
   const auto exception =
@@ -104,6 +111,7 @@ TEST_F(OVBinaryFileStreamTests, AShortReadConsumesWhatThereWas) {
   EXPECT_TRUE(stream->isEndOfFile());
 }
 
+// Shows: length, position
 TEST_F(OVBinaryFileStreamTests, TheLengthLeavesThePosition) {
   const auto stream = reading("0123456789");
   stream->setPosition(4);
@@ -112,12 +120,14 @@ TEST_F(OVBinaryFileStreamTests, TheLengthLeavesThePosition) {
   EXPECT_EQ(stream->readUInt8(), '4');
 }
 
+// Shows: setLength
 TEST_F(OVBinaryFileStreamTests, SettingTheLengthIsNotSupportedAndCutsNothing) {
   const auto stream = reading("0123456789");
   expectException(NSInvalidArgumentException, [&] { stream->setLength(1); });
   EXPECT_EQ(folder_.read("file"), "0123456789");
 }
 
+// Shows: position, length, isEndOfFile, lastErrorCode, file, data, setPosition, flush, close
 TEST_F(OVBinaryFileStreamTests, AClosedStreamIsEmptyAtItsEndAndInError) {
   const auto stream = streamFor(folder_.at("file"));
   EXPECT_EQ(stream->position(), 0);
@@ -132,6 +142,7 @@ TEST_F(OVBinaryFileStreamTests, AClosedStreamIsEmptyAtItsEndAndInError) {
   EXPECT_EQ(stream->position(), 0);
 }
 
+// Shows: writeUInt8, readUInt8, writeData_length, readData_length, readDataOfLength, readString
 TEST_F(OVBinaryFileStreamTests, ReadingAndWritingWithoutAFileThrows) {
   const auto stream = streamFor(folder_.at("file"));
   char byte = 0;
@@ -148,6 +159,7 @@ TEST_F(OVBinaryFileStreamTests, ReadingAndWritingWithoutAFileThrows) {
   check([&] { (void)stream->readString(); });
 }
 
+// Shows: open_error, writeBool, writeInt8, writeUInt8, writeInt16, writeUInt16, writeInt32, writeUInt32, writeInt64, writeUInt64, writeFloat, writeDouble, writeString, writeData_length, readBool, readInt8, readUInt8, readInt16, readUInt16, readInt32, readUInt32, readInt64, readUInt64, readFloat, readDouble, readString, readData_length
 TEST_F(OVBinaryFileStreamTests, OneStreamWritesAFileAndThenReadsIt) {
   const auto stream = openedFor("file", OVBinaryStreamOpenForWriting);
   stream->writeBool(true);
@@ -184,6 +196,7 @@ TEST_F(OVBinaryFileStreamTests, OneStreamWritesAFileAndThenReadsIt) {
   EXPECT_TRUE(stream->isEndOfFile());
 }
 
+// Shows: writeUInt32, readUInt32
 TEST_F(OVBinaryFileStreamTests, ManyValuesCrossTheBufferWhole) {
   constexpr std::uint32_t kCount = 100'000;
   const auto stream = openedFor("file", OVBinaryStreamOpenForWriting);
@@ -199,6 +212,7 @@ TEST_F(OVBinaryFileStreamTests, ManyValuesCrossTheBufferWhole) {
   }
 }
 
+// Shows: setPosition, readUInt16, writeUInt16
 TEST_F(OVBinaryFileStreamTests, ReadingAndWritingMayTakeTurns) {
   const auto stream = openedFor("file", 6);
   for (std::uint16_t i = 0; i < 1000; ++i) {
@@ -215,6 +229,7 @@ TEST_F(OVBinaryFileStreamTests, ReadingAndWritingMayTakeTurns) {
   EXPECT_EQ(stream->length(), 2000U);
 }
 
+// Shows: file
 TEST_F(OVBinaryFileStreamTests, TheFileMayBeUsedBetweenTheStreamsOperations) {
   const auto stream = openedFor("file", OVBinaryStreamOpenForWriting);
   stream->writeUInt8('a');
@@ -224,6 +239,7 @@ TEST_F(OVBinaryFileStreamTests, TheFileMayBeUsedBetweenTheStreamsOperations) {
   EXPECT_EQ(folder_.read("file"), "abcd");
 }
 
+// Shows: setPosition, length
 TEST_F(OVBinaryFileStreamTests, SeekingBehindTheEndWritesNothing) {
   const auto stream = openedFor("file", OVBinaryStreamOpenForWriting);
   stream->setPosition(10);
@@ -231,6 +247,7 @@ TEST_F(OVBinaryFileStreamTests, SeekingBehindTheEndWritesNothing) {
   EXPECT_EQ(stream->length(), 0U);
 }
 
+// Shows: setPosition, lastErrorCode, position
 TEST_F(OVBinaryFileStreamTests, ANegativePositionIsAnErrorOfTheLastOperation) {
   const auto stream = reading("0123");
   stream->setPosition(-1);
@@ -239,6 +256,7 @@ TEST_F(OVBinaryFileStreamTests, ANegativePositionIsAnErrorOfTheLastOperation) {
   EXPECT_EQ(stream->lastErrorCode(), 0);
 }
 
+// Shows: readUInt8, OVBinaryStreamReadErrorException, lastErrorCode
 TEST_F(OVBinaryFileStreamTests, AReadErrorThrowsWithItsNumber) {
   const auto stream = openedFor("file", OVBinaryStreamOpenForWriting);  // may not be read
   const auto exception =
@@ -250,6 +268,7 @@ TEST_F(OVBinaryFileStreamTests, AReadErrorThrowsWithItsNumber) {
   EXPECT_EQ(stream->lastErrorCode(), EBADF);
 }
 
+// Shows: lastErrorCode, writeUInt32, writeData_length
 TEST_F(OVBinaryFileStreamTests, AWriteErrorIsToldByTheCodeAlone) {
   const auto stream = reading("0123");  // may not be written
   stream->writeUInt32(1);
@@ -258,6 +277,7 @@ TEST_F(OVBinaryFileStreamTests, AWriteErrorIsToldByTheCodeAlone) {
   EXPECT_EQ(stream->lastErrorCode(), EBADF);
 }
 
+// Shows: flush, lastErrorCode
 TEST_F(OVBinaryFileStreamTests, AFullDeviceShowsWhenTheBufferIsHandedOver) {
   const auto stream = streamFor("/dev/full");
   ASSERT_TRUE(stream->open_error(OVBinaryStreamOpenForWriting));
@@ -266,6 +286,7 @@ TEST_F(OVBinaryFileStreamTests, AFullDeviceShowsWhenTheBufferIsHandedOver) {
   EXPECT_EQ(stream->lastErrorCode(), ENOSPC);
 }
 
+// Shows: readString, position
 TEST_F(OVBinaryFileStreamTests, AStringThatClaimsMoreThanIsLeftEndsTheStream) {
   const auto stream =
       reading(std::string("\1\xFF\xFF\xFF\xFF"
@@ -275,6 +296,7 @@ TEST_F(OVBinaryFileStreamTests, AStringThatClaimsMoreThanIsLeftEndsTheStream) {
   EXPECT_EQ(stream->position(), 8);
 }
 
+// Shows: readString
 TEST_F(OVBinaryFileStreamTests, ARecordCutAtAnyLengthEndsTheStream) {
   const std::string whole("\1\0\0\0\3xyz", 8);
   for (std::size_t length = 0; length < whole.size(); ++length) {
@@ -283,6 +305,7 @@ TEST_F(OVBinaryFileStreamTests, ARecordCutAtAnyLengthEndsTheStream) {
   }
 }
 
+// Shows: initWithFilePath
 TEST_F(OVBinaryFileStreamTests, ThePathIsCopied) {
   const auto path = NSMutableString::stringWithString(folder_.at("file"));
   const auto stream = OVBinaryFileStream::initWithFilePath(path);
@@ -290,6 +313,7 @@ TEST_F(OVBinaryFileStreamTests, ThePathIsCopied) {
   EXPECT_TRUE(stream->open_error(OVBinaryStreamOpenForWriting));
 }
 
+// Shows: OVBinaryFileStream
 TEST_F(OVBinaryFileStreamTests, DestroyingTheStreamWritesAndClosesTheFile) {
   {
     const auto stream = openedFor("file", OVBinaryStreamOpenForWriting);
@@ -298,6 +322,7 @@ TEST_F(OVBinaryFileStreamTests, DestroyingTheStreamWritesAndClosesTheFile) {
   EXPECT_EQ(folder_.read("file"), "x");
 }
 
+// Shows: initWithFilePath
 TEST(OVBinaryFileStreamDeathTest, AMissingPathEndsTheProcess) {
   EXPECT_DEATH((void)OVBinaryFileStream::initWithFilePath(nullptr),
                "initWithFilePath.*OVBinaryFileStream:[0-9]+: filePath != nil");

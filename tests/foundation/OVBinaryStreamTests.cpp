@@ -8,10 +8,12 @@
 namespace kestova {
 namespace {
 
+// Shows: initWithFilePath
 TEST(OVBinaryStreamTests, TheFamilyGivesAFileStreamForAPath) {
   EXPECT_NE(cast<OVBinaryFileStream>(OVBinaryStream::initWithFilePath("/tmp/none")), nullptr);
 }
 
+// Shows: initWithData
 TEST(OVBinaryStreamTests, TheFamilyGivesAMemoryStreamForABuffer) {
   const auto buffer = NSMutableData::data();
   const auto stream = OVBinaryStream::initWithData(buffer);
@@ -19,6 +21,7 @@ TEST(OVBinaryStreamTests, TheFamilyGivesAMemoryStreamForABuffer) {
   EXPECT_EQ(stream->data(), buffer);
 }
 
+// Shows: OVBinaryStream
 TEST(OVBinaryStreamTests, TheClassesAreKnownByName) {
   for (const char* name : {"OVBinaryStream", "OVBinaryDataStream", "OVBinaryFileStream"}) {
     ASSERT_NE(NSClassFromString(name), nullptr) << name;
@@ -28,6 +31,7 @@ TEST(OVBinaryStreamTests, TheClassesAreKnownByName) {
             NSClassFromString("OVBinaryStream"));
 }
 
+// Shows: OVBinaryStreamEndOfStreamException, OVBinaryStreamReadErrorException
 TEST(OVBinaryStreamTests, ExceptionNamesAreTheirOwnText) {
   EXPECT_EQ(OVBinaryStreamEndOfStreamException.string(), "OVBinaryStreamEndOfStreamException");
   EXPECT_EQ(OVBinaryStreamReadErrorException.string(), "OVBinaryStreamReadErrorException");
