@@ -44,12 +44,14 @@ Rects united(const Rects& list) { return rectsOf(NSUnionIntersectingRects(listOf
 
 const NSRect kSquare = rect(0, 0, 10, 10);
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, RectanglesThatOnlyTouchAreNotBroken) {
   EXPECT_EQ(broken(kSquare, rect(10, 0, 10, 10)), Rects());
   EXPECT_EQ(broken(kSquare, rect(0, 10, 10, 10)), Rects());
   EXPECT_EQ(broken(kSquare, rect(10, 10, 10, 10)), Rects());
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, TheOneThatHoldsTheOtherIsKept) {
   EXPECT_EQ(broken(kSquare, kSquare), Rects{kSquare});
   EXPECT_EQ(broken(kSquare, rect(2, 2, 3, 3)), Rects{kSquare});
@@ -57,6 +59,7 @@ TEST(NSBreakOverlappingRectsTests, TheOneThatHoldsTheOtherIsKept) {
   EXPECT_EQ(broken(rect(0, 0, 5, 10), kSquare), Rects{kSquare});
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, OverASideTheTallerOneStaysWhole) {
   const NSRect tall = rect(5, -5, 10, 20);
   EXPECT_EQ(broken(kSquare, tall), (Rects{rect(0, 0, 5, 10), tall}));
@@ -64,6 +67,7 @@ TEST(NSBreakOverlappingRectsTests, OverASideTheTallerOneStaysWhole) {
   EXPECT_EQ(broken(kSquare, tallLeft), (Rects{tallLeft, rect(5, 0, 5, 10)}));
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, OverASideTheWiderOneStaysWhole) {
   const NSRect wide = rect(-5, 5, 20, 10);
   EXPECT_EQ(broken(kSquare, wide), (Rects{rect(0, 0, 10, 5), wide}));
@@ -71,6 +75,7 @@ TEST(NSBreakOverlappingRectsTests, OverASideTheWiderOneStaysWhole) {
   EXPECT_EQ(broken(kSquare, wideBelow), (Rects{wideBelow, rect(0, 5, 10, 5)}));
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, OfEvenOnesTheLeftOrLowerOneStaysWhole) {
   EXPECT_EQ(broken(kSquare, rect(5, 0, 10, 10)), (Rects{kSquare, rect(10, 0, 5, 10)}));
   EXPECT_EQ(broken(rect(5, 0, 10, 10), kSquare), (Rects{kSquare, rect(10, 0, 5, 10)}));
@@ -78,6 +83,7 @@ TEST(NSBreakOverlappingRectsTests, OfEvenOnesTheLeftOrLowerOneStaysWhole) {
   EXPECT_EQ(broken(rect(0, 5, 10, 10), kSquare), (Rects{kSquare, rect(0, 10, 10, 5)}));
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, ACrossLeavesAPieceOnEitherSide) {
   const NSRect upright = rect(8, -10, 4, 30);
   EXPECT_EQ(broken(rect(0, 0, 20, 4), upright),
@@ -86,6 +92,7 @@ TEST(NSBreakOverlappingRectsTests, ACrossLeavesAPieceOnEitherSide) {
   EXPECT_EQ(broken(rect(0, 0, 4, 20), level), (Rects{rect(0, 0, 4, 8), rect(0, 12, 4, 8), level}));
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, ACornerLeavesTwoPiecesTheLeftOneFirst) {
   const NSRect upperRight = rect(5, 5, 10, 10);
   EXPECT_EQ(broken(kSquare, upperRight), (Rects{rect(0, 0, 5, 10), rect(5, 0, 5, 5), upperRight}));
@@ -97,6 +104,7 @@ TEST(NSBreakOverlappingRectsTests, ACornerLeavesTwoPiecesTheLeftOneFirst) {
   EXPECT_EQ(broken(kSquare, lowerLeft), (Rects{rect(0, 5, 5, 5), rect(5, 0, 5, 10), lowerLeft}));
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, OneThatSticksIntoASideIsNotBroken) {
   EXPECT_EQ(broken(kSquare, rect(3, 3, 4, 20)), Rects());
   EXPECT_EQ(broken(kSquare, rect(3, -10, 4, 15)), Rects());
@@ -104,11 +112,13 @@ TEST(NSBreakOverlappingRectsTests, OneThatSticksIntoASideIsNotBroken) {
   EXPECT_EQ(broken(kSquare, rect(-10, 3, 15, 4)), Rects());
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, OneThatIsStuckIntoIsBroken) {
   EXPECT_EQ(broken(rect(3, 3, 4, 20), kSquare), (Rects{kSquare, rect(3, 10, 4, 13)}));
   EXPECT_EQ(broken(rect(-10, 3, 15, 4), kSquare), (Rects{rect(-10, 3, 10, 4), kSquare}));
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, WhatIsNotBrokenLeavesTheListAlone) {
   const Ref<NSArray> before = NSArray::of("before");
   Ref<NSArray> pieces = before;
@@ -116,6 +126,7 @@ TEST(NSBreakOverlappingRectsTests, WhatIsNotBrokenLeavesTheListAlone) {
   EXPECT_EQ(pieces, before);
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, EmptyAndUnorderedRectanglesAreNotBroken) {
   const double nan = std::nan("");
   for (const NSRect& other :
@@ -126,6 +137,7 @@ TEST(NSBreakOverlappingRectsTests, EmptyAndUnorderedRectanglesAreNotBroken) {
   }
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, InfiniteRectanglesAreBrokenAsOthers) {
   const NSRect endless = rect(5, -5, kInfinity, 20);
   EXPECT_EQ(broken(kSquare, endless), (Rects{rect(0, 0, 5, 10), endless}));
@@ -155,6 +167,7 @@ Rects allOnGrid() {
   return all;
 }
 
+// Shows: NSBreakOverlappingRects
 TEST(NSBreakOverlappingRectsTests, EveryPlacementOnAGridKeepsTheAreaWithoutOverlaps) {
   const Rects all = allOnGrid();
   ASSERT_EQ(all.size(), 441U);
@@ -174,6 +187,7 @@ TEST(NSBreakOverlappingRectsTests, EveryPlacementOnAGridKeepsTheAreaWithoutOverl
   }
 }
 
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects, NSClipRects, NSOffsetRects
 TEST(NSGeometryAdditionsTests, EmptyListsGiveNewEmptyLists) {
   const auto empty = NSMutableArray::array();
   for (const Ref<NSMutableArray>& result :
@@ -187,6 +201,7 @@ TEST(NSGeometryAdditionsTests, EmptyListsGiveNewEmptyLists) {
   }
 }
 
+// Shows: NSReduceRects
 TEST(NSGeometryAdditionsTests, ReducingJoinsWhatAbutsExactly) {
   EXPECT_EQ(reduced({kSquare, rect(10, 0, 5, 10)}), Rects{rect(0, 0, 15, 10)});
   EXPECT_EQ(reduced({rect(10, 0, 5, 10), kSquare}), Rects{rect(0, 0, 15, 10)});
@@ -194,6 +209,7 @@ TEST(NSGeometryAdditionsTests, ReducingJoinsWhatAbutsExactly) {
   EXPECT_EQ(reduced({rect(0, 10, 10, 5), kSquare}), Rects{rect(0, 0, 10, 15)});
 }
 
+// Shows: NSReduceRects
 TEST(NSGeometryAdditionsTests, ReducingLeavesOtherPairsAlone) {
   for (const NSRect& other : {rect(10, 0, 5, 8), rect(10, 1, 5, 10), rect(9, 0, 5, 10),
                               rect(11, 0, 5, 10), rect(0, 10, 9, 5), rect(10, 10, 10, 10)}) {
@@ -201,6 +217,7 @@ TEST(NSGeometryAdditionsTests, ReducingLeavesOtherPairsAlone) {
   }
 }
 
+// Shows: NSReduceRects
 TEST(NSGeometryAdditionsTests, ReducingGoesOnWithWhatItHasJoined) {
   EXPECT_EQ(reduced({kSquare, rect(10, 0, 10, 10), rect(20, 0, 10, 10)}),
             Rects{rect(0, 0, 30, 10)});
@@ -208,6 +225,7 @@ TEST(NSGeometryAdditionsTests, ReducingGoesOnWithWhatItHasJoined) {
             (Rects{rect(50, 0, 1, 1), rect(0, 0, 30, 10)}));
 }
 
+// Shows: NSMergeRects
 TEST(NSGeometryAdditionsTests, MergingBreaksOverlapsApart) {
   EXPECT_EQ(merged({kSquare, rect(2, 2, 3, 3)}), Rects{kSquare});
   EXPECT_EQ(merged({kSquare, rect(5, 5, 10, 10)}),
@@ -215,11 +233,13 @@ TEST(NSGeometryAdditionsTests, MergingBreaksOverlapsApart) {
   EXPECT_EQ(merged({kSquare, kSquare, kSquare}), Rects{kSquare});
 }
 
+// Shows: NSMergeRects
 TEST(NSGeometryAdditionsTests, MergingTriesAPairBothWays) {
   EXPECT_EQ(merged({kSquare, rect(3, 3, 4, 20)}), (Rects{kSquare, rect(3, 10, 4, 13)}));
   EXPECT_EQ(merged({rect(3, 3, 4, 20), kSquare}), (Rects{kSquare, rect(3, 10, 4, 13)}));
 }
 
+// Shows: NSMergeRects
 TEST(NSGeometryAdditionsTests, MergingKeepsPairsThatBreakingGivesBack) {
   const NSRect left = rect(0.6, 0, 1.04, 1);
   const NSRect right = rect(1.64, -1, 1, 3);
@@ -228,18 +248,21 @@ TEST(NSGeometryAdditionsTests, MergingKeepsPairsThatBreakingGivesBack) {
   EXPECT_EQ(merged({left, right}), (Rects{left, right}));
 }
 
+// Shows: NSUnionIntersectingRects
 TEST(NSGeometryAdditionsTests, UnitingReplacesByTheBoundingBox) {
   EXPECT_EQ(united({kSquare, rect(20, 0, 5, 5), rect(5, 5, 10, 10)}),
             (Rects{rect(20, 0, 5, 5), rect(0, 0, 15, 15)}));
   EXPECT_EQ(united({kSquare, rect(10, 0, 5, 5)}), (Rects{kSquare, rect(10, 0, 5, 5)}));
 }
 
+// Shows: NSUnionIntersectingRects
 TEST(NSGeometryAdditionsTests, UnitingGoesOnWithTheBoundingBox) {
   EXPECT_EQ(united({kSquare, rect(12, 12, 2, 2), rect(8, 8, 5, 2)}),
             (Rects{rect(12, 12, 2, 2), rect(0, 0, 13, 10)}));
   EXPECT_EQ(united({kSquare, rect(12, 12, 2, 2), rect(8, 8, 5, 5)}), Rects{rect(0, 0, 14, 14)});
 }
 
+// Shows: NSClipRects
 TEST(NSGeometryAdditionsTests, ClippingKeepsWhatLiesInside) {
   EXPECT_EQ(rectsOf(NSClipRects(listOf({kSquare, rect(20, 20, 5, 5)}), rect(5, 5, 10, 10))),
             Rects{rect(5, 5, 5, 5)});
@@ -248,16 +271,19 @@ TEST(NSGeometryAdditionsTests, ClippingKeepsWhatLiesInside) {
   EXPECT_EQ(rectsOf(NSClipRects(listOf({kSquare}), rect(5, 5, 0, 0))), Rects());
 }
 
+// Shows: NSOffsetRects
 TEST(NSGeometryAdditionsTests, OffsettingMovesEachRectangle) {
   EXPECT_EQ(rectsOf(NSOffsetRects(listOf({kSquare, rect(1, 2, -3, 0)}), 0.5, -4)),
             (Rects{rect(0.5, -4, 10, 10), rect(1.5, -2, -3, 0)}));
 }
 
+// Shows: NSFlipRect
 TEST(NSGeometryAdditionsTests, FlippingMirrorsInTheHeight) {
   EXPECT_EQ(NSFlipRect(rect(10, 20, 30, 40), 100), rect(10, 40, 30, 40));
   EXPECT_EQ(NSFlipRect(NSFlipRect(rect(10, 20, 30, 40), 100), 100), rect(10, 20, 30, 40));
 }
 
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects
 TEST(NSGeometryAdditionsTests, TheGivenListIsNeverChangedAndUntouchedObjectsAreShared) {
   const auto list =
       NSMutableArray::arrayWithArray(listOf({kSquare, rect(100, 100, 5, 5), rect(5, 5, 10, 10)}));
@@ -268,6 +294,7 @@ TEST(NSGeometryAdditionsTests, TheGivenListIsNeverChangedAndUntouchedObjectsAreS
   EXPECT_EQ(rectsOf(list), (Rects{kSquare, rect(100, 100, 5, 5), rect(5, 5, 10, 10)}));
 }
 
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects, NSClipRects, NSOffsetRects
 TEST(NSGeometryAdditionsTests, WhatIsNoRectangleThrows) {
   const Ref<NSArray> list = NSArray::of(kSquare, "text");
   using Operation = Ref<NSMutableArray> (*)(const Ref<NSArray>&);
@@ -295,6 +322,7 @@ Rects randomRects(RandomRun& random, std::size_t count, std::uint64_t extent,
   return rects;
 }
 
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects
 TEST(NSGeometryAdditionsTests, ListsAreJoinedInTheOrderOfThePlainSearch) {
   RandomRun random;
   for (int turn = 0; turn < 3000; ++turn) {
@@ -304,18 +332,21 @@ TEST(NSGeometryAdditionsTests, ListsAreJoinedInTheOrderOfThePlainSearch) {
   }
 }
 
-TEST(NSGeometryAdditionsTests, HundredRectanglesAreJoinedAsByThePlainSearch) {
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects
+TEST(NSGeometryAdditionsTests, AHundredRectanglesAreJoinedAsByThePlainSearch) {
   RandomRun random;
   expectAsPlain(randomRects(random, 100, 100, 8));
   expectAsPlain(randomRects(random, 100, 40, 3));
 }
 
-TEST(NSGeometryAdditionsTests, ThousandRectanglesAreJoinedAsByThePlainSearch) {
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects
+TEST(NSGeometryAdditionsTests, AThousandRectanglesAreJoinedAsByThePlainSearch) {
   RandomRun random;
   expectAsPlain(randomRects(random, 1000, 1500, 8));
 }
 
 /// The plain search takes seconds where there are many joins, so there are but few near the front.
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects
 TEST(NSGeometryAdditionsTests, ManyRectanglesAreJoinedAsByThePlainSearch) {
   RandomRun random;
   Rects list;
@@ -335,6 +366,7 @@ TEST(NSGeometryAdditionsTests, ManyRectanglesAreJoinedAsByThePlainSearch) {
 }
 
 /// Far edges of pieces are rounded up here as often as not, and overlap again by the last bit.
+// Shows: NSMergeRects
 TEST(NSGeometryAdditionsTests, MergingEndsWhereEdgesAreRounded) {
   RandomRun random;
   const auto tenths = [&] { return static_cast<double>(random.below(300)) / 10; };
