@@ -13,6 +13,8 @@
 #include "Stress.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -68,6 +70,24 @@ TEST_F(GCDKeyedCoalescerTests, EqualKeysAreOne) {
   letRunWhatIsDue(kLong);
   EXPECT_EQ(runs.names(), "CB");
   EXPECT_EQ(CountingObject::alive(), 2) << "the first key of each slot is kept";
+}
+
+// Shows: dispatch_on_after_block
+TEST_F(GCDKeyedCoalescerTests, ABlockRunsOnTheQueueOfItsRequest) {
+  const DispatchQueue other = dispatchSerialQueue();
+  request("a", kLong, runs.block('A'));
+  coalescer->dispatch_on_after_block("a", other, kShort,
+                                     [&] { runs.add(dispatchQueueIsCurrent(other) ? 'B' : 'x'); });
+  EXPECT_EQ(runs.waitFor(1), "B");
+}
+
+// Shows: dispatch_on_after_block
+TEST_F(GCDKeyedCoalescerTests, ADelayThatIsNotAboveZeroIsOverAtOnce) {
+  const std::array delays{0.0, -0.0, -1.0, std::nan(""), -std::numeric_limits<double>::infinity()};
+  for (std::size_t i = 0; i < delays.size(); ++i) {
+    request("a", delays.at(i), runs.block('A'));
+    EXPECT_EQ(runs.waitFor(i + 1), std::string(i + 1, 'A'));
+  }
 }
 
 // Shows: dispatch_on_after_block

@@ -135,6 +135,11 @@ TEST_F(OVEnqueueCoalescedBlockTests, CancellingAnIdleKeyDoesNothing) {
   EXPECT_EQ(runs.waitFor(1), "A");
 }
 
+// Shows: OVAllEnqueuedBlocks
+TEST_F(OVEnqueueCoalescedBlockTests, TheKeyOfAllBlocksIsTheNullPointer) {
+  EXPECT_EQ(OVAllEnqueuedBlocks, nullptr);
+}
+
 // Shows: OVCancelEnqueuedBlock, OVAllEnqueuedBlocks
 TEST_F(OVEnqueueCoalescedBlockTests, CancellingAllCancelsNone) {
   enqueueHeld('A');

@@ -112,6 +112,26 @@ TEST_F(OVNotificationQueueTests, ObserversSeeItsPropertiesSet) {
   }
 }
 
+// Shows: OVNotificationCoalescing
+TEST_F(OVNotificationQueueTests, TheMasksAreZeroToThree) {
+  EXPECT_EQ(OVNotificationNoCoalescing, 0U);
+  EXPECT_EQ(OVNotificationCoalescingOnName, 1U);
+  EXPECT_EQ(OVNotificationCoalescingOnSender, 2U);
+  EXPECT_EQ(OVNotificationCoalescingOnNameAndSender, 3U);
+}
+
+// Shows: enqueueNotificationName_object_userInfo_coalesceMask
+TEST_F(OVNotificationQueueTests, ANotificationIsBuiltFromNameObjectAndUserInfo) {
+  const id object = counted(1);
+  enqueue("a", 0, object, NSDictionary::of({{"key", "value"}}));
+  enqueue("b", 0);
+  EXPECT_EQ(posted(), "ab");
+  EXPECT_EQ(notifications[0]->object(), object);
+  EXPECT_TRUE(notifications[0]->userInfo()->isEqual(NSDictionary::of({{"key", "value"}})));
+  EXPECT_EQ(notifications[1]->object(), nullptr);
+  EXPECT_EQ(notifications[1]->userInfo(), nullptr);
+}
+
 // Shows: enqueueNotificationName_object_userInfo_coalesceMask, enqueueNotification_coalesceMask
 TEST_F(OVNotificationQueueTests, PostsInTheOrderOfQueuing) {
   enqueue("a", 0);
@@ -303,6 +323,18 @@ TEST_F(OVNotificationQueueTests, AMissingNotificationIsRefused) {
   expectException(NSInvalidArgumentException,
                   [&] { queue->enqueueNotification_coalesceMask(nullptr, 1); });
   EXPECT_EQ(postingQueue->operationCount(), 0U);
+}
+
+// Shows: OVNotificationQueue
+TEST_F(OVNotificationQueueTests, AQueueThatGoesLetsGoOfItsCentreAndItsPostingQueue) {
+  const auto ownCentre = NSNotificationCenter::init();
+  const auto ownPosting = NSOperationQueue::init();
+  auto own = OVNotificationQueue::initWithNotificationCenter_queue(ownCentre, ownPosting);
+  EXPECT_EQ(ownCentre->retainCount(), 2U);
+  EXPECT_EQ(ownPosting->retainCount(), 2U);
+  own = nullptr;
+  EXPECT_EQ(ownCentre->retainCount(), 1U);
+  EXPECT_EQ(ownPosting->retainCount(), 1U);
 }
 
 // Shows: OVNotificationQueue

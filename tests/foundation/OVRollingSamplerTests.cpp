@@ -64,6 +64,16 @@ TEST_F(OVRollingSamplerTests, TheTimesDecideWhatIsInAPeriod) {
 }
 
 // Shows: resultForPreviousSeconds
+TEST_F(OVRollingSamplerTests, AddsUpInTheOrderOfThePlacesInTheWindow) {
+  const auto sampler = OVRollingSampler::initWithWindowSize(3);
+  for (const double value : {7.0, 1e100, -1e100, 1.0}) {
+    sampler->addSample(value);
+  }
+  // The last one stands at the place of the first: 1 + 1e100 - 1e100.
+  expectResult(*sampler, 1000, 0, 3, 0);
+}
+
+// Shows: resultForPreviousSeconds
 TEST_F(OVRollingSamplerTests, APeriodOfNoSecondsIsThisVeryMoment) {
   const auto sampler = OVRollingSampler::initWithWindowSize(10);
   sampler->addSample(1);

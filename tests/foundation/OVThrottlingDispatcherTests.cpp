@@ -95,6 +95,10 @@ using OVThrottlingDispatcherDeathTests = OVThrottlingDispatcherTests;
 TEST_F(OVThrottlingDispatcherTests, BetweenStartsIsZeroAndBetweenExecutionIsOne) {
   EXPECT_EQ(OVThrottleBetweenStarts, 0U);
   EXPECT_EQ(OVThrottleBetweenExecution, 1U);
+}
+
+// Shows: OVThrottlingDispatcher
+TEST_F(OVThrottlingDispatcherTests, ItsClassAloneMakesNone) {
   EXPECT_FALSE(OVThrottlingDispatcher::staticClass().make());
 }
 

@@ -87,7 +87,7 @@ TEST_F(NSNotificationCenterAdditionsTests, ItsMainThreadHalfTakesWhatTheDictiona
   EXPECT_TRUE(heard->userInfo()->isEqual(userInfo));
 }
 
-// Shows: postNotificationOnMainThreadName_object_userInfo
+// Shows: postNotificationOnMainThreadName_object_userInfo, _threadedPostNotificationOnMainThreadName_object_userInfo
 TEST_F(NSNotificationCenterAdditionsDeathTest, AMissingCentreOrDictionaryEndsTheProcess) {
   EXPECT_DEATH(postNotificationOnMainThreadName_object_userInfo(nullptr, "n", nullptr, nullptr),
                "self != nil");

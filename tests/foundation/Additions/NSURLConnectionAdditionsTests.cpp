@@ -91,6 +91,23 @@ TEST_F(NSURLConnectionAdditionsTest, AnAsynchronousRequestCallsBackOnTheGlobalQu
 }
 
 // Shows: sendAsynchronousRequest_completionBlock
+TEST_F(NSURLConnectionAdditionsTest, AFailureOfAnAsynchronousRequestArrivesAsTheError) {
+  for (const auto& bad : {Ref<NSURLRequest>(), NSURLRequest::requestWithURL(nullptr)}) {
+    std::promise<Ref<NSError>> arrived;
+    sendAsynchronousRequest_completionBlock(
+        bad, [&](const Ref<NSData>& data, const Ref<NSURLResponse>& response,
+                 const Ref<NSError>& error) {
+          EXPECT_EQ(data, nullptr);
+          EXPECT_EQ(response, nullptr);
+          arrived.set_value(error);
+        });
+    const auto error = arrived.get_future().get();
+    EXPECT_EQ(error->domain(), NSURLErrorDomain);
+    EXPECT_EQ(error->code(), NSURLErrorBadURL);
+  }
+}
+
+// Shows: sendAsynchronousRequest_completionBlock
 TEST_F(NSURLConnectionAdditionsTest, ManyAsynchronousRequestsAllCallBackOnce) {
   DispatchGroup group;
   std::atomic<int> arrived{0};
