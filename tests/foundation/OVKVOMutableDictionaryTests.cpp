@@ -112,6 +112,22 @@ TEST(OVKVOMutableDictionaryMakingTests, EachObjectStandsUnderTheKeyAtItsPlace) {
   });
 }
 
+// Shows: count, objectForKey, keyEnumerator
+TEST(OVKVOMutableDictionaryMakingTests, WhatIsStoredIsCountedFoundAndEnumerated) {
+  const auto dictionary =
+      OVKVOMutableDictionary::initWithObjects_forKeys(NSArray::of(1), NSArray::of("a"));
+  EXPECT_EQ(dictionary->count(), 1U);
+  EXPECT_TRUE(dictionary->objectForKey("a")->isEqual(1));
+  EXPECT_EQ(dictionary->objectForKey("b"), nullptr);
+  dictionary->setObject_forKey(2, "b");
+  EXPECT_EQ(dictionary->count(), 2U);
+  EXPECT_TRUE(dictionary->objectForKey("b")->isEqual(2));
+  dictionary->removeObjectForKey("a");
+  EXPECT_EQ(dictionary->count(), 1U);
+  EXPECT_EQ(dictionary->objectForKey("a"), nullptr);
+  EXPECT_TRUE(dictionary->keyEnumerator()->allObjects()->isEqual(NSArray::of("b")));
+}
+
 // Shows: setObject_forKey, removeObjectForKey
 TEST(OVKVOMutableDictionaryDeathTests, AKeyThatIsNoStringEndsTheProcess) {
   const auto dictionary = OVKVOMutableDictionary::initWithObjects_forKeys(nullptr, nullptr);

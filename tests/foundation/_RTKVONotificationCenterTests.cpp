@@ -67,7 +67,7 @@ TEST_F(_RTKVONotificationCenterTests, TheDefaultCentreIsAlwaysTheSame) {
   EXPECT_NE(center_, center);
 }
 
-// Shows: addObserver_object_keyPath_selector_userInfo_options
+// Shows: addObserver_object_keyPath_selector_userInfo_options, removeObserver_object_keyPath_selector
 TEST_F(_RTKVONotificationCenterTests, AnOperationIsPerformedUntilItIsRemoved) {
   add(sel<&Observer::changed>(), "balance", 7);
   account_->setBalance(1);
@@ -92,6 +92,39 @@ TEST_F(_RTKVONotificationCenterTests, RegistrationsOfOneObserverDifferByKeyPathA
   EXPECT_EQ(observer_->calls, 1);
   remove(sel<&Observer::changedToo>());
   remove(sel<&Observer::changed>(), "name");
+  EXPECT_FALSE(account_->hasObservers());
+}
+
+// Shows: removeObserver_object_keyPath_selector
+TEST_F(_RTKVONotificationCenterTests, RegistrationsDifferByObserverAndObject) {
+  const auto otherObserver = make<Observer>();
+  const auto otherAccount = make<ObservedAccount>();
+  const auto balanceChanged = sel<&Observer::changed>();
+  center_->addObserver_object_keyPath_selector_userInfo_options(
+      otherObserver.get(), account_.get(), "balance", balanceChanged, nullptr, 0);
+  center_->addObserver_object_keyPath_selector_userInfo_options(
+      observer_.get(), otherAccount.get(), "balance", balanceChanged, nullptr, 0);
+  remove(balanceChanged);
+  account_->setBalance(1);
+  otherAccount->setBalance(1);
+  EXPECT_EQ(otherObserver->calls, 1);
+  EXPECT_EQ(observer_->calls, 1);
+  center_->removeObserver_object_keyPath_selector(otherObserver.get(), account_.get(), "balance",
+                                                  balanceChanged);
+  center_->removeObserver_object_keyPath_selector(observer_.get(), otherAccount.get(), "balance",
+                                                  balanceChanged);
+  EXPECT_FALSE(account_->hasObservers());
+  EXPECT_FALSE(otherAccount->hasObservers());
+}
+
+// Shows: init, removeObserver_object_keyPath_selector
+TEST_F(_RTKVONotificationCenterTests, ACentreKnowsOnlyItsOwnRegistrations) {
+  add(sel<&Observer::changed>());
+  _RTKVONotificationCenter::init()->removeObserver_object_keyPath_selector(
+      observer_.get(), account_.get(), "balance", sel<&Observer::changed>());
+  account_->setBalance(1);
+  EXPECT_EQ(observer_->calls, 1);
+  remove(sel<&Observer::changed>());
   EXPECT_FALSE(account_->hasObservers());
 }
 

@@ -3,6 +3,7 @@
 #include <KestovaPlatform/NSException.h>
 #include <gtest/gtest.h>
 
+#include "CountingObject.h"
 #include "ExceptionExpectation.h"
 #include "ObservedAccount.h"
 
@@ -12,6 +13,8 @@
 namespace kestova {
 namespace {
 
+using testing::counted;
+using testing::CountingObject;
 using testing::expectException;
 using testing::lineOf;
 using testing::ObservedAccount;
@@ -41,7 +44,7 @@ class _RTKVONotificationHelperTests : public ::testing::Test {
   const Ref<Observer> observer_ = make<Observer>();
 };
 
-// Shows: observeValueForKeyPath_ofObject_change_context
+// Shows: observeValueForKeyPath_ofObject_change_context, initWithObserver_object_keyPath_selector_userInfo_options
 TEST_F(_RTKVONotificationHelperTests, TheOperationGetsFourArguments) {
   const auto observing = helper("info");
   account_->setBalance(5);
@@ -87,6 +90,17 @@ TEST_F(_RTKVONotificationHelperTests, NeitherObserverNorObjectIsHeld) {
   EXPECT_EQ(account_->retainCount(), 1U);
   EXPECT_EQ(observer_->retainCount(), 1U);
   observing->deregister();
+}
+
+// Shows: initWithObserver_object_keyPath_selector_userInfo_options
+TEST_F(_RTKVONotificationHelperTests, TheUserInfoIsHeldAsLongAsTheHelperLives) {
+  const int before = CountingObject::alive();
+  auto observing = helper(counted(1));
+  EXPECT_EQ(CountingObject::alive(), before + 1);
+  observing->deregister();
+  EXPECT_EQ(CountingObject::alive(), before + 1);
+  observing = nullptr;
+  EXPECT_EQ(CountingObject::alive(), before);
 }
 
 // Shows: observeValueForKeyPath_ofObject_change_context, RTKVONotificationHelperMagicContext

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/Additions/NSObjectRTKVONotification.h>
+#include <KestovaFoundation/_RTKVONotificationCenter.h>
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSSet.h>
 #include <gtest/gtest.h>
@@ -65,6 +66,30 @@ TEST_F(NSObjectRTKVONotificationTests, SeveralKeyPathsAreObservedAndRemovedAtOnc
   removeObserver_forKeyPaths_selector(account_, observer_.get(), paths, kChanged);
   changeAll();
   EXPECT_EQ(observer_->takeTold(), Lines());
+  EXPECT_FALSE(account_->hasObservers());
+}
+
+// Shows: addObserver_forKeyPaths_options_selector_userInfo
+TEST_F(NSObjectRTKVONotificationTests, TheOptionsHoldForEachOfSeveral) {
+  const auto paths = NSArray::of("name", "balance");
+  addObserver_forKeyPaths_options_selector_userInfo(account_, observer_.get(), paths, 3, kChanged,
+                                                    "info");
+  changeAll();
+  EXPECT_EQ(observer_->takeTold(), (Lines{"name <null>>Ada info", "balance 0>1 info"}));
+  removeObserver_forKeyPaths_selector(account_, observer_.get(), paths, kChanged);
+}
+
+// Shows: addObserver_forKeyPath_selector_userInfo_options, removeObserver_forKeyPath_selector
+TEST_F(NSObjectRTKVONotificationTests, RegistrationsAreThoseOfTheDefaultCentre) {
+  const auto centre = _RTKVONotificationCenter::defaultCenter();
+  addObserver_forKeyPath_selector_userInfo_options(account_, observer_.get(), "balance", kChanged,
+                                                   "info", 0);
+  centre->removeObserver_object_keyPath_selector(observer_.get(), account_.get(), "balance",
+                                                 kChanged);
+  EXPECT_FALSE(account_->hasObservers());
+  centre->addObserver_object_keyPath_selector_userInfo_options(observer_.get(), account_.get(),
+                                                               "name", kChanged, "info", 0);
+  removeObserver_forKeyPath_selector(account_, observer_.get(), "name", kChanged);
   EXPECT_FALSE(account_->hasObservers());
 }
 
