@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "TemporaryFolder.h"
@@ -61,6 +62,13 @@ class ToolRun {
     }
   }
 
+  /// The same for the diagnostic stream.
+  void waitForErrors(const std::string& text) const {
+    while (files_.read("err").find(text) == std::string::npos && isRunning()) {
+      std::this_thread::yield();
+    }
+  }
+
   ToolResult wait() {
     while (readOutput()) {
     }
@@ -80,6 +88,12 @@ class ToolRun {
   }
 
  private:
+  bool isRunning() const {
+    siginfo_t ending{};
+    ::waitid(P_PID, static_cast<id_t>(process_), &ending, WEXITED | WNOHANG | WNOWAIT);
+    return ending.si_pid == 0;
+  }
+
   bool readOutput() {
     std::array<char, 65536> buffer{};
     const ssize_t n = ::read(outputEnd_, buffer.data(), buffer.size());

@@ -171,12 +171,14 @@ TEST_F(DefaultsCommandTests, WhatIsNoDictionaryIsNotImported) {
 }
 
 TEST_F(DefaultsCommandTests, WhatCannotBeWrittenIsAFailure) {
-  std::filesystem::create_symlink("elsewhere", place_.fileOf("org.example.A"));
+  const std::filesystem::path file = place_.fileOf("org.example.A");
+  std::filesystem::create_directories(file.parent_path());
+  std::filesystem::create_symlink("elsewhere", file);
   const ToolResult result = run({"write", "org.example.A", "key", "value"});
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_NE(result.errors.find("org.example.A.plist is a symbolic link\n"), std::string::npos);
   EXPECT_TRUE(result.errors.ends_with("kestova: org.example.A: could not be written\n"));
-  std::filesystem::remove(place_.fileOf("org.example.A"));
+  std::filesystem::remove(file);
 }
 
 TEST_F(DefaultsCommandTests, ChangesAreWatchedWithOldAndNewValueAndSender) {

@@ -171,7 +171,7 @@ TEST_F(WatchCommandTests, ACommandThatIsNotThereIsTold) {
                                         folder.at("no-such-command")});
   tool->waitForOutput("watching");
   folder.write("file", "1");
-  tool->waitForOutput("1 run\n");
+  tool->waitForErrors("\n");
   const ToolResult result = interrupt();
   EXPECT_EQ(result.exitStatus, 130);
   EXPECT_EQ(result.errors,
