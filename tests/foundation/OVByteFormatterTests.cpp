@@ -80,6 +80,12 @@ TEST(OVByteFormatterTests, ObjectsAreReadAsTheCountThatTheyAnswer) {
   EXPECT_EQ(text(std::numeric_limits<double>::infinity()), "17179869184 GB");
 }
 
+// Shows: stringForObjectValue
+TEST(OVByteFormatterTests, HalvesOfATenthAreRoundedToTheEvenOne) {
+  EXPECT_EQ(text(1280), here("1.2 KB"));
+  EXPECT_EQ(text(1792), here("1.8 KB"));
+}
+
 // Shows: setNumberFormat, numberFormat, init
 TEST(OVByteFormatterTests, ThePatternOfTheNumberCanBeSet) {
   const auto formatter = OVByteFormatter::init();

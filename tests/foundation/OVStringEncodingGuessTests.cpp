@@ -42,6 +42,33 @@ TEST(OVStringEncodingGuessTests, WithoutBytesTheGuessIsUTF8) {
   EXPECT_FALSE(guess.isSettled());
 }
 
+// Shows: encodingOfMark
+TEST(OVStringEncodingGuessTests, TheMarkTellsTheEncodingWithUTF16BeforeUTF32) {
+  const struct {
+    std::string bytes;
+    CFStringEncoding encoding;
+  } kRows[] = {
+      {"\xEF\xBB\xBFz", kCFStringEncodingUTF8},    {"\xFE\xFF", kCFStringEncodingUTF16BE},
+      {"\xFF\xFE", kCFStringEncodingUTF16LE},      {"\xFF\xFE\0\0"s, kCFStringEncodingUTF16LE},
+      {"\0\0\xFE\xFF"s, kCFStringEncodingUTF32BE}, {"\0\0\xFE"s, kCFStringEncodingInvalidId},
+      {"\xEF\xBB", kCFStringEncodingInvalidId},    {"A\0B\0"s, kCFStringEncodingInvalidId},
+      {"plain", kCFStringEncodingInvalidId},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(guessAfter(row.bytes).encodingOfMark(), row.encoding)
+        << ::testing::PrintToString(row.bytes);
+  }
+}
+
+// Shows: encoding
+TEST(OVStringEncodingGuessTests, WithoutAMarkTheGuessGoesByTrial) {
+  EXPECT_EQ(guessAfter("gr\xC3\xBCn").encoding(), kCFStringEncodingUTF8);
+  EXPECT_EQ(guessAfter("gr\xFCn").encoding(), kCFStringEncodingMacRoman);
+  EXPECT_EQ(guessAfter("A\0B\0"s).encoding(), kCFStringEncodingUTF16LE);
+  EXPECT_EQ(guessAfter("\0A\0B"s).encoding(), kCFStringEncodingUTF16BE);
+  EXPECT_EQ(guessAfter("A\0"s).encoding(), kCFStringEncodingUTF8);
+}
+
 // Shows: addBytes, encoding
 TEST(OVStringEncodingGuessTests, EveryCutOfATextGivesTheSameGuess) {
   for (const std::string& bytes :

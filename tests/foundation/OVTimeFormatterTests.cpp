@@ -131,6 +131,16 @@ TEST(OVTimeFormatterTests, ANewFormatterHasStyleZeroWithoutFractionsAndOptions) 
   EXPECT_EQ(formatter->options(), 0U);
 }
 
+// Shows: setTimeStyle, setShowsFractions, setOptions, timeStyle, showsFractions, options
+TEST(OVTimeFormatterTests, SettingsAreKept) {
+  const auto formatter = formatterWith({4, true, 3});
+  EXPECT_EQ(formatter->timeStyle(), 4U);
+  EXPECT_TRUE(formatter->showsFractions());
+  EXPECT_EQ(formatter->options(), 3U);
+  formatter->setShowsFractions(false);
+  EXPECT_FALSE(formatter->showsFractions());
+}
+
 // Shows: stringForObjectValue
 TEST(OVTimeFormatterTests, NullIsZeroAndWhatHasANumberIsFormatted) {
   const auto formatter = formatterWith({3});

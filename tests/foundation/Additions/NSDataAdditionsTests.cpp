@@ -158,6 +158,21 @@ TEST(NSDataSearchAdditionsTests, ARangePastTheEndThrowsWhereSomethingMightBeFoun
 }
 
 // Shows: OVRangeOfBytesInBytes, rangeOfBytes_length_range
+TEST(NSDataSearchAdditionsTests, PlainBytesAreFoundInPlainBytesAndInData) {
+  const auto data = dataOf("abcabcab");
+  const auto inBoth = [&](const char* pattern, NSUInteger length, NSRange range) {
+    const NSRange found = OVRangeOfBytesInBytes(data->bytes(), pattern, length, range);
+    EXPECT_EQ(rangeOfBytes_length_range(data, pattern, length, range), found);
+    return found;
+  };
+  EXPECT_EQ(inBoth("ca", 2, {0, 8}), NSMakeRange(2, 2));
+  EXPECT_EQ(inBoth("ca", 2, {3, 5}), NSMakeRange(5, 2));
+  EXPECT_EQ(inBoth("ca", 2, {2, 1}), kNowhere);
+  EXPECT_EQ(inBoth("cb", 2, {0, 8}), kNowhere);
+  EXPECT_EQ(inBoth("ca", 0, {0, 8}), kNowhere);
+}
+
+// Shows: OVRangeOfBytesInBytes, rangeOfBytes_length_range
 TEST(NSDataSearchAdditionsTests, PlainBytesAreSearchedInTheSameWay) {
   RandomRun random;
   for (int round = 0; round < 20000; ++round) {

@@ -71,6 +71,21 @@ TEST(NSMutableDataReplaceAdditionsTests, EqualLengthsReplaceEveryMatch) {
   EXPECT_EQ(replaced("AAAAAA", "AA", "AB"), "ABABAB 3");
 }
 
+// Shows: replaceOccurrencesOfBytes_length_withBytes_length_range
+TEST(NSMutableDataReplaceAdditionsTests, PlainBytesAreReplacedByPlainBytesOfAnyLength) {
+  const auto data = dataOf("ABxABx");
+  const auto replace = [&](const char* pattern, NSUInteger m, const char* bytes, NSUInteger r) {
+    return replaceOccurrencesOfBytes_length_withBytes_length_range(data, pattern, m, bytes, r,
+                                                                   {0, data->length()});
+  };
+  EXPECT_EQ(replace("AB", 2, "AC", 2), 2U);
+  EXPECT_EQ(textOf(data), "ACxACx");
+  EXPECT_EQ(replace("C", 1, "CC", 2), 2U);
+  EXPECT_EQ(textOf(data), "ACCxACCx");
+  EXPECT_EQ(replace("ACCxA", 5, "Z", 1), 1U);
+  EXPECT_EQ(textOf(data), "ZCCx");
+}
+
 // Shows: replaceOccurrencesOfData_withData_range
 TEST(NSMutableDataReplaceAdditionsTests, AShorterReplacementTakesASingleMatch) {
   EXPECT_EQ(replaced("ABx", "AB", "Z"), "Zx 1");

@@ -96,30 +96,48 @@ TEST(NSScannerAdditionsTests, APeekFindsWhatTheNextScanFinds) {
   });
 }
 
-// Shows: NSScannerAdditions
-TEST(NSScannerAdditionsTests, EachPeekDeliversItsOwnKindOfValue) {
-  const auto valueOf = [](const char* text, auto peek, auto value) {
-    EXPECT_TRUE(peek(scannerOf(text), &value)) << text;
-    return value;
-  };
-  EXPECT_EQ(valueOf("-7 ", peekInt, int{}), -7);
-  EXPECT_EQ(valueOf("-9223372036854775808", peekInteger, NSInteger{}), INT64_MIN);
-  using LongLong = long long;
-  EXPECT_EQ(valueOf("9223372036854775807", peekLongLong, LongLong{}), INT64_MAX);
-  EXPECT_EQ(valueOf("0xff", peekHexInt, 0U), 255U);
-  using UnsignedLongLong = unsigned long long;
-  EXPECT_EQ(valueOf("ffffffffffffffff", peekHexLongLong, UnsignedLongLong{}), UINT64_MAX);
-  EXPECT_EQ(valueOf("1.5", peekFloat, 0.F), 1.5F);
-  EXPECT_EQ(valueOf("-1e300", peekDouble, 0.), -1e300);
-  EXPECT_EQ(valueOf("0x1.8p1", peekHexFloat, 0.F), 3.F);
-  EXPECT_EQ(valueOf("0x1p-2", peekHexDouble, 0.), .25);
+/// What a peek delivers for a text that it reads.
+template <class Value>
+Value peekedIn(const char* text, bool (*peek)(const Ref<NSScanner>&, Value*)) {
+  const auto scanner = scannerOf(text);
+  Value value{};
+  EXPECT_TRUE(peek(scanner, &value)) << text;
+  EXPECT_EQ(scanner->scanLocation(), 0U);
+  return value;
+}
 
+// Shows: peekInt, peekInteger, peekLongLong, peekHexInt, peekHexLongLong
+TEST(NSScannerAdditionsTests, WholeNumbersAreDeliveredInTheSizeThatAPeekNames) {
+  EXPECT_EQ(peekedIn("-7 ", peekInt), -7);
+  EXPECT_EQ(peekedIn("-9223372036854775808", peekInteger), INT64_MIN);
+  EXPECT_EQ(peekedIn("9223372036854775807", peekLongLong), INT64_MAX);
+  EXPECT_EQ(peekedIn("0xff", peekHexInt), 255U);
+  EXPECT_EQ(peekedIn("ffffffffffffffff", peekHexLongLong), UINT64_MAX);
+}
+
+// Shows: peekFloat, peekDouble, peekHexFloat, peekHexDouble
+TEST(NSScannerAdditionsTests, FractionsAreDeliveredInThePrecisionThatAPeekNames) {
+  EXPECT_EQ(peekedIn("1.5", peekFloat), 1.5F);
+  EXPECT_EQ(peekedIn("-1e300", peekDouble), -1e300);
+  EXPECT_EQ(peekedIn("0x1.8p1", peekHexFloat), 3.F);
+  EXPECT_EQ(peekedIn("0x1p-2", peekHexDouble), .25);
+}
+
+// Shows: peekString_intoString, peekCharactersFromSet_intoString
+TEST(NSScannerAdditionsTests, TextThatMatchesIsDeliveredAsItStands) {
   const auto scanner = scannerOf("  abc;");
   Ref<NSString> text;
   EXPECT_TRUE(peekString_intoString(scanner, "AB", &text));
   EXPECT_EQ(text, "ab");
   EXPECT_TRUE(peekCharactersFromSet_intoString(scanner, setOf("abcd"), &text));
   EXPECT_EQ(text, "abc");
+  EXPECT_EQ(scanner->scanLocation(), 0U);
+}
+
+// Shows: peekUpToString_intoString, peekUpToCharactersFromSet_intoString
+TEST(NSScannerAdditionsTests, TextBeforeAMarkIsDelivered) {
+  const auto scanner = scannerOf("  abc;");
+  Ref<NSString> text;
   EXPECT_TRUE(peekUpToString_intoString(scanner, "c", &text));
   EXPECT_EQ(text, "ab");
   EXPECT_TRUE(peekUpToCharactersFromSet_intoString(scanner, setOf(";"), &text));

@@ -89,6 +89,16 @@ TEST(NSStringEditingTests, TheCharactersOfASetAreDeleted) {
   refusesNull([] { (void)stringByDeletingCharactersInSet("a", nullptr); });
 }
 
+// Shows: ov_stringByDeletingCharactersInSet, ov_stringByRemovingCharactersInSet
+TEST(NSStringEditingTests, DeletingHasTwoMoreNames) {
+  const auto set = NSCharacterSet::characterSetWithCharactersInString("bd");
+  forBothStorages(u"abcdb", [&](const Ref<NSString>& text) {
+    EXPECT_EQ(stringByDeletingCharactersInSet(text, set), "ac");
+    EXPECT_EQ(ov_stringByDeletingCharactersInSet(text, set), "ac");
+    EXPECT_EQ(ov_stringByRemovingCharactersInSet(text, set), "ac");
+  });
+}
+
 // Shows: stringByDeletingCharactersInSet
 TEST(NSStringEditingTests, DeletingAnswersAnImmutableString) {
   const auto set = NSCharacterSet::characterSetWithCharactersInString("b");

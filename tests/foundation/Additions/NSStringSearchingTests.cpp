@@ -220,6 +220,16 @@ TEST(NSStringSearchingTests, GroupsOfAPatternAreAnswered) {
 }
 
 // Shows: ov_matchedStringForRegex_groupAtIndex_options
+TEST(NSStringSearchingTests, OnlyTheFirstMatchOfAPatternCounts) {
+  forBothStorages(u"a1 b2", [](const Ref<NSString>& text) {
+    EXPECT_EQ(ov_matchedStringForRegex_groupAtIndex_options(text, "[a-z]([0-9])", 0, 0), "a1");
+    EXPECT_EQ(ov_matchedStringForRegex_groupAtIndex_options(text, "[a-z]([0-9])", 1, 0), "1");
+    EXPECT_EQ(ov_matchedStringForRegex_groupAtIndex_options(text, "[a-z](2|)", 1, 0), nullptr)
+        << "the first match's group is empty, the second one's is not looked at";
+  });
+}
+
+// Shows: ov_matchedStringForRegex_groupAtIndex_options
 TEST(NSStringSearchingTests, WhatIsNoPatternThrows) {
   for (const Ref<NSString>& pattern : {Ref<NSString>("(a"), Ref<NSString>("["), Ref<NSString>()}) {
     const auto exception = expectException(NSInvalidArgumentException, [&] {

@@ -362,8 +362,29 @@ TEST(NSStringWordLineCounterTests, ATabIsAsWideAsStatedWhereverItStands) {
     EXPECT_EQ(lineAndCharacterPositionAtIndex_withTabLength(text, 2, 4), NSMakeRange(1, 3));
     EXPECT_EQ(lineAndCharacterPositionAtIndex_withTabLength(text, 3, 0), NSMakeRange(1, 3));
     EXPECT_EQ(lineAndCharacterPositionAtIndex_withTabLength(text, 3, kHuge), NSMakeRange(1, 2));
+  });
+}
+
+// Shows: lineAndCharacterPositionAtIndex_withLineEnding
+TEST(NSStringWordLineCounterTests, WithoutATabLengthColumnsCountFrom0AndATabIsOne) {
+  forBothStorages(u"ab\tc", [](const Ref<NSString>& text) {
+    EXPECT_EQ(lineAndCharacterPositionAtIndex_withLineEnding(text, 0, OVLineEndingLF),
+              NSMakeRange(1, 0));
     EXPECT_EQ(lineAndCharacterPositionAtIndex_withLineEnding(text, 3, OVLineEndingLF),
               NSMakeRange(1, 3));
+  });
+}
+
+// Shows: lineAndCharacterPositionAtIndex_withTabLength_withLineEnding
+TEST(NSStringWordLineCounterTests, WithATabLengthAndAnEndingColumnsCountFrom1) {
+  forBothStorages(u"a\nb\tc", [](const Ref<NSString>& text) {
+    const auto position = [&](NSUInteger index, OVLineEnding ending) {
+      return lineAndCharacterPositionAtIndex_withTabLength_withLineEnding(text, index, 4, ending);
+    };
+    EXPECT_EQ(position(0, OVLineEndingLF), NSMakeRange(1, 1));
+    EXPECT_EQ(position(2, OVLineEndingLF), NSMakeRange(2, 1));
+    EXPECT_EQ(position(4, OVLineEndingLF), NSMakeRange(2, 6));
+    EXPECT_EQ(position(4, OVLineEndingCR), NSMakeRange(1, 8));
   });
 }
 
