@@ -13,7 +13,8 @@ namespace {
 
 using testing::SettableClock;
 
-TEST(OVCacheItemTests, BeginsNowAndUnused) {
+// Shows: cacheItemWithObject_key, creationTime, accessTime, object, key
+TEST(OVCacheItemTests, IsCreatedNowAndCountsAsNeverAccessed) {
   SettableClock clock(1000);
   const auto item = OVCacheItem::cacheItemWithObject_key("object", "key");
   clock.advance(5);
@@ -23,6 +24,7 @@ TEST(OVCacheItemTests, BeginsNowAndUnused) {
   EXPECT_TRUE(item->key()->isEqual("key"));
 }
 
+// Shows: setAccessTime, initWithObject_key, accessTime, creationTime, object
 TEST(OVCacheItemTests, OnlyItsAccessTimeChanges) {
   const auto item = OVCacheItem::initWithObject_key(nullptr, "key");
   EXPECT_EQ(item->object(), nullptr);
@@ -33,6 +35,7 @@ TEST(OVCacheItemTests, OnlyItsAccessTimeChanges) {
   EXPECT_EQ(item->creationTime(), created);
 }
 
+// Shows: initWithObject_key, object, key
 TEST(OVCacheItemTests, KeepsTheVerySameObjects) {
   const id object = NSMutableString::stringWithString("object");
   const id key = NSMutableString::stringWithString("key");
@@ -41,6 +44,7 @@ TEST(OVCacheItemTests, KeepsTheVerySameObjects) {
   EXPECT_EQ(item->key(), key);
 }
 
+// Shows: OVCacheItem
 TEST(OVCacheItemTests, TellsItsPropertiesInOrder) {
   std::string names;
   for (const Property& property : OVCacheItem::staticClass().properties()) {

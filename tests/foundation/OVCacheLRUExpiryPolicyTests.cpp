@@ -48,6 +48,7 @@ class OVCacheLRUExpiryPolicyTests : public ::testing::Test {
   Ref<RecordingCache> cache = make<RecordingCache>();
 };
 
+// Shows: preInsertExpireFrom
 TEST_F(OVCacheLRUExpiryPolicyTests, RemovesNothingBelowItsCount) {
   fill(cache, 2);
   keeping(3)->preInsertExpireFrom(cache);
@@ -55,6 +56,7 @@ TEST_F(OVCacheLRUExpiryPolicyTests, RemovesNothingBelowItsCount) {
   EXPECT_EQ(cache->removed, "");
 }
 
+// Shows: preInsertExpireFrom, lruExpiryPolicyWithFixedCount
 TEST_F(OVCacheLRUExpiryPolicyTests, RemovesTheLeastRecentlyAccessedAtItsCount) {
   fill(cache, 3);
   access(cache, 1);
@@ -62,6 +64,7 @@ TEST_F(OVCacheLRUExpiryPolicyTests, RemovesTheLeastRecentlyAccessedAtItsCount) {
   EXPECT_EQ(cache->removed, "2");
 }
 
+// Shows: preInsertExpireFrom
 TEST_F(OVCacheLRUExpiryPolicyTests, RemovesEverythingAboveItsCountTheOldestFirst) {
   for (const NSUInteger count : {0, 1, 2, 3}) {
     const auto full = make<RecordingCache>();
@@ -73,11 +76,13 @@ TEST_F(OVCacheLRUExpiryPolicyTests, RemovesEverythingAboveItsCountTheOldestFirst
   }
 }
 
+// Shows: preInsertExpireFrom
 TEST_F(OVCacheLRUExpiryPolicyTests, DoesNothingToAnEmptyCache) {
   keeping(0)->preInsertExpireFrom(cache);
   EXPECT_EQ(cache->removed, "");
 }
 
+// Shows: preInsertExpireFrom
 TEST_F(OVCacheLRUExpiryPolicyTests, AnItemWithoutAccessTimeIsTheFirstToGo) {
   fill(cache, 3);
   cache->cacheItemWithKey(2)->setAccessTime(NSDate::distantPast());
@@ -87,7 +92,8 @@ TEST_F(OVCacheLRUExpiryPolicyTests, AnItemWithoutAccessTimeIsTheFirstToGo) {
   EXPECT_EQ(cache->removed, "32");
 }
 
-TEST_F(OVCacheLRUExpiryPolicyTests, ServesSeveralCaches) {
+// Shows: OVCacheLRUExpiryPolicy, lruExpiryPolicyWithFixedCount
+TEST_F(OVCacheLRUExpiryPolicyTests, OnePolicyServesSeveralCaches) {
   const auto policy = keeping(1);
   const auto first = OVCache::cacheWithExpiryPolicy(policy);
   const auto second = OVCache::cacheWithExpiryPolicy(policy);
@@ -98,7 +104,8 @@ TEST_F(OVCacheLRUExpiryPolicyTests, ServesSeveralCaches) {
   EXPECT_NE(second->cacheItemWithKey("b"), nullptr);
 }
 
-TEST_F(OVCacheLRUExpiryPolicyTests, APlainCacheLosesTheSameAsOneThatWatches) {
+// Shows: preInsertExpireFrom
+TEST_F(OVCacheLRUExpiryPolicyTests, ACacheThatOverridesNothingLosesTheSameItems) {
   const auto plain = OVCache::cacheWithExpiryPolicy(nullptr);
   fill(plain, 5);
   access(plain, 1);
@@ -109,7 +116,8 @@ TEST_F(OVCacheLRUExpiryPolicyTests, APlainCacheLosesTheSameAsOneThatWatches) {
   EXPECT_EQ(plain->count(), 0U);
 }
 
-TEST_F(OVCacheLRUExpiryPolicyTests, ACacheListsItemsOnly) {
+// Shows: preInsertExpireFrom
+TEST_F(OVCacheLRUExpiryPolicyTests, ACacheThatListsAnythingButItemsEndsTheProcess) {
   class Confused final : public OVCache {
    public:
     Confused() : OVCache(nullptr, nullptr) {}

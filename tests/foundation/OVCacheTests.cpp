@@ -75,7 +75,8 @@ class OVCacheTests : public ::testing::Test {
   Ref<Generator> generator = make<Generator>();
 };
 
-TEST_F(OVCacheTests, AnEmptyOneHoldsNothing) {
+// Shows: description, count, objectForKey, cacheItemWithKey, cacheItems
+TEST_F(OVCacheTests, AnEmptyCacheHoldsNothingAndIsDescribedAsAnEmptyDictionary) {
   const auto cache = OVCache::cacheWithGenerator_expiryPolicy(nullptr, nullptr);
   EXPECT_EQ(cache->count(), 0U);
   EXPECT_EQ(cache->objectForKey("A"), nullptr);
@@ -84,6 +85,7 @@ TEST_F(OVCacheTests, AnEmptyOneHoldsNothing) {
   EXPECT_EQ(cache->description(), NSDictionary::dictionary()->description()->displayUTF8());
 }
 
+// Shows: setObject_forKey, objectForKey, count, cacheWithExpiryPolicy
 TEST_F(OVCacheTests, KeepsWhatIsSet) {
   const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
   set(cache, "A");
@@ -94,6 +96,7 @@ TEST_F(OVCacheTests, KeepsWhatIsSet) {
   EXPECT_TRUE(cache->objectForKey("B")->isEqual("another"));
 }
 
+// Shows: objectForKey, lruCacheWithFixedCount
 TEST_F(OVCacheTests, ReadingRefreshesNothingWithoutAGenerator) {
   const auto cache = OVCache::lruCacheWithFixedCount(3);
   set(cache, "A");
@@ -104,6 +107,7 @@ TEST_F(OVCacheTests, ReadingRefreshesNothingWithoutAGenerator) {
   EXPECT_EQ(keysIn(cache), "BCD");
 }
 
+// Shows: objectForKey, lruCacheWithGenerator_fixedCount
 TEST_F(OVCacheTests, ReadingRefreshesWithAGenerator) {
   const auto cache = OVCache::lruCacheWithGenerator_fixedCount(generator, 3);
   for (const char* key : {"A", "B", "C", "A", "D"}) {
@@ -113,6 +117,7 @@ TEST_F(OVCacheTests, ReadingRefreshesWithAGenerator) {
   EXPECT_EQ(generator->asked, "ABCD");
 }
 
+// Shows: setObject_forKey, lruCacheWithFixedCount
 TEST_F(OVCacheTests, SettingAKeyAgainRemovesTheOldestItemWhicheverItIs) {
   const auto cache = OVCache::lruCacheWithFixedCount(2);
   set(cache, "1");
@@ -126,6 +131,7 @@ TEST_F(OVCacheTests, SettingAKeyAgainRemovesTheOldestItemWhicheverItIs) {
   EXPECT_EQ(keysIn(other), "12");
 }
 
+// Shows: lruCacheWithFixedCount, lruCacheWithGenerator_fixedCount
 TEST_F(OVCacheTests, ACountOfZeroKeepsOneItem) {
   const auto cache = OVCache::lruCacheWithFixedCount(0);
   set(cache, "A");
@@ -138,6 +144,7 @@ TEST_F(OVCacheTests, ACountOfZeroKeepsOneItem) {
   EXPECT_EQ(keysIn(reading), "B");
 }
 
+// Shows: lruCacheWithFixedCount
 TEST_F(OVCacheTests, ACountOfOneKeepsTheLastItem) {
   const auto cache = OVCache::lruCacheWithFixedCount(1);
   for (const char* key : {"A", "B", "B", "C"}) {
@@ -146,6 +153,7 @@ TEST_F(OVCacheTests, ACountOfOneKeepsTheLastItem) {
   }
 }
 
+// Shows: lruCacheWithFixedCount, setObject_forKey
 TEST_F(OVCacheTests, OfItemsOfTheSameMomentTheFirstOneListedGoes) {
   const auto cache = OVCache::lruCacheWithFixedCount(3);
   for (const char* key : {"A", "B", "C"}) {
@@ -157,6 +165,7 @@ TEST_F(OVCacheTests, OfItemsOfTheSameMomentTheFirstOneListedGoes) {
   EXPECT_EQ(cache->count(), 3U);
 }
 
+// Shows: objectForKey, count, removeCacheItemWithKey, cacheWithGenerator_expiryPolicy
 TEST_F(OVCacheTests, NullIsGeneratedOnceAndCounts) {
   generator->answersNull = true;
   const auto cache = OVCache::cacheWithGenerator_expiryPolicy(generator, nullptr);
@@ -169,6 +178,7 @@ TEST_F(OVCacheTests, NullIsGeneratedOnceAndCounts) {
   EXPECT_EQ(generator->asked, "AA");
 }
 
+// Shows: setObject_forKey, objectForKey, count
 TEST_F(OVCacheTests, NullMayBeSet) {
   const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
   cache->setObject_forKey(nullptr, "A");
@@ -176,6 +186,7 @@ TEST_F(OVCacheTests, NullMayBeSet) {
   EXPECT_EQ(cache->count(), 1U);
 }
 
+// Shows: objectForKey, generateObjectForKey, cacheItemWithKey
 TEST_F(OVCacheTests, OnlyLookingUpIsAnAccess) {
   const auto cache = OVCache::cacheWithGenerator_expiryPolicy(generator, nullptr);
   const auto item = cache->generateObjectForKey("A");
@@ -191,6 +202,7 @@ TEST_F(OVCacheTests, OnlyLookingUpIsAnAccess) {
   EXPECT_EQ(generator->asked, "A");
 }
 
+// Shows: generateObjectForKey, lruCacheWithGenerator_fixedCount
 TEST_F(OVCacheTests, WhatWasOnlyGeneratedIsTheFirstToGo) {
   const auto cache = OVCache::lruCacheWithGenerator_fixedCount(generator, 2);
   (void)lookUp(cache, "A");
@@ -199,7 +211,8 @@ TEST_F(OVCacheTests, WhatWasOnlyGeneratedIsTheFirstToGo) {
   EXPECT_EQ(keysIn(cache), "AC");
 }
 
-TEST_F(OVCacheTests, WithoutAGeneratorNothingIsGenerated) {
+// Shows: generateObjectForKey, cacheItemWithKey
+TEST_F(OVCacheTests, GeneratingWithoutAGeneratorStoresNull) {
   const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
   const auto item = cache->generateObjectForKey("A");
   EXPECT_EQ(item->object(), nullptr);
@@ -207,6 +220,7 @@ TEST_F(OVCacheTests, WithoutAGeneratorNothingIsGenerated) {
   EXPECT_EQ(cache->cacheItemWithKey("A"), item);
 }
 
+// Shows: setObject_forKey
 TEST_F(OVCacheTests, SettingCountsAsAccessAtItsEnd) {
   const auto cache = OVCache::cacheWithExpiryPolicy(
       make<PolicyOf>([this](const Ref<OVCache>&) { clock.advance(10); }));
@@ -216,6 +230,7 @@ TEST_F(OVCacheTests, SettingCountsAsAccessAtItsEnd) {
   EXPECT_EQ(item->accessTime()->timeIntervalSinceReferenceDate(), 1010);
 }
 
+// Shows: preInsertExpireFrom, setObject_forKey, objectForKey, generateObjectForKey
 TEST_F(OVCacheTests, ThePolicyIsAskedBeforeEachItemThatComesIn) {
   std::string counts;
   const auto policy =
@@ -233,6 +248,7 @@ TEST_F(OVCacheTests, ThePolicyIsAskedBeforeEachItemThatComesIn) {
   EXPECT_EQ(counts, "01");
 }
 
+// Shows: preInsertExpireFrom, removeCacheItemWithKey, cacheItems
 TEST_F(OVCacheTests, APolicyMayRemoveWhatItWants) {
   const auto cache = OVCache::cacheWithExpiryPolicy(make<PolicyOf>([](const Ref<OVCache>& cache) {
     for (const id& item : cache->cacheItems()) {
@@ -244,6 +260,7 @@ TEST_F(OVCacheTests, APolicyMayRemoveWhatItWants) {
   EXPECT_EQ(keysIn(cache), "B");
 }
 
+// Shows: removeCacheItemWithKey, count
 TEST_F(OVCacheTests, RemovingWhatIsNotThereDoesNothing) {
   const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
   set(cache, "A");
@@ -253,14 +270,16 @@ TEST_F(OVCacheTests, RemovingWhatIsNotThereDoesNothing) {
   EXPECT_EQ(cache->count(), 0U);
 }
 
-TEST_F(OVCacheTests, FillingACacheThatGeneratesEndsTheProcess) {
+// Shows: setObject_forKey
+TEST_F(OVCacheTests, SettingInACacheWithAGeneratorEndsTheProcess) {
   const auto cache = OVCache::lruCacheWithGenerator_fixedCount(generator, 1);
   EXPECT_DEATH(cache->setObject_forKey("object", "A"),
                "Assertion failure in -\\[OVCache setObject:forKey:\\], OVCache:146: "
                "setObject:forKey: called on cache with generator");
 }
 
-TEST_F(OVCacheTests, ANullKeyIsRefused) {
+// Shows: setObject_forKey, removeCacheItemWithKey, objectForKey
+TEST_F(OVCacheTests, ANullKeyIsRefusedExceptForLookingUp) {
   const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
   expectException(NSInvalidArgumentException, [&] { cache->setObject_forKey("object", nullptr); });
   expectException(NSInvalidArgumentException, [&] { cache->removeCacheItemWithKey(nullptr); });
@@ -268,6 +287,7 @@ TEST_F(OVCacheTests, ANullKeyIsRefused) {
   EXPECT_EQ(cache->count(), 0U);
 }
 
+// Shows: setObject_forKey, objectForKey
 TEST_F(OVCacheTests, KeysAreCopiedAsThoseOfADictionary) {
   const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
   const auto key = NSMutableString::stringWithString("A");
@@ -277,6 +297,7 @@ TEST_F(OVCacheTests, KeysAreCopiedAsThoseOfADictionary) {
   EXPECT_EQ(cache->objectForKey("B"), nullptr);
 }
 
+// Shows: objectForKey, generateObjectForKey, cacheItemWithKey, removeCacheItemWithKey, cacheItems
 TEST_F(OVCacheTests, ASubclassSeesEveryStep) {
   class Watched final : public OVCache {
    public:
@@ -312,6 +333,7 @@ TEST_F(OVCacheTests, ASubclassSeesEveryStep) {
   EXPECT_EQ(cache->calls, "item ");
 }
 
+// Shows: generateObjectForKey, objectForKey
 TEST_F(OVCacheTests, AGeneratorMayUseTheCache) {
   class Halving final : public OVCacheGenerator {
    public:
@@ -329,6 +351,7 @@ TEST_F(OVCacheTests, AGeneratorMayUseTheCache) {
   EXPECT_EQ(cache->count(), 3U);
 }
 
+// Shows: description
 TEST_F(OVCacheTests, DescribesItsItemsByTheirKeys) {
   const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
   set(cache, "A");
@@ -337,7 +360,8 @@ TEST_F(OVCacheTests, DescribesItsItemsByTheirKeys) {
   EXPECT_TRUE(item->description()->hasPrefix("<OVCacheItem: 0x"));
 }
 
-TEST_F(OVCacheTests, KeepsAllAndLetsGoOfAll) {
+// Shows: OVCache
+TEST_F(OVCacheTests, KeepsKeysAndObjectsAndLetsGoOfThemWithItself) {
   const int before = CountingObject::alive();
   {
     const auto cache = OVCache::lruCacheWithFixedCount(2);
@@ -349,7 +373,8 @@ TEST_F(OVCacheTests, KeepsAllAndLetsGoOfAll) {
   EXPECT_EQ(CountingObject::alive(), before);
 }
 
-TEST(OVCacheRandomTests, HoldsWhatTheStepsSay) {
+// Shows: OVCache, objectForKey, setObject_forKey, generateObjectForKey
+TEST(OVCacheRandomTests, HoldsWhatAPlainModelHoldsAfterEachStep) {
   RandomRun random;
   for (const bool generates : {false, true}) {
     for (NSUInteger fixedCount = 0; fixedCount < 6; ++fixedCount) {

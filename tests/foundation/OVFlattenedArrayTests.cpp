@@ -41,6 +41,7 @@ class OVFlattenedArrayTests : public ::testing::Test {
   Ref<OVFlattenedArray> empty = OVFlattenedArray::initWithArrays(NSArray::array());
 };
 
+// Shows: objectAtIndex, count, initWithArrays
 TEST_F(OVFlattenedArrayTests, IsItsArraysOneAfterTheOther) {
   EXPECT_EQ(view->count(), 3U);
   EXPECT_TRUE(view->objectAtIndex(0)->isEqual("A"));
@@ -49,7 +50,8 @@ TEST_F(OVFlattenedArrayTests, IsItsArraysOneAfterTheOther) {
   EXPECT_TRUE(view->isEqualToArray(NSArray::of("A", "B", "C")));
 }
 
-TEST_F(OVFlattenedArrayTests, KnowsItsArrays) {
+// Shows: arrayAtIndex, countInArrayAtIndex, arrayCount
+TEST_F(OVFlattenedArrayTests, TellsItsArraysAndTheirCounts) {
   EXPECT_EQ(view->arrayCount(), 3U);
   EXPECT_EQ(view->countInArrayAtIndex(0), 2U);
   EXPECT_EQ(view->countInArrayAtIndex(1), 0U);
@@ -59,6 +61,7 @@ TEST_F(OVFlattenedArrayTests, KnowsItsArrays) {
   expectException(NSRangeException, [&] { (void)view->countInArrayAtIndex(3); });
 }
 
+// Shows: getObjectIndex_arrayIndex_forObjectAtFlattenedIndex
 TEST_F(OVFlattenedArrayTests, ConvertsIndexesBothWays) {
   EXPECT_EQ(view->arrayIndexForObjectAtFlattenedIndex(2), 2U);
   const Indexes second = indexesFor(view, 1);
@@ -67,6 +70,7 @@ TEST_F(OVFlattenedArrayTests, ConvertsIndexesBothWays) {
   EXPECT_EQ(view->flattenedIndexForObjectAtIndex_inArrayAtIndex(0, 2), 2U);
 }
 
+// Shows: objectAtIndex, arrayIndexForObjectAtFlattenedIndex
 TEST_F(OVFlattenedArrayTests, AnIndexPastTheEndIsAnInvalidArgument) {
   constexpr auto kReason = "Index 3 is out of bounds (0-3)";
   expectReason(kReason, [&] { (void)view->objectAtIndex(3); });
@@ -76,6 +80,7 @@ TEST_F(OVFlattenedArrayTests, AnIndexPastTheEndIsAnInvalidArgument) {
                [&] { (void)view->objectAtIndex(~NSUInteger{0}); });
 }
 
+// Shows: flattenedIndexForObjectAtIndex_inArrayAtIndex
 TEST_F(OVFlattenedArrayTests, AnIndexOfNoObjectOrNoArrayIsAnInvalidArgument) {
   expectReason("Object index 0 in subarray 1 is out of bounds (0-0)",
                [&] { (void)view->flattenedIndexForObjectAtIndex_inArrayAtIndex(0, 1); });
@@ -85,6 +90,7 @@ TEST_F(OVFlattenedArrayTests, AnIndexOfNoObjectOrNoArrayIsAnInvalidArgument) {
                [&] { (void)view->flattenedIndexForObjectAtIndex_inArrayAtIndex(0, 3); });
 }
 
+// Shows: initWithArrays, count, arrayCount, objectAtIndex
 TEST_F(OVFlattenedArrayTests, AViewOfNoArraysHasNothing) {
   EXPECT_EQ(empty->count(), 0U);
   EXPECT_EQ(empty->arrayCount(), 0U);
@@ -97,6 +103,7 @@ TEST_F(OVFlattenedArrayTests, AViewOfNoArraysHasNothing) {
                [&] { (void)empty->flattenedIndexForObjectAtIndex_inArrayAtIndex(0, 0); });
 }
 
+// Shows: initWithArrays, arrayAtIndex, count
 TEST_F(OVFlattenedArrayTests, CopiesTheListAndSharesTheArrays) {
   const auto inner = NSMutableArray::of(1, 2);
   const auto list = NSMutableArray::of(inner);
@@ -106,7 +113,8 @@ TEST_F(OVFlattenedArrayTests, CopiesTheListAndSharesTheArrays) {
   EXPECT_EQ(shared->arrayAtIndex(0), inner);
 }
 
-TEST_F(OVFlattenedArrayTests, ItsCountIsToldOnce) {
+// Shows: count, objectAtIndex, arrayIndexForObjectAtFlattenedIndex
+TEST_F(OVFlattenedArrayTests, ItsCountIsFixedWhenItIsMade) {
   const auto inner = NSMutableArray::of(1, 2);
   const auto shared = OVFlattenedArray::initWithArrays(NSArray::of(inner));
   inner->addObject(3);
@@ -120,11 +128,13 @@ TEST_F(OVFlattenedArrayTests, ItsCountIsToldOnce) {
                [&] { (void)shared->arrayIndexForObjectAtFlattenedIndex(0); });
 }
 
+// Shows: initWithArrays
 TEST_F(OVFlattenedArrayTests, TakesArraysOnly) {
   expectException(NSInvalidArgumentException,
                   [] { (void)OVFlattenedArray::initWithArrays(NSArray::of(NSArray::of(1), "A")); });
 }
 
+// Shows: getObjectIndex_arrayIndex_forObjectAtFlattenedIndex
 TEST_F(OVFlattenedArrayTests, BothPlacesMustBeGiven) {
   NSUInteger index = 0;
   EXPECT_DEATH(view->getObjectIndex_arrayIndex_forObjectAtFlattenedIndex(&index, nullptr, 0),
@@ -133,11 +143,13 @@ TEST_F(OVFlattenedArrayTests, BothPlacesMustBeGiven) {
                "objectIndex != NULL");
 }
 
+// Shows: initWithArrays, objectAtIndex
 TEST_F(OVFlattenedArrayTests, FlattensViewsOfViews) {
   const auto outer = OVFlattenedArray::initWithArrays(NSArray::of(view, empty, view));
   EXPECT_TRUE(outer->isEqualToArray(NSArray::of("A", "B", "C", "A", "B", "C")));
 }
 
+// Shows: flattenedIndexForObjectAtIndex_inArrayAtIndex, arrayIndexForObjectAtFlattenedIndex
 TEST_F(OVFlattenedArrayTests, EveryIndexConvertsAndComesBack) {
   RandomRun random;
   for (int round = 0; round < 200; ++round) {

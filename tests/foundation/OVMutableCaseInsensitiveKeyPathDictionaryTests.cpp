@@ -18,6 +18,7 @@ class OVMutableCaseInsensitiveKeyPathDictionaryTests : public ::testing::Test {
       OVMutableCaseInsensitiveKeyPathDictionary::init();
 };
 
+// Shows: objectForKeys, setObject_forKeys, allKeys
 TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, OnlyTheFirstKeyMatchesInAnyCase) {
   dictionary->setObject_forKeys(1, "Editor", "Font", "Size");
   EXPECT_TRUE(dictionary->objectForKeys("EDITOR", "Font", "Size")->isEqual(1));
@@ -26,18 +27,21 @@ TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, OnlyTheFirstKeyMatchesInA
   EXPECT_TRUE(dictionary->allKeys()->isEqualToArray(NSArray::of("editor")));
 }
 
-TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, OnlyTheTopLevelIsOfAnotherClass) {
+// Shows: setup, init, objectForKeys
+TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, OnlyTheTopLevelIsACaseInsensitiveOne) {
   dictionary->setObject_forKeys(1, "a", "b");
   EXPECT_NE(cast<OVMutableCaseInsensitiveStringDictionary>(dictionary->objectForKeys()), nullptr);
   EXPECT_NE(cast<NSMutableDictionary>(dictionary->objectForKeys("A")), nullptr);
 }
 
+// Shows: setObject_forKeys
 TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, StoringInAnotherCaseUsesTheSameLevel) {
   dictionary->setObject_forKeys(1, "Editor", "a");
   dictionary->setObject_forKeys(2, "EDITOR", "b");
   EXPECT_TRUE(dictionary->objectForKeys("editor")->isEqual(NSDictionary::of({{"a", 1}, {"b", 2}})));
 }
 
+// Shows: setObject_forKeys, objectForKeys, removeObjectForKeys, allKeys
 TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, TheTopLevelKeepsStaleSpellings) {
   dictionary->setObject_forKeys(1, "Foo");
   dictionary->setObject_forKeys(2, "Foo");
@@ -48,12 +52,14 @@ TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, TheTopLevelKeepsStaleSpel
   EXPECT_TRUE(dictionary->objectForKeys("Foo")->isEqual(2));
 }
 
+// Shows: removeObjectForKeys, allKeys
 TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, RemovingMakesTheLevelsOnTheWay) {
   dictionary->removeObjectForKeys("P", "q");
   EXPECT_TRUE(dictionary->allKeys()->isEqualToArray(NSArray::of("p")));
   EXPECT_TRUE(dictionary->objectForKeys("p")->isEqual(NSDictionary::dictionary()));
 }
 
+// Shows: setObject_forKeys, objectForKeys, removeObjectForKeys
 TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, TheFirstKeyMustBeAString) {
   expectException(NSInvalidArgumentException, [&] { dictionary->setObject_forKeys(1, 2); });
   expectException(NSInvalidArgumentException, [&] { (void)dictionary->objectForKeys(2); });
@@ -62,11 +68,13 @@ TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, TheFirstKeyMustBeAString)
   EXPECT_TRUE(dictionary->objectForKeys("A", 2)->isEqual(1));
 }
 
+// Shows: setObject_forKeys
 TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, NullIsRefused) {
   expectException(NSInvalidArgumentException, [&] { dictionary->setObject_forKeys(nullptr, "a"); });
   EXPECT_EQ(dictionary->objectForKeys("a"), nullptr);
 }
 
+// Shows: OVMutableCaseInsensitiveKeyPathDictionary
 TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, IsMadeByItsName) {
   const auto made = cast<OVMutableKeyPathDictionary>(
       NSClassFromString("OVMutableCaseInsensitiveKeyPathDictionary")->make());

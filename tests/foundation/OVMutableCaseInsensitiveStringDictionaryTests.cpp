@@ -43,6 +43,7 @@ class OVMutableCaseInsensitiveStringDictionaryTests : public ::testing::Test {
       OVMutableCaseInsensitiveStringDictionary::init();
 };
 
+// Shows: init, objectForKey, allKeys, allValues, removeObjectForKey, removeAllObjects
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnEmptyOneHasNothing) {
   EXPECT_EQ(at("foo"), "(null)");
   EXPECT_EQ(keys(), "");
@@ -51,6 +52,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnEmptyOneHasNothing) {
   dictionary->removeAllObjects();
 }
 
+// Shows: objectForKey, allKeys, allValues
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, FindsAKeyInAnyCase) {
   dictionary->setObject_forKey("A", "Foo");
   EXPECT_EQ(at("Foo"), "A");
@@ -60,6 +62,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, FindsAKeyInAnyCase) {
   EXPECT_EQ(values(), "A");
 }
 
+// Shows: objectForKey, removeObjectForKey
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AskingRemembersTheSpelling) {
   dictionary->setObject_forKey("A", "foo");
   EXPECT_EQ(at("FOO"), "A");
@@ -68,6 +71,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AskingRemembersTheSpelling
   EXPECT_EQ(at("Foo"), "(null)");
 }
 
+// Shows: setObject_forKey, objectForKey, allValues
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, TheLowercaseFormKeepsTheFirstObject) {
   dictionary->setObject_forKey("A", "Foo");
   dictionary->setObject_forKey("B", "Foo");
@@ -81,8 +85,8 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, TheLowercaseFormKeepsTheFi
   EXPECT_EQ(at("fOO"), "A");  // never seen before
 }
 
-TEST_F(OVMutableCaseInsensitiveStringDictionaryTests,
-       ReplacingReachesEverySpellingOnceTheLowercaseFormWasSet) {
+// Shows: setObject_forKey, objectForKey, allValues
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, ReplacingReachesAllAfterTheLowercaseWasSet) {
   dictionary->setObject_forKey("A", "foo");
   EXPECT_EQ(at("FOO"), "A");
   EXPECT_EQ(at("Foo"), "A");
@@ -93,8 +97,8 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests,
   EXPECT_EQ(values(), "B");
 }
 
-TEST_F(OVMutableCaseInsensitiveStringDictionaryTests,
-       ASpellingThatWasNeverSeenReplacesTheLowerOne) {
+// Shows: setObject_forKey, objectForKey, allKeys
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, ANewSpellingReplacesTheLowercaseForm) {
   dictionary->setObject_forKey("A", "Foo");
   dictionary->setObject_forKey("B", "FOO");
   EXPECT_EQ(at("FOO"), "B");
@@ -103,6 +107,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests,
   EXPECT_EQ(keys(), "foo");
 }
 
+// Shows: removeObjectForKey, objectForKey, setObject_forKey, allKeys, allValues
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, RemovingLeavesTheRememberedSpellings) {
   dictionary->setObject_forKey("A", "Foo");
   dictionary->removeObjectForKey("Foo");
@@ -120,6 +125,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, RemovingLeavesTheRemembere
   EXPECT_EQ(at("Foo"), "A");
 }
 
+// Shows: removeObjectForKey
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnySpellingRemovesTheEntry) {
   dictionary->setObject_forKey("A", "foo");
   dictionary->removeObjectForKey("FOO");
@@ -130,6 +136,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnySpellingRemovesTheEntry
   EXPECT_EQ(keys(), "foo");
 }
 
+// Shows: setObject_forKey
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, TheVerySameObjectAgainChangesNothing) {
   const id first = counted(1);
   dictionary->setObject_forKey(first, "Foo");
@@ -139,7 +146,8 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, TheVerySameObjectAgainChan
   EXPECT_EQ(dictionary->objectForKey("foo"), first);
 }
 
-TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnEqualObjectIsAnotherOne) {
+// Shows: setObject_forKey
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnEqualObjectReplacesTheOneThatWasThere) {
   const id first = counted(1);
   const id second = counted(1);
   dictionary->setObject_forKey(first, "foo");
@@ -147,6 +155,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnEqualObjectIsAnotherOne)
   EXPECT_EQ(dictionary->objectForKey("foo"), second);
 }
 
+// Shows: removeAllObjects
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, RemovingAllForgetsTheSpellingsToo) {
   dictionary->setObject_forKey("A", "Foo");
   dictionary->setObject_forKey("B", "Bar");
@@ -158,6 +167,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, RemovingAllForgetsTheSpell
   EXPECT_EQ(at("foo"), "C");
 }
 
+// Shows: setObject_forKey, objectForKey, removeObjectForKey
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, NullIsRefusedAndChangesNothing) {
   dictionary->setObject_forKey("A", "Foo");
   expectException(NSInvalidArgumentException,
@@ -174,6 +184,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, NullIsRefusedAndChangesNot
                   [&] { dictionary->setObject_forKey(nullptr, "Foo"); });
 }
 
+// Shows: setObject_forKey
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, NoExceptionKeepsTheLock) {
   expectException(NSInvalidArgumentException,
                   [&] { dictionary->setObject_forKey(nullptr, "Foo"); });
@@ -181,6 +192,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, NoExceptionKeepsTheLock) {
   EXPECT_EQ(at("foo"), "A");
 }
 
+// Shows: objectForKey, allKeys
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, CaseIsThatOfUnicodeInNoLanguage) {
   dictionary->setObject_forKey("A", "ÄÖÜ");
   EXPECT_EQ(at("äöü"), "A");
@@ -191,6 +203,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, CaseIsThatOfUnicodeInNoLan
   EXPECT_EQ(at("STRASSE"), "(null)");
 }
 
+// Shows: setObject_forKey
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, KeysAreCopied) {
   const auto key = NSMutableString::stringWithString("Foo");
   dictionary->setObject_forKey("A", key);
@@ -201,6 +214,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, KeysAreCopied) {
   EXPECT_EQ(at("Foo"), "B");
 }
 
+// Shows: allValues, allKeys
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, ValuesComeInTheOrderOfTheKeys) {
   for (const char* key : {"One", "two", "THREE"}) {
     dictionary->setObject_forKey(key, key);
@@ -225,7 +239,8 @@ class Emptying final : public NSObject {
   OVMutableCaseInsensitiveStringDictionary& dictionary_;
 };
 
-TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, WhatGoesMayUseTheDictionary) {
+// Shows: setObject_forKey, removeObjectForKey, removeAllObjects
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnObjectThatGoesMayUseTheDictionary) {
   const auto expectEmptied = [&](auto&& change) {
     dictionary->setObject_forKey(make<Emptying>(*dictionary), "foo");
     change();
@@ -243,7 +258,8 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, WhatGoesMayUseTheDictionar
   expectEmptied([&] { dictionary->removeAllObjects(); });
 }
 
-TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, WhatGoesMayWaitForAnotherThreadsUseOfIt) {
+// Shows: setObject_forKey, removeObjectForKey, removeAllObjects
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, AnObjectThatGoesMayWaitForAnotherThread) {
   class Waiting final : public NSObject {
    public:
     explicit Waiting(OVMutableCaseInsensitiveStringDictionary& dictionary)
@@ -267,6 +283,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, WhatGoesMayWaitForAnotherT
   EXPECT_EQ(keys(), "");
 }
 
+// Shows: OVMutableCaseInsensitiveStringDictionary
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, IsSharedByThreads) {
   std::latch begin(4);
   std::vector<std::thread> threads;
@@ -290,6 +307,7 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, IsSharedByThreads) {
   EXPECT_LE(dictionary->allKeys()->count(), 10U);
 }
 
+// Shows: OVMutableCaseInsensitiveStringDictionary
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, LetsGoOfEverything) {
   const int before = CountingObject::alive();
   dictionary->setObject_forKey(counted(1), "Foo");
@@ -299,12 +317,14 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, LetsGoOfEverything) {
   EXPECT_EQ(CountingObject::alive(), before);
 }
 
+// Shows: OVMutableCaseInsensitiveStringDictionary
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, IsMadeByItsName) {
   const auto* described = NSClassFromString("OVMutableCaseInsensitiveStringDictionary");
   EXPECT_NE(cast<OVMutableCaseInsensitiveStringDictionary>(described->make()), nullptr);
 }
 
-TEST(OVMutableCaseInsensitiveStringDictionaryRandomTests, HoldsWhatTheStepsSay) {
+// Shows: OVMutableCaseInsensitiveStringDictionary
+TEST(OVMutableCaseInsensitiveStringDictionaryRandomTests, HoldsWhatAPlainModelHoldsAfterEachStep) {
   RandomRun random;
   for (int round = 0; round < 50; ++round) {
     StringDictionaryRun run;

@@ -29,6 +29,7 @@ class OVMutableKeyPathDictionaryTests : public ::testing::Test {
   Ref<OVMutableKeyPathDictionary> dictionary = OVMutableKeyPathDictionary::init();
 };
 
+// Shows: setObject_forKeyPath, objectForKeyPath, objectForKeys, allKeys
 TEST_F(OVMutableKeyPathDictionaryTests, StoringMakesTheLevelsOnTheWay) {
   dictionary->setObject_forKeyPath(1, NSArray::of("a", "b", "c"));
   const auto inner = NSDictionary::of({{"c", 1}});
@@ -39,12 +40,14 @@ TEST_F(OVMutableKeyPathDictionaryTests, StoringMakesTheLevelsOnTheWay) {
   EXPECT_TRUE(dictionary->allKeys()->isEqualToArray(NSArray::of("a")));
 }
 
+// Shows: objectForKeyPath, objectForKeys
 TEST_F(OVMutableKeyPathDictionaryTests, WhatIsMissingOnTheWayIsNull) {
   dictionary->setObject_forKeys(1, "a", "b", "c");
   EXPECT_EQ(dictionary->objectForKeyPath(NSArray::of("a", "x", "c")), nullptr);
   EXPECT_EQ(dictionary->objectForKeys("x", "y", "z"), nullptr);
 }
 
+// Shows: objectForKeyPath, objectForKeys
 TEST_F(OVMutableKeyPathDictionaryTests, AnEmptyPathIsTheTopLevel) {
   dictionary->setObject_forKeys(1, "a");
   const id top = dictionary->objectForKeyPath(NSArray::array());
@@ -54,6 +57,7 @@ TEST_F(OVMutableKeyPathDictionaryTests, AnEmptyPathIsTheTopLevel) {
   EXPECT_EQ(dictionary->objectForKeys(nullptr), top);
 }
 
+// Shows: setObject_forKeyPath, removeObjectForKeyPath
 TEST_F(OVMutableKeyPathDictionaryTests, AnEmptyPathStoresAndRemovesNothing) {
   dictionary->setObject_forKeys(1, "a");
   dictionary->setObject_forKeyPath(2, NSArray::array());
@@ -63,6 +67,7 @@ TEST_F(OVMutableKeyPathDictionaryTests, AnEmptyPathStoresAndRemovesNothing) {
   EXPECT_TRUE(tree()->isEqual(NSDictionary::of({{"a", 1}})));
 }
 
+// Shows: setObject_forKeys
 TEST_F(OVMutableKeyPathDictionaryTests, StoringReplacesAValueOrAWholeLevel) {
   dictionary->setObject_forKeys(1, "a", "b");
   dictionary->setObject_forKeys(2, "a", "b");
@@ -71,11 +76,13 @@ TEST_F(OVMutableKeyPathDictionaryTests, StoringReplacesAValueOrAWholeLevel) {
   EXPECT_TRUE(tree()->isEqual(NSDictionary::of({{"a", 3}})));
 }
 
+// Shows: removeObjectForKeys
 TEST_F(OVMutableKeyPathDictionaryTests, RemovingMakesTheLevelsOnTheWayToo) {
   dictionary->removeObjectForKeys("p", "q");
   EXPECT_TRUE(tree()->isEqual(NSDictionary::of({{"p", NSDictionary::dictionary()}})));
 }
 
+// Shows: removeObjectForKeyPath, removeObjectForKeys, allKeys
 TEST_F(OVMutableKeyPathDictionaryTests, RemovingLeavesEmptyLevels) {
   dictionary->setObject_forKeys(1, "a", "b");
   dictionary->removeObjectForKeyPath(NSArray::of("a", "b"));
@@ -84,6 +91,7 @@ TEST_F(OVMutableKeyPathDictionaryTests, RemovingLeavesEmptyLevels) {
   EXPECT_EQ(dictionary->allKeys()->count(), 0U);
 }
 
+// Shows: setObject_forKeys, objectForKeys, removeObjectForKeys
 TEST_F(OVMutableKeyPathDictionaryTests, ANullKeyEndsTheList) {
   dictionary->setObject_forKeys(1, "a", nullptr, "b");
   EXPECT_TRUE(tree()->isEqual(NSDictionary::of({{"a", 1}})));
@@ -92,6 +100,7 @@ TEST_F(OVMutableKeyPathDictionaryTests, ANullKeyEndsTheList) {
   EXPECT_EQ(dictionary->allKeys()->count(), 0U);
 }
 
+// Shows: setObject_forKeys, removeObjectForKeys
 TEST_F(OVMutableKeyPathDictionaryTests, StoringAndRemovingNeedAKey) {
   EXPECT_DEATH(dictionary->setObject_forKeys(1), "at least one key");
   EXPECT_DEATH(dictionary->setObject_forKeys(1, nullptr, "a"), "at least one key");
@@ -99,6 +108,7 @@ TEST_F(OVMutableKeyPathDictionaryTests, StoringAndRemovingNeedAKey) {
   EXPECT_DEATH(dictionary->removeObjectForKeys(nullptr), "at least one key");
 }
 
+// Shows: setObject_forKeys
 TEST_F(OVMutableKeyPathDictionaryTests, NullIsRefusedAndWhatWasMadeOnTheWayStays) {
   dictionary->setObject_forKeys(1, "a", "b");
   expectException(NSInvalidArgumentException,
@@ -109,6 +119,7 @@ TEST_F(OVMutableKeyPathDictionaryTests, NullIsRefusedAndWhatWasMadeOnTheWayStays
   EXPECT_TRUE(dictionary->objectForKeys("x")->isEqual(NSDictionary::dictionary()));
 }
 
+// Shows: objectForKeys, setObject_forKeys, removeObjectForKeys
 TEST_F(OVMutableKeyPathDictionaryTests, APathThroughWhatIsNoDictionaryIsRefused) {
   dictionary->setObject_forKeys("text", "a");
   expectException(NSInvalidArgumentException, [&] { (void)dictionary->objectForKeys("a", "b"); });
@@ -119,6 +130,7 @@ TEST_F(OVMutableKeyPathDictionaryTests, APathThroughWhatIsNoDictionaryIsRefused)
   EXPECT_TRUE(tree()->isEqual(NSDictionary::of({{"a", "text"}})));
 }
 
+// Shows: setObject_forKeys, objectForKeys, removeObjectForKeys
 TEST_F(OVMutableKeyPathDictionaryTests, AStoredDictionaryIsALevel) {
   dictionary->setObject_forKeys(NSDictionary::of({{"b", 1}}), "a");
   EXPECT_TRUE(dictionary->objectForKeys("a", "b")->isEqual(1));
@@ -132,11 +144,13 @@ TEST_F(OVMutableKeyPathDictionaryTests, AStoredDictionaryIsALevel) {
   EXPECT_EQ(anyCase->allKeys()->count(), 0U);
 }
 
+// Shows: setObject_forKeys, objectForKeys
 TEST_F(OVMutableKeyPathDictionaryTests, KeysMayBeAnyObjects) {
   dictionary->setObject_forKeys("one", 1, NSMakeRange(2, 3));
   EXPECT_TRUE(dictionary->objectForKeys(1, NSMakeRange(2, 3))->isEqual("one"));
 }
 
+// Shows: setup
 TEST_F(OVMutableKeyPathDictionaryTests, ASubclassChoosesItsTopLevel) {
   class Preset final : public OVMutableKeyPathDictionary {
    public:
@@ -151,6 +165,7 @@ TEST_F(OVMutableKeyPathDictionaryTests, ASubclassChoosesItsTopLevel) {
   EXPECT_TRUE(Preset::init()->objectForKeys("class")->isEqual("NSMutableDictionary"));
 }
 
+// Shows: setObject_forKeyPath, objectForKeyPath
 TEST_F(OVMutableKeyPathDictionaryTests, APathMayBeOfAnyLength) {
   const int before = CountingObject::alive();
   const std::vector<id> keys(100'000, "key");
@@ -161,6 +176,7 @@ TEST_F(OVMutableKeyPathDictionaryTests, APathMayBeOfAnyLength) {
   EXPECT_EQ(CountingObject::alive(), before);
 }
 
+// Shows: OVMutableKeyPathDictionary
 TEST_F(OVMutableKeyPathDictionaryTests, IsMadeByItsName) {
   const auto made =
       cast<OVMutableKeyPathDictionary>(NSClassFromString("OVMutableKeyPathDictionary")->make());
@@ -168,7 +184,8 @@ TEST_F(OVMutableKeyPathDictionaryTests, IsMadeByItsName) {
   EXPECT_TRUE(made->objectForKeys()->isEqual(NSDictionary::dictionary()));
 }
 
-TEST(OVMutableKeyPathDictionaryRandomTests, HoldsWhatTheStepsSay) {
+// Shows: OVMutableKeyPathDictionary
+TEST(OVMutableKeyPathDictionaryRandomTests, HoldsWhatAPlainModelHoldsAfterEachStep) {
   RandomRun random;
   for (int round = 0; round < 50; ++round) {
     KeyPathRun run;

@@ -40,12 +40,14 @@ class Telltale final : public NSObject {
   NSUInteger hash() const override { return 1; }
 };
 
-TEST(OVThreadSafeMutableSetTests, IsMadeByItsClass) {
+// Shows: OVThreadSafeMutableSet
+TEST(OVThreadSafeMutableSetTests, IsAMutableSetMadeByItsClass) {
   const id made = OVThreadSafeMutableSet::staticClass().make();
   EXPECT_TRUE(cast<OVThreadSafeMutableSet>(made));
   EXPECT_TRUE(made->isKindOfClass(NSMutableSet::staticClass()));
 }
 
+// Shows: objectEnumerator
 TEST(OVThreadSafeMutableSetTests, AnEnumeratorGoesOnWithItsSnapshot) {
   const auto set = setOfNumbersBelow(100);
   const auto enumerator = set->objectEnumerator();
@@ -66,6 +68,7 @@ TEST(OVThreadSafeMutableSetTests, AnEnumeratorGoesOnWithItsSnapshot) {
   EXPECT_EQ(set->count(), 4U);
 }
 
+// Shows: allObjects
 TEST(OVThreadSafeMutableSetTests, AllObjectsIsACopyOfOneMoment) {
   const auto set = setOfNumbersBelow(2);
   const auto objects = set->allObjects();
@@ -74,6 +77,7 @@ TEST(OVThreadSafeMutableSetTests, AllObjectsIsACopyOfOneMoment) {
   EXPECT_EQ(objects->count(), 2U);
 }
 
+// Shows: member
 TEST(OVThreadSafeMutableSetTests, AMemberStaysWithWhoGotItWhenItIsRemoved) {
   const auto set = setOfNumbersBelow(1);
   const id member = set->member(counted(0));
@@ -82,7 +86,8 @@ TEST(OVThreadSafeMutableSetTests, AMemberStaysWithWhoGotItWhenItIsRemoved) {
   EXPECT_EQ(valueOf(member), 0);
 }
 
-TEST(OVThreadSafeMutableSetTests, WhatGoesMayUseTheSet) {
+// Shows: removeObject, removeAllObjects
+TEST(OVThreadSafeMutableSetTests, AMemberThatGoesMayUseTheSet) {
   const auto set = OVThreadSafeMutableSet::init();
   const auto addTelltale = [&](int farewell) {
     auto object = make<Telltale>();
@@ -97,6 +102,7 @@ TEST(OVThreadSafeMutableSetTests, WhatGoesMayUseTheSet) {
   EXPECT_TRUE(set->isEqual(NSSet::of(2)));
 }
 
+// Shows: containsObject, member, addObject, removeObject
 TEST(OVThreadSafeMutableSetTests, WhatAMemberThrowsArrivesAtTheCaller) {
   const auto set = OVThreadSafeMutableSet::init();
   const auto member = make<Telltale>();
@@ -111,6 +117,7 @@ TEST(OVThreadSafeMutableSetTests, WhatAMemberThrowsArrivesAtTheCaller) {
   EXPECT_EQ(set->count(), 1U);
 }
 
+// Shows: OVThreadSafeMutableSet, containsObject
 TEST(OVThreadSafeMutableSetDeathTests, AMemberThatUsesTheSetToCompareEndsTheProcess) {
   const auto set = OVThreadSafeMutableSet::init();
   const auto member = make<Telltale>();
@@ -120,6 +127,7 @@ TEST(OVThreadSafeMutableSetDeathTests, AMemberThatUsesTheSetToCompareEndsTheProc
   EXPECT_DEATH((void)set->containsObject(key), "a member do not use the set");
 }
 
+// Shows: OVThreadSafeMutableSet, addObject, removeObject, member, containsObject, count
 TEST(OVThreadSafeMutableSetTests, ManyThreadsAddAndRemoveEachTheirOwn) {
   const int before = CountingObject::alive();
   {
@@ -159,6 +167,7 @@ TEST(OVThreadSafeMutableSetTests, ManyThreadsAddAndRemoveEachTheirOwn) {
   EXPECT_EQ(CountingObject::alive(), before);
 }
 
+// Shows: addObject, member, count
 TEST(OVThreadSafeMutableSetTests, OneOfSeveralThreadsAddsAnObject) {
   constexpr int kThreads = 8;
   const auto set = OVThreadSafeMutableSet::init();

@@ -52,6 +52,7 @@ Ref<OVThreadSafeQueue> fullQueue(bool replacesOldestObject) {
   return queue;
 }
 
+// Shows: dequeue, enqueue
 TEST(OVThreadSafeQueueTests, HandsObjectsOutInTheOrderOfTheirArrival) {
   const auto queue = OVThreadSafeQueue::init();
   const id object = counted(1);
@@ -63,6 +64,7 @@ TEST(OVThreadSafeQueueTests, HandsObjectsOutInTheOrderOfTheirArrival) {
   EXPECT_EQ(nameOf(queue->dequeue()), "C");
 }
 
+// Shows: empty, init
 TEST(OVThreadSafeQueueTests, IsEmptyUntilAnObjectCameAndAfterTheLastWent) {
   const auto queue = OVThreadSafeQueue::init();
   EXPECT_TRUE(queue->empty());
@@ -75,18 +77,21 @@ TEST(OVThreadSafeQueueTests, IsEmptyUntilAnObjectCameAndAfterTheLastWent) {
   EXPECT_TRUE(queue->empty());
 }
 
+// Shows: enqueue, initWithMaximumCapacity
 TEST(OVThreadSafeQueueTests, AFullQueueDropsTheNewObject) {
   const auto queue = fullQueue(false);
   queue->enqueue("C");
   EXPECT_EQ(drained(*queue), "AB");
 }
 
+// Shows: enqueue, setReplacesOldestObject, initWithMaximumCapacity
 TEST(OVThreadSafeQueueTests, AFullQueueThatReplacesDropsTheOldestObject) {
   const auto queue = fullQueue(true);
   queue->enqueue("C");
   EXPECT_EQ(drained(*queue), "BC");
 }
 
+// Shows: enqueue
 TEST(OVThreadSafeQueueTests, TheNullPlaceholderGetsThroughBeyondTheCapacity) {
   for (const bool replaces : {false, true}) {
     const auto queue = fullQueue(replaces);
@@ -96,6 +101,7 @@ TEST(OVThreadSafeQueueTests, TheNullPlaceholderGetsThroughBeyondTheCapacity) {
   }
 }
 
+// Shows: enqueue, setReplacesOldestObject
 TEST(OVThreadSafeQueueTests, AQueueBeyondItsCapacityStaysThereWhileItReplaces) {
   const auto queue = fullQueue(true);
   queue->enqueue(NSNull::null());
@@ -103,6 +109,7 @@ TEST(OVThreadSafeQueueTests, AQueueBeyondItsCapacityStaysThereWhileItReplaces) {
   EXPECT_EQ(drained(*queue), "B-C");
 }
 
+// Shows: enqueue
 TEST(OVThreadSafeQueueTests, APlaceholderCountsAsAnObjectAndMayBeReplaced) {
   const auto queue = OVThreadSafeQueue::initWithMaximumCapacity(1);
   queue->enqueue(NSNull::null());
@@ -114,6 +121,7 @@ TEST(OVThreadSafeQueueTests, APlaceholderCountsAsAnObjectAndMayBeReplaced) {
   EXPECT_EQ(drained(*queue), "A");
 }
 
+// Shows: initWithMaximumCapacity, enqueue, dequeue
 TEST(OVThreadSafeQueueTests, WithoutAMaximumNothingIsDropped) {
   const auto queue = OVThreadSafeQueue::initWithMaximumCapacity(0);
   queue->setReplacesOldestObject(true);
@@ -126,6 +134,7 @@ TEST(OVThreadSafeQueueTests, WithoutAMaximumNothingIsDropped) {
   EXPECT_TRUE(queue->empty());
 }
 
+// Shows: setReplacesOldestObject, replacesOldestObject
 TEST(OVThreadSafeQueueTests, WhatAFullQueueDoesCanBeChangedAtAnyTimeAlsoByName) {
   const auto queue = fullQueue(false);
   EXPECT_FALSE(queue->replacesOldestObject());
@@ -138,6 +147,7 @@ TEST(OVThreadSafeQueueTests, WhatAFullQueueDoesCanBeChangedAtAnyTimeAlsoByName) 
   EXPECT_EQ(drained(*queue), "BC");
 }
 
+// Shows: setReplacesOldestObject
 TEST(OVThreadSafeQueueTests, ObserversSeeWhatAFullQueueWillDo) {
   class Observer final : public NSObject {
    public:
@@ -158,12 +168,14 @@ TEST(OVThreadSafeQueueTests, ObserversSeeWhatAFullQueueWillDo) {
   queue->removeObserver_forKeyPath(observer.get(), "replacesOldestObject");
 }
 
+// Shows: enqueue
 TEST(OVThreadSafeQueueTests, RefusesNull) {
   const auto queue = OVThreadSafeQueue::init();
   expectException(NSInvalidArgumentException, [&] { queue->enqueue(nullptr); });
   EXPECT_TRUE(queue->empty());
 }
 
+// Shows: dequeueBeforeDate
 TEST(OVThreadSafeQueueTests, ADateThatHasPassedOrNoneMeansNotToWait) {
   const auto queue = OVThreadSafeQueue::init();
   for (const auto& date : {NSDate::distantPast(), inSeconds(-1), Ref<NSDate>()}) {
@@ -173,6 +185,7 @@ TEST(OVThreadSafeQueueTests, ADateThatHasPassedOrNoneMeansNotToWait) {
   }
 }
 
+// Shows: dequeueBeforeDate
 TEST(OVThreadSafeQueueTests, GivesUpAtTheDateAndNotBefore) {
   const auto queue = OVThreadSafeQueue::init();
   const auto start = std::chrono::steady_clock::now();
@@ -182,6 +195,7 @@ TEST(OVThreadSafeQueueTests, GivesUpAtTheDateAndNotBefore) {
   EXPECT_EQ(drained(*queue), "A");
 }
 
+// Shows: dequeueBeforeDate
 TEST(OVThreadSafeQueueTests, AnObjectThatArrivesBeforeTheDateIsHandedOut) {
   const auto queue = OVThreadSafeQueue::init();
   std::latch waits(1);
@@ -197,11 +211,13 @@ TEST(OVThreadSafeQueueTests, AnObjectThatArrivesBeforeTheDateIsHandedOut) {
   EXPECT_EQ(nameOf(received), "A");
 }
 
+// Shows: dequeueBeforeDate
 TEST(OVThreadSafeQueueTests, AClockThatStandsStillDoesNotKeepAConsumer) {
   const SettableClock clock(1000);
   EXPECT_EQ(OVThreadSafeQueue::init()->dequeueBeforeDate(inSeconds(0.02)), nullptr);
 }
 
+// Shows: dequeue, enqueue
 TEST(OVThreadSafeQueueTests, ABlockedConsumerWakesWhenAProducerEnqueues) {
   const auto there = OVThreadSafeQueue::init();
   const auto back = OVThreadSafeQueue::init();
@@ -227,6 +243,7 @@ class LastWord final : public NSObject {
   OVThreadSafeQueue& queue_;
 };
 
+// Shows: enqueue
 TEST(OVThreadSafeQueueTests, WhatIsDroppedMayUseTheQueueAsItGoes) {
   const auto dropsNew = fullQueue(false);
   dropsNew->enqueue(make<LastWord>(*dropsNew));
@@ -239,7 +256,8 @@ TEST(OVThreadSafeQueueTests, WhatIsDroppedMayUseTheQueueAsItGoes) {
   EXPECT_EQ(drained(*dropsOld), "A-");
 }
 
-TEST(OVThreadSafeQueueTests, SharesItsObjectsUntilItHandsThemOut) {
+// Shows: OVThreadSafeQueue, enqueue, dequeue
+TEST(OVThreadSafeQueueTests, OwnsItsObjectsUntilItHandsThemOut) {
   const int before = CountingObject::alive();
   const id object = counted(1);
   auto queue = OVThreadSafeQueue::init();
@@ -255,6 +273,7 @@ TEST(OVThreadSafeQueueTests, SharesItsObjectsUntilItHandsThemOut) {
   EXPECT_EQ(CountingObject::alive() - before, 1);
 }
 
+// Shows: OVThreadSafeQueue, enqueue, dequeueBeforeDate, empty
 TEST(OVThreadSafeQueueTests, BehavesAsAPlainQueueDoes) {
   RandomRun random;
   for (NSUInteger capacity = 0; capacity < 6; ++capacity) {
@@ -352,6 +371,7 @@ class Traffic {
       kEach, std::vector<std::vector<int>>(kEach, std::vector<int>())};
 };
 
+// Shows: OVThreadSafeQueue, enqueue, dequeue, dequeueBeforeDate
 TEST(OVThreadSafeQueueTests, ManyThreadsGetEachObjectOnceAndInOrder) {
   const int before = CountingObject::alive();
   const auto queue = OVThreadSafeQueue::init();
@@ -374,6 +394,7 @@ TEST(OVThreadSafeQueueTests, ManyThreadsGetEachObjectOnceAndInOrder) {
   EXPECT_EQ(CountingObject::alive(), before);
 }
 
+// Shows: OVThreadSafeQueue, enqueue, dequeue, dequeueBeforeDate
 TEST(OVThreadSafeQueueTests, ManyThreadsNeverGetAnObjectTwiceFromAQueueThatDrops) {
   const int before = CountingObject::alive();
   const auto queue = OVThreadSafeQueue::initWithMaximumCapacity(3);

@@ -30,12 +30,14 @@ Ref<NSArray> records() {
 
 bool isImmutable(const Ref<NSArray>& array) { return cast<NSMutableArray>(array) == nullptr; }
 
-TEST(NSArrayKestovaAdditionsTests, TheFirstObjectOfNoneIsNothing) {
+// Shows: firstObject
+TEST(NSArrayKestovaAdditionsTests, TheFirstObjectOfNoneIsNull) {
   EXPECT_TRUE(firstObject(NSArray::of(1, 2))->isEqual(1));
   EXPECT_EQ(firstObject(NSArray::array()), nullptr);
 }
 
-TEST(NSArrayKestovaAdditionsTests, AnObjectIsFoundByAValue) {
+// Shows: indexOfObjectWithValue_forKey, objectWithValue_forKey
+TEST(NSArrayKestovaAdditionsTests, TheFirstObjectWithAValueIsFound) {
   EXPECT_EQ(indexOfObjectWithValue_forKey(records(), "x", "name"), 0U);
   EXPECT_EQ(indexOfObjectWithValue_forKey(records(), "y", "name"), 1U);
   EXPECT_EQ(indexOfObjectWithValue_forKey(records(), "z", "name"), 9223372036854775807U);
@@ -45,7 +47,8 @@ TEST(NSArrayKestovaAdditionsTests, AnObjectIsFoundByAValue) {
   EXPECT_EQ(indexOfObjectWithValue_forKey(NSArray::array(), "x", "name"), NSNotFound);
 }
 
-TEST(NSArrayKestovaAdditionsTests, NothingIsFoundAsAValueToo) {
+// Shows: indexOfObjectWithValue_forKey
+TEST(NSArrayKestovaAdditionsTests, NullIsFoundAsAValueToo) {
   const auto some = records()->arrayByAddingObject(NSDictionary::of({{"size", 1}}));
   EXPECT_EQ(indexOfObjectWithValue_forKey(some, nullptr, "name"), 3U);
   EXPECT_EQ(indexOfObjectWithValue_forKey(records(), nullptr, "name"), NSNotFound);
@@ -64,6 +67,7 @@ class Emptying : public NSObject {
   NSMutableArray& array_;
 };
 
+// Shows: indexOfObjectWithValue_forKey
 TEST(NSArrayKestovaAdditionsTests, AnArrayMayShrinkWhileAValueIsLookedFor) {
   const auto array = NSMutableArray::array();
   const id emptying = make<Emptying>(*array);
@@ -71,6 +75,7 @@ TEST(NSArrayKestovaAdditionsTests, AnArrayMayShrinkWhileAValueIsLookedFor) {
   EXPECT_EQ(indexOfObjectWithValue_forKey(array, "x", "name"), NSNotFound);
 }
 
+// Shows: indexesOfObjectsInSet, indexesOfObjectsInArray
 TEST(NSArrayKestovaAdditionsTests, OnlyTheFirstIndexOfEachMemberIsTold) {
   const auto array = NSArray::of("a", "b", "a", "c", "b");
   const auto found = indexesOfObjectsInSet(array, NSSet::of("b", "a", "z"));
@@ -82,7 +87,8 @@ TEST(NSArrayKestovaAdditionsTests, OnlyTheFirstIndexOfEachMemberIsTold) {
   EXPECT_EQ(indexesOfObjectsInArray(array, nullptr)->count(), 0U);
 }
 
-TEST(NSArrayKestovaAdditionsTests, StringsAreEnclosed) {
+// Shows: componentsEnclosedWith, componentsEnclosedBy_and
+TEST(NSArrayKestovaAdditionsTests, EachStringIsEnclosedInOrder) {
   const auto letters = NSArray::of("a", "", "ü");
   EXPECT_TRUE(
       componentsEnclosedWith(letters, "\"")->isEqual(NSArray::of("\"a\"", "\"\"", "\"ü\"")));
@@ -92,7 +98,8 @@ TEST(NSArrayKestovaAdditionsTests, StringsAreEnclosed) {
   EXPECT_TRUE(isImmutable(componentsEnclosedWith(letters, "x")));
 }
 
-TEST(NSArrayKestovaAdditionsTests, WhatIsNoStringIsNotEnclosed) {
+// Shows: componentsEnclosedWith, componentsEnclosedBy_and
+TEST(NSArrayKestovaAdditionsTests, WhatIsNoStringIsRefusedForEnclosing) {
   expectException(NSInvalidArgumentException,
                   [] { (void)componentsEnclosedWith(NSArray::of(1), "x"); });
   expectException(NSInvalidArgumentException,
@@ -105,7 +112,8 @@ const auto isEven = [](const id& object, bool*) {
   return cast<NSNumber>(object)->intValue() % 2 == 0;
 };
 
-TEST(NSArrayKestovaAdditionsTests, ObjectsArePassedInEitherDirection) {
+// Shows: objectsWithOptions_passingTest
+TEST(NSArrayKestovaAdditionsTests, ObjectsAreTestedInEitherDirection) {
   const auto numbers = NSArray::of(1, 2, 3, 4);
   EXPECT_TRUE(objectsWithOptions_passingTest(numbers, 0, isEven)->isEqual(NSArray::of(2, 4)));
   EXPECT_TRUE(objectsWithOptions_passingTest(numbers, 2, isEven)->isEqual(NSArray::of(4, 2)));
@@ -115,6 +123,7 @@ TEST(NSArrayKestovaAdditionsTests, ObjectsArePassedInEitherDirection) {
   EXPECT_TRUE(isImmutable(objectsWithOptions_passingTest(numbers, 0, isEven)));
 }
 
+// Shows: objectsWithOptions_passingTest
 TEST(NSArrayKestovaAdditionsTests, ATestMayStopWithOrWithoutTheObjectItStopsAt) {
   const auto numbers = NSArray::of(1, 2, 3, 4);
   const auto until = [&](int last, bool passes) {
@@ -127,6 +136,7 @@ TEST(NSArrayKestovaAdditionsTests, ATestMayStopWithOrWithoutTheObjectItStopsAt) 
   EXPECT_TRUE(until(2, false)->isEqual(NSArray::of(1)));
 }
 
+// Shows: ov_objectPassingTest
 TEST(NSArrayKestovaAdditionsTests, TheFirstObjectThatPassesIsFound) {
   const auto numbers = NSArray::of(1, 2, 3, 4);
   const auto even = [](const id& object, NSUInteger, bool* stop) { return isEven(object, stop); };
@@ -140,6 +150,7 @@ TEST(NSArrayKestovaAdditionsTests, TheFirstObjectThatPassesIsFound) {
             nullptr);
 }
 
+// Shows: arrayByRemovingObject, arrayByRemovingObjectsInArray, arrayByRemovingObjectAtIndex
 TEST(NSArrayKestovaAdditionsTests, ACopyLacksWhatIsRemoved) {
   const auto array = NSMutableArray::of("a", "b", "a", "c");
   EXPECT_TRUE(arrayByRemovingObject(array, "a")->isEqual(NSArray::of("b", "c")));
@@ -157,6 +168,7 @@ TEST(NSArrayKestovaAdditionsTests, ACopyLacksWhatIsRemoved) {
   EXPECT_TRUE(isImmutable(arrayByRemovingObjectsAtIndexes(array, NSIndexSet::indexSet())));
 }
 
+// Shows: arrayByInsertingObject_atIndex, arrayByInsertingObjects_atIndexes
 TEST(NSArrayKestovaAdditionsTests, ACopyHasWhatIsInserted) {
   const auto array = NSMutableArray::of("a", "b");
   EXPECT_TRUE(arrayByInsertingObject_atIndex(array, "x", 2)->isEqual(NSArray::of("a", "b", "x")));
@@ -167,6 +179,7 @@ TEST(NSArrayKestovaAdditionsTests, ACopyHasWhatIsInserted) {
   EXPECT_TRUE(isImmutable(arrayByInsertingObject_atIndex(array, "x", 2)));
 }
 
+// Shows: arrayByRemovingObjectAtIndex, arrayByRemovingObjectsAtIndexes
 TEST(NSArrayKestovaAdditionsTests, AnIndexPastTheEndFailsAsInAMutableArray) {
   const auto array = NSArray::of("a");
   expectException(NSRangeException, [&] { (void)arrayByRemovingObjectAtIndex(array, 1); });
@@ -183,6 +196,7 @@ TEST(NSArrayKestovaAdditionsTests, AnIndexPastTheEndFailsAsInAMutableArray) {
   });
 }
 
+// Shows: ajustedInsertionIndex_forMovingObjectsAtIndexes
 TEST(NSArrayKestovaAdditionsTests, AnInsertionIndexIsAdjustedByWhatIsTakenOutBeforeIt) {
   const auto indexes = NSIndexSet::of({0, 1, 5});
   EXPECT_EQ(ajustedInsertionIndex_forMovingObjectsAtIndexes(4, indexes), 2U);
@@ -194,7 +208,8 @@ TEST(NSArrayKestovaAdditionsTests, AnInsertionIndexIsAdjustedByWhatIsTakenOutBef
   EXPECT_EQ(ajustedInsertionIndex_forMovingObjectsAtIndexes(NSNotFound, indexes), NSNotFound - 3);
 }
 
-TEST(NSArrayKestovaAdditionsTests, AMapSkipsNothing) {
+// Shows: ov_map
+TEST(NSArrayKestovaAdditionsTests, AMapSkipsNullResults) {
   const auto numbers = NSArray::of(1, 2, 3);
   EXPECT_TRUE(ov_map(numbers, [](const id& number) -> id {
                 return number->isEqual(2) ? id() : id(number->description());
@@ -204,6 +219,7 @@ TEST(NSArrayKestovaAdditionsTests, AMapSkipsNothing) {
   EXPECT_TRUE(isImmutable(none));
 }
 
+// Shows: sortedArrayUsingKey_ascending_selector
 TEST(NSArraySortingAdditionTests, ObjectsAreSortedByAPropertyInEitherDirection) {
   const auto named = [](const char* name) { return NSDictionary::of({{"name", name}}); };
   const auto array = NSArray::of(named("b"), named("C"), named("a"));
@@ -217,6 +233,7 @@ TEST(NSArraySortingAdditionTests, ObjectsAreSortedByAPropertyInEitherDirection) 
       names(true, sel<&NSString::caseInsensitiveCompare>())->isEqual(NSArray::of("a", "b", "C")));
 }
 
+// Shows: arrayByRemovingObjectsInArray
 TEST(NSArrayKestovaAdditionsTests, RemovingBehavesAsAPlainVectorDoes) {
   RandomRun random;
   for (int round = 0; round < 200; ++round) {
@@ -243,6 +260,7 @@ TEST(NSArrayKestovaAdditionsTests, RemovingBehavesAsAPlainVectorDoes) {
   }
 }
 
+// Shows: componentsJoinedByData
 TEST(NSArrayDataAdditionsTests, TheSeparatorStandsBetweenEachTwo) {
   const auto letters = NSArray::of(dataOf({'A'}), dataOf({'B'}), dataOf({'C'}));
   EXPECT_EQ(hex(componentsJoinedByData(letters, dataOf({','}))), "41 2c 42 2c 43");
@@ -250,17 +268,20 @@ TEST(NSArrayDataAdditionsTests, TheSeparatorStandsBetweenEachTwo) {
   EXPECT_EQ(hex(componentsJoinedByData(letters, NSData::data())), "41 42 43");
 }
 
+// Shows: componentsJoinedByData
 TEST(NSArrayDataAdditionsTests, EmptyElementsAreSeparatedToo) {
   const auto gaps = NSArray::of(NSData::data(), dataOf({'B'}), NSData::data());
   EXPECT_EQ(hex(componentsJoinedByData(gaps, dataOf({','}))), "2c 42 2c");
 }
 
-TEST(NSArrayDataAdditionsTests, NothingJoinedIsNoBytes) {
+// Shows: componentsJoinedByData
+TEST(NSArrayDataAdditionsTests, JoiningNoElementsGivesNoBytes) {
   EXPECT_EQ(componentsJoinedByData(NSArray::array(), dataOf({','}))->length(), 0U);
   EXPECT_EQ(componentsJoinedByData(NSArray::array(), nullptr)->length(), 0U);
 }
 
-TEST(NSArrayDataAdditionsTests, OneElementNeedsNoSeparator) {
+// Shows: componentsJoinedByData
+TEST(NSArrayDataAdditionsTests, OneElementNeedsNoSeparatorAndIsCopied) {
   const auto one = dataOf({'A'});
   const auto joined = componentsJoinedByData(NSArray::of(one), nullptr);
   EXPECT_EQ(hex(joined), "41");
@@ -268,6 +289,7 @@ TEST(NSArrayDataAdditionsTests, OneElementNeedsNoSeparator) {
   EXPECT_EQ(hex(one), "41") << "what is joined is a copy";
 }
 
+// Shows: componentsJoinedByData
 TEST(NSArrayDataAdditionsTests, WhatIsNoDataIsRefused) {
   const auto two = NSArray::of(dataOf({'A'}), dataOf({'B'}));
   expectException(NSInvalidArgumentException, [&] { (void)componentsJoinedByData(two, nullptr); });

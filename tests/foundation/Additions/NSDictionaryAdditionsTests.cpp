@@ -21,6 +21,7 @@ using testing::TemporaryFolder;
 constexpr NSInteger kSmallest = std::numeric_limits<NSInteger>::min();
 constexpr NSUInteger kLargest = std::numeric_limits<NSUInteger>::max();
 
+// Shows: boolForKey, integerForKey, unsignedIntegerForKey, doubleForKey, floatForKey
 TEST(NSDictionaryAdditionsTests, NumbersAreReadAsEachType) {
   const auto values = NSDictionary::of({{"yes", true},
                                         {"half", 2.5},
@@ -36,6 +37,7 @@ TEST(NSDictionaryAdditionsTests, NumbersAreReadAsEachType) {
   EXPECT_EQ(floatForKey(values, "tenth"), 0.1F);
 }
 
+// Shows: boolForKey, integerForKey, unsignedIntegerForKey, doubleForKey, floatForKey, rectForKey
 TEST(NSDictionaryAdditionsTests, AMissingKeyIsFalseOrZero) {
   const auto empty = NSDictionary::dictionary();
   EXPECT_FALSE(boolForKey(empty, "x"));
@@ -49,6 +51,7 @@ TEST(NSDictionaryAdditionsTests, AMissingKeyIsFalseOrZero) {
   EXPECT_FALSE(boolForKey(empty, nullptr));
 }
 
+// Shows: boolForKey, integerForKey, doubleForKey, floatForKey, unsignedIntegerForKey
 TEST(NSDictionaryAdditionsTests, ATextIsReadAsANumberToo) {
   const auto values = NSDictionary::of({{"yes", "YES"}, {"number", " -12.5 pieces"}});
   EXPECT_TRUE(boolForKey(values, "yes"));
@@ -59,6 +62,7 @@ TEST(NSDictionaryAdditionsTests, ATextIsReadAsANumberToo) {
                   [&] { (void)unsignedIntegerForKey(values, "number"); });
 }
 
+// Shows: rectForKey, pointForKey, sizeForKey
 TEST(NSDictionaryAdditionsTests, GeometryIsReadFromText) {
   const auto values = NSDictionary::of(
       {{"rect", "{{1, 2}, {3, 4}}"}, {"point", "{5, 6}"}, {"size", "{7, 8}"}, {"text", "none"}});
@@ -68,6 +72,7 @@ TEST(NSDictionaryAdditionsTests, GeometryIsReadFromText) {
   EXPECT_EQ(rectForKey(values, "text"), NSRect());
 }
 
+// Shows: boolForKey, integerForKey, unsignedIntegerForKey, doubleForKey, floatForKey, rectForKey
 TEST(NSDictionaryAdditionsTests, AnObjectOfAnotherKindIsRefused) {
   const auto values = NSDictionary::of({{"array", NSArray::array()}, {"number", 1}});
   expectException(NSInvalidArgumentException, [&] { (void)boolForKey(values, "array"); });
@@ -81,7 +86,8 @@ TEST(NSDictionaryAdditionsTests, AnObjectOfAnotherKindIsRefused) {
   expectException(NSInvalidArgumentException, [&] { (void)sizeForKey(values, "number"); });
 }
 
-TEST(NSDictionaryAdditionsTests, ChangedCopiesAreImmutable) {
+// Shows: ov_dictionaryBySettingObject_forKey, ov_dictionaryByRemovingObjectForKey
+TEST(NSDictionaryAdditionsTests, ChangedCopiesAreImmutableAndLeaveTheDictionary) {
   const auto values = NSMutableDictionary::of({{"a", 1}});
   const auto set = ov_dictionaryBySettingObject_forKey(values, 2, "b");
   const auto replaced = ov_dictionaryBySettingObject_forKey(values, 3, "a");
@@ -98,6 +104,7 @@ TEST(NSDictionaryAdditionsTests, ChangedCopiesAreImmutable) {
                   [&] { (void)ov_dictionaryBySettingObject_forKey(values, nullptr, "a"); });
 }
 
+// Shows: writeToURL_options_error
 TEST(NSDictionaryAdditionsTests, IsWrittenInTheBinaryFormat) {
   const TemporaryFolder folder;
   const auto values = NSDictionary::of({{"a", NSArray::of(1, "x")}});
@@ -110,6 +117,7 @@ TEST(NSDictionaryAdditionsTests, IsWrittenInTheBinaryFormat) {
   EXPECT_TRUE(NSDictionary::dictionaryWithContentsOfURL(url)->isEqual(values));
 }
 
+// Shows: writeToURL_options_error
 TEST(NSDictionaryAdditionsTests, WhatIsNoPropertyListFailsWithAReason) {
   const TemporaryFolder folder;
   const auto url = NSURL::fileURLWithPath(folder.at("values"));
@@ -127,7 +135,8 @@ TEST(NSDictionaryAdditionsTests, WhatIsNoPropertyListFailsWithAReason) {
   EXPECT_FALSE(std::filesystem::exists(folder.at("values")));
 }
 
-TEST(NSDictionaryAdditionsTests, WhatTheFileSystemRefusesIsItsError) {
+// Shows: writeToURL_options_error
+TEST(NSDictionaryAdditionsTests, WhatTheFileSystemRefusesFailsWithItsError) {
   const TemporaryFolder folder;
   const auto url = NSURL::fileURLWithPath(folder.at("missing/values"));
   Ref<NSError> error;

@@ -20,6 +20,7 @@ std::string moved(std::initializer_list<NSUInteger> indexes, NSUInteger index) {
   return array->componentsJoinedByString("")->displayUTF8();
 }
 
+// Shows: moveObjectsAtIndexes_toIndex
 TEST(NSMutableArrayAdditionsTests, ObjectsMoveSideBySide) {
   EXPECT_EQ(moved({0, 1}, 4), "CDABE");
   EXPECT_EQ(moved({0, 1}, 5), "CDEAB");
@@ -33,7 +34,8 @@ TEST(NSMutableArrayAdditionsTests, ObjectsMoveSideBySide) {
 
 /// Every choice of indexes and every place to move them to, against the plain meaning: what is
 /// chosen comes to stand before what was at the index.
-TEST(NSMutableArrayAdditionsTests, EveryMoveIsThePlainOne) {
+// Shows: moveObjectsAtIndexes_toIndex
+TEST(NSMutableArrayAdditionsTests, EveryMovePutsTheChosenBeforeWhatStoodAtTheIndex) {
   for (unsigned chosen = 0; chosen < 32; ++chosen) {
     for (NSUInteger index = 0; index <= 5; ++index) {
       const auto indexes = NSMutableIndexSet::indexSet();
@@ -55,6 +57,7 @@ TEST(NSMutableArrayAdditionsTests, EveryMoveIsThePlainOne) {
   }
 }
 
+// Shows: moveObjectsAtIndexes_toIndex
 TEST(NSMutableArrayAdditionsTests, AMoveThatFailsLeavesTheArray) {
   const auto array = letters();
   expectException(NSRangeException,
@@ -65,6 +68,7 @@ TEST(NSMutableArrayAdditionsTests, AMoveThatFailsLeavesTheArray) {
   EXPECT_TRUE(array->isEqual(letters()));
 }
 
+// Shows: insertObjects_atIndex
 TEST(NSMutableArrayAdditionsTests, ObjectsAreInsertedAsARun) {
   const auto array = NSMutableArray::of("a", "b");
   insertObjects_atIndex(array, NSArray::of("x", "y"), 1);
@@ -77,6 +81,7 @@ TEST(NSMutableArrayAdditionsTests, ObjectsAreInsertedAsARun) {
   expectException(NSRangeException, [&] { insertObjects_atIndex(array, NSArray::of("x"), 6); });
 }
 
+// Shows: ov_popFirstObject, ov_popObject, ov_pushObject
 TEST(NSMutableArrayAdditionsTests, AnArrayIsAQueueAndAStack) {
   const auto array = NSMutableArray::array();
   EXPECT_EQ(ov_popFirstObject(array), nullptr);

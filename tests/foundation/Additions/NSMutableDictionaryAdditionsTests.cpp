@@ -24,7 +24,8 @@ class NSMutableDictionaryAdditionsTests : public ::testing::Test {
   const Ref<NSMutableDictionary> values_ = NSMutableDictionary::dictionary();
 };
 
-TEST_F(NSMutableDictionaryAdditionsTests, SettingNothingSafelyRemovesTheKey) {
+// Shows: safeSetObject_forKey
+TEST_F(NSMutableDictionaryAdditionsTests, SettingNullSafelyRemovesTheKey) {
   safeSetObject_forKey(values_, 1, "a");
   EXPECT_TRUE(values_->isEqual(NSDictionary::of({{"a", 1}})));
   safeSetObject_forKey(values_, nullptr, "a");
@@ -32,6 +33,7 @@ TEST_F(NSMutableDictionaryAdditionsTests, SettingNothingSafelyRemovesTheKey) {
   EXPECT_EQ(values_->count(), 0U);
 }
 
+// Shows: setBool_forKey, setInteger_forKey, setUnsignedInteger_forKey
 TEST_F(NSMutableDictionaryAdditionsTests, NumbersKeepTheirTypeAndComeBack) {
   setBool_forKey(values_, true, "bool");
   setInteger_forKey(values_, std::numeric_limits<NSInteger>::min(), "integer");
@@ -50,6 +52,7 @@ TEST_F(NSMutableDictionaryAdditionsTests, NumbersKeepTheirTypeAndComeBack) {
   EXPECT_EQ(floatForKey(values_, "float"), 0.1F);
 }
 
+// Shows: setRect_forKey, setPoint_forKey, setSize_forKey
 TEST_F(NSMutableDictionaryAdditionsTests, GeometryIsKeptAsText) {
   setRect_forKey(values_, NSMakeRect(1, 2.5, 3, 4), "rect");
   setPoint_forKey(values_, NSMakePoint(-5, 6), "point");
@@ -62,6 +65,7 @@ TEST_F(NSMutableDictionaryAdditionsTests, GeometryIsKeptAsText) {
   EXPECT_EQ(sizeForKey(values_, "size"), NSMakeSize(7, 8));
 }
 
+// Shows: safeSetObject_forKey, setBool_forKey
 TEST_F(NSMutableDictionaryAdditionsTests, ANullKeyIsRefused) {
   expectException(NSInvalidArgumentException, [&] { safeSetObject_forKey(values_, 1, nullptr); });
   expectException(NSInvalidArgumentException,

@@ -22,6 +22,7 @@ class NSPropertyListSerializationAdditionsTests : public ::testing::Test {
   const TemporaryFolder folder_;
 };
 
+// Shows: mutablePropertyListFromFile_error
 TEST_F(NSPropertyListSerializationAdditionsTests, AMissingFileIsDescribedByAString) {
   Ref<NSString> description;
   EXPECT_EQ(mutablePropertyListFromFile_error(at("missing"), &description), nullptr);
@@ -30,6 +31,7 @@ TEST_F(NSPropertyListSerializationAdditionsTests, AMissingFileIsDescribedByAStri
   EXPECT_EQ(mutablePropertyListFromFile_error(nullptr, &description), nullptr);
 }
 
+// Shows: mutablePropertyListFromFile_error
 TEST_F(NSPropertyListSerializationAdditionsTests, ContainersAreMutableAtEveryLevelLeavesAreNot) {
   const auto list = NSDictionary::of({{"rows", NSArray::of(NSDictionary::of({{"name", "x"}}))}});
   ASSERT_TRUE(writePropertyList_toFile_error(list, at("list")));
@@ -46,6 +48,7 @@ TEST_F(NSPropertyListSerializationAdditionsTests, ContainersAreMutableAtEveryLev
   EXPECT_EQ(cast<NSMutableString>(row->objectForKey("name")), nullptr);
 }
 
+// Shows: mutablePropertyListFromFile_error
 TEST_F(NSPropertyListSerializationAdditionsTests, XMLIsReadToo) {
   folder_.write("list", "<plist><array><integer>7</integer></array></plist>");
   const auto read = mutablePropertyListFromFile_error(at("list"));
@@ -53,6 +56,7 @@ TEST_F(NSPropertyListSerializationAdditionsTests, XMLIsReadToo) {
   EXPECT_TRUE(read->isEqual(NSArray::of(7)));
 }
 
+// Shows: mutablePropertyListFromFile_error
 TEST_F(NSPropertyListSerializationAdditionsTests, TheParsersDescriptionIsHandedOn) {
   folder_.write("list", "<plist><array></plist>");
   Ref<NSString> description;
@@ -67,6 +71,7 @@ TEST_F(NSPropertyListSerializationAdditionsTests, TheParsersDescriptionIsHandedO
   EXPECT_NE(description, nullptr) << "a folder is there, but no property list";
 }
 
+// Shows: writePropertyList_toFile_error
 TEST_F(NSPropertyListSerializationAdditionsTests, AListIsWrittenInTheBinaryFormat) {
   folder_.write("list", "old");
   Ref<NSError> error;
@@ -75,6 +80,7 @@ TEST_F(NSPropertyListSerializationAdditionsTests, AListIsWrittenInTheBinaryForma
   EXPECT_EQ(error, nullptr);
 }
 
+// Shows: writePropertyList_toFile_error
 TEST_F(NSPropertyListSerializationAdditionsTests, WhatIsNoListFailsWithoutAReason) {
   folder_.write("list", "old");
   Ref<NSError> error = NSError::errorWithDomain_code_userInfo(NSCocoaErrorDomain, 1, nullptr);
@@ -84,7 +90,8 @@ TEST_F(NSPropertyListSerializationAdditionsTests, WhatIsNoListFailsWithoutAReaso
   EXPECT_EQ(folder_.read("list"), "old");
 }
 
-TEST_F(NSPropertyListSerializationAdditionsTests, WhatTheFileSystemRefusesIsItsError) {
+// Shows: writePropertyList_toFile_error
+TEST_F(NSPropertyListSerializationAdditionsTests, WhatTheFileSystemRefusesFailsWithItsError) {
   Ref<NSError> error;
   EXPECT_FALSE(writePropertyList_toFile_error(NSArray::of(1), at("missing/list"), &error));
   ASSERT_NE(error, nullptr);

@@ -19,19 +19,22 @@ class NSSetAdditionsTests : public ::testing::Test {
   const Ref<NSMutableSet> set_ = NSMutableSet::of("a", "b", "c");
 };
 
+// Shows: setIntersectingSet
 TEST_F(NSSetAdditionsTests, AnIntersectionHasWhatBothHave) {
   EXPECT_TRUE(is(setIntersectingSet(set_, NSSet::of("b", "c", "d")), NSSet::of("b", "c")));
   EXPECT_TRUE(is(setIntersectingSet(set_, NSSet::set()), NSSet::set()));
   EXPECT_TRUE(is(setIntersectingSet(set_, nullptr), NSSet::set()));
 }
 
-TEST_F(NSSetAdditionsTests, ACopyLacksAnObject) {
+// Shows: setByRemovingObject
+TEST_F(NSSetAdditionsTests, ACopyLacksTheObjectThatIsRemoved) {
   EXPECT_TRUE(is(setByRemovingObject(set_, "a"), NSSet::of("b", "c")));
   EXPECT_TRUE(is(setByRemovingObject(set_, "z"), set_));
   EXPECT_TRUE(is(setByRemovingObject(set_, nullptr), set_));
 }
 
-TEST_F(NSSetAdditionsTests, ACopyLacksWhatOthersHave) {
+// Shows: setByRemovingObjectsFromSet, setByRemovingObjectsFromArray
+TEST_F(NSSetAdditionsTests, ACopyLacksWhatTheOtherCollectionHas) {
   EXPECT_TRUE(is(setByRemovingObjectsFromSet(set_, NSSet::of("a", "z")), NSSet::of("b", "c")));
   EXPECT_TRUE(is(setByRemovingObjectsFromSet(set_, NSSet::set()), set_));
   EXPECT_TRUE(is(setByRemovingObjectsFromSet(set_, nullptr), set_));
