@@ -173,6 +173,17 @@ TEST_F(OVAuthenticationTest, AFailureToObtainTheRightIsLoggedAndAnswered) {
 }
 
 // Shows: obtainRights
+TEST_F(OVAuthenticationTest, WithoutAReferenceTheRightCannotBeObtained) {
+  EXPECT_EQ(authentication_->obtainRights(), -60002);
+  EXPECT_EQ(log_.lines(), Lines{"AuthorizationCopyRights returned -60002"});
+  EXPECT_THAT(service_.requests, IsEmpty());
+  EXPECT_EQ(authentication_->getAuthorizationRef(), 0);
+  EXPECT_EQ(authentication_->obtainRights(), 0);
+  EXPECT_EQ(authentication_->obtainRights(), 0);
+  EXPECT_THAT(service_.requests, ElementsAre("create 3", "obtain system.privilege.admin 3"));
+}
+
+// Shows: obtainRights
 TEST_F(OVAuthenticationTest, OtherRightsThanTheOneAskedForDontCount) {
   service_.obtainedNames = {{"system.other"}, {}, {"system.other", "system.privilege.admin"}};
   for (int use = 0; use < 5; ++use) runTool();

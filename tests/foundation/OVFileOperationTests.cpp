@@ -121,6 +121,19 @@ TEST_F(OVFileOperationTests, ANewOperationIsIdleAndEmpty) {
   EXPECT_EQ(operation->throughput(), 0.0);
 }
 
+/// A delegate that is an object as well.
+class ObjectDelegate : public NSObject, public OVFileOperationDelegate {};
+
+// Shows: delegate, setDelegate
+TEST_F(OVFileOperationTests, ADelegateThatIsAnObjectIsReadAndSetByName) {
+  const auto delegate = make<ObjectDelegate>();
+  operation_->setValue_forKey(delegate, "delegate");
+  EXPECT_EQ(operation_->delegate(), delegate.get());
+  EXPECT_EQ(operation_->valueForKey("delegate"), delegate);
+  operation_->setDelegate(&listener_);
+  EXPECT_EQ(operation_->valueForKey("delegate"), nullptr);
+}
+
 // Shows: beginCopyItemsAtPaths_toPaths_options_error, isExecuting, fileOperationStatusChanged, fileOperationDidFinish_error
 TEST_F(OVFileOperationTests, TwoEmptyListsStayExecutingWithoutACall) {
   EXPECT_TRUE(copyItems(NSArray::array(), NSArray::array()));
@@ -393,6 +406,43 @@ TEST_F(OVFileOperationReportTests, EachItemsRequestNamesItsFolderItsNameAndItsCo
   EXPECT_TRUE(info->objectForKey("index")->isEqual(1));
 }
 
+// Shows: beginMoveItemsAtPaths_toPaths_options_error
+TEST_F(OVFileOperationReportTests, TheOptionsGoToEveryItem) {
+  fs::create_directories(folder_.at("to"));
+  ASSERT_TRUE(operation_->beginMoveItemsAtPaths_toPaths_options_error(
+      NSArray::of("/from/a", "/from/b"), NSArray::of(target("a"), target("b")), 9));
+  ASSERT_EQ(service_.started.size(), 2U);
+  for (const auto& item : service_.started) {
+    EXPECT_FALSE(item.isCopy);
+    EXPECT_EQ(item.request.options, 9U);
+  }
+}
+
+// Shows: fromPath, toPath
+TEST_F(OVFileOperationReportTests, APathThatChangesAfterTheStartIsKeptAsItWas) {
+  const auto from = NSMutableString::stringWithString("/from/a");
+  const auto to = NSMutableString::stringWithString("/to/a");
+  ASSERT_EQ(operation_->beginCopyFromPath_toPath_options(from, to, 0), 0);
+  from->appendString("b");
+  to->appendString("b");
+  EXPECT_EQ(operation_->fromPath(), "/from/a");
+  EXPECT_EQ(operation_->toPath(), "/to/a");
+}
+
+// Shows: fromPaths, toPaths
+TEST_F(OVFileOperationReportTests, ListsOfPathsThatChangeAfterTheStartAreKeptAsTheyWere) {
+  fs::create_directories(folder_.at("to"));
+  const auto from = NSMutableArray::array();
+  const auto to = NSMutableArray::array();
+  from->addObject("/from/a");
+  to->addObject(target("a"));
+  ASSERT_TRUE(copyItems(from, to));
+  from->removeAllObjects();
+  to->removeAllObjects();
+  EXPECT_TRUE(operation_->fromPaths()->isEqual(NSArray::of("/from/a")));
+  EXPECT_TRUE(operation_->toPaths()->isEqual(NSArray::of(target("a"))));
+}
+
 // Shows: beginCopyFromPath_toPath_options, totalBytes, currentFile
 TEST_F(OVFileOperationReportTests, ASingleItemsContextIsTheOperationItself) {
   beginSingle();
@@ -464,6 +514,45 @@ TEST_F(OVFileOperationReportTests, TheEndComesWithTheLastItemsEndAndItsStatus) {
   expectFlags(*operation_, false, true, false);
 }
 
+// Shows: beginCopyItemsAtPaths_toPaths_options_error, totalBytes, fileOperationDidFinish_error
+TEST_F(OVFileOperationReportTests, ARunThatFollowsAFinishedOneCountsItsOwnItemsOnly) {
+  beginTwo();
+  service_.report(0, kFirst, kFSOperationStageComplete);
+  service_.report(1, kFirst, kFSOperationStageComplete);
+  EXPECT_EQ(operation_->totalBytes(), 200U);
+  beginTwo();
+  expectFlags(*operation_, true, false, false);
+  service_.report(2, kSecond, kFSOperationStageComplete);
+  EXPECT_EQ(operation_->totalBytes(), 7U);
+  EXPECT_EQ(listener_.ends, 1);
+  service_.report(3, kSecond, kFSOperationStageComplete);
+  EXPECT_EQ(operation_->totalBytes(), 14U);
+  EXPECT_EQ(listener_.ends, 2);
+  expectFlags(*operation_, false, true, false);
+}
+
+// Shows: fileOperationStatusChanged, currentFile
+TEST_F(OVFileOperationReportTests, TheDelegateHearsOfAReportThatHasBeenApplied) {
+  listener_.whenChanged = [](const Ref<OVFileOperation>& operation) {
+    EXPECT_EQ(operation->totalBytes(), 100U);
+    EXPECT_EQ(operation->currentFile(), "/from/item");
+    expectFlags(*operation, true, false, false);
+  };
+  beginSingle();
+  service_.report(0, kFirst, kFSOperationStageComplete);
+  EXPECT_EQ(listener_.reports, 1);
+}
+
+// Shows: setDelegate, isFinished
+TEST_F(OVFileOperationReportTests, WithoutADelegateARunEndsAllTheSame) {
+  operation_->setDelegate(nullptr);
+  beginSingle();
+  service_.report(0, kFirst, kFSOperationStageComplete);
+  expectFlags(*operation_, false, true, false);
+  EXPECT_EQ(listener_.reports, 0);
+  EXPECT_EQ(listener_.ends, 0);
+}
+
 // Shows: fileOperationStatusChanged, fileOperationDidFinish_error, isExecuting
 TEST_F(OVFileOperationReportTests, AFailedReportBeepsLogsAndGoesOn) {
   class CountingSound : public AlertSound {
@@ -501,6 +590,22 @@ TEST_F(OVFileOperationReportTests, FiguresAreAnnouncedInOrderAndThroughputIsNot)
   }
 }
 
+// Shows: totalBytes, bytesComplete, bytesRemaining, totalObjects, objectsComplete, objectsRemaining, totalUserVisibleObjects, userVisibleObjectsComplete, userVisibleObjectsRemaining, throughput
+TEST_F(OVFileOperationReportTests, TheFiguresOfManyAreAnnouncedInTheSameOrder) {
+  const auto recorder = make<KeyRecorder>();
+  Names observed = kFigureKeys;
+  observed.emplace_back("throughput");
+  for (const auto& key : observed) {
+    operation_->addObserver_forKeyPath_options_context(recorder.get(), key, 0, nullptr);
+  }
+  beginTwo();
+  service_.report(1, kSecond);
+  EXPECT_EQ(recorder->keys, kFigureKeys);
+  for (const auto& key : observed) {
+    operation_->removeObserver_forKeyPath(recorder.get(), key);
+  }
+}
+
 // Shows: isCancelled, isExecuting, isFinished, fromPath, toPath, currentFile
 TEST_F(OVFileOperationReportTests, FlagsPathsAndCurrentFileCanBeObserved) {
   const auto recorder = make<KeyRecorder>();
@@ -515,6 +620,20 @@ TEST_F(OVFileOperationReportTests, FlagsPathsAndCurrentFileCanBeObserved) {
   recorder->keys.clear();
   service_.report(0, kFirst, kFSOperationStageComplete);
   EXPECT_EQ(recorder->keys, (Names{"currentFile", "isExecuting", "isFinished"}));
+  for (const auto& key : observed) {
+    operation_->removeObserver_forKeyPath(recorder.get(), key);
+  }
+}
+
+// Shows: fromPaths, toPaths, isCancelled, isExecuting, isFinished
+TEST_F(OVFileOperationReportTests, ThePathsOfManyCanBeObserved) {
+  const auto recorder = make<KeyRecorder>();
+  const Names observed = {"fromPaths", "toPaths", "isCancelled", "isExecuting", "isFinished"};
+  for (const auto& key : observed) {
+    operation_->addObserver_forKeyPath_options_context(recorder.get(), key, 0, nullptr);
+  }
+  beginTwo();
+  EXPECT_EQ(recorder->keys, observed);
   for (const auto& key : observed) {
     operation_->removeObserver_forKeyPath(recorder.get(), key);
   }
@@ -539,6 +658,16 @@ TEST_F(OVFileOperationReportTests, CancellingAfterTheEndLeavesItFinished) {
   service_.report(0, kFirst, kFSOperationStageComplete);
   operation_->cancel();
   expectFlags(*operation_, false, true, true);
+}
+
+// Shows: cancel, isCancelled, isExecuting, isFinished, fileOperationDidFinish_error
+TEST_F(OVFileOperationReportTests, ACancelledRunDoesNotFinishEvenWithItsLastReport) {
+  beginSingle();
+  operation_->cancel();
+  service_.report(0, kFirst, kFSOperationStageComplete);
+  EXPECT_EQ(listener_.reports, 1);
+  EXPECT_EQ(listener_.ends, 0);
+  expectFlags(*operation_, true, false, true);
 }
 
 // Shows: fileOperationStatusChanged, cancel, setDelegate
@@ -566,6 +695,17 @@ TEST_F(OVFileOperationReportTests, AFailedSchedulingIsToldWithItsOwnText) {
             "FSFileOperationScheduleWithRunLoop failed with paramErr on the file /from/b.");
   expectFlags(*operation_, false, false, false);
   EXPECT_EQ(service_.cancelled.size(), 3U);
+}
+
+// Shows: beginCopyItemsAtPaths_toPaths_options_error
+TEST_F(OVFileOperationReportTests, AnItemThatCannotStartCancelsThoseThatHaveStarted) {
+  service_.startStatuses = {noErr, -43};
+  fs::create_directories(folder_.at("to"));
+  EXPECT_FALSE(copyItems(NSArray::of("/from/a", "/from/b"), NSArray::of(target("a"), target("b"))));
+  ASSERT_EQ(service_.started.size(), 1U);
+  ASSERT_EQ(service_.cancelled.size(), 2U);  // the one for single items as well
+  EXPECT_TRUE(service_.cancelled[1] == service_.started[0].operation);
+  EXPECT_TRUE(service_.unscheduled.at(1) == service_.started[0].operation);
 }
 
 // Shows: beginMoveItemsAtPaths_toPaths_options_error

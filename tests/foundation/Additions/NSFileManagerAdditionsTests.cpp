@@ -554,6 +554,20 @@ TEST_F(NSFileManagerAdditionsTests, LinksCountThemselvesAndEachNameOfAFileCounts
   EXPECT_EQ(size("a/b/loop"), 2U);
 }
 
+// Shows: fastFolderSizeAtFSRef_options, sizeOfItemAtPath_options
+TEST_F(NSFileManagerAdditionsTests, FoldersOfMoreItemsThanAreReadAtOnceCountThemAll) {
+  for (const int count : {255, 256, 257, 600}) {
+    const std::string folder = std::to_string(count);
+    makeFolder(folder);
+    for (int number = 0; number < count; ++number) {
+      write(folder + "/" + std::to_string(number), "x");
+    }
+    EXPECT_EQ(fastFolderSizeAtFSRef_options(files_, {at(folder)}, 25),
+              static_cast<std::uint64_t>(count));
+    EXPECT_EQ(size(folder), static_cast<std::uint64_t>(count));
+  }
+}
+
 // Shows: sizeOfItemAtPath_options
 TEST_F(NSFileManagerAdditionsTests, SizesAreThoseThatDuFinds) {
   testing::RandomRun random;
