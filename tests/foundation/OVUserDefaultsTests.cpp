@@ -281,6 +281,22 @@ TEST_F(OVUserDefaultsTests, ASuiteAddedTwiceIsHeardTwiceAndRemovedAtOnce) {
   EXPECT_EQ(defaults_->objectForKey("a"), nullptr);
 }
 
+// Shows: addObservationsForSuite, removeObservationsForSuite
+TEST_F(OVUserDefaultsTests, ASuiteThatIsOnlyObservedIsHeardAndNotSearched) {
+  const auto distributed =
+      make<testing::DistributedListener>(NSUserDefaultsSuiteDidChangeNotification);
+  const auto listener = make<LocalListener>(defaults_.get());
+  defaults_->addObservationsForSuite("suite");
+  setObject_forKey_inSuite(defaults_, 1, "a", "suite");
+  EXPECT_EQ(distributed->heard().size(), 1U);
+  EXPECT_THAT(listener->heard, ElementsAre(kDidChange, suiteChange("suite")));
+  EXPECT_EQ(defaults_->objectForKey("a"), nullptr);
+  defaults_->removeObservationsForSuite("suite");
+  setObject_forKey_inSuite(defaults_, 2, "a", "suite");
+  EXPECT_EQ(distributed->heard().size(), 2U);
+  EXPECT_EQ(listener->heard.size(), 3U);
+}
+
 // Shows: addSuiteNamed, removeSuiteNamed
 TEST_F(OVUserDefaultsTests, AddingOrRemovingANullOrUnknownSuiteDoesNothing) {
   defaults_->addSuiteNamed(nullptr);
