@@ -128,6 +128,19 @@ TEST_F(OVHotKeyTests, UnregisteringClearsTheReferenceAndKeepsTheNumber) {
   EXPECT_TRUE(key->registerHotKey());
 }
 
+// Shows: setHotKeyRef, unregisterHotKey
+TEST_F(OVHotKeyTests, UnregisteringGivesBackWhatTheReferenceNames) {
+  const auto key = hotKey(kKey, 0);
+  ASSERT_TRUE(key->registerHotKey());
+  const auto reference = key->hotKeyRef();
+  key->setHotKeyRef(nullptr);
+  key->unregisterHotKey();
+  EXPECT_EQ(service->registered.size(), 1U);
+  key->setHotKeyRef(reference);
+  key->unregisterHotKey();
+  EXPECT_TRUE(service->registered.empty());
+}
+
 // Shows: OVHotKey
 TEST_F(OVHotKeyTests, DestroyingARegisteredHotKeyUnregistersItAndLetsGoOfItsHandler) {
   auto key = hotKey(kKey, 0, [object = counted(1)](const auto&, const auto&) { (void)object; });
