@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "Stress.h"
+
 namespace kestova {
 namespace {
 
@@ -16,6 +18,19 @@ class ShoutingBuilder : public OVNSErrorBuilder {
  public:
   ShoutingBuilder() { setLocalizedDescription("UNKNOWN!"); }
 };
+
+/// A user info with something under each key that a property fills.
+Ref<NSDictionary> entryForEveryProperty() {
+  return NSDictionary::of({{NSLocalizedDescriptionKey, "a"},
+                           {NSLocalizedFailureReasonErrorKey, "b"},
+                           {NSLocalizedRecoverySuggestionErrorKey, "c"},
+                           {NSLocalizedRecoveryOptionsErrorKey, NSArray::of("d")},
+                           {NSRecoveryAttempterErrorKey, "e"},
+                           {NSUnderlyingErrorKey, OVMakeErrorWithPOSIXError(EPERM)},
+                           {NSHelpAnchorErrorKey, "f"},
+                           {NSURLErrorKey, NSURL::URLWithString("https://example.org/g")},
+                           {NSFilePathErrorKey, "/h"}});
+}
 
 Ref<NSString> text(const Ref<NSError>& error, const StringConstant& key) {
   return cast<NSString>(error->userInfo()->objectForKey(key));
@@ -28,6 +43,23 @@ TEST(OVNSErrorBuilderTests, AnUntouchedBuilderMakesAnUnknownError) {
   EXPECT_EQ(error->code(), 0);
   EXPECT_EQ(error->userInfo()->count(), 1U);
   EXPECT_EQ(text(error, NSLocalizedDescriptionKey), "Unknown error.");
+}
+
+// Shows: init, domain, code, userInfo, localizedDescription, localizedFailureReason, localizedRecoverySuggestion, localizedRecoveryOptions, recoveryAttempter, underlyingError, helpAnchor, URL, filePath
+TEST(OVNSErrorBuilderTests, ANewBuilderHasADomainADescriptionAndNothingElse) {
+  const auto builder = OVNSErrorBuilder::init();
+  EXPECT_EQ(builder->domain(), "NSCocoaErrorDomain");
+  EXPECT_EQ(builder->code(), 0);
+  EXPECT_EQ(builder->userInfo()->count(), 0U);
+  EXPECT_EQ(builder->localizedDescription(), "Unknown error.");
+  EXPECT_EQ(builder->localizedFailureReason(), nullptr);
+  EXPECT_EQ(builder->localizedRecoverySuggestion(), nullptr);
+  EXPECT_EQ(builder->localizedRecoveryOptions(), nullptr);
+  EXPECT_EQ(builder->recoveryAttempter(), nullptr);
+  EXPECT_EQ(builder->underlyingError(), nullptr);
+  EXPECT_EQ(builder->helpAnchor(), nullptr);
+  EXPECT_EQ(builder->URL(), nullptr);
+  EXPECT_EQ(builder->filePath(), nullptr);
 }
 
 // Shows: error, setLocalizedDescription, setUserInfo
@@ -69,10 +101,11 @@ TEST(OVNSErrorBuilderTests, TheLastAppendedValueOfAKeyIsKept) {
 }
 
 // Shows: error, setDomain, setCode, setLocalizedDescription, setLocalizedFailureReason, setLocalizedRecoverySuggestion, setLocalizedRecoveryOptions, setRecoveryAttempter, setUnderlyingError, setHelpAnchor, setURL, setFilePath
-TEST(OVNSErrorBuilderTests, EveryPropertyFillsItsKey) {
+TEST(OVNSErrorBuilderTests, EveryPropertyFillsItsKeyWhateverTheUserInfoHasThere) {
   const auto underlying = OVMakeErrorWithPOSIXError(ENOENT);
   const auto attempter = NSMutableDictionary::dictionary();
   const auto error = OVMakeError([&](const Ref<OVNSErrorBuilder>& builder) {
+    builder->setUserInfo(entryForEveryProperty());
     builder->setDomain("domain");
     builder->setCode(-17);
     builder->setLocalizedDescription("description");
@@ -103,6 +136,56 @@ TEST(OVNSErrorBuilderTests, EveryPropertyFillsItsKey) {
   EXPECT_EQ(text(error, NSFilePathErrorKey), "/tmp/a");
 }
 
+// Shows: error, setUserInfo
+TEST(OVNSErrorBuilderTests, PropertiesThatAreNothingLeaveTheUserInfoAsItIs) {
+  const auto builder = OVNSErrorBuilder::errorBuilder();
+  builder->setUserInfo(entryForEveryProperty());
+  builder->setLocalizedDescription(nullptr);
+  EXPECT_TRUE(builder->error()->userInfo()->isEqual(entryForEveryProperty()));
+}
+
+// Shows: setRecoveryAttempter, recoveryAttempter
+TEST(OVNSErrorBuilderTests, TheRecoveryAttempterIsSharedAndNotCopied) {
+  const auto builder = OVNSErrorBuilder::errorBuilder();
+  const id attempter = NSMutableDictionary::dictionary();
+  builder->setRecoveryAttempter(attempter);
+  EXPECT_EQ(builder->recoveryAttempter(), attempter);
+}
+
+// Shows: setUnderlyingError, underlyingError, setURL, URL, setCode, code
+TEST(OVNSErrorBuilderTests, CodeErrorAndURLAreAnsweredAsTheyWereSet) {
+  const auto builder = OVNSErrorBuilder::errorBuilder();
+  builder->setCode(-9'000'000'000);
+  builder->setUnderlyingError(OVMakeErrorWithPOSIXError(ENOENT));
+  builder->setURL(NSURL::URLWithString("https://example.org/"));
+  EXPECT_EQ(builder->code(), -9'000'000'000);
+  EXPECT_TRUE(builder->underlyingError()->isEqual(OVMakeErrorWithPOSIXError(ENOENT)));
+  EXPECT_TRUE(builder->URL()->isEqual(NSURL::URLWithString("https://example.org/")));
+}
+
+// Shows: setDomain, domain, setLocalizedDescription, localizedDescription, setLocalizedFailureReason, localizedFailureReason, setLocalizedRecoverySuggestion, localizedRecoverySuggestion, setHelpAnchor, helpAnchor, setFilePath, filePath
+TEST(OVNSErrorBuilderTests, EveryTextIsKeptAsACopy) {
+  struct Text {
+    void (OVNSErrorBuilder::*set)(const Ref<NSString>&);
+    Ref<NSString> (OVNSErrorBuilder::*get)() const;
+  };
+  for (const Text& property :
+       {Text{&OVNSErrorBuilder::setDomain, &OVNSErrorBuilder::domain},
+        Text{&OVNSErrorBuilder::setLocalizedDescription, &OVNSErrorBuilder::localizedDescription},
+        Text{&OVNSErrorBuilder::setLocalizedFailureReason,
+             &OVNSErrorBuilder::localizedFailureReason},
+        Text{&OVNSErrorBuilder::setLocalizedRecoverySuggestion,
+             &OVNSErrorBuilder::localizedRecoverySuggestion},
+        Text{&OVNSErrorBuilder::setHelpAnchor, &OVNSErrorBuilder::helpAnchor},
+        Text{&OVNSErrorBuilder::setFilePath, &OVNSErrorBuilder::filePath}}) {
+    const auto builder = OVNSErrorBuilder::errorBuilder();
+    const auto text = NSMutableString::stringWithString("before");
+    (builder.get()->*property.set)(text);
+    text->appendString(" after");
+    EXPECT_EQ((builder.get()->*property.get)(), "before");
+  }
+}
+
 // Shows: setLocalizedFailureReason, setLocalizedRecoveryOptions, setUserInfo
 TEST(OVNSErrorBuilderTests, StringsArraysAndDictionariesAreKeptAsCopies) {
   const auto builder = OVNSErrorBuilder::errorBuilder();
@@ -118,6 +201,25 @@ TEST(OVNSErrorBuilderTests, StringsArraysAndDictionariesAreKeptAsCopies) {
   EXPECT_EQ(builder->localizedFailureReason(), "before");
   EXPECT_EQ(builder->localizedRecoveryOptions()->count(), 0U);
   EXPECT_EQ(builder->userInfo()->count(), 0U);
+}
+
+// Shows: setLocalizedFailureReason, localizedFailureReason
+TEST(OVNSErrorBuilderTests, ReadersSeeWholeValuesWhileOthersWrite) {
+  const auto builder = OVNSErrorBuilder::errorBuilder();
+  builder->setLocalizedFailureReason("one reason");
+  testing::Threads threads;
+  threads.start(2, [&](int number) {
+    for (int turn = 0; turn < 1000; ++turn) {
+      builder->setLocalizedFailureReason(number == 0 ? "one reason" : "another one");
+    }
+  });
+  threads.start(2, [&](int) {
+    for (int turn = 0; turn < 1000; ++turn) {
+      const std::string reason = builder->localizedFailureReason()->displayUTF8();
+      EXPECT_TRUE(reason == "one reason" || reason == "another one") << reason;
+    }
+  });
+  threads.join();
 }
 
 // Shows: error
@@ -177,7 +279,7 @@ TEST(OVNSErrorBuilderTests, PropertiesAreReachedByName) {
 }
 
 // Shows: OVMakeErrorWithPOSIXError
-TEST(OVMakeErrorWithPOSIXErrorTests, AnErrorHasTheNumberAndTheLibrarysText) {
+TEST(OVMakeErrorWithPOSIXErrorTests, AnErrorHasTheNumberAndTheTextOfTheCLibrary) {
   const auto error = OVMakeErrorWithPOSIXError(2);
   EXPECT_EQ(error->domain(), "NSPOSIXErrorDomain");
   EXPECT_EQ(error->code(), 2);
@@ -200,6 +302,8 @@ TEST(OVMakeStandardMacErrorStringTests, AStatusIsToldWithItsNameAndComment) {
             "Copy failed with error code -43 (fnfErr). File not found.");
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, fnfErr),
             "Error code -43 (fnfErr). File not found.");
+  EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, kPOSIXErrorBase + ENODEV),
+            "Error code 100019 (kPOSIXErrorENODEV). No such device.");
 }
 
 // Shows: OVMakeStandardMacErrorString
@@ -207,6 +311,7 @@ TEST(OVMakeStandardMacErrorStringTests, ANamelessStatusShowsItsFourASCIICharacte
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0x666D743F), "Error code 1718449215 ('fmt?').");
   EXPECT_EQ(OVMakeStandardMacErrorString("Open", 0x666D743F),
             "Open failed with error code 1718449215 ('fmt?').");
+  EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0x01020304), "Error code 16909060 ('\1\2\3\4').");
 }
 
 // Shows: OVMakeStandardMacErrorString
