@@ -167,7 +167,7 @@ TEST(OVBinaryDataStreamTests, TheByteOrderMayChangeBetweenValues) {
   EXPECT_EQ(hex(stream->data()), "01 02 02 01");
 }
 
-// Shows: isLittleEndian, mLittleEndian
+// Shows: isLittleEndian, writeUInt16
 TEST(OVBinaryDataStreamTests, OnlyTheStoredValueOneIsLittleEndian) {
   for (const int stored : {0, 2, 255}) {
     const auto stream = make<OddByteOrderStream>(static_cast<std::uint8_t>(stored));
@@ -383,7 +383,15 @@ TEST(OVBinaryDataStreamTests, MovingByADeltaStartsAtThePosition) {
   EXPECT_EQ(stream->readUInt8(), 1);
 }
 
-// Shows: writeUInt8, readUInt8
+// Shows: offsetPosition, length
+TEST(OVBinaryDataStreamTests, MovingByADeltaBehindTheEndGrowsTheData) {
+  const auto stream = writableLittle();
+  stream->writeUInt8(1);
+  stream->offsetPosition(2);
+  EXPECT_EQ(hex(stream->data()), "01 00 00");
+}
+
+// Shows: writeUInt8, readUInt8, writeData_length, readData_length
 TEST(OVBinaryDataStreamTests, AStreamWithoutABufferSaysSo) {
   const auto stream = make<BufferlessStream>();
   const auto writing =
@@ -392,6 +400,29 @@ TEST(OVBinaryDataStreamTests, AStreamWithoutABufferSaysSo) {
   const auto reading =
       expectException(NSInternalInconsistencyException, [&] { stream->readUInt8(); });
   EXPECT_EQ(reading.reason(), "OVBinaryDataStream has no data");
+  char byte = 0;
+  expectException(NSInternalInconsistencyException, [&] { stream->writeData_length(&byte, 1); });
+  expectException(NSInternalInconsistencyException, [&] { stream->readData_length(&byte, 1); });
+}
+
+// Shows: init, length, position, isLittleEndian, isEndOfFile
+TEST(OVBinaryDataStreamTests, ANewStreamIsEmptyBigEndianAndAtItsEnd) {
+  const auto stream = OVBinaryDataStream::init();
+  EXPECT_EQ(stream->length(), 0U);
+  EXPECT_EQ(stream->position(), 0);
+  EXPECT_FALSE(stream->isLittleEndian());
+  EXPECT_TRUE(stream->isEndOfFile());
+}
+
+// Shows: OVBinaryDataStream
+TEST(OVBinaryDataStreamTests, ADestroyedStreamHasGivenUpItsBuffer) {
+  const auto buffer = NSMutableData::data();
+  const auto before = buffer->retainCount();
+  {
+    const auto stream = OVBinaryDataStream::initWithData(buffer);
+    EXPECT_GT(buffer->retainCount(), before);
+  }
+  EXPECT_EQ(buffer->retainCount(), before);
 }
 
 // Shows: readString

@@ -101,6 +101,15 @@ TEST_F(OVBinaryFileStreamTests, AFailedOpenChoosesTheByteOrderAllTheSame) {
   EXPECT_TRUE(stream->isLittleEndian());
 }
 
+// Shows: open_error, lastErrorCode, length, file
+TEST_F(OVBinaryFileStreamTests, AFailedOpenLeavesTheStreamClosed) {
+  const auto stream = reading("abc");
+  EXPECT_FALSE(stream->open_error(0));
+  EXPECT_EQ(stream->file(), nullptr);
+  EXPECT_EQ(stream->lastErrorCode(), -1);
+  EXPECT_EQ(stream->length(), 0U);
+}
+
 // Shows: readInt64, position, isEndOfFile
 TEST_F(OVBinaryFileStreamTests, AShortReadConsumesWhatThereWas) {
   const auto stream = reading("abc");
@@ -111,12 +120,13 @@ TEST_F(OVBinaryFileStreamTests, AShortReadConsumesWhatThereWas) {
   EXPECT_TRUE(stream->isEndOfFile());
 }
 
-// Shows: length, position
+// Shows: length, position, isEndOfFile
 TEST_F(OVBinaryFileStreamTests, TheLengthLeavesThePosition) {
   const auto stream = reading("0123456789");
   stream->setPosition(4);
   EXPECT_EQ(stream->length(), 10U);
   EXPECT_EQ(stream->position(), 4);
+  EXPECT_FALSE(stream->isEndOfFile());
   EXPECT_EQ(stream->readUInt8(), '4');
 }
 
@@ -229,11 +239,12 @@ TEST_F(OVBinaryFileStreamTests, ReadingAndWritingMayTakeTurns) {
   EXPECT_EQ(stream->length(), 2000U);
 }
 
-// Shows: file
-TEST_F(OVBinaryFileStreamTests, TheFileMayBeUsedBetweenTheStreamsOperations) {
+// Shows: file, data
+TEST_F(OVBinaryFileStreamTests, TheFileMayBeUsedBetweenOperationsOfTheStream) {
   const auto stream = openedFor("file", OVBinaryStreamOpenForWriting);
   stream->writeUInt8('a');
   std::fputs("bc", stream->file());
+  EXPECT_EQ(stream->data(), nullptr);
   stream->writeUInt8('d');
   stream->close();
   EXPECT_EQ(folder_.read("file"), "abcd");
@@ -254,6 +265,19 @@ TEST_F(OVBinaryFileStreamTests, ANegativePositionIsAnErrorOfTheLastOperation) {
   EXPECT_EQ(stream->lastErrorCode(), EINVAL);
   EXPECT_EQ(stream->position(), 0);
   EXPECT_EQ(stream->lastErrorCode(), 0);
+}
+
+// Shows: position, length, setPosition, lastErrorCode
+TEST_F(OVBinaryFileStreamTests, WhereThereIsNoPositionItIsMinusOneAndTheLengthZero) {
+  ASSERT_EQ(mkfifo(folder_.at("pipe").c_str(), 0600), 0);
+  const auto stream =
+      openedFor("pipe", OVBinaryStreamOpenForReading | OVBinaryStreamOpenForWriting);
+  EXPECT_EQ(stream->position(), -1);
+  EXPECT_EQ(stream->lastErrorCode(), ESPIPE);
+  EXPECT_EQ(stream->length(), 0U);
+  EXPECT_EQ(stream->lastErrorCode(), ESPIPE);
+  stream->setPosition(1);
+  EXPECT_EQ(stream->lastErrorCode(), ESPIPE);
 }
 
 // Shows: readUInt8, OVBinaryStreamReadErrorException, lastErrorCode
