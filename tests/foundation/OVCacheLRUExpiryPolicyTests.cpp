@@ -64,6 +64,15 @@ TEST_F(OVCacheLRUExpiryPolicyTests, RemovesTheLeastRecentlyAccessedAtItsCount) {
   EXPECT_EQ(cache->removed, "2");
 }
 
+// Shows: initWithFixedCount, preInsertExpireFrom
+TEST_F(OVCacheLRUExpiryPolicyTests, GoesByTheCountItIsInitialisedWith) {
+  fill(cache, 2);
+  OVCacheLRUExpiryPolicy::initWithFixedCount(3)->preInsertExpireFrom(cache);
+  EXPECT_EQ(cache->removed, "");
+  OVCacheLRUExpiryPolicy::initWithFixedCount(2)->preInsertExpireFrom(cache);
+  EXPECT_EQ(cache->removed, "1");
+}
+
 // Shows: preInsertExpireFrom
 TEST_F(OVCacheLRUExpiryPolicyTests, RemovesEverythingAboveItsCountTheOldestFirst) {
   for (const NSUInteger count : {0, 1, 2, 3}) {

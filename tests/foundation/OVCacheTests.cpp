@@ -85,6 +85,17 @@ TEST_F(OVCacheTests, AnEmptyCacheHoldsNothingAndIsDescribedAsAnEmptyDictionary) 
   EXPECT_EQ(cache->description(), NSDictionary::dictionary()->description()->displayUTF8());
 }
 
+// Shows: initWithGenerator_expiryPolicy, objectForKey
+TEST_F(OVCacheTests, AsksItsGeneratorAndItsPolicy) {
+  const auto cache = OVCache::initWithGenerator_expiryPolicy(
+      generator, OVCacheLRUExpiryPolicy::lruExpiryPolicyWithFixedCount(1));
+  EXPECT_EQ(cache->count(), 0U);
+  EXPECT_TRUE(lookUp(cache, "A")->isEqual("object of A"));
+  EXPECT_TRUE(lookUp(cache, "B")->isEqual("object of B"));
+  EXPECT_EQ(keysIn(cache), "B");
+  EXPECT_EQ(generator->asked, "AB");
+}
+
 // Shows: setObject_forKey, objectForKey, count, cacheWithExpiryPolicy
 TEST_F(OVCacheTests, KeepsWhatIsSet) {
   const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
@@ -184,6 +195,24 @@ TEST_F(OVCacheTests, NullMayBeSet) {
   cache->setObject_forKey(nullptr, "A");
   EXPECT_EQ(cache->objectForKey("A"), nullptr);
   EXPECT_EQ(cache->count(), 1U);
+}
+
+// Shows: cacheItems, count
+TEST_F(OVCacheTests, ListsAllItsItemsThoseOfNullIncluded) {
+  const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
+  set(cache, "A");
+  cache->setObject_forKey(nullptr, "B");
+  EXPECT_EQ(keysIn(cache), "AB");
+  EXPECT_EQ(cache->count(), 2U);
+}
+
+// Shows: cacheWithExpiryPolicy, setObject_forKey, count
+TEST_F(OVCacheTests, WithoutAPolicyNothingIsEverRemoved) {
+  const auto cache = OVCache::cacheWithExpiryPolicy(nullptr);
+  for (int number = 0; number < 1000; ++number) {
+    cache->setObject_forKey(number, number);
+  }
+  EXPECT_EQ(cache->count(), 1000U);
 }
 
 // Shows: objectForKey, generateObjectForKey, cacheItemWithKey

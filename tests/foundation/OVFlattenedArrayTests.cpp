@@ -61,12 +61,26 @@ TEST_F(OVFlattenedArrayTests, TellsItsArraysAndTheirCounts) {
   expectException(NSRangeException, [&] { (void)view->countInArrayAtIndex(3); });
 }
 
-// Shows: getObjectIndex_arrayIndex_forObjectAtFlattenedIndex
-TEST_F(OVFlattenedArrayTests, ConvertsIndexesBothWays) {
+// Shows: arrayIndexForObjectAtFlattenedIndex
+TEST_F(OVFlattenedArrayTests, TellsTheArrayThatAnIndexLiesIn) {
+  EXPECT_EQ(view->arrayIndexForObjectAtFlattenedIndex(0), 0U);
+  EXPECT_EQ(view->arrayIndexForObjectAtFlattenedIndex(1), 0U);
   EXPECT_EQ(view->arrayIndexForObjectAtFlattenedIndex(2), 2U);
+}
+
+// Shows: getObjectIndex_arrayIndex_forObjectAtFlattenedIndex
+TEST_F(OVFlattenedArrayTests, TellsTheArrayOfAnIndexAndThePlaceInIt) {
   const Indexes second = indexesFor(view, 1);
   EXPECT_EQ(second.object, 1U);
   EXPECT_EQ(second.array, 0U);
+  const Indexes third = indexesFor(view, 2);
+  EXPECT_EQ(third.object, 0U);
+  EXPECT_EQ(third.array, 2U);
+}
+
+// Shows: flattenedIndexForObjectAtIndex_inArrayAtIndex
+TEST_F(OVFlattenedArrayTests, TellsTheIndexOfAPlaceInAnArray) {
+  EXPECT_EQ(view->flattenedIndexForObjectAtIndex_inArrayAtIndex(1, 0), 1U);
   EXPECT_EQ(view->flattenedIndexForObjectAtIndex_inArrayAtIndex(0, 2), 2U);
 }
 
@@ -75,9 +89,14 @@ TEST_F(OVFlattenedArrayTests, AnIndexPastTheEndIsAnInvalidArgument) {
   constexpr auto kReason = "Index 3 is out of bounds (0-3)";
   expectReason(kReason, [&] { (void)view->objectAtIndex(3); });
   expectReason(kReason, [&] { (void)view->arrayIndexForObjectAtFlattenedIndex(3); });
-  expectReason(kReason, [&] { (void)indexesFor(view, 3); });
   expectReason("Index 18446744073709551615 is out of bounds (0-3)",
                [&] { (void)view->objectAtIndex(~NSUInteger{0}); });
+}
+
+// Shows: getObjectIndex_arrayIndex_forObjectAtFlattenedIndex
+TEST_F(OVFlattenedArrayTests, AnIndexPastTheEndHasNoPlace) {
+  expectReason("Index 3 is out of bounds (0-3)", [&] { (void)indexesFor(view, 3); });
+  expectReason("Index 0 is out of bounds (0-0)", [&] { (void)indexesFor(empty, 0); });
 }
 
 // Shows: flattenedIndexForObjectAtIndex_inArrayAtIndex
@@ -88,9 +107,11 @@ TEST_F(OVFlattenedArrayTests, AnIndexOfNoObjectOrNoArrayIsAnInvalidArgument) {
                [&] { (void)view->flattenedIndexForObjectAtIndex_inArrayAtIndex(2, 0); });
   expectReason("Array index 3 is out of bounds (0-3)",
                [&] { (void)view->flattenedIndexForObjectAtIndex_inArrayAtIndex(0, 3); });
+  expectReason("Array index 0 is out of bounds (0-0)",
+               [&] { (void)empty->flattenedIndexForObjectAtIndex_inArrayAtIndex(0, 0); });
 }
 
-// Shows: initWithArrays, count, arrayCount, objectAtIndex
+// Shows: count, arrayCount, initWithArrays, objectAtIndex, arrayIndexForObjectAtFlattenedIndex
 TEST_F(OVFlattenedArrayTests, AViewOfNoArraysHasNothing) {
   EXPECT_EQ(empty->count(), 0U);
   EXPECT_EQ(empty->arrayCount(), 0U);
@@ -98,9 +119,6 @@ TEST_F(OVFlattenedArrayTests, AViewOfNoArraysHasNothing) {
   constexpr auto kReason = "Index 0 is out of bounds (0-0)";
   expectReason(kReason, [&] { (void)empty->objectAtIndex(0); });
   expectReason(kReason, [&] { (void)empty->arrayIndexForObjectAtFlattenedIndex(0); });
-  expectReason(kReason, [&] { (void)indexesFor(empty, 0); });
-  expectReason("Array index 0 is out of bounds (0-0)",
-               [&] { (void)empty->flattenedIndexForObjectAtIndex_inArrayAtIndex(0, 0); });
 }
 
 // Shows: initWithArrays, arrayAtIndex, count

@@ -27,6 +27,15 @@ TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, OnlyTheFirstKeyMatchesInA
   EXPECT_TRUE(dictionary->allKeys()->isEqualToArray(NSArray::of("editor")));
 }
 
+// Shows: objectForKeyPath, setObject_forKeyPath, removeObjectForKeyPath
+TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, AnArrayOfKeysMatchesAsAListDoes) {
+  dictionary->setObject_forKeyPath(1, NSArray::of("Editor", "Font"));
+  EXPECT_TRUE(dictionary->objectForKeyPath(NSArray::of("EDITOR", "Font"))->isEqual(1));
+  EXPECT_EQ(dictionary->objectForKeyPath(NSArray::of("EDITOR", "font")), nullptr);
+  dictionary->removeObjectForKeyPath(NSArray::of("eDITOR", "Font"));
+  EXPECT_TRUE(dictionary->objectForKeys("editor")->isEqual(NSDictionary::dictionary()));
+}
+
 // Shows: setup, init, objectForKeys
 TEST_F(OVMutableCaseInsensitiveKeyPathDictionaryTests, OnlyTheTopLevelIsACaseInsensitiveOne) {
   dictionary->setObject_forKeys(1, "a", "b");

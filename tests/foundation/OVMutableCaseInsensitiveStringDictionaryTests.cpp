@@ -97,6 +97,16 @@ TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, ReplacingReachesAllAfterTh
   EXPECT_EQ(values(), "B");
 }
 
+// Shows: setObject_forKey, objectForKey
+TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, ReplacingReachesSpellingsThatWereAskedFor) {
+  dictionary->setObject_forKey("A", "Foo");
+  EXPECT_EQ(at("FOO"), "A");
+  dictionary->setObject_forKey("B", "Foo");
+  EXPECT_EQ(at("FOO"), "B");
+  EXPECT_EQ(at("foo"), "A");
+  EXPECT_EQ(at("fOO"), "A");
+}
+
 // Shows: setObject_forKey, objectForKey, allKeys
 TEST_F(OVMutableCaseInsensitiveStringDictionaryTests, ANewSpellingReplacesTheLowercaseForm) {
   dictionary->setObject_forKey("A", "Foo");

@@ -29,6 +29,12 @@ class OVMutableKeyPathDictionaryTests : public ::testing::Test {
   Ref<OVMutableKeyPathDictionary> dictionary = OVMutableKeyPathDictionary::init();
 };
 
+// Shows: init, allKeys
+TEST_F(OVMutableKeyPathDictionaryTests, BeginsWithAnEmptyTopLevel) {
+  EXPECT_EQ(dictionary->allKeys()->count(), 0U);
+  EXPECT_TRUE(tree()->isEqual(NSDictionary::dictionary()));
+}
+
 // Shows: setObject_forKeyPath, objectForKeyPath, objectForKeys, allKeys
 TEST_F(OVMutableKeyPathDictionaryTests, StoringMakesTheLevelsOnTheWay) {
   dictionary->setObject_forKeyPath(1, NSArray::of("a", "b", "c"));
@@ -80,6 +86,13 @@ TEST_F(OVMutableKeyPathDictionaryTests, StoringReplacesAValueOrAWholeLevel) {
 TEST_F(OVMutableKeyPathDictionaryTests, RemovingMakesTheLevelsOnTheWayToo) {
   dictionary->removeObjectForKeys("p", "q");
   EXPECT_TRUE(tree()->isEqual(NSDictionary::of({{"p", NSDictionary::dictionary()}})));
+}
+
+// Shows: removeObjectForKeyPath
+TEST_F(OVMutableKeyPathDictionaryTests, RemovingAtAPathMakesTheLevelsAboveItsLastKey) {
+  dictionary->removeObjectForKeyPath(NSArray::of("p", "q", "r"));
+  const auto inner = NSDictionary::of({{"q", NSDictionary::dictionary()}});
+  EXPECT_TRUE(tree()->isEqual(NSDictionary::of({{"p", inner}})));
 }
 
 // Shows: removeObjectForKeyPath, removeObjectForKeys, allKeys

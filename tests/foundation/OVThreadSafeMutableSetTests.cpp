@@ -47,6 +47,42 @@ TEST(OVThreadSafeMutableSetTests, IsAMutableSetMadeByItsClass) {
   EXPECT_TRUE(made->isKindOfClass(NSMutableSet::staticClass()));
 }
 
+// Shows: addObject, member, containsObject, count, init
+TEST(OVThreadSafeMutableSetTests, AnEqualObjectIsAddedOnlyOnce) {
+  const auto set = OVThreadSafeMutableSet::init();
+  EXPECT_EQ(set->count(), 0U);
+  const id first = counted(1);
+  set->addObject(first);
+  set->addObject(counted(1));
+  EXPECT_EQ(set->count(), 1U);
+  EXPECT_EQ(set->member(counted(1)), first);
+  EXPECT_TRUE(set->containsObject(counted(1)));
+  EXPECT_EQ(set->member(counted(2)), nullptr);
+  EXPECT_FALSE(set->containsObject(counted(2)));
+}
+
+// Shows: removeObject, removeAllObjects, containsObject, count
+TEST(OVThreadSafeMutableSetTests, RemovesTheEqualObjectAndNoOther) {
+  const auto set = setOfNumbersBelow(3);
+  set->removeObject(counted(1));
+  set->removeObject(counted(7));
+  EXPECT_EQ(set->count(), 2U);
+  EXPECT_FALSE(set->containsObject(counted(1)));
+  EXPECT_TRUE(set->containsObject(counted(2)));
+  set->removeAllObjects();
+  EXPECT_EQ(set->count(), 0U);
+}
+
+// Shows: OVThreadSafeMutableSet
+TEST(OVThreadSafeMutableSetTests, JoinsAndIntersectsAsEveryMutableSetDoes) {
+  const auto set = OVThreadSafeMutableSet::init();
+  set->unionSet(NSSet::of("a", "b", "c"));
+  set->minusSet(NSSet::of("a"));
+  EXPECT_TRUE(set->isEqual(NSSet::of("b", "c")));
+  set->intersectSet(NSSet::of("a", "b"));
+  EXPECT_TRUE(set->isEqual(NSSet::of("b")));
+}
+
 // Shows: objectEnumerator
 TEST(OVThreadSafeMutableSetTests, AnEnumeratorGoesOnWithItsSnapshot) {
   const auto set = setOfNumbersBelow(100);

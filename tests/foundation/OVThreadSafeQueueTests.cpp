@@ -121,6 +121,15 @@ TEST(OVThreadSafeQueueTests, APlaceholderCountsAsAnObjectAndMayBeReplaced) {
   EXPECT_EQ(drained(*queue), "A");
 }
 
+// Shows: init, enqueue
+TEST(OVThreadSafeQueueTests, HasNoMaximumUnlessOneIsGiven) {
+  const auto queue = OVThreadSafeQueue::init();
+  for (const char* name : {"A", "B", "C", "D"}) {
+    queue->enqueue(name);
+  }
+  EXPECT_EQ(drained(*queue), "ABCD");
+}
+
 // Shows: initWithMaximumCapacity, enqueue, dequeue
 TEST(OVThreadSafeQueueTests, WithoutAMaximumNothingIsDropped) {
   const auto queue = OVThreadSafeQueue::initWithMaximumCapacity(0);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Property lists go to other programs and come back: Python's plistlib and plistutil.
+#include <KestovaFoundation/Additions/NSPropertyListSerializationAdditions.h>
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSDictionary.h>
@@ -86,17 +87,18 @@ for path, format in (("theirs.xml", plistlib.FMT_XML), ("theirs.binary", plistli
 class PropertyListTests : public ::testing::Test {
  protected:
   void writeOurs(const id& propertyList) const {
-    for (const auto format : kFormats) {
-      const auto outcome = testing::writePropertyList(propertyList, format);
-      ASSERT_EQ(outcome.problem, "");
-      folder_.write("ours." + nameOf(format), testing::textOfData(outcome.value));
-    }
+    ASSERT_TRUE(writePropertyList_toFile_error(propertyList, folder_.at("ours.binary")));
+    const auto outcome = testing::writePropertyList(propertyList, NSPropertyListXMLFormat_v1_0);
+    ASSERT_EQ(outcome.problem, "");
+    folder_.write("ours.xml", testing::textOfData(outcome.value));
   }
 
   void expectTheirs(const id& propertyList, NSPropertyListFormat format) const {
-    const auto outcome = testing::readPropertyList(folder_.read("theirs." + nameOf(format)));
-    EXPECT_EQ(outcome.problem, "");
-    EXPECT_TRUE(propertyList->isEqual(outcome.value)) << outcome.value;
+    Ref<NSString> problem;
+    const id found =
+        mutablePropertyListFromFile_error(folder_.at("theirs." + nameOf(format)), &problem);
+    EXPECT_EQ(problem, nullptr);
+    EXPECT_TRUE(propertyList->isEqual(found)) << found;
   }
 
   /// Whether the command succeeds in the folder; what it says goes to this test's output.
@@ -111,6 +113,7 @@ class PropertyListTests : public ::testing::Test {
   testing::TemporaryFolder folder_;
 };
 
+// Shows: writePropertyList_toFile_error, mutablePropertyListFromFile_error
 TEST_F(PropertyListTests, PythonReadsAndWritesTheSameValuesInBothFormats) {
   if (!runs("python3 -c 'import plistlib'")) {
     GTEST_SKIP() << "python3 with plistlib is missing: install python3";
@@ -123,6 +126,7 @@ TEST_F(PropertyListTests, PythonReadsAndWritesTheSameValuesInBothFormats) {
   }
 }
 
+// Shows: writePropertyList_toFile_error
 TEST_F(PropertyListTests, PythonWritesTheSameBytesInTheBinaryFormat) {
   if (!runs("python3 -c 'import plistlib'")) {
     GTEST_SKIP() << "python3 with plistlib is missing: install python3";
@@ -137,6 +141,7 @@ TEST_F(PropertyListTests, PythonWritesTheSameBytesInTheBinaryFormat) {
   EXPECT_EQ(testing::textOfData(again), folder_.read("theirs.binary"));
 }
 
+// Shows: writePropertyList_toFile_error, mutablePropertyListFromFile_error
 TEST_F(PropertyListTests, PlistutilConvertsBothFormatsIntoEachOther) {
   if (!runs("command -v plistutil")) {
     GTEST_SKIP() << "plistutil is missing: install libplist-utils";

@@ -54,6 +54,22 @@ TEST(NSArrayKestovaAdditionsTests, NullIsFoundAsAValueToo) {
   EXPECT_EQ(indexOfObjectWithValue_forKey(records(), nullptr, "name"), NSNotFound);
 }
 
+/// Equals nothing, not even itself.
+class Unequal final : public NSObject {
+ public:
+  bool isEqual(const id&) const override { return false; }
+};
+
+// Shows: indexOfObjectWithValue_forKey, objectWithValue_forKey
+TEST(NSArrayKestovaAdditionsTests, TheVerySameValueIsFoundThoughItEqualsNothing) {
+  const id value = make<Unequal>();
+  const id other = make<Unequal>();
+  const id holder = NSDictionary::of({{"name", value}});
+  const auto array = NSArray::of(NSDictionary::of({{"name", other}}), holder);
+  EXPECT_EQ(indexOfObjectWithValue_forKey(array, value, "name"), 1U);
+  EXPECT_EQ(objectWithValue_forKey(array, value, "name"), holder);
+}
+
 /// Empties an array when it is asked for a value.
 class Emptying : public NSObject {
  public:
@@ -150,20 +166,26 @@ TEST(NSArrayKestovaAdditionsTests, TheFirstObjectThatPassesIsFound) {
             nullptr);
 }
 
-// Shows: arrayByRemovingObject, arrayByRemovingObjectsInArray, arrayByRemovingObjectAtIndex
-TEST(NSArrayKestovaAdditionsTests, ACopyLacksWhatIsRemoved) {
+// Shows: arrayByRemovingObject, arrayByRemovingObjectsInArray
+TEST(NSArrayKestovaAdditionsTests, ACopyLacksTheEqualsOfWhatIsRemoved) {
   const auto array = NSMutableArray::of("a", "b", "a", "c");
   EXPECT_TRUE(arrayByRemovingObject(array, "a")->isEqual(NSArray::of("b", "c")));
   EXPECT_TRUE(arrayByRemovingObject(array, nullptr)->isEqual(array));
   EXPECT_TRUE(
       arrayByRemovingObjectsInArray(array, NSArray::of("c", "a"))->isEqual(NSArray::of("b")));
   EXPECT_TRUE(arrayByRemovingObjectsInArray(array, nullptr)->isEqual(array));
+  EXPECT_EQ(array->count(), 4U);
+  EXPECT_TRUE(isImmutable(arrayByRemovingObject(array, "a")));
+  EXPECT_TRUE(isImmutable(arrayByRemovingObjectsInArray(array, nullptr)));
+}
+
+// Shows: arrayByRemovingObjectAtIndex, arrayByRemovingObjectsAtIndexes
+TEST(NSArrayKestovaAdditionsTests, ACopyLacksThePositionsThatAreRemoved) {
+  const auto array = NSMutableArray::of("a", "b", "a", "c");
   EXPECT_TRUE(arrayByRemovingObjectAtIndex(array, 1)->isEqual(NSArray::of("a", "a", "c")));
   EXPECT_TRUE(arrayByRemovingObjectsAtIndexes(array, NSIndexSet::of({0, 3}))
                   ->isEqual(NSArray::of("b", "a")));
   EXPECT_EQ(array->count(), 4U);
-  EXPECT_TRUE(isImmutable(arrayByRemovingObject(array, "a")));
-  EXPECT_TRUE(isImmutable(arrayByRemovingObjectsInArray(array, nullptr)));
   EXPECT_TRUE(isImmutable(arrayByRemovingObjectAtIndex(array, 1)));
   EXPECT_TRUE(isImmutable(arrayByRemovingObjectsAtIndexes(array, NSIndexSet::indexSet())));
 }
@@ -177,14 +199,21 @@ TEST(NSArrayKestovaAdditionsTests, ACopyHasWhatIsInserted) {
           ->isEqual(NSArray::of("x", "a", "y", "b")));
   EXPECT_EQ(array->count(), 2U);
   EXPECT_TRUE(isImmutable(arrayByInsertingObject_atIndex(array, "x", 2)));
+  EXPECT_TRUE(
+      isImmutable(arrayByInsertingObjects_atIndexes(array, NSArray::of("x"), NSIndexSet::of({0}))));
 }
 
 // Shows: arrayByRemovingObjectAtIndex, arrayByRemovingObjectsAtIndexes
-TEST(NSArrayKestovaAdditionsTests, AnIndexPastTheEndFailsAsInAMutableArray) {
+TEST(NSArrayKestovaAdditionsTests, RemovingPastTheEndFailsAsInAMutableArray) {
   const auto array = NSArray::of("a");
   expectException(NSRangeException, [&] { (void)arrayByRemovingObjectAtIndex(array, 1); });
   expectException(NSRangeException,
                   [&] { (void)arrayByRemovingObjectsAtIndexes(array, NSIndexSet::of({1})); });
+}
+
+// Shows: arrayByInsertingObject_atIndex, arrayByInsertingObjects_atIndexes
+TEST(NSArrayKestovaAdditionsTests, InsertingPastTheEndFailsAsInAMutableArray) {
+  const auto array = NSArray::of("a");
   expectException(NSRangeException, [&] { (void)arrayByInsertingObject_atIndex(array, "x", 2); });
   expectException(NSInvalidArgumentException,
                   [&] { (void)arrayByInsertingObject_atIndex(array, nullptr, 0); });
@@ -295,6 +324,14 @@ TEST(NSArrayDataAdditionsTests, WhatIsNoDataIsRefused) {
   expectException(NSInvalidArgumentException, [&] { (void)componentsJoinedByData(two, nullptr); });
   expectException(NSInvalidArgumentException,
                   [] { (void)componentsJoinedByData(NSArray::of("text"), NSData::data()); });
+}
+
+// Shows: stringsByTrimmingCharactersInSet
+TEST(NSArrayTrimmingStringsTests, EachStringLosesTheCharactersAtItsEnds) {
+  const auto signs = NSCharacterSet::characterSetWithCharactersInString("-+");
+  const auto trimmed = stringsByTrimmingCharactersInSet(NSArray::of("-a-b+", "c", "", "+-"), signs);
+  EXPECT_TRUE(trimmed->isEqual(NSArray::of("a-b", "c", "", "")));
+  EXPECT_TRUE(isImmutable(trimmed));
 }
 
 }  // namespace

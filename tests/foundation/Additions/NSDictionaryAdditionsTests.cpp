@@ -37,7 +37,7 @@ TEST(NSDictionaryAdditionsTests, NumbersAreReadAsEachType) {
   EXPECT_EQ(floatForKey(values, "tenth"), 0.1F);
 }
 
-// Shows: boolForKey, integerForKey, unsignedIntegerForKey, doubleForKey, floatForKey, rectForKey
+// Shows: boolForKey, integerForKey, unsignedIntegerForKey, doubleForKey, floatForKey
 TEST(NSDictionaryAdditionsTests, AMissingKeyIsFalseOrZero) {
   const auto empty = NSDictionary::dictionary();
   EXPECT_FALSE(boolForKey(empty, "x"));
@@ -45,10 +45,15 @@ TEST(NSDictionaryAdditionsTests, AMissingKeyIsFalseOrZero) {
   EXPECT_EQ(unsignedIntegerForKey(empty, "x"), 0U);
   EXPECT_EQ(doubleForKey(empty, "x"), 0.0);
   EXPECT_EQ(floatForKey(empty, "x"), 0.0F);
+  EXPECT_FALSE(boolForKey(empty, nullptr));
+}
+
+// Shows: rectForKey, pointForKey, sizeForKey
+TEST(NSDictionaryAdditionsTests, AMissingKeyIsAnEmptyShapeAtTheOrigin) {
+  const auto empty = NSDictionary::dictionary();
   EXPECT_EQ(rectForKey(empty, "x"), NSRect());
   EXPECT_EQ(pointForKey(empty, "x"), NSPoint());
   EXPECT_EQ(sizeForKey(empty, "x"), NSSize());
-  EXPECT_FALSE(boolForKey(empty, nullptr));
 }
 
 // Shows: boolForKey, integerForKey, doubleForKey, floatForKey, unsignedIntegerForKey
@@ -72,15 +77,20 @@ TEST(NSDictionaryAdditionsTests, GeometryIsReadFromText) {
   EXPECT_EQ(rectForKey(values, "text"), NSRect());
 }
 
-// Shows: boolForKey, integerForKey, unsignedIntegerForKey, doubleForKey, floatForKey, rectForKey
-TEST(NSDictionaryAdditionsTests, AnObjectOfAnotherKindIsRefused) {
-  const auto values = NSDictionary::of({{"array", NSArray::array()}, {"number", 1}});
+// Shows: boolForKey, integerForKey, unsignedIntegerForKey, doubleForKey, floatForKey
+TEST(NSDictionaryAdditionsTests, WhatIsNeitherNumberNorTextIsRefusedAsANumber) {
+  const auto values = NSDictionary::of({{"array", NSArray::array()}});
   expectException(NSInvalidArgumentException, [&] { (void)boolForKey(values, "array"); });
   expectException(NSInvalidArgumentException, [&] { (void)integerForKey(values, "array"); });
   expectException(NSInvalidArgumentException,
                   [&] { (void)unsignedIntegerForKey(values, "array"); });
   expectException(NSInvalidArgumentException, [&] { (void)doubleForKey(values, "array"); });
   expectException(NSInvalidArgumentException, [&] { (void)floatForKey(values, "array"); });
+}
+
+// Shows: rectForKey, pointForKey, sizeForKey
+TEST(NSDictionaryAdditionsTests, WhatIsNoTextIsRefusedAsGeometry) {
+  const auto values = NSDictionary::of({{"number", 1}});
   expectException(NSInvalidArgumentException, [&] { (void)rectForKey(values, "number"); });
   expectException(NSInvalidArgumentException, [&] { (void)pointForKey(values, "number"); });
   expectException(NSInvalidArgumentException, [&] { (void)sizeForKey(values, "number"); });
@@ -115,6 +125,22 @@ TEST(NSDictionaryAdditionsTests, IsWrittenInTheBinaryFormat) {
   EXPECT_EQ(error, nullptr);
   EXPECT_EQ(folder.read("values").substr(0, 8), "bplist00");
   EXPECT_TRUE(NSDictionary::dictionaryWithContentsOfURL(url)->isEqual(values));
+}
+
+// Shows: writeToURL_options_error
+TEST(NSDictionaryAdditionsTests, IsWrittenWithTheOptionsThatAreGiven) {
+  const TemporaryFolder folder;
+  folder.write("values", "old");
+  const auto url = NSURL::fileURLWithPath(folder.at("values"));
+  const auto values = NSDictionary::of({{"a", 1}});
+  Ref<NSError> error;
+  EXPECT_FALSE(writeToURL_options_error(values, url, NSDataWritingWithoutOverwriting, &error));
+  EXPECT_EQ(error->code(), NSFileWriteFileExistsError);
+  EXPECT_EQ(folder.read("values"), "old");
+  std::filesystem::create_hard_link(folder.at("values"), folder.at("linked"));
+  EXPECT_TRUE(writeToURL_options_error(values, url, NSDataWritingAtomic));
+  EXPECT_EQ(folder.read("linked"), "old") << "another file took the name";
+  EXPECT_EQ(folder.read("values").substr(0, 8), "bplist00");
 }
 
 // Shows: writeToURL_options_error

@@ -34,20 +34,24 @@ TEST_F(NSMutableDictionaryAdditionsTests, SettingNullSafelyRemovesTheKey) {
 }
 
 // Shows: setBool_forKey, setInteger_forKey, setUnsignedInteger_forKey
-TEST_F(NSMutableDictionaryAdditionsTests, NumbersKeepTheirTypeAndComeBack) {
+TEST_F(NSMutableDictionaryAdditionsTests, IntegersKeepTheirTypeAndComeBack) {
   setBool_forKey(values_, true, "bool");
   setInteger_forKey(values_, std::numeric_limits<NSInteger>::min(), "integer");
   setUnsignedInteger_forKey(values_, std::numeric_limits<NSUInteger>::max(), "unsigned");
-  setDouble_forKey(values_, 0.1, "double");
-  setFloat_forKey(values_, 0.1F, "float");
   EXPECT_EQ(typeUnder("bool"), "B");
   EXPECT_EQ(typeUnder("integer"), "q");
   EXPECT_EQ(typeUnder("unsigned"), "Q");
-  EXPECT_EQ(typeUnder("double"), "d");
-  EXPECT_EQ(typeUnder("float"), "f");
   EXPECT_TRUE(boolForKey(values_, "bool"));
   EXPECT_EQ(integerForKey(values_, "integer"), std::numeric_limits<NSInteger>::min());
   EXPECT_EQ(unsignedIntegerForKey(values_, "unsigned"), std::numeric_limits<NSUInteger>::max());
+}
+
+// Shows: setDouble_forKey, setFloat_forKey
+TEST_F(NSMutableDictionaryAdditionsTests, FloatingNumbersKeepTheirTypeAndComeBack) {
+  setDouble_forKey(values_, 0.1, "double");
+  setFloat_forKey(values_, 0.1F, "float");
+  EXPECT_EQ(typeUnder("double"), "d");
+  EXPECT_EQ(typeUnder("float"), "f");
   EXPECT_EQ(doubleForKey(values_, "double"), 0.1);
   EXPECT_EQ(floatForKey(values_, "float"), 0.1F);
 }

@@ -81,6 +81,15 @@ TEST_F(NSPropertyListSerializationAdditionsTests, AListIsWrittenInTheBinaryForma
 }
 
 // Shows: writePropertyList_toFile_error
+TEST_F(NSPropertyListSerializationAdditionsTests, AListIsWrittenAtomically) {
+  folder_.write("list", "old");
+  std::filesystem::create_hard_link(folder_.at("list"), folder_.at("linked"));
+  EXPECT_TRUE(writePropertyList_toFile_error(NSArray::of(1, 2), at("list")));
+  EXPECT_EQ(folder_.read("linked"), "old") << "another file took the name";
+  EXPECT_EQ(folder_.read("list").substr(0, 8), "bplist00");
+}
+
+// Shows: writePropertyList_toFile_error
 TEST_F(NSPropertyListSerializationAdditionsTests, WhatIsNoListFailsWithoutAReason) {
   folder_.write("list", "old");
   Ref<NSError> error = NSError::errorWithDomain_code_userInfo(NSCocoaErrorDomain, 1, nullptr);
