@@ -20,6 +20,7 @@
 #include "BothStorages.h"
 #include "ChildProcess.h"
 #include "DeepFolders.h"
+#include "MountedTmpfs.h"
 #include "RandomRun.h"
 #include "ShellRun.h"
 #include "TemporaryFolder.h"
@@ -441,6 +442,19 @@ TEST_F(NSFileManagerAdditionsTests, WhatHoldsTheFolderThatIsMovedFromIsNotReplac
 }
 
 // Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
+TEST_F(NSFileManagerAdditionsTests, WhatIsInTheWayAndCannotBeRemovedBeepsAndEndsIt) {
+  makeFolder("from");
+  makeFolder("to");
+  write("from/a");
+  const testing::MountedTmpfs volume(at("to/a"), "size=1m");
+  if (!volume.isMounted()) GTEST_SKIP() << "only root can mount";
+  CountedBeeps beeps;
+  EXPECT_FALSE(move("from", "to", true));
+  EXPECT_EQ(beeps.count, 1);
+  EXPECT_EQ(names("from"), (std::set<std::string>{"a"}));
+}
+
+// Shows: moveContentsOfDirectoryAtPath_intoDirectoryAtPath_replace
 TEST_F(NSFileManagerAdditionsTests, NamesOfAnyBytesMove) {
   makeFolder("from");
   makeFolder("to");
@@ -491,6 +505,15 @@ TEST_F(NSFileManagerAdditionsTests, ALinkToItsOwnFolderEndsInAFailure) {
   ASSERT_EQ(::symlink(".", at("a/loop").c_str()), 0);
   EXPECT_FALSE(removeDirectoryAtPath(files_, path("a")));
   EXPECT_TRUE(fs::exists(at("outside")));
+}
+
+// Shows: removeDirectoryAtPath
+TEST_F(NSFileManagerAdditionsTests, WhatCannotBeRemovedKeepsTheFoldersAboveIt) {
+  makeFolder("a/b");
+  const testing::MountedTmpfs volume(at("a/b/volume"), "size=1m");
+  if (!volume.isMounted()) GTEST_SKIP() << "only root can mount";
+  EXPECT_FALSE(removeDirectoryAtPath(files_, path("a")));
+  EXPECT_TRUE(fs::exists(volume.path()));
 }
 
 // Shows: removeDirectoryAtPath
