@@ -184,7 +184,7 @@ TEST_F(OVAuthenticationTest, WithoutAReferenceTheRightCannotBeObtained) {
 }
 
 // Shows: obtainRights
-TEST_F(OVAuthenticationTest, OtherRightsThanTheOneAskedForDontCount) {
+TEST_F(OVAuthenticationTest, OtherRightsThanTheOneAskedForDoNotCount) {
   service_.obtainedNames = {{"system.other"}, {}, {"system.other", "system.privilege.admin"}};
   for (int use = 0; use < 5; ++use) runTool();
   EXPECT_EQ(std::count(service_.requests.begin(), service_.requests.end(),

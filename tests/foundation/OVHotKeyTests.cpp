@@ -105,7 +105,7 @@ TEST_F(OVHotKeyTests, WhoObservesARegistrationMayRegisterAnother) {
 }
 
 // Shows: registerHotKey
-TEST_F(OVHotKeyTests, ARegisteredHotKeyCantBeRegisteredAgain) {
+TEST_F(OVHotKeyTests, ARegisteredHotKeyCannotBeRegisteredAgain) {
   const auto key = hotKey(kKey, 0);
   ASSERT_TRUE(key->registerHotKey());
   const auto reference = key->hotKeyRef();
