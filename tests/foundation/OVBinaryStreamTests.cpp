@@ -64,7 +64,29 @@ TEST(OVBinaryStreamTests, ExceptionNamesAreTheirOwnText) {
   EXPECT_EQ(OVBinaryStreamReadErrorException.string(), "OVBinaryStreamReadErrorException");
 }
 
-// Shows: writeString, readString
+// Shows: file, data, lastErrorCode
+TEST(OVBinaryStreamTests, AnOpenStreamHasEitherAFileOrBytesInMemory) {
+  forBothKinds([](OVBinaryStream& stream) {
+    EXPECT_NE(stream.file() == nullptr, stream.data() == nullptr);
+    EXPECT_EQ(stream.lastErrorCode(), 0);
+  });
+}
+
+// Shows: open_error, flush, close, length, setPosition
+TEST(OVBinaryStreamTests, BothKindsMayBeClosedAndOpenedAgain) {
+  forBothKinds([](OVBinaryStream& stream) {
+    stream.writeUInt16(0x0102);
+    stream.flush();
+    stream.close();
+    stream.close();
+    ASSERT_TRUE(stream.open_error(OVBinaryStreamOpenForReading | OVBinaryStreamLittleEndianOption));
+    EXPECT_EQ(stream.length(), 2U);
+    stream.setPosition(0);
+    EXPECT_EQ(stream.readUInt16(), 0x0201);
+  });
+}
+
+// Shows: writeString, readString, isEndOfFile
 TEST(OVBinaryStreamTests, BothKindsReadTheStringsThatTheyWrote) {
   forBothKinds([](OVBinaryStream& stream) {
     stream.writeString("Grüße 😀");

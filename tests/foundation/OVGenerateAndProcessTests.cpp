@@ -9,6 +9,7 @@
 #include <latch>
 #include <numeric>
 #include <optional>
+#include <thread>
 #include <vector>
 
 namespace kestova::testing {
@@ -93,6 +94,18 @@ TEST(OVGenerateAndProcessTests, NeitherBlockRunsBesideItself) {
         EXPECT_EQ(++processing, 1);
         --processing;
       });
+}
+
+// Shows: OVGenerateAndProcess
+TEST(OVGenerateAndProcessTests, NeitherBlockRunsOnTheThreadOfTheCaller) {
+  NumbersBelow numbers(10);
+  const auto caller = std::this_thread::get_id();
+  OVGenerateAndProcess(
+      [&] {
+        EXPECT_NE(std::this_thread::get_id(), caller);
+        return numbers.next();
+      },
+      [&](const id&) { EXPECT_NE(std::this_thread::get_id(), caller); });
 }
 
 // Shows: OVGenerateAndProcess

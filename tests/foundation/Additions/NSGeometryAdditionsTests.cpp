@@ -294,6 +294,16 @@ TEST(NSGeometryAdditionsTests, TheGivenListIsNeverChangedAndUntouchedObjectsAreS
   EXPECT_EQ(rectsOf(list), (Rects{kSquare, rect(100, 100, 5, 5), rect(5, 5, 10, 10)}));
 }
 
+// Shows: NSClipRects, NSOffsetRects
+TEST(NSGeometryAdditionsTests, ClippingAndOffsettingLeaveTheGivenListAlone) {
+  const auto list = NSMutableArray::arrayWithArray(listOf({kSquare, rect(20, 20, 5, 5)}));
+  EXPECT_NE(NSClipRects(list, rect(-100, -100, 200, 200)), list);
+  EXPECT_NE(NSOffsetRects(list, 0, 0), list);
+  EXPECT_EQ(NSClipRects(list, rect(5, 5, 10, 10))->count(), 1U);
+  EXPECT_EQ(NSOffsetRects(list, 1, 1)->count(), 2U);
+  EXPECT_EQ(rectsOf(list), (Rects{kSquare, rect(20, 20, 5, 5)}));
+}
+
 // Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects, NSClipRects, NSOffsetRects
 TEST(NSGeometryAdditionsTests, WhatIsNoRectangleThrows) {
   const Ref<NSArray> list = NSArray::of(kSquare, "text");
