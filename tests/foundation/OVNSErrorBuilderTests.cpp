@@ -279,7 +279,7 @@ TEST(OVNSErrorBuilderTests, PropertiesAreReachedByName) {
 }
 
 // Shows: OVMakeErrorWithPOSIXError
-TEST(OVMakeErrorWithPOSIXErrorTests, AnErrorHasTheNumberAndTheTextOfTheCLibrary) {
+TEST(OVMakeErrorWithPOSIXErrorTests, AnErrorHasTheNumberAndTheTextOfTheLibrary) {
   const auto error = OVMakeErrorWithPOSIXError(2);
   EXPECT_EQ(error->domain(), "NSPOSIXErrorDomain");
   EXPECT_EQ(error->code(), 2);
