@@ -12,6 +12,12 @@ ExtrasTable& ExtrasTable::shared() {
   return table;
 }
 
+ExtrasTable::~ExtrasTable() {
+  for (const auto& segment : segments_) {
+    delete[] segment.load();
+  }
+}
+
 std::uint32_t ExtrasTable::add(std::unique_ptr<ObjectExtras> extras) {
   const std::lock_guard lock(mutex_);
   const std::uint32_t number = freeNumber();

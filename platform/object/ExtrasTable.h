@@ -21,6 +21,11 @@ class ObjectExtras;
 /// lock: their place never moves.
 class ExtrasTable {
  public:
+  ExtrasTable() = default;
+  ~ExtrasTable();
+  ExtrasTable(const ExtrasTable&) = delete;
+  ExtrasTable& operator=(const ExtrasTable&) = delete;
+
   /// The table of the process. It is never destroyed, since objects outlive everything.
   static ExtrasTable& shared();
 
