@@ -99,10 +99,10 @@ std::string zshFunctionOf(const ExplainedCommand& command) {
 
 void writeZshOption(std::ostream& output, const ExplainedArgument& argument,
                     const std::string& name) {
-  const auto specification =
+  const auto option =
       name + '[' + escaped(summaryOf(argument.description), "[]:\\") + ']' +
       (argument.value.empty() ? "" : ":" + escaped(argument.value, ":\\") + ":_files");
-  output << "    " << shellWord(specification) << " \\\n";
+  output << "    " << shellWord(option) << " \\\n";
 }
 
 void writeZshCommands(std::ostream& output, const ExplainedCommand& command) {
