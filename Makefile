@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-.PHONY: setup demo test bench fuzz install package docs soak
+.PHONY: setup demo test bench fuzz install package docs soak coverage
 setup: ; scripts/setup
 demo: ; scripts/demo
 test: ; scripts/test
@@ -9,3 +9,4 @@ install: ; scripts/install
 package: ; scripts/package
 docs: ; scripts/docs
 soak: ; scripts/soak
+coverage: ; scripts/coverage

@@ -448,6 +448,12 @@ TEST(NSStringTests, PlainTextsKeepTheirOwnComparison) {
   EXPECT_TRUE(NSMutableString::stringWithString("ä") == "ä");
 }
 
+TEST(NSStringTests, PrintsItselfAsASubclassToo) {
+  std::ostringstream stream;
+  stream << NSMutableString::stringWithString("ä") << Ref<NSMutableString>();
+  EXPECT_EQ(stream.str(), "ä(null)");
+}
+
 TEST(NSStringTests, PrintsItself) {
   std::ostringstream stream;
   const id object = Ref<NSString>("ö");

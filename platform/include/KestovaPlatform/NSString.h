@@ -438,6 +438,8 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   id copy() const override;
   id mutableCopy() const override;
 
+  /// The memory of one string, as it is for any object; declared here because the form with room
+  /// for units behind the object would hide it from subclasses.
   static void* operator new(std::size_t size) { return ::operator new(size); }
   static void operator delete(void* memory) { ::operator delete(memory); }
 
@@ -663,6 +665,13 @@ bool operator==(const Ref<T>& string, const StringConstant& constant) {
 
 /// Prints the text in UTF-8, "(null)" for nothing.
 KESTOVA_PLATFORM_EXPORT std::ostream& operator<<(std::ostream& stream, const Ref<NSString>& string);
+
+/// The same for the subclasses of strings, which are as much a string as an object.
+template <StringClass T>
+requires(!std::same_as<T, NSString>) std::ostream& operator<<(std::ostream& stream,
+                                                              const Ref<T>& string) {
+  return stream << Ref<NSString>(string);
+}
 
 /// Prints an object's description, "(null)" for nothing.
 KESTOVA_PLATFORM_EXPORT std::ostream& operator<<(std::ostream& stream, const id& object);
