@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSSet.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "AllocationFaults.h"
+#include "ObservedAccount.h"
+
+using namespace kestova;
+using namespace kestova::testing;
+
+namespace {
+
+int livingAccounts = 0;
+
+/// An account that is counted, whose balance follows from its name and from its owner's name.
+class CountedAccount final : public ObservedAccount {
+ public:
+  CountedAccount() { ++livingAccounts; }
+  ~CountedAccount() override { --livingAccounts; }
+
+  Ref<NSSet> keyPathsForValuesAffectingValueForKey(const Ref<NSString>& key) const override {
+    return key->isEqualToString("balance")
+               ? NSSet::of("name", "owner.name")
+               : ObservedAccount::keyPathsForValuesAffectingValueForKey(key);
+  }
+};
+
+/// Counts what it is told.
+class Watcher final : public NSObject {
+ public:
+  void observeValueForKeyPath_ofObject_change_context(const Ref<NSString>&, const id&,
+                                                      const Ref<NSDictionary>&, void*) override {
+    ++told;
+  }
+  int told = 0;
+};
+
+const Ref<NSString> kLongName = "a name that is too long for any place in place";
+
+Ref<CountedAccount> accountWithOwners() {
+  const auto account = make<CountedAccount>();
+  account->setOwner(make<CountedAccount>());
+  account->owner()->setOwner(make<CountedAccount>());
+  return account;
+}
+
+}  // namespace
+
+TEST(NSKeyValueObservingFaults, ARegistrationThatFindsNoMemoryIsNotThere) {
+  for (const char* path : {"name", "owner.owner.name", "balance", "owner.balance"}) {
+    SCOPED_TRACE(path);
+    auto account = accountWithOwners();
+    auto watcher = make<Watcher>();
+    const auto removeIt = [&] { account->removeObserver_forKeyPath(watcher.get(), path); };
+    const auto changeAll = [&] {
+      watcher->told = 0;
+      account->setName("anybody");
+      account->owner()->setName("anybody");
+      account->owner()->owner()->setName("anybody");
+      return watcher->told;
+    };
+    const int refused = walkAllocations(
+        [&] {
+          account->addObserver_forKeyPath_options_context(
+              watcher.get(), path, NSKeyValueObservingOptionInitial, nullptr);
+        },
+        [&](bool threw) {
+          const bool isTwice = std::string(path).ends_with("balance");
+          EXPECT_EQ(changeAll(), threw ? 0 : isTwice ? 2 : 1);
+          EXPECT_EQ(account->hasObservers(), !threw);
+          if (!threw) {
+            removeIt();
+          }
+          EXPECT_THROW(removeIt(), NSException);
+          EXPECT_FALSE(account->hasObservers());
+          EXPECT_FALSE(account->owner()->hasObservers());
+          EXPECT_FALSE(account->owner()->owner()->hasObservers());
+          
+        });
+    EXPECT_GT(refused, 4);
+    account = nullptr;
+    EXPECT_EQ(livingAccounts, 0);
+  }
+}
+
+TEST(NSKeyValueObservingFaults, APathThatFindsNoMemoryToFollowAChangeLeavesNothingBehind) {
+  auto account = accountWithOwners();
+  auto watcher = make<Watcher>();
+  account->addObserver_forKeyPath_options_context(watcher.get(), "owner.balance", 0, nullptr);
+  Ref<ObservedAccount> other;
+  walkAllocations(
+      [&] {
+        other = accountWithOwners();
+        account->setOwner(other);
+      },
+      [&](bool threw) {
+        EXPECT_TRUE(threw || (other && other->hasObservers()));
+        // What comes next is followed, whatever the change before did.
+        account->setOwner(make<CountedAccount>());
+        EXPECT_TRUE(other == nullptr || !other->hasObservers());
+        watcher->told = 0;
+        account->owner()->setName("anybody");
+        EXPECT_EQ(watcher->told, 1);
+        other = nullptr;
+        EXPECT_EQ(livingAccounts, 2);
+      });
+  account->removeObserver_forKeyPath(watcher.get(), "owner.balance");
+  account = nullptr;
+  EXPECT_EQ(livingAccounts, 0);
+}
+
+TEST(NSKeyValueObservingFaults, ASetterThatFindsNoMemoryToAnnounceItsChangeLeavesTheValue) {
+  const auto account = make<CountedAccount>();
+  const auto watcher = make<Watcher>();
+  account->addObserver_forKeyPath_options_context(
+      watcher.get(), "name",
+      NSKeyValueObservingOptionNew | NSKeyValueObservingOptionOld | NSKeyValueObservingOptionPrior,
+      nullptr);
+  const int refused = walkAllocations(
+      [&] {
+        account->setName(nullptr);
+        watcher->told = 0;
+        account->setName(kLongName);
+      },
+      [&](bool threw) {
+        // One who was told of the end was told of a value that is there.
+        EXPECT_TRUE(watcher->told < 2 || account->name() == kLongName);
+        EXPECT_TRUE(threw || watcher->told == 2);
+      });
+  EXPECT_GT(refused, 4);
+  watcher->told = 0;
+  account->setName("anybody");
+  EXPECT_EQ(watcher->told, 2);
+  account->removeObserver_forKeyPath(watcher.get(), "name");
+}
