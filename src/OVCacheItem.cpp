@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaFoundation/OVCache.h>
 #include <KestovaFoundation/OVCacheItem.h>
 #include <KestovaPlatform/Class.h>
 
@@ -13,22 +14,17 @@ KESTOVA_DEFINE_CLASS(
                      .property<&OVCacheItem::object>("object")
                      .property<&OVCacheItem::key>("key"))
 
-namespace {
-
-/// No date comes before all others.
-NSTimeInterval secondsOf(const Ref<NSDate>& date) {
-  return date ? date->timeIntervalSinceReferenceDate()
-              : -std::numeric_limits<NSTimeInterval>::infinity();
-}
-
-}  // namespace
-
 OVCacheItem::OVCacheItem(id object, id key)
     : creationTime_(NSDate::date()),
       accessTime_(NSDate::distantPast()),
       object_(std::move(object)),
-      key_(std::move(key)),
-      accessSeconds_(secondsOf(accessTime_)) {}
+      key_(std::move(key)) {}
+
+OVCacheItem::~OVCacheItem() {
+  if (cache_ != nullptr) {
+    cache_->unlist(*this);
+  }
+}
 
 Ref<OVCacheItem> OVCacheItem::initWithObject_key(const id& object, const id& key) {
   return make<OVCacheItem>(object, key);
@@ -37,7 +33,15 @@ Ref<OVCacheItem> OVCacheItem::initWithObject_key(const id& object, const id& key
 void OVCacheItem::setAccessTime(const Ref<NSDate>& time) {
   const KeyValueChange change(*this, "accessTime");
   accessTime_ = time;
-  accessSeconds_ = secondsOf(time);
+  if (cache_ != nullptr) {
+    cache_->accessTimes_[place_] = accessSeconds();
+  }
+}
+
+/// Since the reference date; no date comes before all others.
+NSTimeInterval OVCacheItem::accessSeconds() const noexcept {
+  return accessTime_ ? accessTime_->timeIntervalSinceReferenceDate()
+                     : -std::numeric_limits<NSTimeInterval>::infinity();
 }
 
 }  // namespace kestova

@@ -11,6 +11,9 @@
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/NSTypes.h>
 
+#include <cstddef>
+#include <vector>
+
 namespace kestova {
 
 /// Keeps objects by key, makes those that it does not have yet, and gives up those that are too
@@ -109,15 +112,27 @@ class KESTOVA_FOUNDATION_EXPORT OVCache : public NSObject {
 
  protected:
   OVCache(Ref<OVCacheGenerator> generator, Ref<OVCacheExpiryPolicy> policy);
+  ~OVCache() override;
 
  private:
+  friend class OVCacheItem;
   friend class OVCacheLRUExpiryPolicy;
 
   void expireAndStore(const Ref<OVCacheItem>& item);
+  Ref<OVCacheItem> storedItem(const id& key) const;
+  void makeRoom();
+  bool isListed(const Ref<OVCacheItem>& item) const noexcept;
+  void list(OVCacheItem& item, std::size_t place);
+  void unlist(OVCacheItem& item) noexcept;
 
   const Ref<OVCacheGenerator> generator_;
   const Ref<OVCacheExpiryPolicy> expiryPolicy_;
   const Ref<NSMutableDictionary> store_;
+
+  /// The items in the store, which holds them, and how many seconds after the reference date each
+  /// was accessed. Every item knows its place here.
+  std::vector<OVCacheItem*> items_;
+  std::vector<NSTimeInterval> accessTimes_;
 };
 
 }  // namespace kestova

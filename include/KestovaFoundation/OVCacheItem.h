@@ -6,7 +6,11 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSTypes.h>
 
+#include <cstddef>
+
 namespace kestova {
+
+class OVCache;
 
 /// What an OVCache holds under a key: the object, and when it was made and last used.
 ///
@@ -36,16 +40,22 @@ class KESTOVA_FOUNDATION_EXPORT OVCacheItem : public NSObject {
 
  protected:
   OVCacheItem(id object, id key);
+  ~OVCacheItem() override;
 
  private:
+  friend class OVCache;
   friend class OVCacheLRUExpiryPolicy;
+
+  NSTimeInterval accessSeconds() const noexcept;
 
   const Ref<NSDate> creationTime_;
   Ref<NSDate> accessTime_;
   const id object_;
   const id key_;
-  /// The access time as a number, which is compared without a visit to the date.
-  NSTimeInterval accessSeconds_;
+
+  /// The cache that lists the item, not held, and where.
+  OVCache* cache_ = nullptr;
+  std::size_t place_ = 0;
 };
 
 }  // namespace kestova

@@ -38,8 +38,8 @@ class KESTOVA_FOUNDATION_EXPORT OVCacheLRUExpiryPolicy : public OVCacheExpiryPol
   explicit OVCacheLRUExpiryPolicy(NSUInteger count);
 
  private:
-  template <class Items>
-  static const OVCacheItem* leastRecentlyAccessed(const Items& items);
+  static const OVCacheItem* leastRecentlyAccessed(const OVCache& cache);
+  static const OVCacheItem* leastRecentlyAccessed(const Ref<NSArray>& items);
 
   const NSUInteger count_;
   const Ref<NSArray> sortDescriptors_;

@@ -6,6 +6,7 @@
 
 #include "SettableClock.h"
 
+#include <cmath>
 #include <limits>
 #include <string>
 
@@ -42,6 +43,10 @@ class OVCacheLRUExpiryPolicyTests : public ::testing::Test {
   void access(const Ref<OVCache>& cache, int number) {
     clock.advance(1);
     cache->cacheItemWithKey(number)->setAccessTime(NSDate::date());
+  }
+
+  static Ref<NSDate> at(NSTimeInterval seconds) {
+    return NSDate::dateWithTimeIntervalSinceReferenceDate(seconds);
   }
 
   SettableClock clock{1000};
@@ -123,6 +128,53 @@ TEST_F(OVCacheLRUExpiryPolicyTests, ACacheThatOverridesNothingLosesTheSameItems)
   EXPECT_EQ(plain->count(), 4U);
   keeping(3)->preInsertExpireFrom(plain);
   EXPECT_EQ(plain->count(), 0U);
+}
+
+// Shows: preInsertExpireFrom
+TEST_F(OVCacheLRUExpiryPolicyTests, FindsTheOldestWhereverItStandsAndTheFirstOfEquals) {
+  for (NSUInteger count = 1; count <= 20; ++count) {
+    for (NSUInteger place = 0; place < count; ++place) {
+      const auto plain = OVCache::cacheWithExpiryPolicy(nullptr);
+      fill(plain, count);
+      const auto items = plain->cacheItems();
+      for (NSUInteger later = place; later < count; later += 5) {
+        cast<OVCacheItem>(items->objectAtIndex(later))->setAccessTime(at(3));
+      }
+      const id oldest = cast<OVCacheItem>(items->objectAtIndex(place))->key();
+      keeping(count)->preInsertExpireFrom(plain);
+      EXPECT_EQ(plain->cacheItemWithKey(oldest), nullptr) << place << " of " << count;
+      EXPECT_EQ(plain->count(), count - 1);
+    }
+  }
+}
+
+// Shows: preInsertExpireFrom
+TEST_F(OVCacheLRUExpiryPolicyTests, ATimeThatIsNoNumberIsOlderThanNothing) {
+  const auto plain = OVCache::cacheWithExpiryPolicy(nullptr);
+  fill(plain, 10);
+  const auto items = plain->cacheItems();
+  cast<OVCacheItem>(items->objectAtIndex(4))->setAccessTime(at(NAN));
+  keeping(10)->preInsertExpireFrom(plain);
+  EXPECT_EQ(plain->cacheItemWithKey(1), nullptr);
+  cast<OVCacheItem>(plain->cacheItems()->firstObject())->setAccessTime(at(NAN));
+  const id first = cast<OVCacheItem>(plain->cacheItems()->firstObject())->key();
+  keeping(9)->preInsertExpireFrom(plain);
+  EXPECT_EQ(plain->cacheItemWithKey(first), nullptr);
+}
+
+// Shows: preInsertExpireFrom
+TEST_F(OVCacheLRUExpiryPolicyTests, ItemsThatTheCacheNoLongerHoldsDontCount) {
+  const auto plain = OVCache::cacheWithExpiryPolicy(nullptr);
+  fill(plain, 4);
+  const auto removed = plain->cacheItemWithKey(2);
+  const auto replaced = plain->cacheItemWithKey(4);
+  plain->removeCacheItemWithKey(2);
+  plain->setObject_forKey("other", 4);
+  removed->setAccessTime(NSDate::distantPast());
+  replaced->setAccessTime(NSDate::distantPast());
+  keeping(3)->preInsertExpireFrom(plain);
+  EXPECT_EQ(plain->cacheItemWithKey(1), nullptr);
+  EXPECT_EQ(plain->count(), 2U);
 }
 
 // Shows: preInsertExpireFrom

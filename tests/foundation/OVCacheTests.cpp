@@ -402,6 +402,37 @@ TEST_F(OVCacheTests, KeepsKeysAndObjectsAndLetsGoOfThemWithItself) {
   EXPECT_EQ(CountingObject::alive(), before);
 }
 
+// Shows: OVCache, cacheItemWithKey
+TEST_F(OVCacheTests, AnItemOutlivesItsCache) {
+  auto cache = OVCache::lruCacheWithFixedCount(2);
+  set(cache, "A");
+  const auto item = cache->cacheItemWithKey("A");
+  cache = nullptr;
+  item->setAccessTime(NSDate::distantFuture());
+  EXPECT_TRUE(item->accessTime()->isEqual(NSDate::distantFuture()));
+}
+
+// Shows: OVCache, setObject_forKey
+TEST_F(OVCacheTests, WhatGoesWithAReplacedItemMayUseTheCache) {
+  class Returning final : public NSObject {
+   public:
+    explicit Returning(OVCache& cache) : cache_(cache) {}
+    ~Returning() override {
+      cache_.removeCacheItemWithKey("A");
+      cache_.setObject_forKey("back", "B");
+    }
+
+   private:
+    OVCache& cache_;
+  };
+  const auto cache = OVCache::lruCacheWithFixedCount(5);
+  cache->setObject_forKey(make<Returning>(*cache), "A");
+  set(cache, "C");
+  set(cache, "A");
+  EXPECT_EQ(keysIn(cache), "BC");
+  EXPECT_EQ(cache->count(), 2U);
+}
+
 // Shows: OVCache, objectForKey, setObject_forKey, generateObjectForKey
 TEST(OVCacheRandomTests, HoldsWhatAPlainModelHoldsAfterEachStep) {
   RandomRun random;

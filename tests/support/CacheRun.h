@@ -42,8 +42,9 @@ class CacheRun {
     clock_.advance(static_cast<double>(choices.below(2)));
     const int key = static_cast<int>(choices.below(8));
     const std::vector<int> listed = listedKeys();
-    switch (choices.below(generator_ ? 4 : 5)) {
+    switch (choices.below(generator_ ? 5 : 6)) {
       case 0:
+        removed_ = cache_->cacheItemWithKey(key);
         cache_->removeCacheItemWithKey(key);
         items_.erase(key);
         break;
@@ -56,6 +57,9 @@ class CacheRun {
       }
       case 3:
         return isSame(cache_->objectForKey(key), lookUp(key, listed)) && agrees();
+      case 4:
+        touch(key, static_cast<double>(choices.below(3)));
+        break;
       default:
         set(key, static_cast<int>(choices.below(100)), listed);
         break;
@@ -139,6 +143,18 @@ class CacheRun {
     return found == items_.end() ? std::nullopt : found->second.object;
   }
 
+  /// Sets access times of the item for the key, and of the one that was removed last.
+  void touch(int key, double time) {
+    const auto date = NSDate::dateWithTimeIntervalSinceReferenceDate(time);
+    if (const auto item = cache_->cacheItemWithKey(key)) {
+      item->setAccessTime(date);
+      items_[key].accessed = time;
+    }
+    if (removed_) {
+      removed_->setAccessTime(date);
+    }
+  }
+
   void set(int key, int object, const std::vector<int>& listed) {
     expire(listed);
     cache_->setObject_forKey(object, key);
@@ -149,6 +165,7 @@ class CacheRun {
   const NSUInteger fixedCount_;
   Ref<NumberingGenerator> generator_;
   Ref<OVCache> cache_;
+  Ref<OVCacheItem> removed_;
   std::map<int, Item> items_;
   int generated_ = 0;
 };
