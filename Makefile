@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-.PHONY: setup demo test bench fuzz install package docs soak coverage
+.PHONY: setup demo test bench fuzz install package docs soak coverage memcheck
 setup: ; scripts/setup
 demo: ; scripts/demo
 test: ; scripts/test
@@ -10,3 +10,4 @@ package: ; scripts/package
 docs: ; scripts/docs
 soak: ; scripts/soak
 coverage: ; scripts/coverage
+memcheck: ; scripts/memcheck
