@@ -62,7 +62,9 @@ class KESTOVA_FOUNDATION_EXPORT OVBinaryStream : public NSObject {
   /// filled where it is not null, when that fails.
   virtual bool open_error(NSInteger options, Ref<NSError>* error = nullptr) = 0;
 
+  /// Ends the use of what the stream was opened on.
   virtual void close() = 0;
+  /// Hands on what was written and is not where it belongs yet.
   virtual void flush() = 0;
 
   /// The C library's file; null when there is none.
@@ -71,6 +73,7 @@ class KESTOVA_FOUNDATION_EXPORT OVBinaryStream : public NSObject {
   /// The bytes in memory; null when there are none.
   virtual Ref<NSData> data() const = 0;
 
+  /// Whether nothing is left to be read.
   virtual bool isEndOfFile() = 0;
 
   /// The errno value of the last failure; 0 when the last operation succeeded.

@@ -104,11 +104,15 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperation : public NSObject {
   OVFileOperationDelegate* delegate() const noexcept { return mDelegate; }
   void setDelegate(OVFileOperationDelegate* delegate);
 
+  /// \name The state of the latest run, observable
+  /// All are false before the first run; at most one of the last two is true.
+  /// @{
   bool isCancelled() const noexcept { return mIsCancelled; }
   bool isExecuting() const noexcept { return mIsExecuting; }
   bool isFinished() const noexcept { return mIsFinished; }
+  /// @}
 
-  /// The paths of the latest run of one item, and of many.
+  /// The paths of the latest run of one item, and of many; null before there was one.
   Ref<NSString> fromPath() const { return mFromPath; }
   Ref<NSString> toPath() const { return mToPath; }
   Ref<NSArray> fromPaths() const { return mFromPaths; }

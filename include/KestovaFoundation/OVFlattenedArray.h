@@ -32,6 +32,7 @@ class KESTOVA_FOUNDATION_EXPORT OVFlattenedArray : public NSArray {
   /// How many objects there were in all arrays when the view was made.
   NSUInteger count() const override { return mCount; }
 
+  /// The object at an index, array after array; throws NSRangeException past the end.
   id objectAtIndex(NSUInteger index) const override;
 
   /// How many arrays there are.

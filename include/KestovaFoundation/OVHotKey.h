@@ -59,6 +59,7 @@ class KESTOVA_FOUNDATION_EXPORT OVHotKey : public NSObject {
   const Ref<NSValue>& hotKeyRef() const noexcept { return mHotKeyRef; }
   void setHotKeyRef(const Ref<NSValue>& hotKeyRef);
 
+  /// What the hot key was made with.
   const Handler& handler() const noexcept { return mHandler; }
   NSUInteger keyCode() const noexcept { return mKeyCode; }
   NSUInteger modifierFlags() const noexcept { return mModifierFlags; }

@@ -31,8 +31,8 @@ namespace kestova {
 /// it goes. The shared one lives as long as the process. Each centre takes all hot-key events, so a
 /// program has one.
 ///
-/// Cost: registering costs some round trips to the display server; while nothing is pressed nothing
-/// wakes.
+/// Cost: registering costs some round trips to the display server, or to a desktop's portal, which
+/// is given up when it has not answered for 3 seconds; while nothing is pressed nothing wakes.
 class KESTOVA_FOUNDATION_EXPORT OVHotKeyCenter : public NSObject {
   KESTOVA_CLASS(OVHotKeyCenter, NSObject)
 

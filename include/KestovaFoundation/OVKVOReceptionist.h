@@ -40,6 +40,7 @@ class KESTOVA_FOUNDATION_EXPORT OVKVOReceptionist : public NSObject {
   /// second time. The end of the receptionist does the same.
   void cancel();
 
+  /// Whether `cancel` has been called.
   bool isCancelled() const noexcept { return _cancelled; }
 
   /// Hands the change on to the handler, when it is one of the observed object and key path. What

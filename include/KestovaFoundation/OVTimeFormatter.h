@@ -45,6 +45,7 @@ class KESTOVA_FOUNDATION_EXPORT OVTimeFormatter : public NSFormatter {
   /// around, and what is not finite or has no place in 64 bits is 0.
   Ref<NSString> stringForObjectValue(const id& object) const override;
 
+  /// The style, 0 to 4; a greater one is kept, and writes as 3.
   NSUInteger timeStyle() const noexcept { return mTimeStyle; }
   void setTimeStyle(NSUInteger style);
 

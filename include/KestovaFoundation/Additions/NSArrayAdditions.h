@@ -14,8 +14,8 @@ namespace kestova {
 /// \file
 /// Arrays made from arrays, and finding in them.
 ///
-///     const auto names = ov_map(people, [](const id& person) { return person->valueForKey("name");
-///     }); const auto others = arrayByRemovingObject(names, "Ada");
+///     const auto nameOf = [](const id& person) { return person->valueForKey("name"); };
+///     const auto others = arrayByRemovingObject(ov_map(people, nameOf), "Ada");
 ///
 /// Nothing changes the array that it is asked of; what is answered is immutable. A null array or
 /// set of others counts as an empty one. Threads: as safe as reading the arrays is.

@@ -31,8 +31,8 @@ KESTOVA_FOUNDATION_EXPORT void sendSynchronousRequest_completionBlock(
     const Ref<NSURLRequest>& request, const NSURLConnectionCompletion& completion);
 
 /// Does the same on the global queue of default priority and returns at once. The block is called
-/// there and not on the main thread; what it throws ends the process. The
-/// request is copied: it may be changed afterwards.
+/// there and not on the main thread; what it throws ends the process. The request is copied: it may
+/// be changed afterwards.
 KESTOVA_FOUNDATION_EXPORT void sendAsynchronousRequest_completionBlock(
     const Ref<NSURLRequest>& request, const NSURLConnectionCompletion& completion);
 
