@@ -54,6 +54,7 @@ class MutableArray final : public VectorArray<NSMutableArray> {
 
  protected:
   void splice(NSRange range, std::vector<id> objects) override {
+    makeRoom(objects_.size() - range.length + objects.size());
     const auto first = at(range.location);
     const auto last = at(NSMaxRange(range));
     const std::vector<id> removed(std::make_move_iterator(first), std::make_move_iterator(last));
@@ -68,6 +69,13 @@ class MutableArray final : public VectorArray<NSMutableArray> {
   }
 
  private:
+  /// Memory that isn't there is missed before anything has changed. Grows as appending does.
+  void makeRoom(std::size_t count) {
+    if (count > objects_.capacity()) {
+      objects_.reserve(std::max(count, 2 * objects_.capacity()));
+    }
+  }
+
   std::vector<id>::iterator at(NSUInteger index) {
     return objects_.begin() + static_cast<std::ptrdiff_t>(index);
   }

@@ -75,26 +75,37 @@ void Audience::deliverMerged(const Ref<NSNotification>& notification) const {
   }
 }
 
+/// Whoever finds no memory leaves nothing behind.
 void ObserverIndex::add(Ref<ObserverRegistration> registration, Interest interest) {
   const std::lock_guard lock(mutex_);
   registration->number_ = ++lastNumber_;
-  addToObserver(*registration);
   addToChannel(*registration, std::move(interest));
+  try {
+    addToObserver(*registration);
+  } catch (...) {
+    static_cast<void>(takeFromChannel(*registration));
+    throw;
+  }
 }
 
 void ObserverIndex::addToChannel(ObserverRegistration& registration, Interest interest) {
-  const auto [place, isNew] = channels_.try_emplace(std::move(interest));
+  const auto place = channels_.try_emplace(std::move(interest)).first;
   ObserverChannel& channel = place->second;
-  if (isNew) {
-    channel.interest = &place->first;
-    channel.list = Ref<ObserverList>::adopt(new ObserverList);
+  try {
+    makeChangeable(channel);
+    channel.list->members.emplace_back(&registration);
+  } catch (...) {
+    if (channel.count == 0) {
+      channels_.erase(place);
+    }
+    throw;
+  }
+  channel.interest = &place->first;
+  registration.channel_ = &channel;
+  registration.place_ = channel.list->members.size() - 1;
+  if (channel.count++ == 0) {
     ++channelsOfKind_[InterestView(place->first).kind()];
   }
-  makeChangeable(channel);
-  registration.channel_ = &channel;
-  registration.place_ = channel.list->members.size();
-  channel.list->members.emplace_back(&registration);
-  ++channel.count;
 }
 
 void ObserverIndex::addToObserver(ObserverRegistration& registration) {
@@ -116,9 +127,11 @@ void ObserverIndex::remove(const NSObject* observer, InterestView interest) {
     const InterestView own = *registration.channel_->interest;
     if ((interest.name == nullptr || SameInterest::isSameName(own.name, interest.name)) &&
         (interest.object == nullptr || own.object == interest.object)) {
+      makeChangeable(*registration.channel_);
+      Ref<ObserverRegistration>& taken = removed.emplace_back();
       registration.removed_.store(true, std::memory_order_release);
       takeFromObserver(registration);
-      removed.push_back(takeFromChannel(registration));
+      taken = takeFromChannel(registration);
     }
   }
 }
@@ -136,10 +149,9 @@ void ObserverIndex::takeFromObserver(ObserverRegistration& registration) {
   }
 }
 
-/// The last one takes the channel along.
+/// The last one takes the channel along. Its list can be changed.
 Ref<ObserverRegistration> ObserverIndex::takeFromChannel(ObserverRegistration& registration) {
   ObserverChannel& channel = *registration.channel_;
-  makeChangeable(channel);
   Ref<ObserverRegistration> taken = std::move(channel.list->members[registration.place_]);
   if (--channel.count == 0) {
     --channelsOfKind_[InterestView(*channel.interest).kind()];

@@ -152,7 +152,7 @@ struct ObserverList : public Shared<ObserverList> {
 /// All observers that asked for exactly the same.
 struct ObserverChannel {
   const Interest* interest = nullptr;
-  Ref<ObserverList> list;
+  Ref<ObserverList> list = Ref<ObserverList>::adopt(new ObserverList);
   std::size_t count = 0;
 };
 

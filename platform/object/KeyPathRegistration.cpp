@@ -36,8 +36,8 @@ KeyPathRegistration::KeyPathRegistration(NSObject& root, NSObject& observer,
 void KeyPathRegistration::begin() {
   const auto first = KeyPathStep::first(shared_from_this(), root_, keyPath_);
   first_ = first;
-  ObjectExtras::of(observer_).observing.add(shared_from_this());
   try {
+    ObjectExtras::of(observer_).observing.add(shared_from_this());
     first->enter();
     first->follow();
     tellInitialValue();
@@ -61,8 +61,8 @@ void KeyPathRegistration::end() {
     first = std::move(first_);
   }
   first->leave(root);
-  if (observer) {
-    ObjectExtras::of(*observer).observing.remove(shared_from_this());
+  if (ObjectExtras* extras = observer ? ObjectExtras::existing(*observer) : nullptr) {
+    extras->observing.remove(shared_from_this());
   }
 }
 

@@ -79,8 +79,15 @@ void KeyPathStep::enter() {
   }
 }
 
+/// Nothing may fail between the linking of a step and its being known to the one that it affects.
+void KeyPathStep::makeRoomForAffecting() {
+  const std::scoped_lock lock(registration_->mutex());
+  affecting_.reserve(affecting_.size() + 1);
+}
+
 void KeyPathStep::enterAffecting(const Ref<NSString>& keyPath) {
   const auto step = first(registration_, object_, keyPath, shared_from_this());
+  makeRoomForAffecting();
   step->link();
   bool isTooLate = false;
   {
@@ -128,7 +135,12 @@ std::shared_ptr<KeyPathStep> KeyPathStep::attachNext() {
     return nullptr;
   }
   const auto next = std::make_shared<KeyPathStep>(registration_, *value, keys_, index_ + 1, owner_);
-  next->enter();
+  try {
+    next->enter();
+  } catch (...) {
+    next->leave(registration_->liveRoot());
+    throw;
+  }
   std::shared_ptr<KeyPathStep> superfluous = next;  // or the one that it takes the place of
   bool isCurrent = false;
   {
@@ -160,8 +172,8 @@ std::shared_ptr<KeyPathStep> KeyPathStep::leaveAlone(const id& root) {
     next = std::move(next_);
     affecting.swap(affecting_);
   }
-  if (held_ || root) {
-    ObjectExtras::of(object_).observers.unlink(*this);
+  if (ObjectExtras* extras = held_ || root ? ObjectExtras::existing(object_) : nullptr) {
+    extras->observers.unlink(*this);
   }
   for (const auto& step : affecting) {
     step->leave(root);

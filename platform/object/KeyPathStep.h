@@ -59,6 +59,7 @@ class KeyPathStep : public std::enable_shared_from_this<KeyPathStep> {
   bool isLast() const noexcept { return index_ + 1 == keys_->size(); }
   bool isOneOfItsOwners() const;
   void link();
+  void makeRoomForAffecting();
   void enterAffecting(const Ref<NSString>& keyPath);
   std::shared_ptr<KeyPathStep> attachNext();
   std::shared_ptr<KeyPathStep> leaveAlone(const id& root);

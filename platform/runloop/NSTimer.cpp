@@ -211,7 +211,7 @@ id NSTimer::userInfo() const {
   return userInfo_;
 }
 
-/// Called with the mode's mutex held. Whether the timer can be served.
+/// Called with the mode's mutex held, as is `detach`. Whether the timer can be served.
 bool NSTimer::attach(const std::shared_ptr<RunLoopMode>& mode) {
   const std::lock_guard lock(mutex_);
   if (callback_ == nullptr) {
@@ -223,19 +223,26 @@ bool NSTimer::attach(const std::shared_ptr<RunLoopMode>& mode) {
   return true;
 }
 
+void NSTimer::detach(const RunLoopMode& mode) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(modes_, [&](const auto& other) { return other.get() == &mode; });
+}
+
 /// Called with the mode's mutex held. A timer that is calling back is off the schedule.
 Moment NSTimer::scheduledMoment() const {
   const std::lock_guard lock(mutex_);
   return firing_ ? never : next_;
 }
 
+/// The mode of that number, in the order of adding; null behind the last one.
+std::shared_ptr<RunLoopMode> NSTimer::modeAt(std::size_t index) const {
+  const std::lock_guard lock(mutex_);
+  return index < modes_.size() ? modes_[index] : nullptr;
+}
+
+/// Needs no memory, for a call may have ended because there is none.
 void NSTimer::reschedule() {
-  std::vector<std::shared_ptr<RunLoopMode>> modes;
-  {
-    const std::lock_guard lock(mutex_);
-    modes = modes_;
-  }
-  for (const auto& mode : modes) {
+  for (std::size_t index = 0; const auto mode = modeAt(index); ++index) {
     mode->scheduleTimer(*this);
   }
 }

@@ -72,7 +72,12 @@ void RunLoopMode::addTimer(const Ref<NSTimer>& timer) {
   if (closed_ || timers_.contains(*timer) || !timer->attach(shared_from_this())) {
     return;
   }
-  timers_.add(timer, timer->scheduledMoment());
+  try {
+    timers_.add(timer, timer->scheduledMoment());
+  } catch (...) {
+    timer->detach(*this);
+    throw;
+  }
   waitSet_.setAlarm(timers_.earliest());
 }
 

@@ -8,8 +8,13 @@ namespace kestova {
 void TimerQueue::add(Ref<NSTimer> timer, Moment due) {
   const NSTimer* key = timer.get();
   const Place place = nextPlace(due);
-  entries_.emplace(key, Entry{std::move(timer), place});
-  order_.emplace(place, key);
+  const auto ordered = order_.emplace(place, key).first;
+  try {
+    entries_.emplace(key, Entry{std::move(timer), place});
+  } catch (...) {
+    order_.erase(ordered);
+    throw;
+  }
 }
 
 Ref<NSTimer> TimerQueue::remove(const NSTimer& timer) {
@@ -36,9 +41,9 @@ void TimerQueue::schedule(const NSTimer& timer, Moment due) {
   if (entry == entries_.end()) {
     return;
   }
-  order_.erase(entry->second.place);
-  entry->second.place = nextPlace(due);
-  order_.emplace(entry->second.place, &timer);
+  auto node = order_.extract(entry->second.place);
+  node.key() = entry->second.place = nextPlace(due);
+  order_.insert(std::move(node));
 }
 
 Ref<NSTimer> TimerQueue::takeDue(Moment now) {

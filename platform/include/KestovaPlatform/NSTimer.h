@@ -111,6 +111,7 @@ class KESTOVA_PLATFORM_EXPORT NSTimer : public NSObject {
   void detach(const RunLoopMode& mode);
   Moment scheduledMoment() const;
   void fireIfDue(Moment now);
+  std::shared_ptr<RunLoopMode> modeAt(std::size_t index) const;
   void reschedule();
 
   const Clock::duration interval_;

@@ -53,7 +53,12 @@ TEST(NSKeyValueObservingFaults, ARegistrationThatFindsNoMemoryIsNotThere) {
   for (const char* path : {"name", "owner.owner.name", "balance", "owner.balance"}) {
     SCOPED_TRACE(path);
     auto account = accountWithOwners();
-    auto watcher = make<Watcher>();
+    const auto watcher = make<Watcher>();
+    const auto isObserved = [&] {
+      const auto owner = account->owner();
+      const auto ownersOwner = owner->owner();
+      return account->hasObservers() || owner->hasObservers() || ownersOwner->hasObservers();
+    };
     const auto removeIt = [&] { account->removeObserver_forKeyPath(watcher.get(), path); };
     const auto changeAll = [&] {
       watcher->told = 0;
@@ -75,10 +80,7 @@ TEST(NSKeyValueObservingFaults, ARegistrationThatFindsNoMemoryIsNotThere) {
             removeIt();
           }
           EXPECT_THROW(removeIt(), NSException);
-          EXPECT_FALSE(account->hasObservers());
-          EXPECT_FALSE(account->owner()->hasObservers());
-          EXPECT_FALSE(account->owner()->owner()->hasObservers());
-          
+          EXPECT_FALSE(isObserved());
         });
     EXPECT_GT(refused, 4);
     account = nullptr;
@@ -121,6 +123,7 @@ TEST(NSKeyValueObservingFaults, ASetterThatFindsNoMemoryToAnnounceItsChangeLeave
       nullptr);
   const int refused = walkAllocations(
       [&] {
+        watcher->told = 0;
         account->setName(nullptr);
         watcher->told = 0;
         account->setName(kLongName);
@@ -130,7 +133,7 @@ TEST(NSKeyValueObservingFaults, ASetterThatFindsNoMemoryToAnnounceItsChangeLeave
         EXPECT_TRUE(watcher->told < 2 || account->name() == kLongName);
         EXPECT_TRUE(threw || watcher->told == 2);
       });
-  EXPECT_GT(refused, 4);
+  EXPECT_GT(refused, 0);
   watcher->told = 0;
   account->setName("anybody");
   EXPECT_EQ(watcher->told, 2);

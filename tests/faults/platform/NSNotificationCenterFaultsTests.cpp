@@ -18,7 +18,7 @@ class NSNotificationCenterFaults : public ::testing::Test {
  protected:
   NSNotificationCenterFaults() {
     first_ = add("saved", 'a');
-    add("saved", 'b');
+    second_ = add("saved", 'b');
   }
 
   /// The block holds what is counted.
@@ -37,13 +37,14 @@ class NSNotificationCenterFaults : public ::testing::Test {
   const Ref<NSNotificationCenter> centre_ = NSNotificationCenter::init();
   std::string heard_;
   id first_;
+  id second_;
 };
 
 }  // namespace
 
 TEST_F(NSNotificationCenterFaults, AnObserverThatFindsNoMemoryIsNotThere) {
-  for (const Ref<NSString> name : {Ref<NSString>("saved"), Ref<NSString>("closed")}) {
-    const bool isKnown = name == "saved";
+  for (const bool isKnown : {true, false}) {
+    const Ref<NSString> name = isKnown ? "saved" : "closed";
     id token;
     const int refused = walkAllocations([&] { token = add(name, 'c'); },
                                         [&](bool threw) {
