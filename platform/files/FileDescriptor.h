@@ -24,6 +24,9 @@ class FileDescriptor {
   int get() const { return number_; }
   explicit operator bool() const { return number_ >= 0; }
 
+  /// Leaves the descriptor to another owner.
+  void release() { number_ = -1; }
+
   /// Closes now and answers 0 or the error number. A file system may tell of a failed write only
   /// here. Never repeated: on Linux the number is free even after an error.
   int close() {

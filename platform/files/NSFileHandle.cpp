@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "files/FileSystemCalls.h"
+#include "files/OwningHandle.h"
 
 namespace kestova {
 namespace {
@@ -30,8 +31,8 @@ Ref<NSFileHandle> NSFileHandle::initWithFileDescriptor_closeOnDealloc(int descri
 }
 
 Ref<NSFileHandle> NSFileHandle::fileHandleWithNullDevice() {
-  const int descriptor = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-  return descriptor < 0 ? nullptr : make<NSFileHandle>(descriptor, true);
+  FileDescriptor device(::open("/dev/null", O_RDWR | O_CLOEXEC));
+  return device ? owningHandle(std::move(device)) : nullptr;
 }
 
 NSFileHandle::~NSFileHandle() {

@@ -8,6 +8,8 @@
 #include <array>
 #include <utility>
 
+#include "files/OwningHandle.h"
+
 namespace kestova {
 
 KESTOVA_DEFINE_CLASS(NSPipe)
@@ -20,8 +22,9 @@ Ref<NSPipe> NSPipe::pipe() {
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
     return nullptr;
   }
-  return make<NSPipe>(NSFileHandle::initWithFileDescriptor_closeOnDealloc(ends[0], true),
-                      NSFileHandle::initWithFileDescriptor_closeOnDealloc(ends[1], true));
+  FileDescriptor reading(ends[0]);
+  FileDescriptor writing(ends[1]);
+  return make<NSPipe>(owningHandle(std::move(reading)), owningHandle(std::move(writing)));
 }
 
 }  // namespace kestova

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "security/ToolReaper.h"
 
+#include "dispatch/HeldSignals.h"
 #include "files/FileSystemCalls.h"
 
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
-#include <system_error>
+#include <exception>
 #include <thread>
 
 namespace kestova {
@@ -16,23 +16,6 @@ namespace {
 
 /// Longer than anybody waits, and short enough to be added to any moment.
 constexpr NSTimeInterval kLongest = 1e8;
-
-/// Holds all signals back from threads that are made meanwhile: the host program's handlers are not
-/// to run on them.
-class HeldSignals {
- public:
-  HeldSignals() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~HeldSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  HeldSignals(const HeldSignals&) = delete;
-  HeldSignals& operator=(const HeldSignals&) = delete;
-
- private:
-  sigset_t before_{};
-};
 
 }  // namespace
 
@@ -49,7 +32,7 @@ void ToolReaper::adopt(pid_t tool) {
   const HeldSignals held;
   try {
     std::thread([this, tool] { reap(tool); }).detach();
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     reap(tool);  // rather late than never
   }
 }
