@@ -5,10 +5,10 @@
 
 #include "text/TextStorage.h"
 
-#include <array>
+#include <algorithm>
 #include <bit>
 #include <concepts>
-#include <limits>
+#include <string_view>
 #include <utility>
 
 namespace kestova {
@@ -19,9 +19,73 @@ std::size_t sizeOfUnsigned(std::uint64_t value) {
   return value <= 0xFF ? 1 : value <= 0xFFFF ? 2 : value <= 0xFFFF'FFFF ? 4 : 8;
 }
 
-char firstByte(BinaryKind kind, std::size_t nibble) {
-  return static_cast<char>(static_cast<std::size_t>(kind) << 4 | nibble);
+/// How many bytes there are before the content of an object with a count.
+std::size_t sizeOfHead(std::size_t count) {
+  return count < kCountFollows ? 1 : 2 + sizeOfUnsigned(count);
 }
+
+/// \name Writing at a place with room enough: each answers the place behind it
+/// @{
+
+char* putUnsigned(char* to, std::uint64_t value, std::size_t size) {
+  for (char* byte = to + size; byte != to; value >>= 8) {
+    *--byte = static_cast<char>(value);
+  }
+  return to + size;
+}
+
+char* putFirstByte(char* to, BinaryKind kind, std::size_t nibble) {
+  return putUnsigned(to, static_cast<std::size_t>(kind) << 4 | nibble, 1);
+}
+
+/// Of an integer of that size that is not negative.
+char* putInteger(char* to, std::uint64_t value, std::size_t size) {
+  const auto exponent = static_cast<std::size_t>(std::bit_width(size)) - 1;
+  return putUnsigned(putFirstByte(to, BinaryKind::integer, exponent), value, size);
+}
+
+char* putHead(char* to, BinaryKind kind, std::size_t count) {
+  return count < kCountFollows
+             ? putFirstByte(to, kind, count)
+             : putInteger(putFirstByte(to, kind, kCountFollows), count, sizeOfUnsigned(count));
+}
+
+char* putText(char* to, std::string_view text) { return std::ranges::copy(text, to).out; }
+
+char* putTrailer(char* to, std::size_t offsetSize, std::size_t referenceSize, std::size_t objects,
+                 std::size_t offsetTable) {
+  constexpr std::uint64_t kTop = 0;
+  to = putUnsigned(to, 0, kOffsetSizeField);
+  to = putUnsigned(to, offsetSize, 1);
+  to = putUnsigned(to, referenceSize, 1);
+  to = putUnsigned(to, objects, 8);
+  to = putUnsigned(to, kTop, 8);
+  return putUnsigned(to, offsetTable, 8);
+}
+
+/// @}
+
+/// \name The content of a string
+/// @{
+
+template <class Unit>
+bool isNarrow(std::basic_string_view<Unit> units) {
+  return sizeof(Unit) == 1 || isASCII(units);
+}
+
+template <class Unit>
+void putNarrow(char* to, std::basic_string_view<Unit> units) {
+  std::ranges::transform(units, to, [](Unit unit) { return static_cast<char>(unit); });
+}
+
+template <class Unit>
+void putWide(char* to, std::basic_string_view<Unit> units) {
+  for (const Unit unit : units) {
+    to = putUnsigned(to, static_cast<unichar>(unit), sizeof(unichar));
+  }
+}
+
+/// @}
 
 }  // namespace
 
@@ -29,12 +93,6 @@ Ref<NSData> BinaryPropertyListWriter::write(const id& propertyList) {
   BinaryPropertyListWriter writer;
   writer.walk(propertyList);
   return writer.putDown();
-}
-
-std::size_t BinaryPropertyListWriter::PlainHash::operator()(const Plain& plain) const noexcept {
-  const auto kind = static_cast<std::uint64_t>(plain.kind) * 32 + plain.size;
-  const std::uint64_t spread = (plain.bits ^ kind) * 0x9E3779B97F4A7C15U;
-  return spread ^ (spread >> 32);
 }
 
 /// Below 0 all eight bytes are needed: what takes less has no sign.
@@ -78,11 +136,29 @@ std::optional<BinaryPropertyListWriter::Plain> BinaryPropertyListWriter::uidOf(
   return Plain{BinaryKind::uid, sizeOfUnsigned(plain.bits), plain.bits};
 }
 
-void BinaryPropertyListWriter::writeString(const Ref<NSString>& string) { addRun(string); }
+void BinaryPropertyListWriter::writeString(const NSString& string) {
+  withUnits(string, [&](auto units) {
+    const bool narrow = isNarrow(units);
+    const std::size_t count = units.size();
+    char* const to =
+        objects_.extend(sizeOfHead(count) + (narrow ? count : sizeof(unichar) * count));
+    if (narrow) {
+      putNarrow(putHead(to, BinaryKind::asciiString, count), units);
+    } else {
+      putWide(putHead(to, BinaryKind::utf16String, count), units);
+    }
+  });
+  refer(objects_.addLeaf());
+}
 
 void BinaryPropertyListWriter::writeNumber(const NSNumber& number) { addPlain(plainOf(number)); }
 
-void BinaryPropertyListWriter::writeData(const Ref<NSData>& data) { addRun(data); }
+void BinaryPropertyListWriter::writeData(const NSData& data) {
+  const std::string_view bytes(reinterpret_cast<const char*>(data.bytes()), data.length());
+  char* const to = objects_.extend(sizeOfHead(bytes.size()) + bytes.size());
+  putText(putHead(to, BinaryKind::data, bytes.size()), bytes);
+  refer(objects_.addLeaf());
+}
 
 void BinaryPropertyListWriter::writeDate(NSTimeInterval seconds) {
   addPlain({BinaryKind::date, sizeof seconds, std::bit_cast<std::uint64_t>(seconds)});
@@ -104,36 +180,31 @@ bool BinaryPropertyListWriter::beginDictionary(Entries& entries) {
   }
   addContainer(BinaryKind::dictionary, entries.size(), 2 * entries.size());
   for (const Entry& entry : entries) {
-    writeString(entry.key);
+    writeString(*entry.key);
   }
   return true;
 }
 
-/// Answers the number of the item.
+/// Answers the number of the object.
 std::size_t BinaryPropertyListWriter::addPlain(const Plain& plain) {
-  const auto [known, isNew] = numbersOfPlains_.try_emplace(plain, items_.size());
-  const std::size_t number = isNew ? addItem(plain) : known->second;
+  const auto [kind, size, bits] = plain;
+  const auto nibble = kind == BinaryKind::simple ? bits
+                      : kind == BinaryKind::uid  ? size - 1
+                                                 : std::bit_width(size) - 1;
+  putUnsigned(putFirstByte(objects_.extend(1 + size), kind, nibble), bits, size);
+  const std::size_t number = objects_.addLeaf();
   refer(number);
   return number;
 }
 
-template <class T>
-void BinaryPropertyListWriter::addRun(const Ref<T>& run) {
-  const auto [known, isNew] = numbersOfRuns_.try_emplace(run, items_.size());
-  refer(isNew ? addItem(run) : known->second);
-}
-
 void BinaryPropertyListWriter::addContainer(BinaryKind kind, std::size_t count,
                                             std::size_t references) {
-  numbersOfContainers_.push_back(addItem(Container{kind, count, references_.size(), references}));
-  refer(numbersOfContainers_.back());
+  const std::size_t number = objects_.addOther();
+  refer(number);
+  numbersOfContainers_.push_back(number);
+  containers_.push_back({kind, number, count, references_.size(), references});
   nextReferences_.push_back(references_.size());
   references_.resize(references_.size() + references);
-}
-
-std::size_t BinaryPropertyListWriter::addItem(Item item) {
-  items_.push_back(std::move(item));
-  return items_.size() - 1;
 }
 
 /// Nothing refers to the object at the top.
@@ -144,83 +215,61 @@ void BinaryPropertyListWriter::refer(std::size_t number) {
 }
 
 Ref<NSData> BinaryPropertyListWriter::putDown() {
-  output_.append(kBinaryMagic).append(kBinaryVersion);
-  referenceSize_ = sizeOfUnsigned(items_.size());
-  std::vector<std::size_t> offsets;
-  offsets.reserve(items_.size());
-  for (const Item& item : items_) {
-    offsets.push_back(output_.size());
-    std::visit([this](const auto& each) { putItem(each); }, item);
-  }
-  const std::size_t offsetTable = output_.size();
+  referenceSize_ = sizeOfUnsigned(objects_.count());
+  const std::size_t offsetTable = kBinaryHeaderSize + objects_.bytes().size() + sizeOfContainers();
   const std::size_t offsetSize = sizeOfUnsigned(offsetTable);
-  for (const std::size_t offset : offsets) {
-    putUnsigned(offset, offsetSize);
+  const auto output = NSMutableData::data();
+  char* to = reinterpret_cast<char*>(
+      output->extend(offsetTable + offsetSize * objects_.count() + kBinaryTrailerSize));
+  to = putText(putText(to, kBinaryMagic), kBinaryVersion);
+  to = putOffsets(putObjects(to), offsetSize);
+  putTrailer(to, offsetSize, referenceSize_, objects_.count(), offsetTable);
+  return NSData::taking(*output);
+}
+
+char* BinaryPropertyListWriter::putObjects(char* to) const {
+  const std::string_view leaves = objects_.bytes();
+  std::size_t put = 0;
+  for (const Container& container : containers_) {
+    const std::size_t place = objects_.placeOf(container.number);
+    to = putText(to, leaves.substr(put, place - put));
+    to = putContainer(to, container);
+    put = place;
   }
-  putTrailer(offsetSize, offsetTable);
-  return NSData::dataWithBytes_length(output_.data(), output_.size());
+  return putText(to, leaves.substr(put));
 }
 
-void BinaryPropertyListWriter::putItem(const Plain& plain) {
-  const auto [kind, size, bits] = plain;
-  const auto nibble = kind == BinaryKind::simple ? bits
-                      : kind == BinaryKind::uid  ? size - 1
-                                                 : std::bit_width(size) - 1;
-  output_.push_back(firstByte(kind, nibble));
-  putUnsigned(bits, size);
-}
-
-void BinaryPropertyListWriter::putItem(const Ref<NSString>& string) {
-  withUnits(*string, [&](auto units) {
-    const bool isNarrow = isASCII(units);
-    putHead(isNarrow ? BinaryKind::asciiString : BinaryKind::utf16String, units.size());
-    if (isNarrow) {
-      output_.append(units.begin(), units.end());
-      return;
-    }
-    for (const auto unit : units) {
-      putUnsigned(static_cast<unichar>(unit), 2);
-    }
-  });
-}
-
-void BinaryPropertyListWriter::putItem(const Ref<NSData>& data) {
-  putHead(BinaryKind::data, data->length());
-  output_.append(reinterpret_cast<const char*>(data->bytes()), data->length());
-}
-
-void BinaryPropertyListWriter::putItem(const Container& container) {
-  const auto& [kind, count, first, references] = container;
-  putHead(kind, count);
+char* BinaryPropertyListWriter::putContainer(char* to, const Container& container) const {
+  const auto& [kind, number, count, first, references] = container;
+  to = putHead(to, kind, count);
   for (std::size_t index = first; index < first + references; ++index) {
-    putUnsigned(references_[index], referenceSize_);
+    to = putUnsigned(to, references_[index], referenceSize_);
   }
+  return to;
 }
 
-void BinaryPropertyListWriter::putHead(BinaryKind kind, std::size_t count) {
-  const bool fits = count < kCountFollows;
-  output_.push_back(firstByte(kind, fits ? count : kCountFollows));
-  if (!fits) {
-    putItem(integer(static_cast<std::int64_t>(count)));
+char* BinaryPropertyListWriter::putOffsets(char* to, std::size_t offsetSize) const {
+  std::size_t before = kBinaryHeaderSize;  // all that is no leaf
+  auto container = containers_.begin();
+  for (std::size_t number = 0; number < objects_.count(); ++number) {
+    to = putUnsigned(to, before + objects_.placeOf(number), offsetSize);
+    if (container != containers_.end() && container->number == number) {
+      before += sizeOf(*container++);
+    }
   }
+  return to;
 }
 
-void BinaryPropertyListWriter::putUnsigned(std::uint64_t value, std::size_t size) {
-  std::array<char, 16> bytes{};
-  for (auto byte = bytes.rbegin(); value != 0; value >>= 8) {
-    *byte++ = static_cast<char>(value);
-  }
-  output_.append(bytes.end() - size, size);
+std::size_t BinaryPropertyListWriter::sizeOf(const Container& container) const {
+  return sizeOfHead(container.count) + referenceSize_ * container.references;
 }
 
-void BinaryPropertyListWriter::putTrailer(std::size_t offsetSize, std::size_t offsetTable) {
-  constexpr std::uint64_t kTop = 0;
-  putUnsigned(0, kOffsetSizeField);
-  putUnsigned(offsetSize, 1);
-  putUnsigned(referenceSize_, 1);
-  putUnsigned(items_.size(), 8);
-  putUnsigned(kTop, 8);
-  putUnsigned(offsetTable, 8);
+std::size_t BinaryPropertyListWriter::sizeOfContainers() const {
+  std::size_t sum = 0;
+  for (const Container& container : containers_) {
+    sum += sizeOf(container);
+  }
+  return sum;
 }
 
 }  // namespace kestova

@@ -11,6 +11,7 @@
 #include "preferences/BinaryPropertyListWriter.h"
 #include "preferences/PreferencesFault.h"
 #include "preferences/PropertyListFault.h"
+#include "preferences/ReplacedFiles.h"
 
 #include <pthread.h>
 
@@ -81,30 +82,46 @@ ObjectMap differences(const Ref<NSDictionary>& known, const Ref<NSDictionary>& c
   return found;
 }
 
+Ref<NSData> bytesOf(const Ref<NSDictionary>& contents) {
+  try {
+    return BinaryPropertyListWriter::write(contents);
+  } catch (const PropertyListFault& fault) {
+    throw PreferencesFault{fault.problem};
+  }
+}
+
 }  // namespace
 
-/// What is to be written, read without the mutex: whoever changes the contents meanwhile changes a
-/// copy.
-class PreferencesDomain::Reading {
+/// What is to be written, used without the mutex: whoever changes the contents meanwhile changes a
+/// copy. Unless it is said to be done, the changes wait again, but for those that were made once
+/// more.
+class PreferencesDomain::Writing {
  public:
-  explicit Reading(PreferencesDomain& domain) : domain_(domain) {
+  explicit Writing(PreferencesDomain& domain) : domain_(domain) {
     const std::lock_guard lock(domain_.mutex_);
     whole = domain_.contents_;
-    pending = domain_.pending_;
+    domain_.inWriting_ = std::exchange(domain_.pending_, {});
     domain_.areContentsRead_ = true;
   }
-  Reading(const Reading&) = delete;
-  Reading& operator=(const Reading&) = delete;
-  ~Reading() {
+  Writing(const Writing&) = delete;
+  Writing& operator=(const Writing&) = delete;
+  ~Writing() {
+    ObjectMap written;
     const std::lock_guard lock(domain_.mutex_);
+    written = std::exchange(domain_.inWriting_, {});
     domain_.areContentsRead_ = false;
+    if (!isDone_) {
+      domain_.pending_.insert(written.begin(), written.end());
+    }
   }
 
+  void beDone() noexcept { isDone_ = true; }
+
   Ref<NSDictionary> whole;
-  ObjectMap pending;
 
  private:
   PreferencesDomain& domain_;
+  bool isDone_ = false;
 };
 
 id propertyListCopy(const id& value, const Ref<NSString>& key) {
@@ -184,7 +201,7 @@ bool PreferencesDomain::isEmpty() {
 
 bool PreferencesDomain::hasPendingChanges() {
   const std::lock_guard lock(mutex_);
-  return !pending_.empty();
+  return !pending_.empty() || !inWriting_.empty();
 }
 
 bool PreferencesDomain::synchronize() {
@@ -286,9 +303,9 @@ void PreferencesDomain::writePending() {
   if (file.identity() != seen_.identity) {
     adopt(file);
   }
-  const Reading reading(*this);
-  write(file, reading.whole);
-  settle(reading.pending);
+  Writing writing(*this);
+  write(file, writing.whole);
+  writing.beDone();
 }
 
 /// Under the domain's lock.
@@ -301,14 +318,18 @@ void PreferencesDomain::adopt(const PreferencesFile& file) {
 }
 
 void PreferencesDomain::take(PreferencesFile::Contents read) {
+  see(std::move(read.seen));
   const std::lock_guard lock(mutex_);
   contents_ = NSMutableDictionary::dictionaryWithDictionary(read.dictionary);
   snapshot_ = read.dictionary;
-  seen_ = std::move(read.seen);
   ++changes_;
   for (const auto& [key, value] : pending_) {
     apply(key, value);
   }
+}
+
+void PreferencesDomain::see(SeenFile seen) {
+  letGoOfReplaced(std::exchange(seen_, std::move(seen)).file);
 }
 
 PreferencesFile::Contents PreferencesDomain::putAside(const PreferencesFile& file,
@@ -318,28 +339,21 @@ PreferencesFile::Contents PreferencesDomain::putAside(const PreferencesFile& fil
   return {{}, NSDictionary::dictionary()};
 }
 
-/// A domain without keys has no file.
+/// A domain without keys has no file. What fails while replaced files still take room is tried once
+/// more without them.
 void PreferencesDomain::write(const PreferencesFile& file, const Ref<NSDictionary>& whole) {
   if (whole->count() == 0) {
     file.remove();
-    seen_ = {};
-    return;
+    return see({});
   }
+  const auto bytes = bytesOf(whole);
   try {
-    seen_ = file.replace(BinaryPropertyListWriter::write(whole));
-  } catch (const PropertyListFault& fault) {
-    throw PreferencesFault{fault.problem};
-  }
-}
-
-/// What was changed again meanwhile is still to be written.
-void PreferencesDomain::settle(const ObjectMap& written) {
-  const std::lock_guard lock(mutex_);
-  for (const auto& [key, value] : written) {
-    const auto found = pending_.find(key);
-    if (found != pending_.end() && found->second == value) {
-      pending_.unordered_erase(found);
+    see(file.replace(bytes));
+  } catch (const PreferencesFault&) {
+    if (!awaitRoomOfReplaced()) {
+      throw;
     }
+    see(file.replace(bytes));
   }
 }
 

@@ -62,7 +62,7 @@ class PreferencesDomain {
   bool synchronize();
 
  private:
-  class Reading;
+  class Writing;
 
   void load();
   void changePending(const ObjectMap& changed);
@@ -77,8 +77,8 @@ class PreferencesDomain {
   void adopt(const PreferencesFile& file);
   void take(PreferencesFile::Contents read);
   PreferencesFile::Contents putAside(const PreferencesFile& file, const Ref<NSString>& problem);
+  void see(SeenFile seen);
   void write(const PreferencesFile& file, const Ref<NSDictionary>& whole);
-  void settle(const ObjectMap& written);
   void tell(const Ref<NSString>& problem);
 
   const Ref<NSString> name_;
@@ -106,6 +106,8 @@ class PreferencesDomain {
   Ref<NSDictionary> snapshot_;
   /// The values that are to be written by key; null to remove it.
   ObjectMap pending_;
+  /// Those of them that are being written just now.
+  ObjectMap inWriting_;
 };
 
 /// An immutable copy of a property list, down to its leaves, that can be kept under the key. Throws

@@ -13,9 +13,9 @@ class PropertyListSurvey final : private PropertyListWriter {
   static void check(const id& propertyList) { PropertyListSurvey().walk(propertyList); }
 
  private:
-  void writeString(const Ref<NSString>&) override {}
+  void writeString(const NSString&) override {}
   void writeNumber(const NSNumber&) override {}
-  void writeData(const Ref<NSData>&) override {}
+  void writeData(const NSData&) override {}
   void writeDate(NSTimeInterval) override {}
   bool repeatContainer(std::size_t) override { return true; }
   void beginArray(std::size_t) override {}

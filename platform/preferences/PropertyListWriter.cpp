@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <typeinfo>
 #include <utility>
 
 namespace kestova {
@@ -26,12 +27,18 @@ std::string classOf(const id& object) {
   return object ? std::string(object->classDescriptor().name()) : "null";
 }
 
+/// The object as a string; null when it is none. Most are of the platform's own class, which needs
+/// no walk through the classes.
+NSString* stringIn(const id& object) {
+  const bool isPlain = object && typeid(*object) == typeid(NSString);
+  return isPlain ? static_cast<NSString*>(object.get()) : dynamic_cast<NSString*>(object.get());
+}
+
 Ref<NSString> stringFromKey(const id& key) {
-  auto string = cast<NSString>(key);
-  if (!string) {
-    fail(NSString::stringWithFormat("A key of class %s is no string", classOf(key)));
+  if (NSString* const string = stringIn(key)) {
+    return Ref<NSString>(string);
   }
-  return string;
+  fail(NSString::stringWithFormat("A key of class %s is no string", classOf(key)));
 }
 
 std::string stepTo(const Ref<NSString>& key, std::size_t index) {
@@ -73,17 +80,17 @@ void PropertyListWriter::goOn() {
 }
 
 void PropertyListWriter::visit(const id& object) {
-  if (const auto string = cast<NSString>(object)) {
-    writeString(string);
-  } else if (const auto number = cast<NSNumber>(object)) {
+  if (const auto* string = stringIn(object)) {
+    writeString(*string);
+  } else if (const auto* number = dynamic_cast<const NSNumber*>(object.get())) {
     writeNumber(*number);
   } else if (const auto dictionary = cast<NSDictionary>(object)) {
     openDictionary(dictionary);
   } else if (const auto array = cast<NSArray>(object)) {
     openArray(array);
-  } else if (const auto data = cast<NSData>(object)) {
-    writeData(data);
-  } else if (const auto date = cast<NSDate>(object)) {
+  } else if (const auto* data = dynamic_cast<const NSData*>(object.get())) {
+    writeData(*data);
+  } else if (const auto* date = dynamic_cast<const NSDate*>(object.get())) {
     visitDate(*date);
   } else {
     fail(NSString::stringWithFormat("A value of class %s is no property list", classOf(object)));
@@ -120,9 +127,11 @@ void PropertyListWriter::openDictionary(const Ref<NSDictionary>& dictionary) {
   }
   Entries entries;
   entries.reserve(dictionary->count());
-  dictionary->enumerateKeysAndObjectsUsingBlock([&](const id& key, const id& object, bool*) {
-    entries.push_back({stringFromKey(key), object});
-  });
+  auto key = dictionary->members();
+  for (const id& object : dictionary->objects()) {
+    entries.push_back({stringFromKey(*key), object});
+    ++key;
+  }
   const std::size_t references = 2 * entries.size();
   if (beginDictionary(entries)) {
     open(*known, std::move(entries), references);

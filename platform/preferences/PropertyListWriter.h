@@ -41,9 +41,9 @@ class PropertyListWriter {
 
   void walk(const id& top);
 
-  virtual void writeString(const Ref<NSString>& string) = 0;
+  virtual void writeString(const NSString& string) = 0;
   virtual void writeNumber(const NSNumber& number) = 0;
-  virtual void writeData(const Ref<NSData>& data) = 0;
+  virtual void writeData(const NSData& data) = 0;
 
   /// Seconds since the reference date, neither infinite nor NaN.
   virtual void writeDate(NSTimeInterval seconds) = 0;

@@ -32,7 +32,7 @@ void SearchList::setValue_forKey(const id& value, const Ref<NSString>& key) {
   const bool isMerged = merged_ && mergedAt_ == store_->changes();
   application_.setValue_forKey(value, key);
   if (isMerged && store_->changes() == mergedAt_ + 1) {
-    refresh(key);
+    refresh(value, key);
     ++mergedAt_;
   }
 }
@@ -104,13 +104,15 @@ void SearchList::merge() {
   std::for_each(suites_.rbegin(), suites_.rend(),
                 [this](PreferencesDomain* suite) { suite->addEntriesTo(*merged_); });
   application_.addEntriesTo(*merged_);
-  merged_->addEntriesFromDictionary(volatileNamed(NSArgumentDomain));
+  mergedArguments_ = volatileNamed(NSArgumentDomain);
+  merged_->addEntriesFromDictionary(mergedArguments_);
 }
 
-/// Under the mutex.
-void SearchList::refresh(const Ref<NSString>& key) {
-  if (const id value = find(key)) {
-    merged_->setObject_forKey(value, key);
+/// Under the mutex. Only the program's arguments come before a value of the application's domain.
+void SearchList::refresh(const id& value, const Ref<NSString>& key) {
+  const bool isFirst = value && mergedArguments_->count() == 0;
+  if (const id found = isFirst ? value : find(key)) {
+    merged_->setObject_forKey(found, key);
   } else {
     merged_->removeObjectForKey(key);
   }

@@ -46,7 +46,7 @@ class SearchList {
 
  private:
   void merge();
-  void refresh(const Ref<NSString>& key);
+  void refresh(const id& value, const Ref<NSString>& key);
   id find(const Ref<NSString>& key);
   const Ref<NSMutableDictionary>& merged();
   Ref<NSDictionary> volatileNamed(const StringConstant& name) const;
@@ -63,6 +63,8 @@ class SearchList {
   /// All entries that a look-up finds, when the store's domains had changed so often; null when
   /// something else has changed since.
   Ref<NSMutableDictionary> merged_;
+  /// The program's arguments as they went into it.
+  Ref<NSDictionary> mergedArguments_;
   std::uint64_t mergedAt_ = 0;
 };
 

@@ -51,7 +51,7 @@ Ref<NSData> XMLPropertyListWriter::write(const id& propertyList) {
   return NSData::dataWithBytes_length(writer.output_.data(), writer.output_.size());
 }
 
-void XMLPropertyListWriter::writeString(const Ref<NSString>& string) { putText("string", *string); }
+void XMLPropertyListWriter::writeString(const NSString& string) { putText("string", string); }
 
 void XMLPropertyListWriter::writeNumber(const NSNumber& number) {
   std::visit(
@@ -68,8 +68,8 @@ void XMLPropertyListWriter::writeNumber(const NSNumber& number) {
       number.value());
 }
 
-void XMLPropertyListWriter::writeData(const Ref<NSData>& data) {
-  const std::string digits = base64FromBytes(data->span());
+void XMLPropertyListWriter::writeData(const NSData& data) {
+  const std::string digits = base64FromBytes(data.span());
   const std::string_view all(digits);
   const std::size_t width = digitsPerLine(open_.size());
   putLine("<data>");

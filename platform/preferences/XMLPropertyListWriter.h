@@ -20,9 +20,9 @@ class XMLPropertyListWriter final : private PropertyListWriter {
   static Ref<NSData> write(const id& propertyList);
 
  private:
-  void writeString(const Ref<NSString>& string) override;
+  void writeString(const NSString& string) override;
   void writeNumber(const NSNumber& number) override;
-  void writeData(const Ref<NSData>& data) override;
+  void writeData(const NSData& data) override;
   void writeDate(NSTimeInterval seconds) override;
   bool repeatContainer(std::size_t number) override;
   void beginArray(std::size_t count) override;

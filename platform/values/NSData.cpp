@@ -29,18 +29,6 @@ void copyBytes(void* to, const void* from, NSUInteger length) {
   }
 }
 
-NSUInteger hashOf(std::span<const std::byte> bytes) {
-  BlockHash hash(bytes.size());
-  while (!bytes.empty()) {
-    NSUInteger block = 0;
-    const auto count = std::min(bytes.size(), sizeof block);
-    std::memcpy(&block, bytes.data(), count);
-    hash.add(block);
-    bytes = bytes.subspan(count);
-  }
-  return hash.value();
-}
-
 }  // namespace
 
 NSData::NSData(const void* bytes, NSUInteger length) {
@@ -115,7 +103,7 @@ bool NSData::isEqual(const id& other) const {
   return other == self() || isEqualToData(cast<NSData>(other));
 }
 
-NSUInteger NSData::hash() const { return hashOf(span()); }
+NSUInteger NSData::hash() const { return hashOfBytes(span()); }
 
 Ref<NSString> NSData::description() const {
   constexpr NSUInteger kGroup = 4;

@@ -29,7 +29,9 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace kestova {
@@ -464,6 +466,73 @@ TEST_F(PreferencesDomainTests, AFullDiskLosesNothing) {
   EXPECT_TRUE(here->synchronize());
   EXPECT_THAT(Process(disk.path())->contents(),
               Is(NSDictionary::of({{"small", 1}, {"large", "not so large"}})));
+}
+
+TEST_F(PreferencesDomainTests, RoomForTwoFilesIsEnoughHoweverOftenOneReplacesTheOther) {
+  const testing::MountedTmpfs disk(place_.at("disk"), "size=64k");
+  if (!disk.isMounted()) GTEST_SKIP() << "only root can mount";
+  Process here(disk.path());
+  for (int turn = 0; turn < 300; ++turn) {
+    ASSERT_TRUE(here.save("a", std::string(20'000, static_cast<char>('a' + turn % 26)))) << turn;
+  }
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(PreferencesDomainTests, NoMoreThanAFewReplacedFilesAreOpenAtATime) {
+  Process here(path());
+  for (int turn = 0; turn < 300; ++turn) {
+    ASSERT_TRUE(here.save("a", turn));
+    std::size_t open = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code error;
+      const auto target = std::filesystem::read_symlink(entry.path(), error).string();
+      open += target.starts_with(path()) && target.ends_with(" (deleted)") ? 1 : 0;
+    }
+    ASSERT_LE(open, 8U);
+  }
+}
+
+TEST_F(PreferencesDomainTests, WhatIsChangedWhileItIsWrittenIsWrittenNext) {
+  Process here(path());
+  testing::ScriptedFileSystemCalls calls;
+  bool isFirst = true;
+  calls.onFlush = [&] {
+    if (std::exchange(isFirst, false)) {
+      here.set("changed again", 2);
+      here.set("new", 3);
+      here.set("gone", nullptr);
+      EXPECT_TRUE(here->hasPendingChanges());
+    }
+    return 0;
+  };
+  here.set("changed again", 1);
+  here.set("kept", 1);
+  here.set("gone", 1);
+  EXPECT_TRUE(here->synchronize());
+  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"changed again", 1}, {"kept", 1}, {"gone", 1}})));
+  EXPECT_TRUE(here->hasPendingChanges());
+  EXPECT_THAT(here->contents(),
+              Is(NSDictionary::of({{"changed again", 2}, {"kept", 1}, {"new", 3}})));
+  EXPECT_TRUE(here->synchronize());
+  EXPECT_FALSE(here->hasPendingChanges());
+  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"changed again", 2}, {"kept", 1}, {"new", 3}})));
+}
+
+TEST_F(PreferencesDomainTests, WhatIsChangedWhileItCannotBeWrittenStaysAsItWasChangedLast) {
+  Process here(path());
+  {
+    testing::ScriptedFileSystemCalls calls;
+    calls.onFlush = [&] {
+      here.set("a", 2);
+      EXPECT_TRUE(here->hasPendingChanges());
+      return testing::ScriptedFileSystemCalls::failure(EIO);
+    };
+    EXPECT_FALSE(here.save("a", 1));
+    here.set("b", 1);
+  }
+  Process(path()).save("theirs", 1);
+  EXPECT_TRUE(here->synchronize());
+  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", 2}, {"b", 1}, {"theirs", 1}})));
 }
 
 TEST_F(PreferencesDomainTests, AReadOnlyFolderIsReadAndItsChangesWait) {
