@@ -7,6 +7,7 @@
 
 #include "collections/CollectionDescription.h"
 #include "collections/Members.h"
+#include "collections/StableSort.h"
 #include "collections/VectorArray.h"
 #include "object/Reference.h"
 #include "values/RangeCheck.h"
@@ -68,8 +69,8 @@ NSUInteger indexOfFirst(const NSArray& array, const Test& test) {
 
 template <class Order>
 Ref<NSArray> sorted(std::vector<id> objects, const Order& order) {
-  std::ranges::stable_sort(
-      objects, [&](const id& a, const id& b) { return order(a, b) == NSOrderedAscending; });
+  const auto isBefore = [&](const id& a, const id& b) { return order(a, b) == NSOrderedAscending; };
+  StableSort<decltype(isBefore)>::sort(objects, isBefore);
   return NSArray::arrayWithObjects(std::move(objects));
 }
 
