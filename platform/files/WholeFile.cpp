@@ -41,11 +41,26 @@ int writeAndClose(FileDescriptor& file, std::span<const std::byte> contents) {
   return error != 0 ? error : closeError;
 }
 
-/// The name behind symbolic links; the name itself where there is none yet.
-std::string resolved(const std::string& path) {
+/// Makes `path` the name behind symbolic links; leaves it where there is none yet. 0 or the error
+/// number.
+int resolve(std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
                                                          &std::free);
-  return real ? real.get() : path;
+  if (!real) {
+    return errno == ENOENT ? 0 : errno;
+  }
+  path = real.get();
+  return 0;
+}
+
+/// What is known of the file; nothing when there is none. 0 or the error number.
+int look(const std::string& path, std::optional<struct stat>& facts) {
+  struct stat found;
+  if (stat(path.c_str(), &found) != 0) {
+    return errno == ENOENT ? 0 : errno;
+  }
+  facts = found;
+  return 0;
 }
 
 std::string newNameBeside(const std::string& path) {
@@ -59,7 +74,7 @@ class Replacement {
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
   ~Replacement() {
-    if (file_) {
+    if (isUnfinished_) {
       unlink(name_.c_str());
     }
   }
@@ -72,6 +87,7 @@ class Replacement {
     if (!file_) {
       return errno;
     }
+    isUnfinished_ = true;
     if (!old) {
       return 0;
     }
@@ -85,19 +101,23 @@ class Replacement {
     if (const int error = writeAll(file_.get(), contents); error != 0) {
       return error;
     }
-    return FileSystemCalls::current().fdatasync(file_.get()) == 0 ? 0 : errno;
+    const int flushed =
+        uninterrupted([&] { return FileSystemCalls::current().fdatasync(file_.get()); });
+    return flushed == 0 ? file_.close() : errno;
   }
 
   int takeName() {
     const int renamed =
         FileSystemCalls::current().renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, path_.c_str(), 0);
-    return renamed == 0 ? file_.close() : errno;
+    isUnfinished_ = renamed != 0;
+    return renamed == 0 ? 0 : errno;
   }
 
  private:
   const std::string& path_;
   std::string name_;
   FileDescriptor file_;
+  bool isUnfinished_ = false;
 };
 
 }  // namespace
@@ -152,17 +172,19 @@ int createWholeFile(const std::string& path, std::span<const std::byte> contents
 }
 
 int replaceWholeFile(const std::string& path, std::span<const std::byte> contents) {
-  const std::string target = resolved(path);
-  struct stat facts;
-  const bool exists = stat(target.c_str(), &facts) == 0;
-  if (exists && !S_ISREG(facts.st_mode)) {
+  std::string target = path;
+  std::optional<struct stat> old;
+  int error = resolve(target);
+  error = error == 0 ? look(target, old) : error;
+  if (error != 0) {
+    return error;
+  }
+  if (old && !S_ISREG(old->st_mode)) {
     return writeWholeFile(target, contents);
   }
   Replacement replacement(target);
-  int error = replacement.create(exists ? std::optional(facts) : std::nullopt);
-  if (error == 0) {
-    error = replacement.fill(contents);
-  }
+  error = replacement.create(old);
+  error = error == 0 ? replacement.fill(contents) : error;
   return error == 0 ? replacement.takeName() : error;
 }
 
