@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <string_view>
 #include <utility>
@@ -15,10 +16,14 @@
 namespace kestova {
 namespace {
 
-constexpr NSTimeInterval kConnectTime = 5;
+/// How long a program may stand still for a bus or a portal that hangs. The bus starts a portal
+/// that isn't running yet for the first question: one that takes longer is there for the next one.
+constexpr NSTimeInterval kPatience = 3;
 
-/// The bus starts a portal that isn't running yet for the first question.
-constexpr NSTimeInterval kStartTime = 25;
+std::string reasonFor(const BusError& error) {
+  return error.number == ETIMEDOUT ? "it doesn't answer"
+                                   : "it has no shortcuts (" + error.text() + ")";
+}
 
 bool isPrintable(OSType code) {
   for (int shift = 0; shift < 32; shift += 8) {
@@ -49,13 +54,13 @@ std::string shortcutName(EventHotKeyID hotKeyID) {
 
 std::shared_ptr<HotKeyService> PortalHotKeyService::connect(std::string& reason) {
   BusError error;
-  auto bus = BusConnection::connect(BusAddress::session(), kConnectTime, &error);
+  auto bus = BusConnection::connect(BusAddress::session(), kPatience, &error);
   if (bus == nullptr) {
     reason = "there is no session bus (" + error.text() + ")";
     return nullptr;
   }
   if (!knowsShortcuts(*bus, error)) {
-    reason = "it has no shortcuts (" + error.text() + ")";
+    reason = reasonFor(error);
     return nullptr;
   }
   std::shared_ptr<PortalHotKeyService> service(new PortalHotKeyService(std::move(bus)));
@@ -70,7 +75,7 @@ bool PortalHotKeyService::knowsShortcuts(BusConnection& bus, BusError& error) {
   BusMessage call =
       bus.newCall(Portal::kName, Portal::kPath, "org.freedesktop.DBus.Properties", "Get");
   call.append(Portal::kShortcuts, "version");
-  return static_cast<bool>(bus.call(call, kStartTime, &error));
+  return static_cast<bool>(bus.call(call, kPatience, &error));
 }
 
 PortalHotKeyService::PortalHotKeyService(std::shared_ptr<BusConnection> bus)

@@ -231,11 +231,26 @@ TEST_F(PortalHotKeyServiceTests, APortalThatComesBackIsAskedAgain) {
 
 TEST_F(PortalHotKeyServiceTests, ADesktopWithoutShortcutsSaysSo) {
   portal.reset();
-  portal.emplace(bus, false);
+  portal.emplace(bus, ScriptedPortal::Shortcuts::unknown);
   EXPECT_EQ(add("K", 1), -4);
   EXPECT_THAT(log.lines(),
               ElementsAre(HasSubstr("Hot keys: no service; not by the X server: this is a Wayland "
                                     "session; not by the desktop portal: it has no shortcuts (")));
+}
+
+TEST_F(PortalHotKeyServiceTests, APortalThatHangsIsGivenUpAndTheNextOneFound) {
+  portal.reset();
+  portal.emplace(bus, ScriptedPortal::Shortcuts::unanswered);
+  EXPECT_EQ(add("K", 1), -4);
+  EXPECT_THAT(log.lines(),
+              ElementsAre("Hot keys: no service; not by the X server: this is a Wayland session; "
+                          "not by the desktop portal: it doesn't answer"));
+  portal.reset();
+  portal.emplace(bus);
+  EXPECT_EQ(add("K", 1), 0);
+  EXPECT_EQ(log.lines().back(),
+            "Hot keys: served by the desktop portal; not by the X server: this is a Wayland "
+            "session");
 }
 
 TEST_F(PortalHotKeyServiceTests, ABusWithoutAPortalSaysSo) {

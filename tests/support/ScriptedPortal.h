@@ -21,6 +21,9 @@ namespace kestova::testing {
 /// asked for is noted, and a test says what it answers and when keys are pressed.
 class ScriptedPortal {
  public:
+  /// What it says when it is asked about shortcuts.
+  enum class Shortcuts { known, unknown, unanswered };
+
   /// What becomes of a request.
   enum class Answer { granted, dismissed, failed, none };
 
@@ -31,8 +34,8 @@ class ScriptedPortal {
     bool operator==(const Shortcut&) const = default;
   };
 
-  explicit ScriptedPortal(const PrivateBus& bus, bool knowsShortcuts = true)
-      : knowsShortcuts_(knowsShortcuts) {
+  explicit ScriptedPortal(const PrivateBus& bus, Shortcuts shortcuts = Shortcuts::known)
+      : shortcuts_(shortcuts) {
     thread_.perform([&] { open(bus.address()); });
   }
   /// Ends as a portal that crashes: sessions are just gone.
@@ -88,7 +91,7 @@ class ScriptedPortal {
   }
 
  private:
-  using Shortcuts = std::vector<std::tuple<std::string, BusDictionary>>;
+  using ShortcutList = std::vector<std::tuple<std::string, BusDictionary>>;
 
   void open(const std::string& address) {
     bus_ = BusConnection::connect(BusAddress::at(address), 10);
@@ -113,12 +116,14 @@ class ScriptedPortal {
   }
 
   void version(const BusMessage& call) {
-    BusMessage reply = knowsShortcuts_ ? BusConnection::newReply(call)
-                                       : BusConnection::newErrorReply(
-                                             call, "org.freedesktop.DBus.Error.UnknownInterface",
-                                             "no such interface");
-    if (knowsShortcuts_) reply.append(BusVariant(std::uint32_t{1}));
-    bus_->send(reply);
+    if (shortcuts_ == Shortcuts::known) {
+      BusMessage reply = BusConnection::newReply(call);
+      reply.append(BusVariant(std::uint32_t{1}));
+      bus_->send(reply);
+    } else if (shortcuts_ == Shortcuts::unknown) {
+      bus_->send(BusConnection::newErrorReply(call, "org.freedesktop.DBus.Error.UnknownInterface",
+                                              "no such interface"));
+    }
   }
 
   static std::string token(const BusDictionary& options, const char* key) {
@@ -141,7 +146,7 @@ class ScriptedPortal {
 
   void bindShortcuts(const BusMessage& call) {
     BusObjectPath session;
-    Shortcuts shortcuts;
+    ShortcutList shortcuts;
     std::string window;
     BusDictionary options;
     call.read(session, shortcuts, window, options);
@@ -178,7 +183,7 @@ class ScriptedPortal {
     bus_->send(signal);
   }
 
-  void respondWithShortcuts(const std::string& request, const Shortcuts& shortcuts) {
+  void respondWithShortcuts(const std::string& request, const ShortcutList& shortcuts) {
     if (answer_ == Answer::none) return;
     const BusMessage signal = response(request);
     sd_bus_message* raw = signal.get();
@@ -186,7 +191,7 @@ class ScriptedPortal {
     sd_bus_message_open_container(raw, 'e', "sv");
     sd_bus_message_append(raw, "s", "shortcuts");
     sd_bus_message_open_container(raw, 'v', "a(sa{sv})");
-    BusCoding<Shortcuts>::append(raw, shortcuts);
+    BusCoding<ShortcutList>::append(raw, shortcuts);
     sd_bus_message_close_container(raw);
     sd_bus_message_close_container(raw);
     sd_bus_message_close_container(raw);
@@ -200,7 +205,7 @@ class ScriptedPortal {
     bus_->send(signal);
   }
 
-  const bool knowsShortcuts_;
+  const Shortcuts shortcuts_;
   RunLoopThread thread_;
   std::shared_ptr<BusConnection> bus_;
   BusSlot calls_;
