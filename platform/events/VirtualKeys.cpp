@@ -9,7 +9,7 @@
 #include <array>
 #include <vector>
 
-#include <strings.h>
+#include "text/ASCIICase.h"
 
 namespace kestova {
 namespace {
@@ -140,10 +140,6 @@ constexpr auto rowsByCode() {
 
 constexpr auto kRowsByCode = rowsByCode();
 
-bool isSameName(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 }  // namespace
 
 std::span<const KeyTableRow> keyTable() { return kRows; }
@@ -174,7 +170,7 @@ std::span<const VirtualKey> VirtualKeys() {
 
 std::optional<std::uint16_t> VirtualKeyCodeForName(std::string_view name) {
   const auto* found = std::find_if(std::begin(kRows), std::end(kRows), [&](const KeyTableRow& row) {
-    return isSameName(row.name, name);
+    return isSameButForCase(row.name, name);
   });
   return found == std::end(kRows) ? std::nullopt : std::optional(found->code);
 }

@@ -2,6 +2,7 @@
 #include "loading/ContentType.h"
 
 #include "loading/HTTPFields.h"
+#include "text/ASCIICase.h"
 
 #include <algorithm>
 

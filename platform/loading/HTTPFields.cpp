@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "loading/HTTPFields.h"
 
+#include "text/ASCIICase.h"
+
 #include <algorithm>
 
 namespace kestova {
@@ -8,10 +10,8 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t";
 
-char lowercase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 bool isLetterOrDigit(char c) {
-  return (c >= '0' && c <= '9') || (lowercase(c) >= 'a' && lowercase(c) <= 'z');
+  return (c >= '0' && c <= '9') || (lowercaseASCII(c) >= 'a' && lowercaseASCII(c) <= 'z');
 }
 
 Ref<NSString> textOf(const std::string& bytes) {
@@ -23,13 +23,8 @@ Ref<NSString> textOf(const std::string& bytes) {
 
 }  // namespace
 
-std::string lowercaseASCII(std::string_view text) {
-  std::string result(text);
-  std::ranges::transform(result, result.begin(), lowercase);
-  return result;
-}
-
 bool FieldNameOrder::operator()(std::string_view a, std::string_view b) const {
+  const auto lowercase = [](char c) { return lowercaseASCII(c); };
   return std::ranges::lexicographical_compare(a, b, {}, lowercase, lowercase);
 }
 
@@ -57,10 +52,10 @@ Ref<NSString> fieldNamed(const Ref<NSString>& name, const Ref<NSDictionary>& fie
   if (!name) {
     return nullptr;
   }
-  const std::string wanted = lowercaseASCII(name->displayUTF8());
+  const std::string wanted = name->displayUTF8();
   for (const id& key : fields) {
     const auto spelled = cast<NSString>(key);
-    if (spelled && lowercaseASCII(spelled->displayUTF8()) == wanted) {
+    if (spelled && isSameButForCase(spelled->displayUTF8(), wanted)) {
       return cast<NSString>(fields->objectForKey(key));
     }
   }

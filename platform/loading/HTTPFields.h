@@ -10,10 +10,7 @@
 
 namespace kestova {
 
-/// Names of header fields and of all else that HTTP compares without regard to case: ASCII letters
-/// alone have one there.
-std::string lowercaseASCII(std::string_view text);
-
+/// Names of header fields are the same in capitals and small letters.
 struct FieldNameOrder {
   bool operator()(std::string_view a, std::string_view b) const;
 };

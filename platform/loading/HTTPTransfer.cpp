@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "loading/HTTPTransfer.h"
 
+#include "text/ASCIICase.h"
+
 #include <openssl/x509_vfy.h>
 
 #include <algorithm>

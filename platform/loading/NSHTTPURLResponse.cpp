@@ -4,6 +4,7 @@
 
 #include "loading/ContentType.h"
 #include "loading/HTTPFields.h"
+#include "text/ASCIICase.h"
 
 #include <charconv>
 #include <string>

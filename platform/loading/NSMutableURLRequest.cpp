@@ -4,9 +4,9 @@
 #include <KestovaPlatform/NSURLRequest.h>
 
 #include "loading/HTTPFields.h"
+#include "text/ASCIICase.h"
 
 #include <optional>
-#include <string>
 
 namespace kestova {
 
@@ -68,10 +68,10 @@ void NSMutableURLRequest::setAllHTTPHeaderFields(const Ref<NSDictionary>& fields
 void NSMutableURLRequest::setValue_forHTTPHeaderField(const Ref<NSString>& value,
                                                       const Ref<NSString>& name) {
   checkName(name);
-  const auto wanted = lowercaseASCII(name->displayUTF8());
+  const auto wanted = name->displayUTF8();
   const auto changed = NSMutableDictionary::dictionary();
   for (const id& other : fields_) {
-    if (lowercaseASCII(cast<NSString>(other)->displayUTF8()) != wanted) {
+    if (!isSameButForCase(cast<NSString>(other)->displayUTF8(), wanted)) {
       changed->setObject_forKey(fields_->objectForKey(other), other);
     }
   }

@@ -6,6 +6,7 @@
 #include "files/WholeFile.h"
 #include "loading/HTTPTransfer.h"
 #include "loading/URLFault.h"
+#include "text/ASCIICase.h"
 
 #include <cerrno>
 #include <cstring>
@@ -83,7 +84,7 @@ NSInteger portOf(const Ref<NSURL>& url) {
 
 bool haveSameOrigin(const Ref<NSURL>& a, const Ref<NSURL>& b) {
   return lowercaseScheme(a) == lowercaseScheme(b) && portOf(a) == portOf(b) &&
-         lowercaseASCII(a->host()->displayUTF8()) == lowercaseASCII(b->host()->displayUTF8());
+         isSameButForCase(a->host()->displayUTF8(), b->host()->displayUTF8());
 }
 
 /// A server's Location with what it should have escaped.

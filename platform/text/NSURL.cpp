@@ -4,10 +4,9 @@
 #include <KestovaPlatform/NSURL.h>
 
 #include "files/NativePath.h"
+#include "text/ASCIICase.h"
 #include "text/URLParts.h"
 #include "values/RangeCheck.h"
-
-#include <strings.h>
 
 #include <filesystem>
 
@@ -105,7 +104,7 @@ Ref<NSURL> NSURL::absoluteURL() const {
 }
 
 bool NSURL::isFileURL() const {
-  return parts().scheme && strcasecmp(parts().scheme->c_str(), "file") == 0;
+  return parts().scheme && isSameButForCase(*parts().scheme, "file");
 }
 
 Ref<NSString> NSURL::scheme() const { return stringOf(parts().scheme); }

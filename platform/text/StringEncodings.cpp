@@ -3,11 +3,10 @@
 
 #include <KestovaPlatform/NSString.h>
 
+#include "text/ASCIICase.h"
 #include "text/Converter.h"
 
 #include <unicode/ucnv.h>
-
-#include <strings.h>
 
 #include <algorithm>
 #include <string>
@@ -156,7 +155,7 @@ const StringEncoding* findByAlias(const char* alias) {
 
 const StringEncoding* findByName(const char* name) {
   const auto found = std::ranges::find_if(kEncodings, [&](const StringEncoding& encoding) {
-    return ::strcasecmp(encoding.charsetName, name) == 0;
+    return isSameButForCase(encoding.charsetName, name);
   });
   return found == std::end(kEncodings) ? findByAlias(name) : &*found;
 }

@@ -2,7 +2,8 @@
 #include <KestovaPlatform/NSGeometry.h>
 #include <KestovaPlatform/NSString.h>
 
-#include "text/CLocale.h"
+#include "text/ASCIICase.h"
+#include "text/NumberScan.h"
 #include "text/TextStorage.h"
 #include "values/NumberText.h"
 
@@ -10,7 +11,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
-#include <cstdlib>
 #include <limits>
 #include <optional>
 #include <string>
@@ -32,12 +32,6 @@ std::string textOf(NSSize size) {
 /// The same in every locale.
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
-std::string lowered(std::string_view letters) {
-  std::string result(letters);
-  std::ranges::for_each(result, [](char& c) { c = static_cast<char>(c | 0x20); });
-  return result;
-}
 
 /// The text from `start` on as far as every character is accepted.
 std::string_view run(std::string_view text, bool (*isAccepted)(char), std::size_t start = 0) {
@@ -68,23 +62,11 @@ std::size_t lengthOfDecimal(std::string_view text) {
   return length + lengthOfExponent(text.substr(length));
 }
 
-/// Beyond what a double holds: infinity, or 0.
-double valueOfDecimal(std::string_view text) {
-  double value = 0;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (result.ec == std::errc::result_out_of_range) {
-    const CLocale locale;
-    value = std::strtod(std::string(text).c_str(), nullptr);
-  }
-  return value;
-}
-
 std::optional<double> valueOfWord(std::string_view letters) {
-  const std::string word = lowered(letters);
-  if (word == "inf" || word == "infinity") {
+  if (isSameButForCase(letters, "inf") || isSameButForCase(letters, "infinity")) {
     return HUGE_VAL;
   }
-  return word == "nan" ? std::optional(std::nan("")) : std::nullopt;
+  return isSameButForCase(letters, "nan") ? std::optional(std::nan("")) : std::nullopt;
 }
 
 /// Hands out the numbers in a text one after the other and skips all that is between them.
@@ -141,7 +123,8 @@ class NumbersInText {
       return std::nullopt;
     }
     const auto value =
-        word.empty() ? valueOfDecimal(unsignedRest.substr(0, length)) : valueOfWord(word);
+        word.empty() ? realValue<double>(unsignedRest.substr(0, length), std::chars_format::general)
+                     : valueOfWord(word);
     if (!value) {
       return std::nullopt;
     }

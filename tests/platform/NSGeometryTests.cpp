@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "BothStorages.h"
+#include "BuiltLocale.h"
 #include "RandomRun.h"
 
 #include <bit>
@@ -100,6 +101,11 @@ TEST(NSGeometryTests, TakesTheFirstNumbersThatItFinds) {
       EXPECT_EQ(NSSizeFromString(string), NSMakeSize(point.x, point.y)) << string;
     });
   }
+}
+
+TEST(NSGeometryTests, NumbersBeyondADoubleAreReadInEveryLocale) {
+  const testing::BuiltLocale german("de_DE");
+  EXPECT_EQ(NSPointFromString("1.5e999 0.5e-999"), NSMakePoint(kInfinity, 0));
 }
 
 TEST(NSGeometryTests, NumbersMayBeLongerThanADoubleIsExact) {

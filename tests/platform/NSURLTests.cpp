@@ -3,7 +3,9 @@
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSURL.h>
 #include <gtest/gtest.h>
+#include <strings.h>
 
+#include "BuiltLocale.h"
 #include "ExceptionExpectation.h"
 #include "TemporaryFolder.h"
 
@@ -165,6 +167,12 @@ TEST(NSURLTests, FilesHaveURLs) {
     EXPECT_TRUE(made->isFileURL());
     EXPECT_EQ(url(row.string)->path(), row.pathAgain);
   }
+  EXPECT_TRUE(url("FILE:/a")->isFileURL());
+}
+
+TEST(NSURLTests, TheSchemeOfFilesIsKnownWhereTheCLibraryTellsItsLettersApart) {
+  const testing::BuiltLocale turkish("tr_TR");
+  ASSERT_NE(::strcasecmp("FILE", "file"), 0);
   EXPECT_TRUE(url("FILE:/a")->isFileURL());
 }
 

@@ -6,12 +6,12 @@
 #include <gtest/gtest.h>
 
 #include "BothStorages.h"
+#include "BuiltLocale.h"
 #include "ExceptionExpectation.h"
 
 #include <clocale>
 #include <cmath>
 #include <limits>
-#include <locale>
 #include <random>
 
 namespace kestova {
@@ -89,14 +89,11 @@ TEST(StringFormatTests, RealsPrintAsInC) {
 
 TEST(StringFormatTests, DecimalPointsArePointsInEveryLocaleAndTheLocaleStays) {
   const std::string before = std::setlocale(LC_NUMERIC, nullptr);
-  const locale_t comma = newlocale(LC_NUMERIC_MASK, "de_DE.UTF-8", nullptr);
-  const locale_t previous = comma == nullptr ? nullptr : uselocale(comma);
+  const testing::BuiltLocale german("de_DE");
+  ASSERT_STREQ(::localeconv()->decimal_point, ",");
   EXPECT_EQ(formatted("%.2f", 1234.5), "1234.50");
   EXPECT_EQ(formatted("%'d", 1234567), "1234567");
-  if (comma != nullptr) {
-    EXPECT_EQ(uselocale(previous), comma);
-    freelocale(comma);
-  }
+  EXPECT_TRUE(german.isInUse());
   EXPECT_EQ(std::setlocale(LC_NUMERIC, nullptr), before);
 }
 

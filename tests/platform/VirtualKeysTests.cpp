@@ -3,6 +3,7 @@
 #include <KestovaPlatform/VirtualKeys.h>
 #include <gtest/gtest.h>
 
+#include "BuiltLocale.h"
 #include "events/KeyTable.h"
 
 #include <cstdint>
@@ -41,6 +42,12 @@ TEST(VirtualKeysTests, CaseDoesntMatter) {
   EXPECT_EQ(VirtualKeyCodeForName("k"), 40);
   EXPECT_EQ(VirtualKeyCodeForName("RETURN"), 36);
   EXPECT_EQ(VirtualKeyCodeForName("pageup"), 116);
+}
+
+TEST(VirtualKeysTests, CaseDoesntMatterInAnyLocale) {
+  const BuiltLocale turkish("tr_TR");
+  EXPECT_EQ(VirtualKeyCodeForName("RIGHT"), VirtualKeyCodeForName("Right"));
+  EXPECT_EQ(VirtualKeyCodeForName("i"), VirtualKeyCodeForName("I"));
 }
 
 TEST(VirtualKeysTests, WhatIsNoKeyIsNothing) {
