@@ -6,11 +6,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <string_view>
 #include <utility>
 
 #include "files/FileSystemCalls.h"
-#include "files/NativePath.h"
+#include "files/PathText.h"
 
 namespace kestova {
 namespace {
@@ -19,8 +18,6 @@ constexpr std::size_t kBatchBytes = std::size_t{32} << 10;
 
 /// What the kernel counts blocks in, whatever those of the file system are.
 constexpr std::uint64_t kBlockSize = 512;
-
-bool isSelfOrParent(std::string_view name) { return name == "." || name == ".."; }
 
 }  // namespace
 

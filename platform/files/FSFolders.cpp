@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "files/NativePath.h"
+#include "files/PathText.h"
 #include "files/UserDirectories.h"
 
 namespace kestova {

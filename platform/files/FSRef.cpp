@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/FSRef.h>
-#include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSURL.h>
 
 #include <sys/stat.h>
@@ -8,18 +7,13 @@
 #include <optional>
 #include <utility>
 
+#include "files/NativePath.h"
+
 namespace kestova {
 namespace {
 
 std::optional<std::string> pathOf(const Ref<NSURL>& url) {
-  if (!url || !url->isFileURL()) {
-    return std::nullopt;
-  }
-  try {
-    return url->fileSystemRepresentation();
-  } catch (const NSException&) {
-    return std::nullopt;
-  }
+  return url && url->isFileURL() ? nativePath(url->path()) : std::nullopt;
 }
 
 }  // namespace

@@ -18,20 +18,6 @@ std::optional<std::string> nativePath(const Ref<NSString>& path) {
   }
 }
 
-std::string withoutTrailingSlashes(std::string path) {
-  while (path.size() > 1 && path.back() == '/') {
-    path.pop_back();
-  }
-  return path;
-}
-
-std::string withTrailingSlash(std::string path) {
-  if (!path.ends_with('/')) {
-    path.push_back('/');
-  }
-  return path;
-}
-
 bool isFolder(const std::string& path) {
   std::error_code ignored;
   return std::filesystem::is_directory(path, ignored);

@@ -6,15 +6,13 @@
 #include <optional>
 #include <string>
 
+#include "files/PathText.h"
+
 namespace kestova {
 
 /// The bytes by which the file system knows a path; nothing for null, for "" and for a path that no
 /// file can have.
 std::optional<std::string> nativePath(const Ref<NSString>& path);
-
-/// The path without slashes at its end, or with one; the root is "/" to both.
-std::string withoutTrailingSlashes(std::string path);
-std::string withTrailingSlash(std::string path);
 
 /// Whether there is a folder now, behind symbolic links too.
 bool isFolder(const std::string& path);

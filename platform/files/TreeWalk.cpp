@@ -5,13 +5,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <new>
 #include <optional>
 #include <string_view>
 #include <system_error>
 
 #include "files/FileSystemCalls.h"
+#include "files/ItemIdentity.h"
+#include "files/PathText.h"
 
 namespace kestova {
 namespace {
@@ -20,8 +21,6 @@ constexpr std::size_t kBatchBytes = 32 * 1024;
 constexpr std::size_t kOpenLimit = 100;
 // A read that leaves room for a longest entry has most likely reached the end of the listing.
 constexpr std::size_t kFullBatch = kBatchBytes - sizeof(dirent64);
-
-bool isSelfOrParent(std::string_view name) { return name == "." || name == ".."; }
 
 }  // namespace
 
@@ -177,8 +176,7 @@ TreeWalk::Open TreeWalk::openBelow(WalkFolder& folder, const OpenFolder& parent,
   Open open = visitor.reopen(folder, parent);
   struct stat facts {};
   if (open && ::fstat(open->source.get(), &facts) == 0) {
-    const bool same = facts.st_dev == folder.facts.st_dev && facts.st_ino == folder.facts.st_ino;
-    if (same) return keepOpen(folder, std::move(open));
+    if (isSameItem(facts, folder.facts)) return keepOpen(folder, std::move(open));
     errno = ENOENT;
   }
   failOn(folder, errno, visitor);

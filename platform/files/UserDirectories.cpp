@@ -4,6 +4,7 @@
 #include <KestovaPlatform/NSFileManager.h>
 
 #include "files/NativePath.h"
+#include "files/PathText.h"
 
 #include <cstdlib>
 

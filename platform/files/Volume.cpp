@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/Volume.h"
 
-#include "files/NativePath.h"
+#include "files/PathText.h"
 #include "files/VolumeLabel.h"
 #include "values/SystemRelease.h"
 

@@ -4,6 +4,7 @@
 #include <KestovaPlatform/NSURL.h>
 
 #include "files/NativePath.h"
+#include "files/PathText.h"
 #include "text/ASCIICase.h"
 #include "text/URLParts.h"
 #include "values/RangeCheck.h"
