@@ -6,15 +6,16 @@
 #include <string>
 #include <utility>
 
+#include "files/NativePath.h"
+#include "files/PathText.h"
+
 namespace kestova {
 namespace {
 
 /// The name under which the source arrives when none is given: its own.
-std::string lastComponent(std::string path) {
-  while (path.size() > 1 && path.back() == '/') {
-    path.pop_back();
-  }
-  return path.substr(path.rfind('/') + 1);
+std::string lastComponent(const std::string& path) {
+  const std::string bare = withoutTrailingSlashes(path);
+  return bare.substr(bare.rfind('/') + 1);
 }
 
 }  // namespace
@@ -38,11 +39,13 @@ OSStatus FileOperationRun::start(TransferKind kind, const FileOperationService::
   if (isBusy()) {
     return paramErr;
   }
-  const std::string name = request.destinationName
-                               ? request.destinationName->fileSystemRepresentation()
-                               : lastComponent(request.source);
+  const std::optional<std::string> name =
+      request.destinationName ? nativePath(request.destinationName) : lastComponent(request.source);
+  if (!name) {
+    return paramErr;
+  }
   auto transfer = std::make_unique<FileTransfer>(
-      TransferRequest{request.source, request.destinationFolder, name, kind, request.options});
+      TransferRequest{request.source, request.destinationFolder, *name, kind, request.options});
   const OSStatus status = transfer->start([source = source_] { source->signal(); });
   if (status != noErr) {
     return status;

@@ -113,6 +113,12 @@ TEST_F(FSFileOperationTest, RefusesAtOnceWhatCannotBe) {
     EXPECT_EQ(startCopy("a", name), paramErr) << name;
   }
   EXPECT_EQ(startCopy("a", std::string(256, 'x')), bdNamErr);
+  for (const Ref<NSString>& name :
+       {Ref<NSString>(u"\xD800"), Ref<NSString>(std::string(1, '\0'))}) {
+    EXPECT_EQ(FSPathCopyObjectAsync(operation_, at("a"), at(""), name, 0, nullptr, 0, nullptr),
+              paramErr)
+        << "no file can be called " << name;
+  }
   const auto into = [&](const std::string& source, const std::string& folder) {
     const FSFileOperationClientContext context = client_.context();
     return FSPathCopyObjectAsync(operation_, at(source), at(folder), "b", 0,
