@@ -4,16 +4,20 @@
 #include <KestovaPlatform/NSPipe.h>
 #include <KestovaPlatform/NSTask.h>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <cstddef>
 #include <string>
 #include <system_error>
 #include <vector>
 
+#include "files/FileDescriptor.h"
 #include "files/FileSystemCalls.h"
 #include "files/ProgramLaunch.h"
 
@@ -30,6 +34,17 @@ Ref<NSFileHandle> programEnd(std::size_t number, const id& stream) {
     return number == STDIN_FILENO ? pipe->fileHandleForReading() : pipe->fileHandleForWriting();
   }
   return stream ? cast<NSFileHandle>(stream) : nullptr;
+}
+
+/// A copy of the descriptor behind those of the three streams: under one of their numbers it would
+/// be gone as soon as the program is given another stream by that number.
+FileDescriptor copyFor(const NSFileHandle& stream) {
+  FileDescriptor copy(::fcntl(stream.fileDescriptor(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  if (!copy) {
+    refuse("-[NSTask launch]: a stream can't be handed on: " +
+           std::generic_category().message(errno));
+  }
+  return copy;
 }
 
 std::vector<std::string> wordsOf(const Ref<NSString>& program, const Ref<NSArray>& arguments) {
@@ -64,12 +79,12 @@ void NSTask::requireEnded() const {
 
 void NSTask::setLaunchPath(const Ref<NSString>& path) {
   requirePrepared();
-  launchPath_ = path;
+  launchPath_ = copyOf(path);
 }
 
 void NSTask::setArguments(const Ref<NSArray>& arguments) {
   requirePrepared();
-  arguments_ = arguments;
+  arguments_ = copyOf(arguments);
 }
 
 void NSTask::setStream(std::size_t number, const id& stream) {
@@ -91,9 +106,11 @@ void NSTask::launch() {
   }
   std::vector<std::string> words = wordsOf(launchPath_, arguments_);
   FileActions actions;
+  std::array<FileDescriptor, 3> copies;
   for (std::size_t number = 0; number < streams_.size(); ++number) {
     if (const auto end = programEnd(number, streams_[number])) {
-      actions.put(end->fileDescriptor(), static_cast<int>(number));
+      copies[number] = copyFor(*end);
+      actions.put(copies[number].get(), static_cast<int>(number));
     }
   }
   actions.closeBehind(STDERR_FILENO);

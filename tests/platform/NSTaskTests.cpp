@@ -9,10 +9,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <string>
 
 #include "ExceptionExpectation.h"
 #include "TemporaryFolder.h"
+#include "files/FileDescriptor.h"
 
 namespace kestova {
 namespace {
@@ -98,6 +100,41 @@ TEST(NSTaskTests, InputAndDiagnosticsHaveTheirPipes) {
   input->fileHandleForWriting()->closeFile();
   EXPECT_EQ(textOf(errors->fileHandleForReading()->readDataToEndOfFile()), "abc");
   task->waitUntilExit();
+}
+
+TEST(NSTaskTests, AStreamOfThisProcessIsHandedOnThoughTheProgramHasAnotherByItsNumber) {
+  const testing::TemporaryFolder folder;
+  const std::string path = folder.at("output");
+  const FileDescriptor file(::open(path.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600));
+  std::fflush(stdout);
+  const FileDescriptor before(::dup(STDOUT_FILENO));
+  ::dup2(file.get(), STDOUT_FILENO);
+  const auto task = shellTask("echo output; echo diagnostics >&2");
+  task->setStandardError(NSFileHandle::initWithFileDescriptor_closeOnDealloc(STDOUT_FILENO, false));
+  EXPECT_EQ(outputOf(task), "output\n");
+  ::dup2(before.get(), STDOUT_FILENO);
+  EXPECT_EQ(textOf(NSData::dataWithContentsOfFile(path)), "diagnostics\n");
+}
+
+TEST(NSTaskTests, AClosedStreamIsRefusedAndMayBeSetAnew) {
+  const auto pipe = NSPipe::pipe();
+  pipe->fileHandleForWriting()->closeFile();
+  const auto task = shellTask("echo output");
+  task->setStandardOutput(pipe);
+  expectException(NSInvalidArgumentException, [&] { task->launch(); });
+  EXPECT_FALSE(task->isRunning());
+  EXPECT_EQ(outputOf(task), "output\n");
+}
+
+TEST(NSTaskTests, WhatIsChangedAfterItWasSetStaysAsItWas) {
+  const auto task = NSTask::init();
+  const auto path = NSMutableString::stringWithString("/bin/echo");
+  const auto arguments = NSMutableArray::of("one");
+  task->setLaunchPath(path);
+  task->setArguments(arguments);
+  path->appendString("x");
+  arguments->addObject("two");
+  EXPECT_EQ(outputOf(task), "one\n");
 }
 
 TEST(NSTaskTests, NoOtherFilesAreHandedOn) {
