@@ -4,11 +4,13 @@
 #include <KestovaPlatform/MainThreadPerformer.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSThread.h>
+#include <KestovaPlatform/UTF8.h>
 #include <pthread.h>
 
 #include <condition_variable>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace kestova {
@@ -40,15 +42,9 @@ pthread_key_t threadKey(void (*end)(void*)) {
 
 /// Names a thread of the system, which takes 15 bytes; a cut character is left out whole.
 void nameCurrentThread(const Ref<NSString>& name) {
-  std::string bytes = name ? name->displayUTF8() : std::string();
-  if (bytes.size() > 15) {
-    std::size_t end = 15;
-    while (end > 0 && (static_cast<unsigned char>(bytes[end]) & 0xC0U) == 0x80U) {
-      --end;
-    }
-    bytes.resize(end);
-  }
-  ::pthread_setname_np(::pthread_self(), bytes.c_str());
+  const std::string bytes = name ? name->displayUTF8() : std::string();
+  const std::string cut(withoutCutCharacter(std::string_view(bytes).substr(0, 15)));
+  ::pthread_setname_np(::pthread_self(), cut.c_str());
 }
 
 /// How a block on another thread ended, for the one who waits for it.

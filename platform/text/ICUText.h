@@ -2,6 +2,7 @@
 #pragma once
 
 #include <KestovaPlatform/NSException.h>
+#include <KestovaPlatform/NSString.h>
 #include <unicode/unistr.h>
 
 #include <cstddef>
@@ -32,6 +33,11 @@ inline std::u16string_view unitsOf(const icu::UnicodeString& text) {
     throw std::bad_alloc();
   }
   return {text.getBuffer(), static_cast<std::size_t>(text.length())};
+}
+
+inline Ref<NSString> stringOf(const icu::UnicodeString& text) {
+  const auto units = unitsOf(text);
+  return NSString::stringWithCharacters_length(units.data(), units.size());
 }
 
 }  // namespace kestova

@@ -2,12 +2,13 @@
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSLocale.h>
+#include <KestovaPlatform/UTF8.h>
 #include <unicode/dcfmtsym.h>
 #include <unicode/uloc.h>
 
 #include "text/ICULocale.h"
+#include "text/ICUText.h"
 #include "text/LocaleEnvironment.h"
-#include "text/UnicodeConversion.h"
 
 #include <utility>
 
@@ -32,9 +33,7 @@ Ref<NSString> symbolOf(const NSLocale& locale, DecimalFormatSymbols::ENumberForm
   UErrorCode status = U_ZERO_ERROR;
   const DecimalFormatSymbols symbols(knownICULocale(locale), status);
   const icu::UnicodeString& text = symbols.getConstSymbol(symbol);
-  return U_FAILURE(status) ? nullptr
-                           : NSString::stringWithCharacters_length(
-                                 text.getBuffer(), static_cast<NSUInteger>(text.length()));
+  return U_FAILURE(status) ? nullptr : stringOf(text);
 }
 
 }  // namespace

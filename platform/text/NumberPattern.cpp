@@ -29,11 +29,6 @@ std::unique_ptr<const icu::DecimalFormat> compileOrDefault(const NSLocale& local
   return format ? std::move(format) : compile(locale, u"#");
 }
 
-Ref<NSString> stringOf(const icu::UnicodeString& text) {
-  const auto units = unitsOf(text);
-  return NSString::stringWithCharacters_length(units.data(), units.size());
-}
-
 /// ICU counts in 63 bits; what is larger is handed over as text.
 void append(const icu::DecimalFormat& format, std::uint64_t number, icu::UnicodeString& text) {
   UErrorCode status = U_ZERO_ERROR;

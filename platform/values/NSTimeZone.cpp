@@ -7,7 +7,6 @@
 #include <unicode/strenum.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstdlib>
 #include <mutex>
@@ -142,8 +141,7 @@ std::vector<id> knownNames() {
   std::vector<id> names;
   const icu::UnicodeString* name = nullptr;
   while (U_SUCCESS(status) && (name = zones->snext(status)) != nullptr) {
-    const auto units = unitsOf(*name);
-    names.push_back(NSString::stringWithCharacters_length(units.data(), units.size()));
+    names.push_back(stringOf(*name));
   }
   return names;
 }
@@ -156,9 +154,7 @@ bool isKnownName(const Ref<NSString>& name) {
 Ref<NSTimeZone> detectedZone() {
   const std::unique_ptr<icu::TimeZone> host(icu::TimeZone::detectHostTimeZone());
   icu::UnicodeString name;
-  const auto units = unitsOf(host->getID(name));
-  const auto zone = NSTimeZone::timeZoneWithName(
-      NSString::stringWithCharacters_length(units.data(), units.size()));
+  const auto zone = NSTimeZone::timeZoneWithName(stringOf(host->getID(name)));
   return zone ? zone : NSTimeZone::timeZoneForSecondsFromGMT(0);
 }
 

@@ -61,9 +61,7 @@ Ref<NSString> TimeZoneRules::name(NSTimeZoneNameStyle style, const NSLocale& loc
   const auto [isDaylightSaving, type] = kDisplayNames[index];
   icu::UnicodeString name;
   zone_->getDisplayName(static_cast<UBool>(isDaylightSaving), type, knownICULocale(locale), name);
-  const auto units = unitsOf(name);
-  return units.empty() ? nullptr
-                       : NSString::stringWithCharacters_length(units.data(), units.size());
+  return name.isEmpty() ? nullptr : stringOf(name);
 }
 
 }  // namespace kestova
