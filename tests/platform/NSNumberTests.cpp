@@ -67,6 +67,8 @@ TEST(NSNumberTests, WholeNumbersKeepTheirLowBits) {
   EXPECT_EQ(big->unsignedShortValue(), 0xDEF0);
   EXPECT_EQ(big->intValue(), static_cast<int>(0x9ABCDEF0));
   EXPECT_EQ(big->unsignedIntValue(), 0x9ABCDEF0U);
+  EXPECT_EQ(big->longValue(), 0x123456789ABCDEF0L);
+  EXPECT_EQ(number(-1)->unsignedLongValue(), kMaxUnsigned);
   EXPECT_EQ(number(-1)->unsignedLongLongValue(), kMaxUnsigned);
   EXPECT_EQ(number(kMaxUnsigned)->longLongValue(), -1);
   EXPECT_EQ(number(kMaxUnsigned)->integerValue(), -1);

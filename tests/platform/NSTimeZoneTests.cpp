@@ -4,6 +4,7 @@
 
 #include "BothStorages.h"
 #include "ExceptionExpectation.h"
+#include "SettableClock.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -66,6 +67,21 @@ TEST(NSTimeZoneTests, ClocksAreSetByTheRulesOfTheRegion) {
   EXPECT_EQ(zoneNamed("America/St_Johns")->secondsFromGMTForDate(winter()), -12600);
   EXPECT_EQ(zoneNamed("Asia/Tokyo")->secondsFromGMTForDate(summer()), 32400);
   EXPECT_EQ(zoneNamed("Australia/Lord_Howe")->daylightSavingTimeOffsetForDate(winter()), 1800);
+}
+
+TEST(NSTimeZoneTests, WithoutADateItIsNow) {
+  testing::SettableClock clock(winter()->timeIntervalSinceReferenceDate());
+  const auto berlin = zoneNamed("Europe/Berlin");
+  EXPECT_EQ(berlin->secondsFromGMT(), 3600);
+  EXPECT_FALSE(berlin->isDaylightSavingTime());
+  EXPECT_EQ(berlin->daylightSavingTimeOffset(), 0);
+  EXPECT_TRUE(berlin->abbreviation()->isEqualToString(berlin->abbreviationForDate(winter())));
+  clock.setAbsoluteTime(summer()->timeIntervalSinceReferenceDate());
+  EXPECT_EQ(berlin->secondsFromGMT(), 7200);
+  EXPECT_TRUE(berlin->isDaylightSavingTime());
+  EXPECT_EQ(berlin->daylightSavingTimeOffset(), 3600);
+  EXPECT_TRUE(berlin->abbreviation()->isEqualToString(berlin->abbreviationForDate(summer())));
+  EXPECT_TRUE(berlin->isDaylightSavingTimeForDate(nullptr)) << "no date is now";
 }
 
 /// The last second of winter and the first of summer in 2024.
