@@ -12,7 +12,6 @@
 #include <deque>
 #include <memory>
 #include <string>
-#include <string_view>
 
 #include "bus/BusError.h"
 #include "bus/BusMessage.h"

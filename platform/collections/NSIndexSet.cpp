@@ -6,7 +6,6 @@
 #include <KestovaPlatform/NSString.h>
 
 #include "collections/IndexRuns.h"
-#include "object/Reference.h"
 #include "values/BlockHash.h"
 
 #include <algorithm>

@@ -5,7 +5,6 @@
 
 #include "bus/BusConnection.h"
 
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>

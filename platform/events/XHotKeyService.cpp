@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
-#include <optional>
 #include <utility>
 
 namespace kestova {

@@ -3,7 +3,6 @@
 
 #include <sys/stat.h>
 
-#include <string>
 #include <vector>
 
 namespace kestova {
@@ -39,8 +38,7 @@ class FileMetadata {
  public:
   FileMetadata();
 
-  /// The permissions with which a copy is to be created so that it can be completed. `exact`: the
-  /// creation is not subject to a mask.
+  /// The permissions with which a copy is to be created so that it can be completed.
   mode_t modeForCreation(const struct stat& facts) const;
 
   /// Gives `target` the metadata of `source`, whose facts are `facts`. 0 or the error number.

@@ -24,9 +24,8 @@ int renameToNew(const FolderEntry& from, const FolderEntry& to);
 /// number.
 ///
 /// On a file system that cannot exchange two entries, the old one is first renamed to `to`'s name
-/// with
-/// ".kestova-old-" and sixteen hexadecimal digits added: for an instant `to` does not exist, and a
-/// crash in that instant leaves both under visible names.
+/// with ".kestova-old-" and sixteen hexadecimal digits added: for an instant `to` does not exist,
+/// and a crash in that instant leaves both under visible names.
 int renameReplacing(const FolderEntry& from, const FolderEntry& to);
 
 /// Sixteen random hexadecimal digits.

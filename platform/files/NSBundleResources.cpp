@@ -3,7 +3,6 @@
 #include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSLocale.h>
 
-#include <string>
 #include <vector>
 
 namespace kestova {

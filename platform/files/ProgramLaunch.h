@@ -3,7 +3,6 @@
 
 #include <signal.h>
 #include <spawn.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "notification/ObserverIndex.h"
 
-#include <KestovaPlatform/Contract.h>
-
 #include <algorithm>
 #include <mutex>
 #include <span>

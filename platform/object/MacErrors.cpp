@@ -5,7 +5,6 @@
 #include <array>
 #include <cstring>
 #include <string>
-#include <string_view>
 
 namespace kestova {
 namespace {

@@ -5,7 +5,6 @@
 
 #include "text/Converter.h"
 #include "text/StringEncodings.h"
-#include "text/UnicodeConversion.h"
 #include "text/UnitOrder.h"
 
 #include <unicode/utf16.h>

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSString.h>
-
-#include "text/UnicodeConversion.h"
+#include <KestovaPlatform/UTF8.h>
 
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>

@@ -15,7 +15,6 @@
 #include <cstdint>
 #include <cstring>
 #include <ostream>
-#include <type_traits>
 #include <utility>
 
 namespace kestova {

@@ -5,10 +5,10 @@
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/TextDecoder.h>
 #include <KestovaPlatform/TextEncoder.h>
+#include <KestovaPlatform/UTF8.h>
 
 #include "text/StringEncodings.h"
 #include "text/TextStorage.h"
-#include "text/UnicodeConversion.h"
 #include "values/RangeCheck.h"
 
 #include <unicode/utf16.h>

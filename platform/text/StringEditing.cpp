@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/NSArray.h>
-#include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/StringMatches.h>
 #include <KestovaPlatform/UTF8.h>

@@ -6,7 +6,6 @@
 #include "text/CharacterWalk.h"
 #include "text/TextStorage.h"
 
-#include <charconv>
 #include <cstdlib>
 #include <limits>
 #include <string>

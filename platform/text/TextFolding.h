@@ -5,7 +5,6 @@
 #include <unicode/unistr.h>
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>

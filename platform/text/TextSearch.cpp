@@ -7,8 +7,6 @@
 #include "text/TextPieces.h"
 #include "text/TextStorage.h"
 
-#include <algorithm>
-
 namespace kestova {
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "text/TextStorage.h"
 
-#include "text/UnicodeConversion.h"
+#include <KestovaPlatform/UTF8.h>
 
 namespace kestova {
 namespace {

@@ -5,7 +5,6 @@
 
 #include <bit>
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <string_view>
 

@@ -10,7 +10,6 @@
 #include "values/RangeCheck.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>

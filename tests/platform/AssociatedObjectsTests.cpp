@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/AssociatedObjects.h>
-#include <KestovaPlatform/NSKeyValueObserving.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <KestovaPlatform/NSString.h>
 #include <gtest/gtest.h>
@@ -9,7 +8,6 @@
 #include "Stress.h"
 
 #include <array>
-#include <atomic>
 #include <functional>
 #include <utility>
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/FileMetadata.h"
 
-#include <string>
-
 #include "ChildProcess.h"
 #include "FileAttributes.h"
 #include "TransferFixture.h"

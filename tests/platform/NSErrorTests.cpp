@@ -7,8 +7,6 @@
 
 #include "ExceptionExpectation.h"
 
-#include <string>
-
 namespace kestova {
 namespace {
 

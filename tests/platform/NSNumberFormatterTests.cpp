@@ -14,7 +14,6 @@
 #include <unicode/dcfmtsym.h>
 #include <unicode/decimfmt.h>
 
-#include <bit>
 #include <cmath>
 #include <limits>
 

@@ -16,7 +16,6 @@
 #include <atomic>
 #include <filesystem>
 #include <latch>
-#include <limits>
 #include <semaphore>
 #include <string>
 #include <thread>

@@ -9,7 +9,6 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <latch>
 #include <limits>
 #include <string>
 #include <thread>

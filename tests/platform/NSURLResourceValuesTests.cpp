@@ -5,7 +5,6 @@
 #include <KestovaPlatform/NSURL.h>
 #include <gtest/gtest.h>
 
-#include "files/MountTable.h"
 #include "values/SystemRelease.h"
 
 #include <fcntl.h>

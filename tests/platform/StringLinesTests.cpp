@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <KestovaPlatform/Block.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSString.h>
 #include <gtest/gtest.h>

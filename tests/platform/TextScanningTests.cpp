@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <bitset>
 #include <iterator>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>

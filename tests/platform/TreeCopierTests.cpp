@@ -7,9 +7,7 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <mutex>
 #include <optional>
-#include <vector>
 
 #include "ChildProcess.h"
 #include "FileAttributes.h"

@@ -4,8 +4,6 @@
 #include <dirent.h>
 
 #include <algorithm>
-#include <atomic>
-#include <map>
 #include <mutex>
 
 #include "TransferFixture.h"
