@@ -24,6 +24,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace kestova {
 namespace HWY_NAMESPACE {
+namespace {  // units use the same names for different things
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -478,6 +479,7 @@ const TextScans<char16_t>& UnitScans() {
   return kScans;
 }
 
+}  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace kestova
 HWY_AFTER_NAMESPACE();

@@ -17,6 +17,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace kestova {
 namespace HWY_NAMESPACE {
+namespace {  // units use the same names for different things
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -451,6 +452,7 @@ UTF8Piece ToUTF8(std::u16string_view units, std::span<char> buffer, UTF8Piece do
 
 #endif
 
+}  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace kestova
 HWY_AFTER_NAMESPACE();

@@ -12,6 +12,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace kestova {
 namespace HWY_NAMESPACE {
+namespace {  // units use the same names for different things
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -85,6 +86,7 @@ std::size_t LastUnitPair(const char16_t* text, std::size_t count, const UnitPair
   return lastPairIn(text, count, pair);
 }
 
+}  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace kestova
 HWY_AFTER_NAMESPACE();

@@ -15,6 +15,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace kestova {
 namespace HWY_NAMESPACE {
+namespace {  // units use the same names for different things
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -121,6 +122,7 @@ std::size_t readGroups(const std::uint8_t* text, std::size_t groups, std::uint8_
 
 #endif
 
+}  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace kestova
 HWY_AFTER_NAMESPACE();

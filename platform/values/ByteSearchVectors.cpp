@@ -12,6 +12,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace kestova {
 namespace HWY_NAMESPACE {
+namespace {  // units use the same names for different things
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -218,6 +219,7 @@ VectorSearchEnd findLast(const VectorPattern& pattern, const std::uint8_t* bytes
   return Search<Backwards>(pattern, bytes, starts).run();
 }
 
+}  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace kestova
 HWY_AFTER_NAMESPACE();
