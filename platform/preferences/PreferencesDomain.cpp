@@ -15,12 +15,20 @@
 
 #include <pthread.h>
 
+#include <climits>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 namespace kestova {
 namespace {
+
+constexpr std::chrono::milliseconds kNoPatience{0};
+
+/// Of the domain's file: so that any name that goes with it is one, too.
+constexpr std::size_t kLongestFileName =
+    NAME_MAX - std::string_view(".damaged-20010131T120000Z-999").size();
 
 std::uint64_t nextNumber() {
   static std::atomic<std::uint64_t> last{0};
@@ -261,7 +269,25 @@ Ref<NSDictionary> PreferencesDomain::snapshot() {
   return snapshot_;
 }
 
+/// After a wait in vain there is none for as long again: whoever sets a value, synchronizes and
+/// ends waits once.
+PreferencesLock PreferencesDomain::lockIn(int folder) {
+  using Time = std::chrono::steady_clock;
+  const auto start = Time::now();
+  const bool isPatient = start >= patientAgain_;
+  try {
+    return {folder_, folder, lockName_, isPatient ? PreferencesLock::kPatience : kNoPatience};
+  } catch (const PreferencesFault&) {
+    const bool wasInVain = Time::now() - start >= PreferencesLock::kPatience;
+    patientAgain_ = wasInVain ? Time::now() + PreferencesLock::kPatience : patientAgain_;
+    throw;
+  }
+}
+
 void PreferencesDomain::bringInStep() {
+  if (fileName_.size() > kLongestFileName) {
+    throw PreferencesFault{"the name of the domain is too long for a file"};
+  }
   if (hasPendingChanges()) {
     writePending();
   } else {
@@ -288,7 +314,7 @@ void PreferencesDomain::readNew() {
 
 void PreferencesDomain::replaceDamaged(int folder, const PreferencesFile& file) {
   try {
-    const PreferencesLock lock(folder_, folder, lockName_);
+    const PreferencesLock lock = lockIn(folder);
     adopt(file);
   } catch (const PreferencesFault& fault) {
     throw PreferencesFault{NSString::stringWithFormat(
@@ -298,7 +324,7 @@ void PreferencesDomain::replaceDamaged(int folder, const PreferencesFile& file) 
 
 void PreferencesDomain::writePending() {
   const FileDescriptor folder = folder_.openOrMake();
-  const PreferencesLock lock(folder_, folder.get(), lockName_);
+  const PreferencesLock lock = lockIn(folder.get());
   const PreferencesFile file(folder_, folder.get(), fileName_);
   if (file.identity() != seen_.identity) {
     adopt(file);

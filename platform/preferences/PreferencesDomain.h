@@ -10,6 +10,7 @@
 #include "preferences/PreferencesLock.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -70,6 +71,7 @@ class PreferencesDomain {
   void apply(const id& key, const id& value);
   Ref<NSDictionary> snapshot();
 
+  PreferencesLock lockIn(int folder);
   void bringInStep();
   void readNew();
   void replaceDamaged(int folder, const PreferencesFile& file);
@@ -96,6 +98,8 @@ class PreferencesDomain {
   std::mutex fileMutex_;
   SeenFile seen_;
   Ref<NSString> toldProblem_;
+  /// Until then nobody waits for the lock.
+  std::chrono::steady_clock::time_point patientAgain_;
 
   /// Guards what follows; never held while something is read or written.
   std::mutex mutex_;

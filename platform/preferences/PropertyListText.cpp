@@ -156,9 +156,25 @@ void appendBase64(std::string& text, std::span<const std::byte> group) {
   }
 }
 
-/// The reference for a character that can't stand for itself; empty for all others.
-std::string_view entityFor(char character) {
-  switch (character) {
+/// The first byte of the characters U+F000 to U+FFFF, of which XML lacks the last two.
+constexpr char kPerhapsNoCharacter = '\xEF';
+
+/// Which bytes of UTF-8 are written as they are, whatever follows.
+constexpr std::array<bool, 256> kStandsForItself = [] {
+  std::array<bool, 256> stands{};
+  std::fill(stands.begin() + ' ', stands.end(), true);
+  stands['\t'] = stands['\n'] = true;
+  for (const char other : {'&', '<', '>', kPerhapsNoCharacter}) {
+    stands[static_cast<unsigned char>(other)] = false;
+  }
+  return stands;
+}();
+
+bool standsForItself(char byte) { return kStandsForItself[static_cast<unsigned char>(byte)]; }
+
+/// What is written for the first of the bytes; empty where nothing can be.
+std::string_view formInXML(std::string_view utf8) {
+  switch (utf8.front()) {
     case '&':
       return "&amp;";
     case '<':
@@ -167,6 +183,10 @@ std::string_view entityFor(char character) {
       return "&gt;";
     case '\r':
       return "&#13;";  // a parser makes a line feed of the character itself
+    case kPerhapsNoCharacter:
+      return utf8.starts_with("\xEF\xBF\xBE") || utf8.starts_with("\xEF\xBF\xBF")
+                 ? std::string_view()
+                 : utf8.substr(0, 1);
     default:
       return {};
   }
@@ -260,22 +280,21 @@ std::string base64FromBytes(std::span<const std::byte> bytes) {
   return text;
 }
 
-bool isXMLText(std::string_view utf8) {
-  const auto isControl = [](char byte) {
-    return static_cast<unsigned char>(byte) < 0x20 && kWhiteSpace.find(byte) == kWhiteSpace.npos;
-  };
-  return std::ranges::none_of(utf8, isControl) && utf8.find("\xEF\xBF\xBE") == utf8.npos &&
-         utf8.find("\xEF\xBF\xBF") == utf8.npos;
-}
-
-std::string escapedForXML(std::string_view utf8) {
-  std::string text;
-  text.reserve(utf8.size());
-  for (const char character : utf8) {
-    const auto entity = entityFor(character);
-    entity.empty() ? text.push_back(character) : void(text.append(entity));
+bool appendToXML(std::string& xml, std::string_view utf8) {
+  while (true) {
+    const auto* const end = std::ranges::find_if_not(utf8, standsForItself);
+    xml.append(utf8.begin(), end);
+    utf8.remove_prefix(static_cast<std::size_t>(end - utf8.begin()));
+    if (utf8.empty()) {
+      return true;
+    }
+    const auto form = formInXML(utf8);
+    if (form.empty()) {
+      return false;
+    }
+    xml.append(form);
+    utf8.remove_prefix(1);
   }
-  return text;
 }
 
 }  // namespace kestova

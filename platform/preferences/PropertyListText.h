@@ -48,11 +48,9 @@ std::optional<std::string> textFromDate(NSTimeInterval seconds);
 /// Without line ends.
 std::string base64FromBytes(std::span<const std::byte> bytes);
 
-/// Whether every character of the UTF-8 may stand in XML, written in some way.
-bool isXMLText(std::string_view utf8);
-
-/// The text with everything replaced that XML reads as something else than itself.
-std::string escapedForXML(std::string_view utf8);
+/// Adds the text with everything replaced that XML reads as something else than itself. False, and
+/// part of it added, when a character can't stand in XML in any way.
+bool appendToXML(std::string& xml, std::string_view utf8);
 
 /// @}
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "preferences/XMLPropertyListWriter.h"
 
+#include "collections/StableSort.h"
 #include "preferences/PropertyListFault.h"
 #include "preferences/PropertyListSurvey.h"
 #include "preferences/PropertyListText.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <concepts>
+#include <cstdint>
 #include <functional>
 #include <utility>
 #include <variant>
@@ -38,7 +40,82 @@ bool isBefore(const NSString& a, const NSString& b) {
   });
 }
 
+/// How many units, of so many at most, two texts begin with alike.
+std::size_t commonLength(const NSString& a, const NSString& b, std::size_t most) {
+  return withBoth(a, b, [most](auto x, auto y) {
+    const auto begin = x.substr(0, most);
+    const auto end = std::mismatch(begin.begin(), begin.end(), y.begin(), y.end()).first;
+    return static_cast<std::size_t>(end - begin.begin());
+  });
+}
+
+/// Eight units of a text, from some place on, as one number that is ordered as they are. A unit
+/// that a byte can't tell from all others ends it.
+std::uint64_t blockOf(const NSString& text, std::size_t from) {
+  constexpr unichar kMost = 0xFF;
+  return withUnits(text, [from](auto units) {
+    std::uint64_t block = 0;
+    int shift = 64;
+    for (std::size_t at = from; at < units.size() && shift > 0; ++at) {
+      const auto unit = std::min(static_cast<unichar>(units[at]), kMost);
+      block |= std::uint64_t(unit) << (shift -= 8);
+      if (unit == kMost) {
+        break;
+      }
+    }
+    return block;
+  });
+}
+
+/// Orders entries by their keys. Most keys are told apart by the first units that are not the same
+/// for all: these are compared side by side, without a visit to the keys.
+template <class Entry>
+void sortByKeys(std::vector<Entry>& entries) {
+  struct Place {
+    std::uint64_t block;
+    Entry* entry;
+  };
+  std::size_t common = entries.empty() ? 0 : entries.front().key->length();
+  for (const Entry& entry : entries) {
+    common = commonLength(*entries.front().key, *entry.key, common);
+  }
+  std::vector<Place> places;
+  places.reserve(entries.size());
+  for (Entry& entry : entries) {
+    places.push_back({blockOf(*entry.key, common), &entry});
+  }
+  stableSort(places, [](const Place& a, const Place& b) {
+    return a.block != b.block ? a.block < b.block : isBefore(*a.entry->key, *b.entry->key);
+  });
+  std::vector<Entry> sorted;
+  sorted.reserve(entries.size());
+  for (const Place& place : places) {
+    sorted.push_back(std::move(*place.entry));
+  }
+  entries.swap(sorted);
+}
+
 }  // namespace
+
+/// What stands around a value.
+struct XMLPropertyListWriter::Tags {
+  std::string_view start;
+  std::string_view end;
+
+  static const Tags key;
+  static const Tags string;
+  static const Tags integer;
+  static const Tags real;
+  static const Tags date;
+};
+
+constexpr XMLPropertyListWriter::Tags XMLPropertyListWriter::Tags::key{"<key>", "</key>\n"};
+constexpr XMLPropertyListWriter::Tags XMLPropertyListWriter::Tags::string{"<string>",
+                                                                          "</string>\n"};
+constexpr XMLPropertyListWriter::Tags XMLPropertyListWriter::Tags::integer{"<integer>",
+                                                                           "</integer>\n"};
+constexpr XMLPropertyListWriter::Tags XMLPropertyListWriter::Tags::real{"<real>", "</real>\n"};
+constexpr XMLPropertyListWriter::Tags XMLPropertyListWriter::Tags::date{"<date>", "</date>\n"};
 
 Ref<NSData> XMLPropertyListWriter::write(const id& propertyList) {
   XMLPropertyListWriter writer(propertyList);
@@ -51,7 +128,7 @@ Ref<NSData> XMLPropertyListWriter::write(const id& propertyList) {
   return NSData::dataWithBytes_length(writer.output_.data(), writer.output_.size());
 }
 
-void XMLPropertyListWriter::writeString(const NSString& string) { putText("string", string); }
+void XMLPropertyListWriter::writeString(const NSString& string) { putText(Tags::string, string); }
 
 void XMLPropertyListWriter::writeNumber(const NSNumber& number) {
   std::visit(
@@ -60,9 +137,9 @@ void XMLPropertyListWriter::writeNumber(const NSNumber& number) {
         if constexpr (std::same_as<T, bool>) {
           putLine(value ? "<true/>" : "<false/>");
         } else if constexpr (std::integral<T>) {
-          putElement("integer", std::to_string(value));
+          putElement(Tags::integer, std::to_string(value));
         } else {
-          putElement("real", textFromReal(value));
+          putElement(Tags::real, textFromReal(value));
         }
       },
       number.value());
@@ -84,7 +161,7 @@ void XMLPropertyListWriter::writeDate(NSTimeInterval seconds) {
   if (!text) {
     fail("A date outside the years 0 to 9999 has no form in XML");
   }
-  putElement("date", *text);
+  putElement(Tags::date, *text);
 }
 
 bool XMLPropertyListWriter::repeatContainer(std::size_t) {
@@ -97,15 +174,14 @@ bool XMLPropertyListWriter::repeatContainer(std::size_t) {
 void XMLPropertyListWriter::beginArray(std::size_t count) { beginContainer("array", count); }
 
 bool XMLPropertyListWriter::beginDictionary(Entries& entries) {
-  std::ranges::sort(entries,
-                    [](const Entry& a, const Entry& b) { return isBefore(*a.key, *b.key); });
+  sortByKeys(entries);
   beginContainer("dict", entries.size());
   return true;
 }
 
 void XMLPropertyListWriter::beginEntry(const Ref<NSString>& key) {
   if (key) {
-    putText("key", *key);
+    putText(Tags::key, *key);
   }
 }
 
@@ -122,20 +198,27 @@ void XMLPropertyListWriter::beginContainer(std::string_view name, std::size_t co
   open_.push_back(count == 0 ? std::string_view() : name);
 }
 
-void XMLPropertyListWriter::putElement(std::string_view name, std::string_view text) {
-  indent().append("<").append(name).append(">").append(text);
-  output_.append("</").append(name).append(">\n");
+void XMLPropertyListWriter::putElement(const Tags& tags, std::string_view text) {
+  indent().append(tags.start).append(text).append(tags.end);
 }
 
-void XMLPropertyListWriter::putText(std::string_view name, const NSString& text) {
+void XMLPropertyListWriter::putText(const Tags& tags, const NSString& text) {
+  if (text.isEightBit()) {
+    return putUTF8(tags, {text.eightBitCharacters(), text.length()});
+  }
   const auto utf8 = text.UTF8String();
   if (!utf8) {
     fail("A text with an unpaired surrogate has no form in XML");
   }
-  if (!isXMLText(*utf8)) {
+  putUTF8(tags, *utf8);
+}
+
+void XMLPropertyListWriter::putUTF8(const Tags& tags, std::string_view utf8) {
+  indent().append(tags.start);
+  if (!appendToXML(output_, utf8)) {
     fail("A text with a character that XML lacks has no form in XML");
   }
-  putElement(name, escapedForXML(*utf8));
+  output_.append(tags.end);
 }
 
 void XMLPropertyListWriter::putLine(std::string_view line) { indent().append(line) += '\n'; }

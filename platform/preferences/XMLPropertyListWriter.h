@@ -20,6 +20,8 @@ class XMLPropertyListWriter final : private PropertyListWriter {
   static Ref<NSData> write(const id& propertyList);
 
  private:
+  struct Tags;
+
   void writeString(const NSString& string) override;
   void writeNumber(const NSNumber& number) override;
   void writeData(const NSData& data) override;
@@ -31,8 +33,9 @@ class XMLPropertyListWriter final : private PropertyListWriter {
   void endContainer() override;
 
   void beginContainer(std::string_view name, std::size_t count);
-  void putElement(std::string_view name, std::string_view text);
-  void putText(std::string_view name, const NSString& text);
+  void putElement(const Tags& tags, std::string_view text);
+  void putText(const Tags& tags, const NSString& text);
+  void putUTF8(const Tags& tags, std::string_view utf8);
   void putLine(std::string_view line);
   std::string& indent();
 

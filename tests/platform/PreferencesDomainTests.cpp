@@ -23,6 +23,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <limits>
@@ -38,6 +39,7 @@ namespace kestova {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using testing::expectException;
 using ::testing::IsEmpty;
 
@@ -533,6 +535,43 @@ TEST_F(PreferencesDomainTests, WhatIsChangedWhileItCannotBeWrittenStaysAsItWasCh
   Process(path()).save("theirs", 1);
   EXPECT_TRUE(here->synchronize());
   EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", 2}, {"b", 1}, {"theirs", 1}})));
+}
+
+TEST_F(PreferencesDomainTests, ANameTooLongForAFileWaitsInMemoryAndTheLongestOneIsWhole) {
+  const std::string longest(220, 'd');
+  Process here(path(), longest.c_str());
+  EXPECT_TRUE(here.save("a", 1));
+  place_.write("kestova/" + longest + ".plist", "junk");
+  EXPECT_TRUE(here.save("b", 2));
+  EXPECT_EQ(names().size(), 3U);  // the damaged one is kept
+  Process there(path(), (longest + "d").c_str());
+  EXPECT_FALSE(there.save("a", 1));
+  EXPECT_FALSE(there->synchronize());
+  EXPECT_THAT(there->objectForKey("a"), Is(id(1)));
+  EXPECT_EQ(names().size(), 3U);
+  EXPECT_EQ(log_.lines().size(), 2U);
+  EXPECT_THAT(log_.lines().back(),
+              EndsWith(" cannot be read: the name of the domain is too long for a file"));
+}
+
+TEST_F(PreferencesDomainTests, ALockThatIsKeptIsWaitedForOnceAndNotBySeveralTries) {
+  Process here(path());
+  ASSERT_TRUE(here.save("a", 1));
+  const auto start = std::chrono::steady_clock::now();
+  {
+    const PreferencesFolder folder(path(), ::geteuid());
+    const FileDescriptor open = folder.open();
+    const PreferencesLock kept(folder, open.get(), "org.example.Editor.lock");
+    for (int turn = 0; turn < 20; ++turn) {
+      EXPECT_FALSE(here.save("a", turn));
+    }
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 20 * PreferencesLock::kPatience);
+  EXPECT_THAT(log_.lines(),
+              ElementsAre("The preferences of org.example.Editor cannot be written and wait in "
+                          "memory: another process keeps them locked"));
+  EXPECT_TRUE(here.save("b", 2));
+  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", 19}, {"b", 2}})));
 }
 
 TEST_F(PreferencesDomainTests, AReadOnlyFolderIsReadAndItsChangesWait) {
