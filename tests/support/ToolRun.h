@@ -9,6 +9,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -111,13 +112,14 @@ inline ToolResult runTool(const std::vector<std::string>& arguments) {
   return ToolRun(arguments).wait();
 }
 
-/// The same on a terminal of so many columns, where both streams are one.
+/// The same on a terminal of so many columns and of that type, where both streams are one.
 inline ToolResult runToolOnTerminal(const std::vector<std::string>& arguments,
-                                    unsigned short columns) {
+                                    unsigned short columns, const char* type = "xterm") {
   int terminal = -1;
   const winsize size{24, columns, 0, 0};
   const pid_t process = ::forkpty(&terminal, nullptr, nullptr, &size);
   if (process == 0) {
+    ::setenv("TERM", type, 1);
     ToolRun::execute(arguments);
   }
   ToolResult result;

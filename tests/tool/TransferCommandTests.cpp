@@ -185,6 +185,25 @@ TEST_F(TransferCommandTests, OnATerminalThereIsOneLiveLine) {
   EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
 }
 
+TEST_F(TransferCommandTests, OnATerminalThatCantRewriteLinesTheyArePlain) {
+  for (const char* type : {"dumb", ""}) {
+    const ToolResult result =
+        runToolOnTerminal({"copy", "--overwrite", write("a"), at("into")}, 200, type);
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_TRUE(result.output.starts_with("Copying " + at("a"))) << result.output;
+    EXPECT_EQ(result.output.find('\033'), std::string::npos);
+    EXPECT_EQ(result.output.find("]"), std::string::npos) << "no bar: " << result.output;
+  }
+}
+
+TEST_F(TransferCommandTests, NothingIsColoured) {
+  const ToolResult result = runToolOnTerminal({"copy", write("a"), at("into")}, 200);
+  EXPECT_NE(result.output.find("\033[K"), std::string::npos);
+  for (std::size_t at = 0; (at = result.output.find('\033', at)) != std::string::npos; ++at) {
+    EXPECT_EQ(result.output.substr(at, 3), "\033[K") << "the line is cleared, and nothing else";
+  }
+}
+
 TEST_F(TransferCommandTests, TheLiveLineFitsANarrowTerminal) {
   write("tree/with-a-rather-long-name-that-has-no-room", "x");
   const ToolResult result = runToolOnTerminal({"copy", at("tree"), at("into")}, 40);

@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -36,6 +37,13 @@ struct TransferOptions {
   bool isJSON = false;
 };
 
+/// Whether the standard output is a terminal that can rewrite a line.
+bool canRewriteLines() {
+  const char* terminal = std::getenv("TERM");
+  return isatty(STDOUT_FILENO) != 0 && terminal != nullptr && *terminal != '\0' &&
+         std::string_view(terminal) != "dumb";
+}
+
 std::unique_ptr<TransferReporter> makeReporter(const TransferOptions& options) {
   if (options.isJSON) {
     return makeJSONReporter();
@@ -43,7 +51,7 @@ std::unique_ptr<TransferReporter> makeReporter(const TransferOptions& options) {
   if (options.isQuiet) {
     return makeQuietReporter();
   }
-  return isatty(STDOUT_FILENO) != 0 ? makeLiveReporter() : makePlainReporter();
+  return canRewriteLines() ? makeLiveReporter() : makePlainReporter();
 }
 
 /// Neither log nor bell while it lives: the library logs every failed report, and the tool has its
@@ -145,7 +153,10 @@ class TransferCommand final : public Command {
                         "Replace what is there under the same name, a folder as a whole");
     arguments->add_flag("--quiet", options_.isQuiet, "Say nothing but errors");
     arguments->add_flag("--json", options_.isJSON, "Print one JSON object for every report");
-    arguments->footer("Into DEST under the source's name where DEST is a folder, else as DEST.");
+    arguments->footer(
+        "Into DEST under the source's name where DEST is a folder, else as DEST.\n"
+        "On a terminal a live line tells of the progress; elsewhere, and where TERM is dumb or\n"
+        "nothing, there are plain lines.");
   }
 
   int run() override {

@@ -124,6 +124,11 @@ void writeManualPage(std::ostream& output, const ExplainedCommand& tool, std::st
   }
   output << ".SH EXIT STATUS\n";
   writeLines(output, tool.footer);
+  output << ".SH ENVIRONMENT\n"
+            ".TP\nTERM\n"
+            "Where it is dumb or nothing, progress is told in plain lines.\n"
+            ".TP\nNO_COLOR\n"
+            "Nothing is ever coloured, with or without it.\n";
 }
 
 }  // namespace kestova::manual
