@@ -57,6 +57,16 @@ TEST_F(HotKeyCommandTests, SeveralCombinationsAreServedByOneCall) {
   EXPECT_TRUE(end().output.starts_with("2 hot keys, served by the X server "));
 }
 
+TEST_F(HotKeyCommandTests, AnAndThatIsSaidTwiceIsAWordOfTheCommand) {
+  serve({"Control+A", "--", "echo", "one", "--and", "--and", "two", "--and", "--and", "--and",
+         "Control+K", "--", "echo", "--and", "--and", "--and", "--and", "--"});
+  client.type({kKeyControl, kKeyA});
+  tool->waitForOutput("one --and two --and\n");
+  client.type({kKeyControl, kKeyK});
+  tool->waitForOutput("\n--and --and --\n");
+  EXPECT_TRUE(end().output.ends_with("\none --and two --and\n--and --and --\n"));
+}
+
 TEST_F(HotKeyCommandTests, ATakenCombinationIsOneLineAndAFailure) {
   ASSERT_TRUE(client.grab(XCB_MOD_MASK_CONTROL, kKeyK));
   const ToolResult result =
@@ -196,6 +206,7 @@ TEST(HotKeyCommandUseTests, WrongUseIsToldInOneLine) {
            Row{{"Control+K", "true"}, use},
            Row{{"Control+K", "--", "true", "--and"}, use},
            Row{{"Control+K", "--", "true", "--and", "Control+L"}, use},
+           Row{{"Control+K", "--", "true", "--and", "--and", "--and"}, use},
            Row{{"Control+K", "--", "--and", "Control+L", "--", "true"}, use},
            Row{{"--check"}, "kestova: --check takes key combinations\n"},
            Row{{"--list-keys", "Control+K"}, "kestova: --list-keys stands alone\n"},

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -28,6 +29,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
+constexpr const char* kAnd = "--and";
 constexpr const char* kUse =
     "hotkey takes a key combination, then -- and a command; --and begins the next combination";
 
@@ -57,21 +59,35 @@ class HotKeyLog final : public LogSink {
   bool isQuiet_ = true;
 };
 
-/// COMBINATION -- COMMAND [ARGUMENT...] [--and COMBINATION -- COMMAND ...]. Throws
-/// std::invalid_argument for anything else.
+/// What stands between single --and; one that is said twice is a word like others.
+std::vector<Words> partsOf(const Words& words) {
+  std::vector<Words> parts(1);
+  for (auto word = words.begin(); word != words.end(); ++word) {
+    if (*word != kAnd) {
+      parts.back().push_back(*word);
+    } else if (std::next(word) != words.end() && *std::next(word) == kAnd) {
+      parts.back().push_back(*++word);
+    } else {
+      parts.emplace_back();
+    }
+  }
+  return parts;
+}
+
+/// COMBINATION -- COMMAND [ARGUMENT...]. Throws std::invalid_argument for anything else.
+Binding bindingIn(const Words& words) {
+  if (words.size() < 3 || words[1] != "--") {
+    throw std::invalid_argument(kUse);
+  }
+  return {HotKeyCombination(words[0]), Words(words.begin() + 2, words.end())};
+}
+
 std::vector<Binding> bindingsIn(const Words& words) {
   std::vector<Binding> bindings;
-  for (auto first = words.begin();; ++first) {
-    const auto last = std::find(first, words.end(), "--and");
-    if (last - first < 3 || first[1] != "--") {
-      throw std::invalid_argument(kUse);
-    }
-    bindings.push_back({HotKeyCombination(*first), Words(first + 2, last)});
-    if (last == words.end()) {
-      return bindings;
-    }
-    first = last;
+  for (const Words& part : partsOf(words)) {
+    bindings.push_back(bindingIn(part));
   }
+  return bindings;
 }
 
 std::string reasonFor(OSStatus status) {
@@ -97,6 +113,7 @@ class HotKeyCommand final : public Command {
     arguments->footer(
         "After the options: COMBINATION -- COMMAND [ARGUMENT...] [--and COMBINATION -- ...]\n"
         "or, with --check, COMBINATION...\n"
+        "An argument --and of COMMAND's own is said twice: --and --and.\n"
         "Runs COMMAND whenever the combination is released, whichever program is in front.\n"
         "COMBINATION is a key behind any of Control+, Alt+, Shift+ and Super+. A combination that\n"
         "another program has is a failure. Ctrl-C ends it and gives the keys back; commands that\n"
