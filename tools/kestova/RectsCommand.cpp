@@ -114,12 +114,26 @@ class BreakCommand final : public RectsCommand {
   }
 };
 
+/// A check of an argument that `read` is to take: answers what is wrong with it.
+template <class Read>
+auto takenBy(Read read) {
+  return [read](const std::string& argument) {
+    try {
+      read(argument, argument);
+      return std::string();
+    } catch (const FileFailure& failure) {
+      return std::string(failure.what());
+    }
+  };
+}
+
 class ClipCommand final : public RectsCommand {
  public:
   explicit ClipCommand(CLI::App* arguments) : RectsCommand(arguments) {
     arguments->add_option("--to", clip_, "The rectangle to clip to, as x,y,width,height")
         ->option_text("RECT")
-        ->required();
+        ->required()
+        ->check(takenBy(&readRect));
   }
 
  private:
@@ -136,7 +150,8 @@ class OffsetCommand final : public RectsCommand {
   explicit OffsetCommand(CLI::App* arguments) : RectsCommand(arguments) {
     arguments->add_option("--by", distance_, "How far to move them, as dx,dy")
         ->option_text("DISTANCE")
-        ->required();
+        ->required()
+        ->check(takenBy(&readPoint));
   }
 
  private:
@@ -172,22 +187,22 @@ class FlipCommand final : public RectsCommand {
 }  // namespace
 
 void addRectsCommand(CLI::App& app, Commands& commands) {
-  CLI::App* rects = app.add_subcommand("rects", "Join, break and clip lists of rectangles.");
+  CLI::App* rects = app.add_subcommand("rects", "Join, break and clip lists of rectangles");
   rects->require_subcommand(1);
   const auto add = [&]<class T, class... Arguments>(std::in_place_type_t<T>, const char* name,
                                                     const char* description,
                                                     Arguments... arguments) {
     commands.push_back(std::make_unique<T>(rects->add_subcommand(name, description), arguments...));
   };
-  add(std::in_place_type<BreakCommand>, "break", "Break two overlapping rectangles apart.");
-  add(std::in_place_type<JoinCommand>, "reduce", "Join rectangles that abut exactly.",
+  add(std::in_place_type<BreakCommand>, "break", "Break two overlapping rectangles apart");
+  add(std::in_place_type<JoinCommand>, "reduce", "Join rectangles that abut exactly",
       &NSReduceRects);
-  add(std::in_place_type<JoinCommand>, "merge", "Break all overlaps apart.", &NSMergeRects);
-  add(std::in_place_type<JoinCommand>, "union", "Join overlapping rectangles into their bounds.",
+  add(std::in_place_type<JoinCommand>, "merge", "Break all overlaps apart", &NSMergeRects);
+  add(std::in_place_type<JoinCommand>, "union", "Join overlapping rectangles into their bounds",
       &NSUnionIntersectingRects);
-  add(std::in_place_type<ClipCommand>, "clip", "Keep what lies in a rectangle.");
-  add(std::in_place_type<OffsetCommand>, "offset", "Move rectangles.");
-  add(std::in_place_type<FlipCommand>, "flip", "Turn the direction of y around.");
+  add(std::in_place_type<ClipCommand>, "clip", "Keep what lies in a rectangle");
+  add(std::in_place_type<OffsetCommand>, "offset", "Move rectangles");
+  add(std::in_place_type<FlipCommand>, "flip", "Turn the direction of y around");
 }
 
 }  // namespace kestova::tool
