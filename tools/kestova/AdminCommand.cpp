@@ -197,7 +197,7 @@ class AdminCommand : public Command {
 class MakeFoldersCommand final : public AdminCommand {
  public:
   explicit MakeFoldersCommand(CLI::App* arguments) : AdminCommand(arguments) {
-    arguments->add_option("PATH", paths_, "Folders.")->required();
+    arguments->add_option("PATH", paths_, "Folders")->required();
   }
 
  private:
@@ -213,7 +213,7 @@ class MakeFoldersCommand final : public AdminCommand {
 class RemoveCommand final : public AdminCommand {
  public:
   explicit RemoveCommand(CLI::App* arguments) : AdminCommand(arguments) {
-    arguments->add_option("PATH", paths_, "Files and folders.")->required();
+    arguments->add_option("PATH", paths_, "Files and folders")->required();
     arguments->footer("Folders go with all that is beneath them, symbolic links by themselves.");
   }
 
@@ -240,11 +240,11 @@ std::string targetFor(const std::string& source, const std::string& destination)
 class MoveCommand final : public AdminCommand {
  public:
   explicit MoveCommand(CLI::App* arguments) : AdminCommand(arguments) {
-    arguments->add_option("paths", paths_, "What to take, and last where to put it.")
+    arguments->add_option("paths", paths_, "What to take, and last where to put it")
         ->required()
         ->expected(2, -1)
         ->option_text("SRC... DEST");
-    arguments->add_flag("--overwrite", overwrites_, "Replace a file that is there.");
+    arguments->add_flag("--overwrite", overwrites_, "Replace a file that is there");
     arguments->footer("Into DEST under the source's name where DEST is a folder, else as DEST.");
   }
 
@@ -302,7 +302,7 @@ class MoveCommand final : public AdminCommand {
 
 void addAdminCommand(CLI::App& app, Commands& commands) {
   CLI::App* const admin =
-      app.add_subcommand("admin", "Change files with an administrator's rights.");
+      app.add_subcommand("admin", "Change files with an administrator's rights");
   admin->require_subcommand(1);
   admin->footer(
       "polkit decides, and may have the desktop or the terminal ask for a password. The command "
@@ -310,11 +310,11 @@ void addAdminCommand(CLI::App& app, Commands& commands) {
       "Exit status: 0 success, 1 failure, 2 wrong use, 3 denied, 4 the question was dismissed, 5 "
       "nobody to ask: no agent, no polkit or no policy.");
   commands.push_back(std::make_unique<MakeFoldersCommand>(
-      admin->add_subcommand("mkdir", "Make folders, and those that lead to them.")));
+      admin->add_subcommand("mkdir", "Make folders, and those that lead to them")));
   commands.push_back(std::make_unique<MoveCommand>(
-      admin->add_subcommand("move", "Move files and folders, also to another volume.")));
-  commands.push_back(std::make_unique<RemoveCommand>(
-      admin->add_subcommand("remove", "Remove files and folders.")));
+      admin->add_subcommand("move", "Move files and folders, also to another volume")));
+  commands.push_back(
+      std::make_unique<RemoveCommand>(admin->add_subcommand("remove", "Remove files and folders")));
 }
 
 }  // namespace kestova::tool

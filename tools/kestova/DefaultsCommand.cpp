@@ -294,15 +294,15 @@ void add(CLI::App* app, Commands& commands, const char* name, const char* descri
 }  // namespace
 
 void addDefaultsCommand(CLI::App& app, Commands& commands) {
-  CLI::App* group = app.add_subcommand("defaults", "Read, change and watch programs' preferences.");
+  CLI::App* group = app.add_subcommand("defaults", "Read, change and watch programs' preferences");
   group->require_subcommand(1);
-  add<DomainsCommand>(group, commands, "domains", "List the domains that hold something.");
-  add<ReadCommand>(group, commands, "read", "Print a value, or a whole domain.");
-  add<WriteCommand>(group, commands, "write", "Set a value, and tell all programs.");
-  add<DeleteCommand>(group, commands, "delete", "Remove a value or a whole domain.");
-  add<WatchDefaultsCommand>(group, commands, "watch", "Print changes as they happen.");
-  add<ExportCommand>(group, commands, "export", "Write a domain as an XML property list.");
-  add<ImportCommand>(group, commands, "import", "Replace a domain by a property list.");
+  add<DomainsCommand>(group, commands, "domains", "List the domains that hold something");
+  add<ReadCommand>(group, commands, "read", "Print a value, or a whole domain");
+  add<WriteCommand>(group, commands, "write", "Set a value, and tell all programs");
+  add<DeleteCommand>(group, commands, "delete", "Remove a value or a whole domain");
+  add<WatchDefaultsCommand>(group, commands, "watch", "Print changes as they happen");
+  add<ExportCommand>(group, commands, "export", "Write a domain as an XML property list");
+  add<ImportCommand>(group, commands, "import", "Replace a domain by a property list");
 }
 
 }  // namespace kestova::tool

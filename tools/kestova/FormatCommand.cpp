@@ -114,12 +114,12 @@ class ByteFormatCommand final : public Command {
 }  // namespace
 
 void addFormatCommand(CLI::App& app, Commands& commands) {
-  CLI::App* format = app.add_subcommand("format", "Write durations and counts of bytes as text.");
+  CLI::App* format = app.add_subcommand("format", "Write durations and counts of bytes as text");
   format->require_subcommand(1);
   commands.push_back(std::make_unique<TimeFormatCommand>(
-      format->add_subcommand("time", "Write durations, one a line.")));
+      format->add_subcommand("time", "Write durations, one a line")));
   commands.push_back(std::make_unique<ByteFormatCommand>(
-      format->add_subcommand("bytes", "Write counts of bytes, or read them, one a line.")));
+      format->add_subcommand("bytes", "Write counts of bytes, or read them, one a line")));
 }
 
 }  // namespace kestova::tool

@@ -15,15 +15,15 @@ class NameCommand final : public Command {
   explicit NameCommand(CLI::App* arguments) : Command(arguments) {
     auto* const kinds = arguments->add_option_group("Kind");
     kinds->add_flag_callback(
-        "--safe", [this] { operation_ = &validatedFileName; }, "TEXT made fit to be a file name.");
+        "--safe", [this] { operation_ = &validatedFileName; }, "TEXT made fit to be a file name");
     kinds->add_flag_callback(
         "--unique", [this] { operation_ = &uniquePathForFileWithDesiredPath; },
-        "The path TEXT, with a number where it is taken.");
+        "The path TEXT, with a number where it is taken");
     kinds->add_flag_callback(
         "--duplicate", [this] { operation_ = &pathForDuplicateOfFileAtPath; },
-        "A free path for a copy of what is at the path TEXT.");
+        "A free path for a copy of what is at the path TEXT");
     kinds->require_option(1);
-    arguments->add_option("TEXT", text_, "A text or a path.")->required();
+    arguments->add_option("TEXT", text_, "A text or a path")->required();
     arguments->footer("Nothing is made or changed. Put -- before a text that begins with -.");
   }
 
@@ -45,7 +45,7 @@ class NameCommand final : public Command {
 
 void addNameCommand(CLI::App& app, Commands& commands) {
   commands.push_back(std::make_unique<NameCommand>(
-      app.add_subcommand("name", "Print a file name that is valid, or a path that is free.")));
+      app.add_subcommand("name", "Print a file name that is valid, or a path that is free")));
 }
 
 }  // namespace kestova::tool

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FileCommands.h"
 
-#include "EachArgument.h"
 #include "FileFailure.h"
 #include "JSONLine.h"
+#include "ReportCommand.h"
 #include "TransferText.h"
 
 #include <KestovaPlatform/FSCatalog.h>
@@ -13,7 +13,6 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
 namespace kestova::tool {
 namespace {
@@ -50,44 +49,37 @@ void printObject(const std::string& path, std::uint64_t bytes) {
   printJSONLine({{"path", path}, {"bytes", bytes}});
 }
 
-class SizeCommand final : public Command {
+class SizeCommand final : public ReportCommand {
  public:
-  explicit SizeCommand(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("PATH", paths_, "Files and folders.")->required();
-    arguments->add_flag("--physical", physical_, "What is allocated, not how long files are.");
-    arguments->add_flag("--json", json_, "Print one JSON object a path.");
+  explicit SizeCommand(CLI::App* arguments)
+      : ReportCommand(arguments, "PATH", "Files and folders") {
+    arguments->add_flag("--physical", physical_, "What is allocated, not how long files are");
     arguments->footer(
         "Folders themselves count nothing, symbolic links their own size, and a file with several "
         "names each time that it is met.");
   }
 
-  int run() override {
-    return forEachArgument(paths_, [this](const std::string& path) { show(path); });
-  }
-
  private:
-  void show(const std::string& path) const {
+  void show(const std::string& path) const override {
     const Measured measured = measure(path);
     const FSCatalogInfo& sizes = measured.sizes;
     const std::uint64_t bytes = physical_ ? sizes.dataPhysicalSize + sizes.rsrcPhysicalSize
                                           : sizes.dataLogicalSize + sizes.rsrcLogicalSize;
-    json_ ? printObject(path, bytes) : printRow(path, bytes);
+    isJSON() ? printObject(path, bytes) : printRow(path, bytes);
     if (measured.status != noErr) {
       throw FileFailure(displayText(path), std::string("what can't be read is not counted: ") +
                                                GetMacOSStatusCommentString(measured.status));
     }
   }
 
-  std::vector<std::string> paths_;
   bool physical_ = false;
-  bool json_ = false;
 };
 
 }  // namespace
 
 void addSizeCommand(CLI::App& app, Commands& commands) {
   commands.push_back(std::make_unique<SizeCommand>(
-      app.add_subcommand("size", "Add up the sizes of files and folders.")));
+      app.add_subcommand("size", "Add up the sizes of files and folders")));
 }
 
 }  // namespace kestova::tool

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TextCommand.h"
 
-#include "EachArgument.h"
 #include "InputFile.h"
 #include "JSONLine.h"
+#include "ReportCommand.h"
 #include "TextFigures.h"
 
 #include <KestovaPlatform/NSString.h>
@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
 namespace kestova::tool {
 namespace {
@@ -42,36 +41,28 @@ void printObject(const std::string& file, const TextFigures& figures) {
                  {"bytes", figures.bytes}});
 }
 
-class TextCommand : public Command {
+class TextCommand final : public ReportCommand {
  public:
-  explicit TextCommand(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("FILE", files_, "Text files; - is the standard input.")->required();
-    arguments->add_flag("--json", json_, "Print one JSON object a file.");
+  explicit TextCommand(CLI::App* arguments)
+      : ReportCommand(arguments, "FILE", "Text files; - is the standard input") {
     arguments->footer(
         "The line ending is that of the last line. Lines and words are counted as lineCount and "
         "wordCount count them.");
   }
 
-  int run() override {
-    return forEachArgument(files_, [this](const std::string& file) { show(file); });
-  }
-
  private:
-  void show(const std::string& path) const {
+  void show(const std::string& path) const override {
     InputFile file(path);
     const TextFigures figures = figuresOf(file);
-    json_ ? printObject(path, figures) : printRow(file.displayName(), figures);
+    isJSON() ? printObject(path, figures) : printRow(file.displayName(), figures);
   }
-
-  std::vector<std::string> files_;
-  bool json_ = false;
 };
 
 }  // namespace
 
 void addTextCommand(CLI::App& app, Commands& commands) {
   commands.push_back(std::make_unique<TextCommand>(app.add_subcommand(
-      "text", "Tell the encoding, line ending, lines, words and size of text files.")));
+      "text", "Tell the encoding, line ending, lines, words and size of text files")));
 }
 
 }  // namespace kestova::tool

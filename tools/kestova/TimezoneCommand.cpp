@@ -79,7 +79,7 @@ class TimezoneCommand final : public Command {
 
 void addTimezoneCommand(CLI::App& app, Commands& commands) {
   commands.push_back(std::make_unique<TimezoneCommand>(
-      app.add_subcommand("timezone", "List the time zones that have a name.")));
+      app.add_subcommand("timezone", "List the time zones that have a name")));
 }
 
 }  // namespace kestova::tool

@@ -16,7 +16,7 @@
 
 namespace kestova::tool {
 
-Tool::Tool() : arguments_("KestovaFoundation from the command line.", "kestova") {
+Tool::Tool() : arguments_("KestovaFoundation from the command line", "kestova") {
   arguments_.set_version_flag("--version", "kestova " KESTOVA_VERSION);
   arguments_.require_subcommand(1);
   arguments_.footer("Exit status: 0 success, 1 failure, 2 wrong use, 130 interrupted.");

@@ -32,7 +32,7 @@ std::string typeOf(const std::string& path) {
 class TypeCommand final : public Command {
  public:
   explicit TypeCommand(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("FILE", path_, "A file.")->required();
+    arguments->add_option("FILE", path_, "A file")->required();
   }
 
   int run() override {
@@ -53,7 +53,7 @@ class TypeCommand final : public Command {
 
 void addTypeCommand(CLI::App& app, Commands& commands) {
   commands.push_back(std::make_unique<TypeCommand>(
-      app.add_subcommand("type", "Tell what a file is, by the program file.")));
+      app.add_subcommand("type", "Tell what a file is, by the program file")));
 }
 
 }  // namespace kestova::tool

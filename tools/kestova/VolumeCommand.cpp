@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FileCommands.h"
 
-#include "EachArgument.h"
 #include "FileFailure.h"
 #include "JSONLine.h"
+#include "ReportCommand.h"
 #include "TransferText.h"
 
 #include <KestovaFoundation/Additions/NSURLAdditions.h>
@@ -16,7 +16,6 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
 namespace kestova::tool {
 namespace {
@@ -70,33 +69,27 @@ void printObject(const std::string& path, const VolumeFound& volume) {
   printJSONLine({{"path", path}, {"name", volume.name}, {"root", volume.root}});
 }
 
-class VolumeCommand final : public Command {
+class VolumeCommand final : public ReportCommand {
  public:
-  explicit VolumeCommand(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("PATH", paths_, "Files and folders, there already or not.")->required();
-    arguments->add_flag("--json", json_, "Print one JSON object a path.");
+  explicit VolumeCommand(CLI::App* arguments)
+      : ReportCommand(arguments, "PATH", "Files and folders, there already or not") {
     arguments->footer(
         "A line has the volume's name, a tab, and the folder that it is mounted on. What is not "
         "there yet is on the volume of the nearest folder above.");
   }
 
-  int run() override {
-    return forEachArgument(paths_, [this](const std::string& path) {
-      const VolumeFound volume = volumeOf(path);
-      json_ ? printObject(path, volume) : printRow(volume);
-    });
-  }
-
  private:
-  std::vector<std::string> paths_;
-  bool json_ = false;
+  void show(const std::string& path) const override {
+    const VolumeFound volume = volumeOf(path);
+    isJSON() ? printObject(path, volume) : printRow(volume);
+  }
 };
 
 }  // namespace
 
 void addVolumeCommand(CLI::App& app, Commands& commands) {
   commands.push_back(std::make_unique<VolumeCommand>(
-      app.add_subcommand("volume", "Tell which volume files are on.")));
+      app.add_subcommand("volume", "Tell which volume files are on")));
 }
 
 }  // namespace kestova::tool

@@ -100,7 +100,7 @@ std::string zshFunctionOf(const ExplainedCommand& command) {
 void writeZshOption(std::ostream& output, const ExplainedArgument& argument,
                     const std::string& name) {
   const auto option =
-      name + '[' + escaped(summaryOf(argument.description), "[]:\\") + ']' +
+      name + '[' + escaped(argument.description, "[]:\\") + ']' +
       (argument.value.empty() ? "" : ":" + escaped(argument.value, ":\\") + ":_files");
   output << "    " << shellWord(option) << " \\\n";
 }
@@ -111,8 +111,7 @@ void writeZshCommands(std::ostream& output, const ExplainedCommand& command) {
             "    command)\n"
             "      local -a commands=(\n";
   for (const auto& inner : command.commands) {
-    output << "        "
-           << shellWord(inner.name + ':' + escaped(summaryOf(inner.description), ":\\")) << '\n';
+    output << "        " << shellWord(inner.name + ':' + escaped(inner.description, ":\\")) << '\n';
   }
   output << "      )\n"
             "      _describe command commands ;;\n"
@@ -184,8 +183,8 @@ void writeFishOption(std::ostream& output, const std::string& line,
   for (const auto& name : argument.longNames) {
     output << " -l " << name.substr(2);
   }
-  output << (argument.value.empty() ? "" : " -r") << " -d "
-         << fishQuoted(summaryOf(argument.description)) << '\n';
+  output << (argument.value.empty() ? "" : " -r") << " -d " << fishQuoted(argument.description)
+         << '\n';
 }
 
 }  // namespace
@@ -195,8 +194,7 @@ void writeFishCompletion(std::ostream& output, const ExplainedCommand& tool) {
   visitCommands(tool, [&](const ExplainedCommand& command) {
     const auto line = "complete -c kestova -n " + fishQuoted(fishConditionFor(command));
     for (const auto& inner : command.commands) {
-      output << line << " -f -a " << inner.name << " -d "
-             << fishQuoted(summaryOf(inner.description)) << '\n';
+      output << line << " -f -a " << inner.name << " -d " << fishQuoted(inner.description) << '\n';
     }
     for (const auto& argument : command.arguments) {
       if (!argument.isPositional()) {

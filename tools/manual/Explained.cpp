@@ -61,8 +61,4 @@ ExplainedCommand explain(const CLI::App& app, std::vector<std::string> path) {
 
 ExplainedCommand explain(const CLI::App& app) { return explain(app, {}); }
 
-std::string summaryOf(const std::string& description) {
-  return description.ends_with('.') ? description.substr(0, description.size() - 1) : description;
-}
-
 }  // namespace kestova::manual

@@ -34,7 +34,4 @@ struct ExplainedCommand {
 
 ExplainedCommand explain(const CLI::App& app);
 
-/// A first letter, without the full stop at the end: how a list of names explains each.
-std::string summaryOf(const std::string& description);
-
 }  // namespace kestova::manual
