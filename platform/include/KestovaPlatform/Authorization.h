@@ -140,8 +140,9 @@ struct AuthorizationToolCounts {
 /// since this process began. 0 or less doesn't wait; the run loop is not run. Any thread.
 KESTOVA_PLATFORM_EXPORT AuthorizationToolCounts AuthorizationWaitForTools(NSTimeInterval seconds);
 
-/// The service behind the functions above, one per process. A test may put one of its own in its
-/// place, for instance to write down what is asked for.
+/// The service behind the functions above, one per process. Each operation answers as its function
+/// does, which hands on no null reference and no flags that are not above. A test may put one of
+/// its own in its place, for instance to write down what is asked for.
 class KESTOVA_PLATFORM_EXPORT AuthorizationService {
  public:
   using Names = std::vector<std::string>;

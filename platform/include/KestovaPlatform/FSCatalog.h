@@ -66,15 +66,15 @@ using FSIterator = Ref<FSCatalogIterator>;
 
 /// Opens a folder to go through it. Answers 0; −1407 (errFSNotAFolder) for another item, a symbolic
 /// link included; −43 (fnfErr) where there is nothing, −5000 (afpAccessDenied) for a folder that
-/// may not be read. `iterator` is left alone then.
+/// may not be read. `iterator`, which is required, is left alone then.
 KESTOVA_PLATFORM_EXPORT OSStatus FSOpenIterator(const FSRef& container, FSIteratorFlags flags,
                                                 FSIterator* iterator);
 
 /// Stores what is known of the next items, at most `maximum` (1 and more), and references to them,
-/// each where its place is not null; `count` is set to how many. Answers 0 when there may be more,
-/// −1417 (errFSNoMoreItems) with the last ones, which may be none, and any other status without an
-/// item. An item that is gone when it is looked at is left out. −50 (paramErr) for a closed or null
-/// iterator.
+/// each where its place is not null; `count`, which is required, is set to how many. Answers 0 when
+/// there may be more, −1417 (errFSNoMoreItems) with the last ones, which may be none, and any other
+/// status without an item. An item that is gone when it is looked at is left out. −50 (paramErr)
+/// for a closed or null iterator.
 KESTOVA_PLATFORM_EXPORT OSStatus FSGetCatalogInfoBulk(const FSIterator& iterator,
                                                       std::size_t maximum, std::size_t* count,
                                                       FSCatalogInfo* infos, FSRef* items);

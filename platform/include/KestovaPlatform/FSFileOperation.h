@@ -95,7 +95,7 @@ extern KESTOVA_PLATFORM_EXPORT const StringConstant kFSOperationThroughputKey;
 
 /// What the client wants to get back in its status function. `retain`, where given, is called with
 /// `info` when an operation starts, `release` once when the operation lets go of it; either may be
-/// null.
+/// null. `version` and `copyDescription` are not looked at.
 struct FSFileOperationClientContext {
   NSInteger version = 0;
   void* info = nullptr;

@@ -47,11 +47,12 @@ enum : OSType {
 
 /// Finds a folder by its kind. With `createFolder` one that is missing is made, readable by the
 /// person alone. Answers 0 and stores the folder; −43 (fnfErr) when there is none, or no such kind
-/// in the domain; the failure to make it. `folder` is left alone then.
+/// in the domain; −120 (dirNFErr) when it can't be made. `folder`, which is required, is left alone
+/// then.
 ///
-/// The person's folders are those that XDG names for the base directories, variables heeded
-/// where they are absolute paths, and those that user-dirs.dirs names, by their English names in
-/// the home folder where it says nothing.
+/// The person's folders are those that XDG names for the base directories, variables heeded where
+/// they are absolute paths, and those that user-dirs.dirs names, by their English names in the home
+/// folder where it says nothing.
 ///
 /// Any thread, as long as no other one changes the environment.
 KESTOVA_PLATFORM_EXPORT OSStatus FSFindFolder(std::int16_t domain, OSType type, bool createFolder,

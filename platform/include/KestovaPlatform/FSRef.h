@@ -33,8 +33,8 @@ KESTOVA_PLATFORM_EXPORT Ref<NSURL> CFURLCreateWithFileSystemPath(const Ref<NSStr
 /// The URL of the item; null for no item.
 KESTOVA_PLATFORM_EXPORT Ref<NSURL> CFURLCreateFromFSRef(const FSRef& item);
 
-/// Stores a reference to what a file URL names. False, and `item` as it was, when there is nothing
-/// there now, or for a null URL and one of no file.
+/// Stores a reference to what a file URL names in `item`, which is required. False, and `item` as
+/// it was, when there is nothing there now, or for a null URL and one of no file.
 KESTOVA_PLATFORM_EXPORT bool CFURLGetFSRef(const Ref<NSURL>& url, FSRef* item);
 
 }  // namespace kestova

@@ -69,8 +69,8 @@ class KESTOVA_PLATFORM_EXPORT Event : public NSObject {
   KESTOVA_CLASS(Event, NSObject)
 
  public:
-  /// `location` is where the pointer was, in pixels right and down from the upper left corner of
-  /// the screen; `timestamp` is seconds of `systemUptime`.
+  /// `modifiers` is a sum of the bits above; `location` is where the pointer was, in pixels right
+  /// and down from the upper left corner of the screen; `timestamp` is seconds of `systemUptime`.
   static Ref<Event> hotKeyEvent(std::uint32_t kind, EventHotKeyID hotKeyID, std::uint32_t modifiers,
                                 NSPoint location, NSTimeInterval timestamp);
 

@@ -68,6 +68,7 @@ class KESTOVA_PLATFORM_EXPORT NSData : public NSObject {
   NSRange rangeOfData_options_range(const Ref<NSData>& data, NSUInteger options,
                                     NSRange range) const;
 
+  /// Whether both have the same bytes. Null is equal to nothing.
   bool isEqualToData(const Ref<NSData>& other) const;
 
   /// \name Files

@@ -16,15 +16,25 @@ extern KESTOVA_PLATFORM_EXPORT const StringConstant NSOSStatusErrorDomain;  ///<
 
 /// \name Keys of an error's user info
 /// @{
+/// A text for people: what happened.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSLocalizedDescriptionKey;
+/// A text for people: why.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSLocalizedFailureReasonErrorKey;
+/// A text for people: what they can do about it.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSLocalizedRecoverySuggestionErrorKey;
+/// An array of texts: the titles of the buttons that offer it.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSLocalizedRecoveryOptionsErrorKey;
+/// An object that does what such a button says.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSRecoveryAttempterErrorKey;
+/// The NSError that lies beneath.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSUnderlyingErrorKey;
+/// A text: where the help tells more.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSHelpAnchorErrorKey;
+/// The NSURL that it happened to.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSURLErrorKey;
+/// The path, a text, that it happened to.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSFilePathErrorKey;
+/// A text for people who debug.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSDebugDescriptionErrorKey;
 /// @}
 
@@ -67,7 +77,10 @@ class KESTOVA_PLATFORM_EXPORT NSError : public NSObject {
   bool isEqual(const id& other) const override;
   NSUInteger hash() const override;
 
+  /// "Error Domain=NSPOSIXErrorDomain Code=2 "…" UserInfo=…", with the localized description.
   Ref<NSString> description() const override;
+
+  /// This error itself.
   id copy() const override { return self(); }
 
  protected:

@@ -44,7 +44,7 @@ class KESTOVA_PLATFORM_EXPORT NSEvent : public NSObject {
 
   /// A key event of one's own. `type` is NSKeyDown or NSKeyUp, any other one throws
   /// NSInvalidArgumentException. `context` is what the event is drawn into, or null. Texts are
-  /// copied.
+  /// copied and may be null.
   static Ref<NSEvent>
   keyEventWithType_location_modifierFlags_timestamp_windowNumber_context_characters_charactersIgnoringModifiers_isARepeat_keyCode(
       NSEventType type, NSPoint location, NSUInteger modifierFlags, NSTimeInterval timestamp,

@@ -16,7 +16,7 @@ namespace kestova {
 ///     throw NSException(NSInvalidArgumentException, "index is odd");
 class KESTOVA_PLATFORM_EXPORT NSException : public std::exception {
  public:
-  /// `userInfo` may be null.
+  /// Each of them may be null.
   NSException(Ref<NSString> name, Ref<NSString> reason, Ref<NSDictionary> userInfo = nullptr);
 
   const Ref<NSString>& name() const noexcept { return name_; }
@@ -34,10 +34,15 @@ class KESTOVA_PLATFORM_EXPORT NSException : public std::exception {
 
 /// \name The platform's own exception names
 /// @{
+/// What has no name of its own.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSGenericException;
+/// An index or a range past the end.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSRangeException;
+/// An argument that an operation can't work with, often null.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSInvalidArgumentException;
+/// An object that is in no state for the operation.
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSInternalInconsistencyException;
+/// A key that the object's class has no property for: "NSUnknownKeyException".
 extern KESTOVA_PLATFORM_EXPORT const StringConstant NSUndefinedKeyException;
 /// @}
 

@@ -135,8 +135,7 @@ class KESTOVA_PLATFORM_EXPORT NSFileManager : public NSObject {
 };
 
 /// The folder for temporary files, with a slash at the end: $TMPDIR where it is the absolute path
-/// of one, else
-/// "/tmp/".
+/// of one, else "/tmp/".
 KESTOVA_PLATFORM_EXPORT Ref<NSString> NSTemporaryDirectory();
 
 /// The person's folder: $HOME where it is an absolute path, else the one of the account; "/" for an

@@ -93,8 +93,9 @@ class KESTOVA_PLATFORM_EXPORT NSNumber : public NSValue {
 
   /// Null throws NSInvalidArgumentException.
   NSComparisonResult compare(const Ref<NSNumber>& other) const;
-  bool isEqualToNumber(const Ref<NSNumber>& other) const;
 
+  /// Whether the values are the same, of whichever types. Null is equal to nothing.
+  bool isEqualToNumber(const Ref<NSNumber>& other) const;
   bool isEqualToValue(const Ref<NSValue>& other) const override;
   bool isEqual(const id& other) const override;
   NSUInteger hash() const override;

@@ -20,6 +20,7 @@ constexpr NSRange NSMakeRange(NSUInteger location, NSUInteger length) { return {
 /// The index after the last unit. Wraps around when the range leaves the 64 bits.
 constexpr NSUInteger NSMaxRange(NSRange range) { return range.location + range.length; }
 
+/// Whether a unit is in the range, also in one that leaves the 64 bits.
 constexpr bool NSLocationInRange(NSUInteger location, NSRange range) {
   return location >= range.location && location - range.location < range.length;
 }

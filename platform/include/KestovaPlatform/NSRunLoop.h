@@ -63,8 +63,8 @@ enum CFRunLoopRunResult : std::int32_t {
 ///
 ///     g_unix_fd_add(loop->fileDescriptor(), G_IO_IN, [](auto…) { loop->turn(); return TRUE; }, 0);
 ///
-/// A callback that runs the host's loop again, for a dialog say, is served there as well; GLib wants
-/// to be told that the watch may recurse (`g_source_set_can_recurse`).
+/// A callback that runs the host's loop again, for a dialog say, is served there as well; GLib
+/// wants to be told that the watch may recurse (`g_source_set_can_recurse`).
 ///
 /// Threads: what adds, removes, stops or wakes may be called from any thread; what runs, only on
 /// the run loop's own (else a broken contract). Callbacks run with no lock held and may add or
@@ -89,7 +89,8 @@ class KESTOVA_PLATFORM_EXPORT NSRunLoop : public NSObject {
   static Ref<NSRunLoop> mainRunLoop();
 
   /// \name What it serves
-  /// Modes are named by any text; null is a broken contract, here and below.
+  /// Modes are named by any text. A null mode, source, timer or date is a broken contract, here and
+  /// below.
   /// @{
 
   /// Lets the mode serve what the common modes share. Again does nothing.

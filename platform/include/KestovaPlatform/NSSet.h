@@ -97,6 +97,7 @@ class KESTOVA_PLATFORM_EXPORT NSSet : public NSObject {
 
   /// @}
   /// \name Other sets made from this one
+  /// A null object throws NSInvalidArgumentException.
   /// @{
   Ref<NSSet> setByAddingObject(const id& object) const;
   Ref<NSSet> setByAddingObjectsFromSet(const Ref<NSSet>& other) const;

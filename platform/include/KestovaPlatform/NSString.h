@@ -90,11 +90,12 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// well-formed. Nothing is repaired in silence.
   static Ref<NSString> stringWithUTF8String(std::string_view utf8);
 
-  /// The given UTF-16 units; ASCII text goes into 8-bit storage.
+  /// The given UTF-16 units; ASCII text goes into 8-bit storage. `characters` may be null when
+  /// `length` is 0.
   static Ref<NSString> stringWithCharacters_length(const unichar* characters, NSUInteger length);
 
-  /// The given UTF-16 units kept in UTF-16 storage, whatever they are; 512 bytes
-  /// and more without copying.
+  /// The given UTF-16 units kept in UTF-16 storage, whatever they are; 512 bytes and more
+  /// without copying.
   static Ref<NSString> stringWithUTF16Storage(std::u16string characters);
 
   /// The given ASCII bytes, 512 and more without copying; null when one is not ASCII.

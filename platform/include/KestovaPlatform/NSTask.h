@@ -50,7 +50,7 @@ class KESTOVA_PLATFORM_EXPORT NSTask : public NSObject {
   /// The path of the program; it is not looked for anywhere else.
   void setLaunchPath(const Ref<NSString>& path);
 
-  /// Strings; null or none for no arguments.
+  /// Strings, of which the array is copied; null or none for no arguments.
   void setArguments(const Ref<NSArray>& arguments);
 
   /// An NSPipe or an NSFileHandle; null, as at the beginning, for this process's own. Another
@@ -63,8 +63,8 @@ class KESTOVA_PLATFORM_EXPORT NSTask : public NSObject {
 
   /// Starts the program. This process's ends of the pipes that the program was given are closed, so
   /// that the other ends see where its output stops. Throws NSInvalidArgumentException when there
-  /// is no such program, it may not be run, or the system can't start one; nothing has changed
-  /// then.
+  /// is no such program, it may not be run, a stream is closed, or the system can't start one;
+  /// nothing has changed then.
   void launch();
 
   /// Whether the program has been started and has not ended.

@@ -22,7 +22,7 @@ class KESTOVA_PLATFORM_EXPORT NSTextCheckingResult : public NSObject {
 
  public:
   /// The result of an expression with those ranges, the whole match's first. No ranges throw
-  /// NSInvalidArgumentException.
+  /// NSInvalidArgumentException; the expression may be null.
   static Ref<NSTextCheckingResult> regularExpressionCheckingResultWithRanges_regularExpression(
       std::vector<NSRange> ranges, const Ref<NSRegularExpression>& regularExpression);
 

@@ -136,8 +136,7 @@ class KESTOVA_PLATFORM_EXPORT NSURL : public NSObject {
                                                      bool isDirectory) const;
 
   /// The path without its last component, ending in a slash: the folder that holds it. The root
-  /// stays
-  /// "/" and an empty path empty; of a name alone "./" remains.
+  /// stays "/" and an empty path empty; of a name alone "./" remains.
   Ref<NSURL> URLByDeletingLastPathComponent() const;
 
   /// @}

@@ -77,6 +77,7 @@ class KESTOVA_PLATFORM_EXPORT NSMutableURLRequest : public NSURLRequest {
  public:
   static Ref<NSMutableURLRequest> requestWithURL(const Ref<NSURL>& url);
 
+  /// As of NSURLRequest.
   void setURL(const Ref<NSURL>& url);
   void setTimeoutInterval(NSTimeInterval seconds) noexcept { timeoutInterval_ = seconds; }
 
@@ -103,7 +104,7 @@ class KESTOVA_PLATFORM_EXPORT NSMutableURLRequest : public NSURLRequest {
 
   /// @}
 
-  /// The data is copied.
+  /// The data is copied; null for nothing.
   void setHTTPBody(const Ref<NSData>& body);
 
   id copy() const override;

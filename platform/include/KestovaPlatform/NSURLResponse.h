@@ -20,6 +20,7 @@ class KESTOVA_PLATFORM_EXPORT NSURLResponse : public NSObject {
   KESTOVA_CLASS(NSURLResponse, NSObject)
 
  public:
+  /// URL and texts may be null; `length` is NSURLResponseUnknownLength where there is none.
   static Ref<NSURLResponse> initWithURL_MIMEType_expectedContentLength_textEncodingName(
       const Ref<NSURL>& url, const Ref<NSString>& MIMEType, long long length,
       const Ref<NSString>& textEncodingName);

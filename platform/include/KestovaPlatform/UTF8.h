@@ -44,8 +44,8 @@ KESTOVA_PLATFORM_EXPORT bool isWellFormedUTF16(std::string_view bytes, std::endi
 KESTOVA_PLATFORM_EXPORT std::size_t wellFormedLengthOfUTF16(std::string_view bytes,
                                                             std::endian order) noexcept;
 
-/// The bytes without their last character if that is cut: what remains of well-formed UTF-8 that was
-/// parted anywhere.
+/// The bytes without their last character if that is cut: what remains of well-formed UTF-8 that
+/// was parted anywhere.
 KESTOVA_PLATFORM_EXPORT std::string_view withoutCutCharacter(std::string_view bytes) noexcept;
 
 /// Whether every byte, or unit, is below 0x80.
