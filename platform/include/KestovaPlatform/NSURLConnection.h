@@ -35,9 +35,10 @@ class KESTOVA_PLATFORM_EXPORT NSURLConnection : public NSObject {
  public:
   /// Loads all of it and blocks until then. Answers the data, which may be empty, and stores the
   /// response. On failure it answers null and stores an error in NSURLErrorDomain and a null
-  /// response; half a body is a failure. What is larger than 2 GiB, unpacked, is one too
-  /// (NSURLErrorDataLengthExceedsMaximum), and so are header fields of more than 256 KiB. A null
-  /// request fails as one without a URL does.
+  /// response; half a body is a failure. What a server sends and is larger than 2 GiB, unpacked, is
+  /// one too (NSURLErrorDataLengthExceedsMaximum), and so are header fields of more than 256 KiB; a
+  /// file may have any size that memory has room for. A null request fails as one without a URL
+  /// does.
   static Ref<NSData> sendSynchronousRequest_returningResponse_error(
       const Ref<NSURLRequest>& request, Ref<NSURLResponse>* response = nullptr,
       Ref<NSError>* error = nullptr);
