@@ -6,7 +6,9 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -249,11 +251,16 @@ bool BusConnection::requestName(const char* name, BusError* error) {
 
 // Serving
 
-/// Leaves the message to others as well: several may want it.
+/// Leaves the message to others as well: several may want it. No exception may pass through sd-bus,
+/// and a connection that has lost a message is lost.
 int BusConnection::noteArrival(sd_bus_message* message, void* noted, sd_bus_error*) {
   auto* const subscription = static_cast<BusSlot::Subscription*>(noted);
-  subscription->connection->arrivals_.push_back(
-      {subscription->weak_from_this(), BusMessage::share(message)});
+  BusConnection& connection = *subscription->connection;
+  try {
+    connection.arrivals_.push_back({subscription->weak_from_this(), BusMessage::share(message)});
+  } catch (const std::bad_alloc&) {
+    connection.lost_ = true;
+  }
   return 0;
 }
 
@@ -268,7 +275,7 @@ int BusConnection::noteCall(sd_bus_message* call, void* noted, sd_bus_error* err
 int BusConnection::step() {
   const int result = sd_bus_process(bus_.get(), nullptr);
   lost_ = lost_ || result < 0;
-  return result;
+  return lost_ && result >= 0 ? -ENOTCONN : result;
 }
 
 /// A source that serves the connection. Where none can be made, since the socket is lost or there
@@ -297,13 +304,17 @@ void BusConnection::attachTo(const Ref<NSRunLoop>& runLoop) {
   awaitEvents();
 }
 
-void BusConnection::serveTurn() {
+/// A turn that an exception leaves, be it for lack of memory, is made up for by another one.
+void BusConnection::serveTurn() try {
   int result = 1;
   for (int steps = 0; result > 0 && steps < kStepsPerTurn; ++steps) {
     result = step();
   }
   awaitEvents();
   deliverArrivals();
+} catch (...) {
+  readable_->signal();
+  throw;
 }
 
 /// Not held by its subscription, which a handler may end.
@@ -373,7 +384,7 @@ void BusConnection::awaitMoment(std::uint64_t moment) {
   if (moment == awaitedMoment_) {
     return;
   }
-  awaitedMoment_ = moment;
+  awaitedMoment_ = UINT64_MAX;
   if (timer_) {
     std::exchange(timer_, nullptr)->invalidate();
   }
@@ -387,6 +398,7 @@ void BusConnection::awaitMoment(std::uint64_t moment) {
           }
         });
     runLoop_->addTimer_forMode(timer_, NSRunLoopCommonModes);
+    awaitedMoment_ = moment;
   }
 }
 

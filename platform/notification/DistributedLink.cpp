@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "notification/DistributedLink.h"
 
+#include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSLog.h>
 #include <KestovaPlatform/NSRunLoop.h>
 #include <KestovaPlatform/RunLoopSource.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <latch>
+#include <exception>
+#include <system_error>
 #include <utility>
+
+#include "dispatch/HeldSignals.h"
 
 namespace kestova {
 namespace {
@@ -73,27 +76,50 @@ void DistributedLink::post(const DistributedPosting& posting) {
 // The thread
 
 void DistributedLink::perform(Block<void()> block) {
-  std::call_once(started_, [this] { start(); });
+  begin();
   performOnThread(object_, std::move(block), true);
 }
 
-/// It takes none of the program's signals.
+void DistributedLink::begin() {
+  const std::scoped_lock lock(starting_);
+  if (!thread_.joinable()) {
+    start();
+  }
+}
+
+/// The thread takes none of the program's signals.
 void DistributedLink::start() {
-  sigset_t all;
-  sigset_t before;
-  ::sigfillset(&all);
-  ::pthread_sigmask(SIG_SETMASK, &all, &before);
-  std::latch started(1);
-  thread_ = std::thread([this, &started] {
-    object_ = NSThread::currentThread();
-    object_->setName("notifications");
-    const auto runLoop = NSRunLoop::currentRunLoop();
+  std::promise<Ref<NSThread>> started;
+  auto object = started.get_future();
+  try {
+    const HeldSignals held;
+    thread_ = std::thread([this, started = std::move(started)]() mutable { run(started); });
+    object_ = object.get();
+  } catch (const std::system_error& error) {
+    throw NSException(NSGenericException,
+                      NSString::stringWithFormat("notifications have no thread: %s",
+                                                 error.code().message().c_str()));
+  } catch (...) {
+    if (thread_.joinable()) {
+      thread_.join();
+    }
+    throw;
+  }
+}
+
+/// What the thread lacks at its beginning is for the one who waits for it.
+void DistributedLink::run(std::promise<Ref<NSThread>>& started) {
+  Ref<NSRunLoop> runLoop;
+  try {
+    NSThread::currentThread()->setName("notifications");
+    runLoop = NSRunLoop::currentRunLoop();
     runLoop->addSource_forMode(RunLoopSource::sourceWithBlock([] {}), NSRunLoopCommonModes);
-    started.count_down();
-    runLoop->run();
-  });
-  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  started.wait();
+  } catch (...) {
+    started.set_exception(std::current_exception());
+    return;
+  }
+  started.set_value(NSThread::currentThread());
+  runLoop->run();
 }
 
 // The connection

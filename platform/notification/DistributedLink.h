@@ -6,6 +6,7 @@
 #include <KestovaPlatform/NSTimer.h>
 #include <KestovaPlatform/NSTypes.h>
 
+#include <future>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -37,6 +38,10 @@ class DistributedLink {
   DistributedLink(const DistributedLink&) = delete;
   DistributedLink& operator=(const DistributedLink&) = delete;
 
+  /// Sees to the link's thread, without which nothing below works. Throws NSGenericException when
+  /// the system has no thread or descriptor left for it; it may be tried again then.
+  void begin();
+
   /// Wants to hear what a rule lets through, or no more. Counted.
   void want(const std::string& rule);
   void forget(const std::string& rule);
@@ -47,6 +52,7 @@ class DistributedLink {
  private:
   void perform(Block<void()> block);
   void start();
+  void run(std::promise<Ref<NSThread>>& started);
   bool connect();
   void use(std::shared_ptr<BusConnection> connection);
   bool ask(const std::string& rule);
@@ -58,7 +64,7 @@ class DistributedLink {
 
   const BusAddress address_;
   const Receiver receiver_;
-  std::once_flag started_;
+  std::mutex starting_;  // guards the making of what follows
   std::thread thread_;
   Ref<NSThread> object_;
 

@@ -73,6 +73,7 @@ void NSDistributedNotificationCenter::addObserver_selector_name_object_suspensio
               suspensionBehavior <= NSNotificationSuspensionBehaviorDeliverImmediately,
           "suspensionBehavior is one of the four");
   Exchange& own = exchange();
+  own.link.begin();
   own.link.want(own.observers.add(observer, selector, {copyOf(name), copyOf(object)},
                                   suspensionBehavior, NSRunLoop::currentRunLoop()));
 }
@@ -126,6 +127,7 @@ void NSDistributedNotificationCenter::postNotificationName_object_userInfo_optio
                                  ? DistributedUrgency::atOnce
                                  : DistributedUrgency::asTheyAsked);
   Exchange& own = exchange();
+  own.link.begin();
   own.observers.deliver(posting);
   own.link.post(posting);
 }

@@ -66,6 +66,9 @@ enum NSDistributedNotificationOptions : NSUInteger {
 /// A user info is a property list and small: 64 KiB, where each value and key counts 16 bytes and
 /// text and data their bytes as well, in up to 16 containers within each other. It is copied.
 ///
+/// The centre has a thread of its own. Where the system has no thread or descriptors for it, adding
+/// an observer and posting throw NSGenericException and do nothing else; they may be tried again.
+///
 /// Limits: what waits for a run loop that isn't run, or while the process is suspended, may take up
 /// to 16 MiB each; of more the oldest are dropped, with a line in the log.
 ///
