@@ -3,60 +3,28 @@
 // absl::flat_hash_map and QHash.
 #include <KestovaPlatform/NSDictionary.h>
 
+#include "TextKeys.h"
 #include "ThreadedRun.h"
 
 #include <absl/container/flat_hash_map.h>
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 #include <QHash>
-#include <QString>
 
-#include <algorithm>
-#include <cstdio>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
 namespace {
 
 using namespace kestova;
+using bench::askedKeysOf;
+using bench::keysOf;
 
 using Shared = std::shared_ptr<int>;
 
-std::string keyText(std::size_t number) {
-  char text[32];
-  std::snprintf(text, sizeof text, "key-%017zu", number * 7919);
-  return text;
-}
-
-std::vector<std::string> keyTexts(std::size_t count) {
-  std::vector<std::string> texts;
-  for (std::size_t number = 0; number < count; ++number) {
-    texts.push_back(keyText(number));
-  }
-  return texts;
-}
-
-template <class Key>
-std::vector<Key> keysOf(const benchmark::State& state) {
-  std::vector<Key> keys;
-  for (const std::string& text : keyTexts(static_cast<std::size_t>(state.range(0)))) {
-    if constexpr (std::is_same_v<Key, QString>) {
-      keys.push_back(QString::fromStdString(text));
-    } else {
-      keys.push_back(Key(text));
-    }
-  }
-  return keys;
-}
-
-/// The same keys as other objects, in a random order: what a program asks with.
-template <class Key>
-std::vector<Key> askedKeysOf(const benchmark::State& state) {
-  auto keys = keysOf<Key>(state);
-  std::shuffle(keys.begin(), keys.end(), std::mt19937(7));
-  return keys;
+std::size_t countOf(const benchmark::State& state) {
+  return static_cast<std::size_t>(state.range(0));
 }
 
 Ref<NSMutableDictionary> filledHere(const std::vector<id>& keys) {
@@ -99,32 +67,32 @@ void lookUp(benchmark::State& state, const Keys& asked, const Find& find) {
 }
 
 void FindHere(benchmark::State& state) {
-  const auto dictionary = filledHere(keysOf<id>(state));
-  lookUp(state, askedKeysOf<id>(state),
+  const auto dictionary = filledHere(keysOf<id>(countOf(state)));
+  lookUp(state, askedKeysOf<id>(countOf(state)),
          [&](const id& key) { return dictionary->objectForKey(key); });
 }
 
 void FindAbsl(benchmark::State& state) {
-  const auto map = filled<FlatMap>(keysOf<std::string>(state));
-  lookUp(state, askedKeysOf<std::string>(state),
+  const auto map = filled<FlatMap>(keysOf<std::string>(countOf(state)));
+  lookUp(state, askedKeysOf<std::string>(countOf(state)),
          [&](const std::string& key) { return map.find(key)->second; });
 }
 
 /// Without counting a reference to what was found.
 void FindAbslUncounted(benchmark::State& state) {
-  const auto map = filled<FlatMap>(keysOf<std::string>(state));
-  lookUp(state, askedKeysOf<std::string>(state),
+  const auto map = filled<FlatMap>(keysOf<std::string>(countOf(state)));
+  lookUp(state, askedKeysOf<std::string>(countOf(state)),
          [&](const std::string& key) { return map.find(key)->second.get(); });
 }
 
 void FindQHash(benchmark::State& state) {
-  const auto map = filledQt(keysOf<QString>(state));
-  lookUp(state, askedKeysOf<QString>(state),
+  const auto map = filledQt(keysOf<QString>(countOf(state)));
+  lookUp(state, askedKeysOf<QString>(countOf(state)),
          [&](const QString& key) { return map.find(key).value(); });
 }
 
 void FillHere(benchmark::State& state) {
-  const auto keys = keysOf<id>(state);
+  const auto keys = keysOf<id>(countOf(state));
   for (auto _ : state) {
     benchmark::DoNotOptimize(filledHere(keys));
   }
@@ -132,7 +100,7 @@ void FillHere(benchmark::State& state) {
 }
 
 void FillAbsl(benchmark::State& state) {
-  const auto keys = keysOf<std::string>(state);
+  const auto keys = keysOf<std::string>(countOf(state));
   for (auto _ : state) {
     benchmark::DoNotOptimize(filled<FlatMap>(keys));
   }
@@ -140,7 +108,7 @@ void FillAbsl(benchmark::State& state) {
 }
 
 void FillQHash(benchmark::State& state) {
-  const auto keys = keysOf<QString>(state);
+  const auto keys = keysOf<QString>(countOf(state));
   for (auto _ : state) {
     benchmark::DoNotOptimize(filledQt(keys));
   }
@@ -148,7 +116,7 @@ void FillQHash(benchmark::State& state) {
 }
 
 void WalkHere(benchmark::State& state) {
-  const auto dictionary = filledHere(keysOf<id>(state));
+  const auto dictionary = filledHere(keysOf<id>(countOf(state)));
   for (auto _ : state) {
     for (const id& key : dictionary) {
       benchmark::DoNotOptimize(key.get());
@@ -158,7 +126,7 @@ void WalkHere(benchmark::State& state) {
 }
 
 void WalkAbsl(benchmark::State& state) {
-  const auto map = filled<FlatMap>(keysOf<std::string>(state));
+  const auto map = filled<FlatMap>(keysOf<std::string>(countOf(state)));
   for (auto _ : state) {
     for (const auto& entry : map) {
       benchmark::DoNotOptimize(&entry);

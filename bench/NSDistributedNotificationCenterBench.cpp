@@ -3,7 +3,6 @@
 #include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSDistributedNotificationCenter.h>
 #include <KestovaPlatform/NSObject.h>
-#include <KestovaPlatform/NSRunLoop.h>
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/Selector.h>
 
@@ -15,15 +14,9 @@
 namespace {
 
 using namespace kestova;
+using bench::Listener;
 
 constexpr char kObject[] = "org.kestova.bench";
-
-class Listener final : public NSObject {
- public:
-  void heard() { hasHeard = true; }
-
-  bool hasHeard = false;
-};
 
 /// One side of the exchange over our centre: hears one name and can post the other.
 class Centre {
@@ -39,13 +32,7 @@ class Centre {
 
   void post() { centre_->postNotificationName_object_userInfo(posts_, kObject, userInfo_); }
 
-  /// Whether something was heard within a second.
-  bool wait() {
-    listener_->hasHeard = false;
-    NSRunLoop::currentRunLoop()->runInMode_seconds_returnAfterSourceHandled(NSDefaultRunLoopMode, 1,
-                                                                            true);
-    return listener_->hasHeard;
-  }
+  bool wait() { return listener_->wait(); }
 
  private:
   const Ref<NSDistributedNotificationCenter> centre_;

@@ -3,19 +3,16 @@
 // QCache and absl::flat_hash_map with a std::list.
 #include <KestovaFoundation/OVCache.h>
 
+#include "TextKeys.h"
 #include "ThreadedRun.h"
 
 #include <absl/container/flat_hash_map.h>
 #include <benchmark/benchmark.h>
 #include <QCache>
-#include <QString>
 
-#include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <list>
 #include <memory>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +20,8 @@
 namespace {
 
 using namespace kestova;
+using bench::askedKeysOf;
+using bench::keysOf;
 
 using Shared = std::shared_ptr<int>;
 
@@ -61,37 +60,6 @@ class Repeating final : public OVCacheGenerator {
  public:
   id generateObjectForKey(const id& key) override { return key; }
 };
-
-std::vector<std::string> keyTexts(std::size_t count) {
-  std::vector<std::string> texts;
-  for (std::size_t number = 0; number < count; ++number) {
-    char text[32];
-    std::snprintf(text, sizeof text, "key-%017zu", number * 7919);
-    texts.emplace_back(text);
-  }
-  return texts;
-}
-
-template <class Key>
-std::vector<Key> keysOf(std::size_t count) {
-  std::vector<Key> keys;
-  for (const std::string& text : keyTexts(count)) {
-    if constexpr (std::is_same_v<Key, QString>) {
-      keys.push_back(QString::fromStdString(text));
-    } else {
-      keys.push_back(Key(text));
-    }
-  }
-  return keys;
-}
-
-/// The same keys as other objects, in a random order.
-template <class Key>
-std::vector<Key> askedKeysOf(std::size_t count) {
-  auto keys = keysOf<Key>(count);
-  std::shuffle(keys.begin(), keys.end(), std::mt19937(7));
-  return keys;
-}
 
 std::size_t limitOf(const benchmark::State& state) {
   return static_cast<std::size_t>(state.range(0));

@@ -5,7 +5,6 @@
 #include <KestovaFoundation/OVUserDefaults.h>
 #include <KestovaPlatform/NSBundle.h>
 #include <KestovaPlatform/NSNotificationCenter.h>
-#include <KestovaPlatform/NSRunLoop.h>
 
 #include <benchmark/benchmark.h>
 
@@ -17,13 +16,7 @@
 namespace {
 
 using namespace kestova;
-
-class Listener final : public NSObject {
- public:
-  void heard() { hasHeard = true; }
-
-  bool hasHeard = false;
-};
+using bench::Listener;
 
 /// A program that hears of one suite and sets a value in another.
 class Program {
@@ -41,12 +34,7 @@ class Program {
 
   void post() { setInteger_forKey_inSuite(defaults_, ++value_, "value", suite_); }
 
-  bool wait() {
-    listener_->hasHeard = false;
-    NSRunLoop::currentRunLoop()->runInMode_seconds_returnAfterSourceHandled(NSDefaultRunLoopMode, 1,
-                                                                            true);
-    return listener_->hasHeard;
-  }
+  bool wait() { return listener_->wait(); }
 
  private:
   static Ref<OVUserDefaults> defaultsOn(const char* address, const char* identifier) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <KestovaPlatform/NSObject.h>
+#include <KestovaPlatform/NSRunLoop.h>
 #include <benchmark/benchmark.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -22,6 +24,23 @@ namespace kestova::bench {
 /// What one process posts and the other answers with.
 inline constexpr char kPing[] = "Ping";
 inline constexpr char kPong[] = "Pong";
+
+/// An observer that hears one thing at a time.
+class Listener final : public NSObject {
+ public:
+  void heard() { hasHeard_ = true; }
+
+  /// Whether something is heard within a second, which the run loop serves.
+  bool wait() {
+    hasHeard_ = false;
+    NSRunLoop::currentRunLoop()->runInMode_seconds_returnAfterSourceHandled(NSDefaultRunLoopMode, 1,
+                                                                            true);
+    return hasHeard_;
+  }
+
+ private:
+  bool hasHeard_ = false;
+};
 
 /// The second process: this program again, told which side to be.
 class Answerer {

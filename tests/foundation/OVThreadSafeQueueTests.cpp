@@ -335,9 +335,16 @@ class Traffic {
   /// How many objects each producer made.
   const std::vector<int>& produced() const { return produced_; }
 
-  /// What each consumer received, by producer.
-  const std::vector<int>& received(int consumer, int producer) const {
-    return received_[consumer][producer];
+  /// What all consumers received of a producer, sorted. Each received it in order.
+  std::vector<int> receivedFrom(int producer) const {
+    std::vector<int> all;
+    for (const auto& consumer : received_) {
+      const std::vector<int>& received = consumer[producer];
+      EXPECT_TRUE(std::ranges::is_sorted(received));
+      all.insert(all.end(), received.begin(), received.end());
+    }
+    std::ranges::sort(all);
+    return all;
   }
 
  private:
@@ -388,13 +395,7 @@ TEST(OVThreadSafeQueueTests, ManyThreadsGetEachObjectOnceAndInOrder) {
   traffic.run();
   EXPECT_TRUE(queue->empty());
   for (int producer = 0; producer < Traffic::kEach; ++producer) {
-    std::vector<int> all;
-    for (int consumer = 0; consumer < Traffic::kEach; ++consumer) {
-      const auto& received = traffic.received(consumer, producer);
-      EXPECT_TRUE(std::ranges::is_sorted(received));
-      all.insert(all.end(), received.begin(), received.end());
-    }
-    std::ranges::sort(all);
+    const std::vector<int> all = traffic.receivedFrom(producer);
     ASSERT_EQ(all.size(), static_cast<std::size_t>(traffic.produced()[producer]));
     for (std::size_t i = 0; i < all.size(); ++i) {
       ASSERT_EQ(all[i], static_cast<int>(i));
@@ -411,13 +412,7 @@ TEST(OVThreadSafeQueueTests, ManyThreadsNeverGetAnObjectTwiceFromAQueueThatDrops
   Traffic traffic(queue);
   traffic.run();
   for (int producer = 0; producer < Traffic::kEach; ++producer) {
-    std::vector<int> all;
-    for (int consumer = 0; consumer < Traffic::kEach; ++consumer) {
-      const auto& received = traffic.received(consumer, producer);
-      EXPECT_TRUE(std::ranges::is_sorted(received));
-      all.insert(all.end(), received.begin(), received.end());
-    }
-    std::ranges::sort(all);
+    const std::vector<int> all = traffic.receivedFrom(producer);
     EXPECT_EQ(std::ranges::adjacent_find(all), all.end());
   }
   EXPECT_EQ(CountingObject::alive(), before);
