@@ -11,6 +11,7 @@
 #include "Stress.h"
 
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <latch>
@@ -81,6 +82,20 @@ TEST_F(GCDCoalescerTests, ALaterRequestSupersedesWhateverItsDelay) {
   EXPECT_EQ(runs.waitFor(1), "B");
   letRunWhatIsDue(kLong);
   EXPECT_EQ(runs.names(), "B");
+}
+
+// Shows: dispatchOn_after_block
+TEST_F(GCDCoalescerTests, TheLastBlockWaitsForItsWholeDelayFromItsOwnRequestOn) {
+  using std::chrono::steady_clock;
+  request(kEndOfTheTest, runs.block('A'));
+  const auto asked = steady_clock::now();
+  steady_clock::time_point started;
+  request(kLong, [&] {
+    started = steady_clock::now();
+    runs.add('B');
+  });
+  EXPECT_EQ(runs.waitFor(1), "B");
+  EXPECT_GE(started - asked, std::chrono::duration<double>(kLong));
 }
 
 // Shows: dispatchOn_after_block

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -59,6 +60,21 @@ TEST_F(GCDKeyedCoalescerTests, EachKeyRunsTheLastBlockOfItsBurst) {
   EXPECT_EQ(names, "37");
   letRunWhatIsDue();
   EXPECT_EQ(runs.names().size(), 2U);
+}
+
+// Shows: dispatch_on_after_block
+TEST_F(GCDKeyedCoalescerTests, EachKeyWaitsForTheWholeDelayOfItsLastRequest) {
+  using std::chrono::steady_clock;
+  const auto asked = steady_clock::now();
+  steady_clock::time_point started;
+  request("a", kEndOfTheTest, runs.block('A'));
+  request("a", kLong, [&] {
+    started = steady_clock::now();
+    runs.add('B');
+  });
+  request("b", kShort, runs.block('C'));
+  EXPECT_EQ(runs.waitFor(2), "CB");
+  EXPECT_GE(started - asked, std::chrono::duration<double>(kLong));
 }
 
 // Shows: dispatch_on_after_block

@@ -14,6 +14,7 @@
 #include "ScriptedFileOperations.h"
 #include "TemporaryFolder.h"
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -739,6 +740,15 @@ TEST_F(OVFileOperationReportTests, ABlockingRunEndsAtTheFirstFailedStatus) {
   EXPECT_EQ(operation_->currentFile(), "/from/b");
   EXPECT_EQ(operation_->totalBytes(), 7U);
   EXPECT_TRUE(service_.scheduled.empty());
+}
+
+// Shows: copyFromPath_toPath_options
+TEST_F(OVFileOperationReportTests, ABlockingRunPausesAfterEachLookAndAfterTheLastOneToo) {
+  const auto start = std::chrono::steady_clock::now();
+  service_.polled = {{"/from/a", kFSOperationStageRunning, noErr, nullptr},
+                     {"/from/a", kFSOperationStageComplete, noErr, kFirst.dictionary()}};
+  EXPECT_EQ(operation_->copyFromPath_toPath_options("/from", target("a"), 0), 0);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400));
 }
 
 // Shows: moveFromPath_toPath_options

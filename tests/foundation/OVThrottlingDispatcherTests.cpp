@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <latch>
 #include <limits>
@@ -21,6 +22,9 @@
 
 namespace kestova::testing {
 namespace {
+
+using std::chrono::duration;
+using std::chrono::steady_clock;
 
 /// An interval that the tests see the end of, one that they work within, and one that never ends.
 constexpr NSTimeInterval kShort = 0.02;
@@ -42,6 +46,14 @@ class OVThrottlingDispatcherTests : public ::testing::Test {
   /// A block that carries an object, to see when it is let go of.
   Block<void()> carrier(char name) const {
     return runs.block(name, [object = counted(0)] { (void)object; });
+  }
+
+  /// A block that notes when it began.
+  Block<void()> noting(steady_clock::time_point& start, char name) const {
+    return [this, &start, name] {
+      start = steady_clock::now();
+      runs.add(name);
+    };
   }
 
   /// Returns when everything on the queue has run, also what comes after a block there.
@@ -272,6 +284,18 @@ TEST_F(OVThrottlingDispatcherTests, BetweenStartsABlockThatRunsCanBeHandedOverAg
   EXPECT_EQ(runs.waitFor(2), "AA");
 }
 
+// Shows: dispatch, OVThrottleBetweenStarts
+TEST_F(OVThrottlingDispatcherTests, BetweenStartsTheNextWaitsForTheWholeIntervalFromTheStart) {
+  const auto dispatcher = betweenStarts(kLong);
+  const auto handedOver = steady_clock::now();
+  dispatcher->dispatch(runs.block('A'));
+  runs.waitFor(1);
+  steady_clock::time_point started;
+  dispatcher->dispatch(noting(started, 'B'));
+  EXPECT_EQ(runs.waitFor(2), "AB");
+  EXPECT_GE(started - handedOver, duration<double>(kLong));
+}
+
 // Between execution.
 
 // Shows: dispatch, OVThrottleBetweenExecution
@@ -308,6 +332,23 @@ TEST_F(OVThrottlingDispatcherTests, BetweenExecutionTheIntervalBeginsAtTheEnd) {
   letRunWhatIsDue();
   EXPECT_EQ(runs.names(), "A");
   EXPECT_EQ(CountingObject::alive(), 1) << "C waits";
+}
+
+// Shows: dispatch, OVThrottleBetweenExecution
+TEST_F(OVThrottlingDispatcherTests, BetweenExecutionTheNextWaitsForTheWholeIntervalFromTheEnd) {
+  const auto dispatcher = betweenExecution(kLong);
+  const Gate gate;
+  steady_clock::time_point ended;
+  dispatcher->dispatch(runs.block('A', [&] {
+    gate.wait()();
+    ended = steady_clock::now();
+  }));
+  runs.waitFor(1);
+  steady_clock::time_point started;
+  dispatcher->dispatch(noting(started, 'B'));
+  gate.open();
+  EXPECT_EQ(runs.waitFor(2), "AB");
+  EXPECT_GE(started - ended, duration<double>(kLong));
 }
 
 // Shows: dispatch, OVThrottleBetweenExecution
