@@ -318,6 +318,21 @@ TEST_F(OVBinaryFileStreamTests, AFullDeviceShowsWhenTheBufferIsHandedOver) {
   EXPECT_EQ(stream->lastErrorCode(), ENOSPC);
 }
 
+// Shows: close, open_error, lastErrorCode
+TEST_F(OVBinaryFileStreamTests, AFailureToCloseShowsOnceTheStreamIsOpenAgain) {
+  const auto stream = streamFor("/dev/full");
+  ASSERT_TRUE(stream->open_error(OVBinaryStreamOpenForWriting));
+  stream->writeUInt32(1);
+  EXPECT_EQ(stream->lastErrorCode(), 0);
+  stream->close();
+  EXPECT_EQ(stream->file(), nullptr);
+  EXPECT_EQ(stream->lastErrorCode(), -1);
+  ASSERT_TRUE(stream->open_error(OVBinaryStreamOpenForWriting));
+  EXPECT_EQ(stream->lastErrorCode(), ENOSPC);
+  ASSERT_TRUE(stream->open_error(OVBinaryStreamOpenForWriting));
+  EXPECT_EQ(stream->lastErrorCode(), 0);
+}
+
 // Shows: readString, position
 TEST_F(OVBinaryFileStreamTests, AStringThatClaimsMoreThanIsLeftEndsTheStream) {
   const auto stream =

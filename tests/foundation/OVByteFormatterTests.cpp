@@ -2,18 +2,24 @@
 #include <KestovaFoundation/OVByteFormatter.h>
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSArray.h>
+#include <KestovaPlatform/NSBundle.h>
 #include <KestovaPlatform/NSLocale.h>
 #include <KestovaPlatform/NSNumber.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include "BothStorages.h"
+#include "ChildProcess.h"
+#include "TemporaryFolder.h"
 
 namespace kestova {
 namespace {
@@ -167,6 +173,34 @@ TEST(OVByteFormatterTests, TextThatDoesNotBeginWithANumberIsRefused) {
   }
   EXPECT_FALSE(
       OVByteFormatter::init()->getObjectValue_forString_errorDescription(nullptr, nullptr));
+}
+
+/// Runs the present test once more, in a copy of this program in the folder. Answers its exit
+/// status.
+int runPresentTestIn(const testing::TemporaryFolder& folder) {
+  const std::string program = folder.at("program");
+  std::filesystem::copy_file("/proc/self/exe", program);
+  const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
+  const std::string filter =
+      std::string("--gtest_filter=") + test->test_suite_name() + "." + test->name();
+  const int status = testing::runInChild(
+      [&] { return ::execl(program.c_str(), program.c_str(), filter.c_str(), nullptr); });
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Shows: getObjectValue_forString_errorDescription
+TEST(OVByteFormatterTests, TheRefusalIsTheTextOfTheMainBundle) {
+  if (NSBundle::mainBundle()->pathForResource_ofType("Localizable", "strings")) {
+    Ref<NSString> error;
+    OVByteFormatter::init()->getObjectValue_forString_errorDescription(nullptr, "abc", &error);
+    EXPECT_EQ(error, "Keine Zahl");
+    return;
+  }
+  const testing::TemporaryFolder folder;
+  folder.write("Localizable.strings",
+               "<plist><dict><key>Couldn't convert to bytes</key><string>Keine Zahl</string>"
+               "</dict></plist>");
+  EXPECT_EQ(runPresentTestIn(folder), 0);
 }
 
 // Shows: getObjectValue_forString_errorDescription

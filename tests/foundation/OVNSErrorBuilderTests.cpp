@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/OVNSErrorBuilder.h>
 #include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/MacErrors.h>
 #include <KestovaPlatform/NSBundle.h>
 #include <KestovaPlatform/NSNumber.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -12,6 +14,18 @@
 #include "Stress.h"
 
 namespace kestova {
+
+/// A status whose comment is a sentence already. No table has such a comment, so it is put before
+/// the platform's own, which answers for all others.
+constexpr OSStatus kStatusWithASentence = -59'999;
+
+const char* GetMacOSStatusCommentString(OSStatus status) {
+  using Lookup = const char* (*)(OSStatus);
+  static const auto platformComment =
+      reinterpret_cast<Lookup>(::dlsym(RTLD_NEXT, "_ZN7kestova27GetMacOSStatusCommentStringEi"));
+  return status == kStatusWithASentence ? "It is over." : platformComment(status);
+}
+
 namespace {
 
 class ShoutingBuilder : public OVNSErrorBuilder {
@@ -320,6 +334,14 @@ TEST(OVMakeStandardMacErrorStringTests, AnUnknownStatusEndsAfterTheNumber) {
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, -7), "Error code -7.");  // no ASCII
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0x66006D74), "Error code 1711304052.");
   EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, 0), "Error code 0.");
+}
+
+// Shows: OVMakeStandardMacErrorString
+TEST(OVMakeStandardMacErrorStringTests, ACommentThatEndsInAFullStopGetsNoSecondOne) {
+  EXPECT_EQ(OVMakeStandardMacErrorString(nullptr, kStatusWithASentence),
+            "Error code -59999. It is over.");
+  EXPECT_EQ(OVMakeStandardMacErrorString("Copy", kStatusWithASentence),
+            "Copy failed with error code -59999. It is over.");
 }
 
 // Shows: OVMakeStandardMacErrorString

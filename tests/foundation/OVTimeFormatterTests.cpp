@@ -82,6 +82,9 @@ TEST(OVTimeFormatterTests, HundredthsAreShownAboveOneHundredth) {
   EXPECT_EQ(text(0.5, {0, true}), "0.50s");
   EXPECT_EQ(text(0.5, {1, true}), "0.50 secs");
   EXPECT_EQ(text(59.999, {3, true}), "60.00 seconds");
+  EXPECT_EQ(text(0.01, {3, true}), "0 seconds");
+  EXPECT_EQ(text(0.0101, {3, true}), "0.01 seconds");
+  EXPECT_EQ(text(1, {3, true}), "1 second");
 }
 
 // Shows: setShowsFractions, stringForObjectValue
@@ -89,6 +92,8 @@ TEST(OVTimeFormatterTests, AnyFractionMakesSecondsCountAsPresent) {
   EXPECT_EQ(text(60.005, {3, true}), "1 minute, 0 seconds");
   EXPECT_EQ(text(60.005, {3, false}), "1 minute");
   EXPECT_EQ(text(60.5, {3, true}), "1 minute, 0.50 seconds");
+  EXPECT_EQ(text(60, {3, true}), "1 minute");
+  EXPECT_EQ(text(7200, {3, true}), "2 hours");
 }
 
 // Shows: stringForObjectValue, setTimeStyle

@@ -335,6 +335,8 @@ TEST(NSStringEditingTests, RunsBecomeOne) {
       {u"abaabaaba", u"aba", 0, u"aba"},
       {u"AaaA", u"a", NSCaseInsensitiveSearch, u"a"},
       {u"xAAx", u"a", NSCaseInsensitiveSearch, u"xax"},
+      {u"aAbzZbY", u"z", NSCaseInsensitiveSearch, u"aAbzbY"},
+      {u"aaabaab", u"aab", 0, u"aaab"},
       {u"ä  ö", u" ", 0, u"ä ö"},
       {u"ä  \u0301", u" ", 0, u"ä  \u0301"},
       {u"ä  \u0301", u" ", NSLiteralSearch, u"ä \u0301"},

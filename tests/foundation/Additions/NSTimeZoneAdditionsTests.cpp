@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/Additions/NSTimeZoneAdditions.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,6 +10,23 @@
 #include "ExceptionExpectation.h"
 
 namespace kestova {
+
+/// The locale of a language that has names for standard time only. There is a name in every real
+/// one, be it the distance from GMT, so this stands before the platform's own operation.
+constexpr const char* kNamelessLocale = "en_XN";
+
+Ref<NSString> NSTimeZone::localizedName_locale(NSTimeZoneNameStyle style,
+                                               const Ref<NSLocale>& locale) const {
+  using Operation = Ref<NSString> (*)(const NSTimeZone*, NSTimeZoneNameStyle, const Ref<NSLocale>&);
+  static const auto platformName = reinterpret_cast<Operation>(
+      ::dlsym(RTLD_NEXT,
+              "_ZNK7kestova10NSTimeZone20localizedName_localeENS_19NSTimeZoneNameStyleE"
+              "RKNS_3RefINS_8NSLocaleEEE"));
+  const bool isNameless = style == NSTimeZoneNameStyleDaylightSaving && locale &&
+                          locale->localeIdentifier()->isEqualToString(kNamelessLocale);
+  return isNameless ? nullptr : platformName(this, style, locale);
+}
+
 namespace {
 
 Ref<NSLocale> localeOf(const Ref<NSString>& identifier) {
@@ -91,6 +109,15 @@ TEST(NSTimeZoneAdditionsTests, EachIdentifierHasItsOwnTable) {
   (void)zoneNamed("nothing", "de_LU");
   expectFirstLastThenFirst("Mitteleurop\u00e4ische Sommerzeit", "de_LI");
   EXPECT_EQ(zoneNamed("Central European Summer Time", "de_LI"), "none");
+}
+
+// Shows: timeZoneWithAName_inLocale
+TEST(NSTimeZoneAdditionsTests, NamesBehindTheFirstThatIsMissingAreNotFound) {
+  (void)zoneNamed("nothing", kNamelessLocale);
+  EXPECT_NE(zoneNamed("Pacific Standard Time", kNamelessLocale), "none");
+  EXPECT_NE(zoneNamed("PST", kNamelessLocale), "none");
+  EXPECT_EQ(zoneNamed("Pacific Daylight Time", kNamelessLocale), "none");
+  EXPECT_EQ(zoneNamed("PDT", kNamelessLocale), "none");
 }
 
 // Shows: timeZoneWithAName_inLocale
