@@ -131,15 +131,14 @@ TEST_F(PreferencesStoreTests, EightProcessesWriteAThousandKeysEachAndAllAreThere
 
 // Shows: setInteger_forKey_inSuite
 TEST_F(PreferencesStoreTests, WhatHasReturnedIsThereHoweverManyWritersAreKilled) {
-  constexpr int kFewerKeys = testing::shareOf(200);
   testing::RandomRun random;
   const pid_t reader = startReader();
   std::array<pid_t, kWriters> writers{};
   for (std::size_t writer = 0; writer < kWriters; ++writer) {
-    writers[writer] = startWriter(writer, kFewerKeys);
+    writers[writer] = startWriter(writer, kKeys);
   }
   int kills = 0;
-  const auto isAtWork = [&](std::size_t writer) { return progress_.written[writer] < kFewerKeys; };
+  const auto isAtWork = [&](std::size_t writer) { return progress_.written[writer] < kKeys; };
   for (std::size_t first = 0; first < kWriters;) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));  // the beat of the killing
     while (first < kWriters && !isAtWork(first)) ++first;
@@ -152,7 +151,7 @@ TEST_F(PreferencesStoreTests, WhatHasReturnedIsThereHoweverManyWritersAreKilled)
       for (int index = 0; index < progress_.written[victim]; ++index) {
         ASSERT_NE(contents->objectForKey(keyAt(victim, index)), nullptr);
       }
-      writers[victim] = startWriter(victim, kFewerKeys);
+      writers[victim] = startWriter(victim, kKeys);
     }
   }
   for (const pid_t writer : writers) {
@@ -160,7 +159,7 @@ TEST_F(PreferencesStoreTests, WhatHasReturnedIsThereHoweverManyWritersAreKilled)
   }
   EXPECT_EQ(endReader(reader), 0);
   EXPECT_GT(kills, 0);
-  expectAll(kFewerKeys);
+  expectAll(kKeys);
 }
 
 }  // namespace
