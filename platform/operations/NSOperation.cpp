@@ -155,7 +155,9 @@ void NSOperation::settle() {
   for (const auto& dependent : dependents) {
     dependent->dependencyHasFinished();
   }
-  const Ref<NSOperation> stay = scheduler ? scheduler->finished(*this) : Ref(this);
+  const auto afterwards = completion ? OperationScheduler::Afterwards::callsBlock
+                                     : OperationScheduler::Afterwards::nothing;
+  const Ref<NSOperation> stay = scheduler ? scheduler->finished(*this, afterwards) : Ref(this);
   state_.store(settled);
   state_.notify_all();
   if (completion) {

@@ -84,7 +84,7 @@ void NSOperationQueue::addOperations_waitUntilFinished(const Ref<NSArray>& opera
 }
 
 void NSOperationQueue::addOperationWithBlock(Block<void()> block) {
-  NSOperationQueue::addOperation(NSBlockOperation::blockOperationWithBlock(std::move(block)));
+  scheduler_->add(NSBlockOperation::blockOperationWithBlock(std::move(block)));
 }
 
 Ref<NSArray> NSOperationQueue::operations() const {

@@ -27,6 +27,10 @@ constexpr std::size_t kMostExecuting = 64;
 /// After so many operations a pump lets other tasks of the process have its thread.
 constexpr int kOperationsPerTurn = 256;
 
+/// About a third and two thirds of a microsecond.
+constexpr std::uint32_t kFirstPause = 32;
+constexpr std::uint32_t kLongestPause = 64;
+
 /// Runs a block on the main thread; the way through the performer has the same guard as
 /// libdispatch.
 void submitToMainThread(Block<void()> block) {
@@ -43,11 +47,9 @@ std::size_t processors() noexcept {
 }
 
 /// Counts what only the holder of a mutex changes.
-template <class Count>
-Count changeBy(std::atomic<Count>& count, int difference) noexcept {
-  const Count changed = count.load(std::memory_order_relaxed) + static_cast<Count>(difference);
-  count.store(changed, std::memory_order_release);
-  return changed;
+void changeBy(std::atomic<std::uint32_t>& count, int difference) noexcept {
+  count.store(count.load(std::memory_order_relaxed) + static_cast<std::uint32_t>(difference),
+              std::memory_order_release);
 }
 
 /// 0 is the highest.
@@ -71,11 +73,22 @@ class OperationScheduler::Pump {
   OperationScheduler& scheduler;
   /// What it executes; null once that has finished, be it in its completion block.
   const NSOperation* operation;
-  /// Whether it counts as looking already, for it will look when the completion block has returned.
-  bool looks = false;
+  /// Whether it counts as looking already, and among these as one that calls a completion block.
+  enum { executes, calls, looks } activity = executes;
 
  private:
   Pump* const outer_;
+};
+
+/// The mutex, with everything linked that has arrived.
+class OperationScheduler::Hold {
+ public:
+  explicit Hold(OperationScheduler& scheduler) noexcept : lock_(scheduler.mutex_) {
+    scheduler.admit();
+  }
+
+ private:
+  const std::lock_guard<BriefMutex> lock_;
 };
 
 template <OperationScheduler::Link NSOperation::*Member>
@@ -115,9 +128,9 @@ Ref<NSOperationQueue> OperationScheduler::queue() const {
 void OperationScheduler::queueGoes() {
   bool isStuck = false;
   {
-    const std::lock_guard lock(mutex_);
+    const Hold hold(*this);
     queue_ = nullptr;
-    if (operationCount() > 0) {
+    if (count_ > 0) {
       stay_ = shared_from_this();
     }
     isStuck = suspended_ || maximum_ == 0;
@@ -131,12 +144,14 @@ void OperationScheduler::queueGoes() {
   }
 }
 
-void OperationScheduler::add(const Ref<NSOperation>& operation) {
+void OperationScheduler::add(Ref<NSOperation> operation) {
   const bool isPending = !operation->isExecuting() && !operation->isFinished();
   const bool isReady = operation->isReady();
-  std::size_t missing = 0;
+  const bool isAsynchronous = operation->isAsynchronous();
+  const Ref<NSOperation> stay = isReady && !isAsynchronous ? nullptr : operation;
+  bool isSeen = true;
   {
-    // With both locks, so that one that is finished meanwhile is told to the queue that lists it.
+    // Arrives with its lock held, so that one that is finished meanwhile is told to the queue.
     const std::lock_guard lock(operation->mutex_);
     if (!isPending || operation->scheduler_ != nullptr || operation->toldDependents_ ||
         operation->state_.load() != NSOperation::pending) {
@@ -144,27 +159,70 @@ void OperationScheduler::add(const Ref<NSOperation>& operation) {
                         "the operation is in a queue, executes or has finished");
     }
     operation->scheduler_ = this;
-    missing = link(operation, isReady);
+    operation->place_ = isReady ? NSOperation::Place::ready : NSOperation::Place::waiting;
+    // Pumps look at what is urgent when the mutex was held, and at the rest when they need it.
+    const bool isUrgent = operation->queuePriority() > NSOperationQueuePriorityNormal;
+    isSeen = arrive(*operation.leak()) && !isUrgent;
   }
-  submitPumps(missing);
-  if (operation->isAsynchronous()) {
-    operation->watchOwnEnd();
+  if (!isSeen) {
+    submitMissingPumps();
+  }
+  if (isAsynchronous) {
+    stay->watchOwnEnd();
   }
   if (!isReady) {
-    readinessChanged(*operation);
+    readinessChanged(*stay);
   }
 }
 
-/// Answers how many pumps are to be submitted.
-std::size_t OperationScheduler::link(const Ref<NSOperation>& operation, bool isReady) {
-  const std::lock_guard lock(mutex_);
-  all_.append(*Ref<NSOperation>(operation).leak());
-  changeBy(count_, 1);
-  operation->place_ = NSOperation::Place::waiting;
-  if (isReady) {
-    appendReady(*operation);
+/// Whether a pump will see it, or nothing could start now.
+bool OperationScheduler::arrive(NSOperation& operation) noexcept {
+  NSOperation* before = arrivals_.load(std::memory_order_relaxed);
+  do {
+    operation.inQueue_.next = before == unwatched() ? nullptr : before;
+  } while (!arrivals_.compare_exchange_weak(before, &operation, std::memory_order_release,
+                                            std::memory_order_relaxed));
+  return before != unwatched();
+}
+
+bool OperationScheduler::haveArrived() const noexcept {
+  const NSOperation* latest = arrivals_.load(std::memory_order_relaxed);
+  return latest != nullptr && latest != unwatched();
+}
+
+/// Links what has arrived, in the order of its arrival.
+void OperationScheduler::admit() noexcept {
+  if (!haveArrived()) {
+    return;
   }
-  return missingPumps();
+  NSOperation* first = nullptr;
+  NSOperation* latest = arrivals_.exchange(nullptr, std::memory_order_acquire);
+  isWatched_ = true;
+  while (latest != nullptr) {
+    NSOperation* const before = std::exchange(latest->inQueue_.next, first);
+    first = std::exchange(latest, before);
+  }
+  while (first != nullptr) {
+    NSOperation* const next = first->inQueue_.next;
+    link(*std::exchange(first, next));
+  }
+}
+
+/// Admits for a pump: what arrived comes after what is ready, unless that is of low priority. To
+/// leave it alone while it isn't needed lets an adding thread have it to itself.
+void OperationScheduler::admitWhereDue() noexcept {
+  constexpr unsigned kNormalAndAbove = 0b111;
+  if ((filled_ & kNormalAndAbove) == 0) {
+    admit();
+  }
+}
+
+void OperationScheduler::link(NSOperation& operation) noexcept {
+  all_.append(operation);
+  ++count_;
+  if (operation.place_ == NSOperation::Place::ready) {
+    appendReady(operation);
+  }
 }
 
 void OperationScheduler::readinessChanged(NSOperation& operation) {
@@ -174,7 +232,7 @@ void OperationScheduler::readinessChanged(NSOperation& operation) {
   }
   std::size_t missing = 0;
   {
-    const std::lock_guard lock(mutex_);
+    const Hold hold(*this);
     if (operation.place_ != NSOperation::Place::waiting) {
       return;
     }
@@ -185,7 +243,7 @@ void OperationScheduler::readinessChanged(NSOperation& operation) {
 }
 
 void OperationScheduler::priorityChanged(NSOperation& operation) {
-  const std::lock_guard lock(mutex_);
+  const Hold hold(*this);
   if (operation.place_ == NSOperation::Place::ready &&
       operation.readyList_ != readyListFor(operation.queuePriority())) {
     removeReady(operation);
@@ -211,22 +269,56 @@ void OperationScheduler::removeReady(NSOperation& operation) noexcept {
   changeBy(readyCount_, -1);
 }
 
-/// How many operations could start at this moment.
-std::size_t OperationScheduler::startable() const noexcept {
-  if (suspended_) {
-    return 0;
-  }
-  const std::size_t ready = readyCount_.load(std::memory_order_relaxed);
+/// How many operations may start besides those that execute.
+std::size_t OperationScheduler::free() const noexcept {
   const std::size_t most = maximum_ < 0 ? kMostExecuting : static_cast<std::size_t>(maximum_);
-  return executing_ >= most ? 0 : std::min(ready, most - executing_);
+  return suspended_ || executing_ >= most ? 0 : most - executing_;
 }
 
-/// How many pumps are to be submitted, counted as looking already.
+/// How many operations could start at this moment.
+std::size_t OperationScheduler::startable() const noexcept {
+  return std::min<std::size_t>(readyCount_.load(std::memory_order_relaxed), free());
+}
+
+/// How many pumps are to be submitted, counted as looking already. Asked before the mutex is given
+/// back by whoever changed what may start or who looks.
 std::size_t OperationScheduler::missingPumps() noexcept {
-  const std::size_t wanted = std::min(startable(), processors());
-  const std::size_t missing = wanted > lookingPumps_ ? wanted - lookingPumps_ : 0;
-  lookingPumps_ += static_cast<std::uint32_t>(missing);
-  return missing;
+  std::size_t missing = 0;
+  for (;;) {
+    const std::size_t wanted = std::min(startable(), processors());
+    const std::size_t more = wanted > lookingPumps_ ? wanted - lookingPumps_ : 0;
+    lookingPumps_ += static_cast<std::uint32_t>(more);
+    missing += more;
+    if (tellAdders()) {
+      return missing;
+    }
+    admit();
+  }
+}
+
+/// Lets those who add know whether they have to look after pumps. False where something has arrived
+/// that no pump would see.
+bool OperationScheduler::tellAdders() noexcept {
+  const bool isWatched = lookingPumps_ > callingPumps_ || free() == 0;
+  if (isWatched == isWatched_) {
+    return true;
+  }
+  NSOperation* before = isWatched ? unwatched() : nullptr;
+  NSOperation* const after = isWatched ? nullptr : unwatched();
+  const bool isTold = arrivals_.compare_exchange_strong(before, after, std::memory_order_relaxed);
+  if (isTold) {
+    isWatched_ = isWatched;
+  }
+  return isTold || isWatched;  // who came instead of the mark is about to take the mutex
+}
+
+void OperationScheduler::submitMissingPumps() {
+  std::size_t missing = 0;
+  {
+    const Hold hold(*this);
+    missing = missingPumps();
+  }
+  submitPumps(missing);
 }
 
 void OperationScheduler::submitPumps(std::size_t count) {
@@ -244,20 +336,21 @@ void OperationScheduler::submitPumps(std::size_t count) {
 /// Takes the next operation for a pump, which looks no more then; null when there is none, and then
 /// the pump ends. It may take long, so another pump looks where there is more to start.
 Ref<NSOperation> OperationScheduler::takeReady() {
-  std::unique_lock lock(mutex_);
-  --lookingPumps_;
-  if (startable() == 0) {
-    return nullptr;
+  Ref<NSOperation> operation;
+  std::size_t missing = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    --lookingPumps_;
+    admitWhereDue();
+    if (startable() > 0) {
+      operation = Ref<NSOperation>(ready_[std::countr_zero(filled_)].first);
+      removeReady(*operation);
+      operation->place_ = NSOperation::Place::started;
+      ++executing_;
+    }
+    missing = lookingPumps_ > callingPumps_ ? 0 : missingPumps();
   }
-  Ref<NSOperation> operation(ready_[std::countr_zero(filled_)].first);
-  removeReady(*operation);
-  operation->place_ = NSOperation::Place::started;
-  ++executing_;
-  if (lookingPumps_ == 0 && startable() > 0) {
-    ++lookingPumps_;
-    lock.unlock();
-    submitPumps(1);
-  }
+  submitPumps(missing);
   return operation;
 }
 
@@ -272,7 +365,7 @@ void OperationScheduler::pump() {
     {
       Pump pump(*this, *operation);
       performSubmitted([&] { startIfReady(*operation); });
-      lookAfter(pump);
+      look(pump);
     }
     waitForWork();
   }
@@ -292,76 +385,91 @@ void OperationScheduler::startIfReady(NSOperation& operation) {
 
 /// False where somebody has started and finished it by hand meanwhile.
 bool OperationScheduler::returnToWaiting(NSOperation& operation) {
-  const std::lock_guard lock(mutex_);
-  if (operation.place_ != NSOperation::Place::started) {
-    return false;
+  std::size_t missing = 0;
+  {
+    const Hold hold(*this);
+    if (operation.place_ != NSOperation::Place::started) {
+      return false;
+    }
+    operation.place_ = NSOperation::Place::waiting;
+    --executing_;
+    missing = missingPumps();
   }
-  operation.place_ = NSOperation::Place::waiting;
-  --executing_;
+  submitPumps(missing);
   return true;
 }
 
 /// An operation that executes on after its start leaves its pump free to look.
-void OperationScheduler::lookAfter(const Pump& pump) {
-  if (!pump.looks) {
+void OperationScheduler::look(const Pump& pump) {
+  if (pump.activity != Pump::looks) {
     const std::lock_guard lock(mutex_);
-    ++lookingPumps_;
+    (pump.activity == Pump::executes ? ++lookingPumps_ : --callingPumps_);
+    tellAdders();
   }
 }
 
 /// Who hands over one operation after the other is met without a hand-off to libdispatch for each.
+/// What arrives is left alone for a moment even so: a pump that took each operation as it comes
+/// would meet the adding thread at every one, and moving memory between two processors takes longer
+/// than the work.
 void OperationScheduler::waitForWork() const noexcept {
-  for (Backoff backoff; readyCount_.load(std::memory_order_relaxed) == 0 && backoff.pause();) {
+  Backoff backoff(kFirstPause, kLongestPause);
+  while (readyCount_.load(std::memory_order_relaxed) == 0 && backoff.pause() && !haveArrived()) {
   }
 }
 
 void OperationScheduler::letOthersLook() {
   Pump* pump = Pump::innermost;
-  if (pump != nullptr && std::exchange(pump->looks, false)) {
+  if (pump != nullptr && pump->activity != Pump::executes) {
+    OperationScheduler& scheduler = pump->scheduler;
     std::size_t missing = 0;
     {
-      const std::lock_guard lock(pump->scheduler.mutex_);
-      --pump->scheduler.lookingPumps_;
-      missing = pump->scheduler.missingPumps();
+      const Hold hold(scheduler);
+      scheduler.callingPumps_ -= pump->activity == Pump::calls ? 1 : 0;
+      --scheduler.lookingPumps_;
+      pump->activity = Pump::executes;
+      missing = scheduler.missingPumps();
     }
-    pump->scheduler.submitPumps(missing);
+    scheduler.submitPumps(missing);
   }
 }
 
 /// Whether a pump is worth another turn; it looks no more otherwise.
 bool OperationScheduler::mayLookOn() {
-  const std::lock_guard lock(mutex_);
-  if (startable() > 0) {
-    return true;
+  std::size_t missing = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    admitWhereDue();
+    if (startable() > 0) {
+      return true;
+    }
+    --lookingPumps_;
+    missing = missingPumps();
   }
-  --lookingPumps_;
+  submitPumps(missing);
   return false;
 }
 
-Ref<NSOperation> OperationScheduler::finished(NSOperation& operation) {
+Ref<NSOperation> OperationScheduler::finished(NSOperation& operation, Afterwards afterwards) {
   const bool isPumped = isRunning(operation);
+  const bool calls = isPumped && afterwards == Afterwards::callsBlock;
   if (isPumped) {
     Pump::innermost->operation = nullptr;
-    Pump::innermost->looks = true;
+    Pump::innermost->activity = calls ? Pump::calls : Pump::looks;
   }
   std::size_t missing = 0;
   std::shared_ptr<OperationScheduler> stay;  // who isn't a pump may be the last to know it
   {
     const std::lock_guard lock(mutex_);
-    if (operation.place_ == NSOperation::Place::ready) {
-      removeReady(operation);
-    } else if (operation.place_ == NSOperation::Place::started) {
-      --executing_;
+    if (!isPumped) {
+      admit();  // it may be among those
     }
-    operation.place_ = NSOperation::Place::outside;
-    all_.remove(operation);
-    if (changeBy(count_, -1) == 0) {
+    leave(operation);
+    if (count_ == 0) {
       stay = std::move(stay_);
-      if (waiting_ > 0) {
-        emptied_.notify_all();
-      }
     }
     lookingPumps_ += isPumped ? 1 : 0;
+    callingPumps_ += calls ? 1 : 0;
     missing = missingPumps();
     if (missing > 0) {
       stay = shared_from_this();
@@ -371,10 +479,29 @@ Ref<NSOperation> OperationScheduler::finished(NSOperation& operation) {
   return Ref<NSOperation>::adopt(&operation);
 }
 
-std::vector<id> OperationScheduler::operations() const {
-  const std::lock_guard lock(mutex_);
+/// Takes what has finished out of the lists.
+void OperationScheduler::leave(NSOperation& operation) noexcept {
+  if (operation.place_ == NSOperation::Place::ready) {
+    removeReady(operation);
+  } else if (operation.place_ == NSOperation::Place::started) {
+    --executing_;
+  }
+  operation.place_ = NSOperation::Place::outside;
+  all_.remove(operation);
+  if (--count_ == 0 && waiting_ > 0) {
+    emptied_.notify_all();
+  }
+}
+
+NSUInteger OperationScheduler::operationCount() noexcept {
+  const Hold hold(*this);
+  return count_;
+}
+
+std::vector<id> OperationScheduler::operations() {
+  const Hold hold(*this);
   std::vector<id> operations;
-  operations.reserve(operationCount());
+  operations.reserve(count_);
   for (NSOperation* next = all_.first; next != nullptr; next = next->inQueue_.next) {
     operations.emplace_back(next);
   }
@@ -388,7 +515,10 @@ void OperationScheduler::waitUntilEmpty() {
   letOthersLook();
   std::unique_lock lock(mutex_);
   ++waiting_;
-  emptied_.wait(lock, [this] { return operationCount() == 0; });
+  emptied_.wait(lock, [this] {
+    admit();
+    return count_ == 0;
+  });
   --waiting_;
 }
 
@@ -407,7 +537,7 @@ void OperationScheduler::setMaximum(NSInteger maximum) {
   }
   std::size_t missing = 0;
   {
-    const std::lock_guard lock(mutex_);
+    const Hold hold(*this);
     maximum_ = maximum;
     missing = missingPumps();
   }
@@ -422,7 +552,7 @@ bool OperationScheduler::isSuspended() const {
 void OperationScheduler::setSuspended(bool suspended) {
   std::size_t missing = 0;
   {
-    const std::lock_guard lock(mutex_);
+    const Hold hold(*this);
     suspended_ = suspended;
     missing = missingPumps();
   }

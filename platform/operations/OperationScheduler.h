@@ -23,6 +23,10 @@ namespace kestova {
 /// another. A pump that executes nothing at the moment looks for work; a new one is submitted only
 /// when more operations could start than pumps look, so that a row of operations costs one
 /// hand-off.
+///
+/// Who adds an operation doesn't wait for the pumps: it arrives without the mutex, and whoever
+/// holds that next links it before anything else. Only where no pump would come to see it does the
+/// adding thread take the mutex as well.
 class OperationScheduler : public std::enable_shared_from_this<OperationScheduler> {
  public:
   enum class Threads { workers, main };
@@ -45,17 +49,20 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   void setQueue(NSOperationQueue& queue) noexcept { queue_ = &queue; }
   void queueGoes();
 
-  void add(const Ref<NSOperation>& operation);
+  void add(Ref<NSOperation> operation);
 
   /// An operation may have become ready.
   void readinessChanged(NSOperation& operation);
   void priorityChanged(NSOperation& operation);
 
-  /// An operation has finished. Answers what held it here.
-  Ref<NSOperation> finished(NSOperation& operation);
+  /// What a pump does when its operation has finished, before it looks for the next one.
+  enum class Afterwards { nothing, callsBlock };
 
-  std::vector<id> operations() const;
-  NSUInteger operationCount() const noexcept { return count_.load(std::memory_order_acquire); }
+  /// An operation has finished. Answers what held it here.
+  Ref<NSOperation> finished(NSOperation& operation, Afterwards afterwards);
+
+  std::vector<id> operations();
+  NSUInteger operationCount() noexcept;
   void waitUntilEmpty();
 
   /// Whether what is in here can run on the calling thread only.
@@ -70,6 +77,7 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
 
  private:
   class Pump;
+  class Hold;
   using Link = NSOperation::Link;
 
   /// A list that is linked through its members.
@@ -84,32 +92,49 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
 
   static constexpr std::size_t kPriorities = 5;
 
-  std::size_t link(const Ref<NSOperation>& operation, bool isReady);
+  /// In the place of arrivals: no pump would see one, so who adds it looks after that.
+  static NSOperation* unwatched() noexcept { return reinterpret_cast<NSOperation*>(1); }
+
+  bool arrive(NSOperation& operation) noexcept;
+  bool haveArrived() const noexcept;
+  void admit() noexcept;
+  void admitWhereDue() noexcept;
+  bool tellAdders() noexcept;
+  void link(NSOperation& operation) noexcept;
   void appendReady(NSOperation& operation) noexcept;
   void removeReady(NSOperation& operation) noexcept;
   Ref<NSOperation> takeReady();
+  std::size_t free() const noexcept;
   std::size_t startable() const noexcept;
   std::size_t missingPumps() noexcept;
+  void submitMissingPumps();
   void submitPumps(std::size_t count);
   void pump();
   void startIfReady(NSOperation& operation);
   bool returnToWaiting(NSOperation& operation);
-  void lookAfter(const Pump& pump);
+  void look(const Pump& pump);
   void waitForWork() const noexcept;
   bool mayLookOn();
+  void leave(NSOperation& operation) noexcept;
 
   const Threads threads_;
+
+  /// What was added since somebody held the mutex, the latest first, linked through `inQueue_`.
+  /// Apart from the rest, so that threads that add don't disturb those that run.
+  alignas(64) std::atomic<NSOperation*> arrivals_{unwatched()};
 
   /// Guards what follows; never held while other code runs, and taken after an operation's. What
   /// every operation needs stands together, for threads hand it to each other all the time.
   alignas(64) mutable BriefMutex mutex_;
   bool suspended_ = false;
-  std::uint8_t filled_ = 0;                   // a bit for each list of ready operations
+  bool isWatched_ = false;   // whether adders know that they needn't care for pumps
+  std::uint8_t filled_ = 0;  // a bit for each list of ready operations
   std::atomic<std::uint32_t> readyCount_{0};  // changed with the mutex held
   std::uint32_t executing_ = 0;
   std::uint32_t lookingPumps_ = 0;
-  std::uint32_t waiting_ = 0;         // for the end of all
-  std::atomic<NSUInteger> count_{0};  // changed with the mutex held
+  std::uint32_t callingPumps_ = 0;  // those of them that are to look after a completion block
+  std::uint32_t waiting_ = 0;       // for the end of all
+  NSUInteger count_ = 0;
   NSInteger maximum_ = NSOperationQueueDefaultMaxConcurrentOperationCount;
   List<&NSOperation::inQueue_> all_;
   std::array<List<&NSOperation::inReadyList_>, kPriorities> ready_;
