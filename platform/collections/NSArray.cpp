@@ -69,8 +69,7 @@ NSUInteger indexOfFirst(const NSArray& array, const Test& test) {
 
 template <class Order>
 Ref<NSArray> sorted(std::vector<id> objects, const Order& order) {
-  const auto isBefore = [&](const id& a, const id& b) { return order(a, b) == NSOrderedAscending; };
-  StableSort<decltype(isBefore)>::sort(objects, isBefore);
+  stableSort(objects, [&](const id& a, const id& b) { return order(a, b) == NSOrderedAscending; });
   return NSArray::arrayWithObjects(std::move(objects));
 }
 

@@ -52,8 +52,8 @@ std::size_t commonLength(const NSString& a, const NSString& b, std::size_t most)
 /// Eight units of a text, from some place on, as one number that is ordered as they are. A unit
 /// that a byte can't tell from all others ends it.
 std::uint64_t blockOf(const NSString& text, std::size_t from) {
-  constexpr unichar kMost = 0xFF;
   return withUnits(text, [from](auto units) {
+    constexpr unichar kMost = 0xFF;
     std::uint64_t block = 0;
     int shift = 64;
     for (std::size_t at = from; at < units.size() && shift > 0; ++at) {

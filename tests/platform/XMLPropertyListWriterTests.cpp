@@ -7,11 +7,16 @@
 
 #include "BothStorages.h"
 #include "PropertyLists.h"
+#include "RandomRun.h"
 
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <limits>
+#include <set>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace kestova {
 namespace {
@@ -220,6 +225,39 @@ TEST(XMLPropertyListWriterTests, KeysAreWrittenInTheOrderOfTheirUnits) {
     ASSERT_NE(found, std::string::npos) << key;
     EXPECT_GT(found, last) << key;
     last = found;
+  }
+}
+
+/// The texts of the keys in the order in which they are written.
+std::vector<std::u16string> keysIn(const std::string& xml) {
+  constexpr std::string_view kStart = "<key>";
+  std::vector<std::u16string> keys;
+  for (auto at = xml.find(kStart); at != xml.npos; at = xml.find(kStart, at + 1)) {
+    const auto start = at + kStart.size();
+    keys.push_back(Ref<NSString>(xml.substr(start, xml.find('<', start) - start))->utf16());
+  }
+  return keys;
+}
+
+TEST(XMLPropertyListWriterTests, AnyKeysAreWrittenInTheOrderOfTheirUnits) {
+  constexpr std::u16string_view kUnits[] = {u"a", u"b",  u"~",  u"\xFE",      u"\xFF",
+                                            u"ā", u"中", u"～", u"\U0001F600"};
+  testing::RandomRun random;
+  for (int round = 0; round < 300; ++round) {
+    const bool isASCII = random.below(3) == 0;
+    const std::u16string prefix(random.below(12), u'p');
+    std::set<std::u16string> keys;
+    const auto list = NSMutableDictionary::dictionary();
+    for (auto count = random.below(40); count > 0; --count) {
+      auto key = prefix;
+      for (auto length = random.below(12); length > 0; --length) {
+        key += kUnits[random.below(isASCII ? 3 : std::size(kUnits))];
+      }
+      keys.insert(key);
+      list->setObject_forKey(
+          1, random.below(2) == 0 ? id(NSString::stringWithUTF16Storage(key)) : id(key));
+    }
+    ASSERT_EQ(keysIn(written(list)), std::vector<std::u16string>(keys.begin(), keys.end()));
   }
 }
 
