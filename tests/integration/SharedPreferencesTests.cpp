@@ -12,6 +12,9 @@
 #include "PrivateBus.h"
 #include "TemporaryFolder.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <istream>
 #include <memory>
@@ -61,6 +64,8 @@ class Program final : public NSObject {
       removeObjectForKey_inSuite(defaults_, second, first);
     } else if (verb == "storeIn") {
       setObject_forKey_inPersistentDomain(defaults_, third, second, first);
+    } else if (verb == "setInAsChild") {
+      setInAsChild(first, second, third);
     } else if (verb == "get") {
       tell_(textOf(defaults_->objectForKey(first)));
     } else if (verb == "getIn") {
@@ -75,6 +80,19 @@ class Program final : public NSObject {
     } else if (verb == "suspended") {
       NSDistributedNotificationCenter::defaultCenter()->setSuspended(first == "yes");
     }
+  }
+
+  /// In a process that is forked and runs no other program.
+  void setInAsChild(const std::string& suite, const std::string& key, const std::string& value) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      setObject_forKey_inSuite(defaults_, value, key, suite);
+      defaults_->setObject_forKey(value, key);
+      ::_exit(defaults_->synchronize() ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    tell_("child " + std::to_string(status));
   }
 
   void changed(const Ref<NSNotification>& notification) {
@@ -266,6 +284,21 @@ TEST_F(SharedPreferencesTests, WhatAProgramHadSetIsToldAndKeptWhenItIsKilledThen
   EXPECT_EQ(editor.answerTo("get theme"), "dark");
   ProgramProcess later(kThird);
   EXPECT_EQ(later.answerTo("getIn org.example.Editor theme"), "dark");
+}
+
+// Shows: setObject_forKey_inSuite
+TEST_F(SharedPreferencesTests, AForkedChildOfAProgramThatToldOthersTellsAndKeepsWhatItSets) {
+  ProgramProcess editor(kEditor);
+  ProgramProcess viewer(kViewer);
+  editor.command("add org.example.Editor");
+  viewer.command("setIn org.example.Editor parent 1");
+  viewer.command("setInAsChild org.example.Editor child 2");
+  EXPECT_EQ(viewer.toldUntil("child 0").back(), "child 0");
+  viewer.command("setIn org.example.Editor parent 3");
+  editor.toldUntilTimes("suite org.example.Editor", 3);
+  EXPECT_EQ(editor.answerTo("get child"), "2");
+  EXPECT_EQ(editor.answerTo("get parent"), "3");
+  EXPECT_EQ(editor.answerTo("getIn org.example.Viewer child"), "2");
 }
 
 // Shows: setObject_forKey_inSuite, setObject_forKey, OVUserDefaults
