@@ -4,6 +4,7 @@
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSException.h>
 
+#include <exception>
 #include <utility>
 
 namespace kestova {
@@ -63,7 +64,7 @@ InterfaceObjects::~InterfaceObjects() {
     const Connected& last = connected_.back();
     try {
       last.source->setValue_forKey(last.before, last.key);
-    } catch (const NSException&) {
+    } catch (const std::exception&) {
       // A property that can't be given back what it had keeps what it has.
     }
   }
@@ -88,14 +89,15 @@ void InterfaceObjects::connect(const InterfaceConnection& connection, const Ref<
 }
 
 Ref<NSArray> InterfaceObjects::keep() {
-  connected_.clear();
   const auto topLevel = NSMutableArray::array();
   for (std::size_t index = 0; index < objects_.size(); ++index) {
     if (file_.objects[index].isTopLevel) {
       topLevel->addObject(objects_[index]);
     }
   }
-  return copyOf(Ref<NSArray>(topLevel));
+  Ref<NSArray> kept = copyOf(Ref<NSArray>(topLevel));
+  connected_.clear();
+  return kept;
 }
 
 const id& InterfaceObjects::objectAt(std::size_t index) const {

@@ -297,7 +297,8 @@ bool HTTPTransfer::add(const char* bytes, std::size_t count) {
     reply_.body->appendBytes_length(bytes, count);
     return true;
   } catch (const std::bad_alloc&) {
-    return refuse("There is not enough memory for the data.");
+    fault_ = URLFault{NSURLErrorDataLengthExceedsMaximum, {}};  // needs no memory
+    return false;
   }
 }
 
