@@ -113,8 +113,10 @@ TEST_F(GCDKeyedCoalescerTests, SeventeenKeysAndTheirCountsOutgrowTheFirstSlots) 
       request(counted(key), kLong, runs.block(static_cast<char>(first + key)));
     }
   };
-  requestAll('0', 16);  // superseded after the growth
-  requestAll('A', 17);
+  requestAll('a', 16);
+  requestAll('q', 16);
+  requestAll('a', 17);  // outgrows the slots
+  requestAll('A', 17);  // would come before the second with a count that was lost
   std::string names = runs.waitFor(17);
   std::sort(names.begin(), names.end());
   EXPECT_EQ(names, "ABCDEFGHIJKLMNOPQ");

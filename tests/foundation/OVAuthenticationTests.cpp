@@ -288,7 +288,7 @@ class LookedAtClock final : public Clock {
   LookedAtClock() { setCurrent(this); }
   ~LookedAtClock() override { setCurrent(nullptr); }
   CFAbsoluteTime absoluteTime() const override { return 0; }
-  NSTimeInterval uptime() const override { return static_cast<double>(looks++) / 100; }
+  NSTimeInterval uptime() const override { return 5000 + static_cast<double>(looks++) / 100; }
   mutable std::atomic<int> looks{0};
 };
 
@@ -364,6 +364,13 @@ TEST_F(OVAuthenticationTest, MissingFoldersAreAskedForAlsoWhereNoneAppears) {
   EXPECT_TRUE(authentication_->createFoldersInPath_error(path("a/b")));
   EXPECT_THAT(service_.tools,
               ElementsAre(Words{"/bin/mkdir", at("a")}, Words{"/bin/mkdir", at("a/b")}));
+}
+
+// Shows: createFoldersInPath_error
+TEST_F(OVAuthenticationTest, OfARelativePathTheFirstComponentIsAFolderToo) {
+  EXPECT_TRUE(authentication_->createFoldersInPath_error("not here/nor there"));
+  EXPECT_THAT(service_.tools, ElementsAre(Words{"/bin/mkdir", "not here"},
+                                          Words{"/bin/mkdir", "not here/nor there"}));
 }
 
 // Shows: createFoldersInPath_error
