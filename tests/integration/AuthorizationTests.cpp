@@ -49,6 +49,16 @@ class AuthorizationTest : public ::testing::Test {
     return ::lstat(at(name).c_str(), &facts) == 0 && S_ISDIR(facts.st_mode) && facts.st_uid == 0;
   }
 
+  /// \name A gate at which a command of the shell waits until it is opened
+  /// @{
+  void makeGate() const {
+    ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
+    fs::permissions(at("gate"), fs::perms(0666));
+  }
+  std::string waitsAtGate() const { return "read go < '" + at("gate") + "'"; }
+  void openGate() const { std::ofstream(at("gate")) << "go\n"; }
+  /// @}
+
   /// Asks for the right with these flags.
   static OSStatus obtain(AuthorizationFlags flags) {
     AuthorizationRef authorization;
@@ -231,16 +241,15 @@ TEST_F(AuthorizationTest, WhatPkexecSaysAtTheLastMomentIsAnswered) {
 
 // Shows: createFoldersInPath_error
 TEST_F(AuthorizationTest, AFolderThatCannotBeMadeIsNotAwaitedUntilAllToolsHaveEnded) {
-  ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
-  fs::permissions(at("gate"), fs::perms(0666));
+  makeGate();
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
   EXPECT_EQ(sandbox.run([this] {
-    const std::string line = "read go < '" + at("gate") + "'";
+    const std::string line = waitsAtGate();
     const OSStatus status = run("/bin/sh", {"-c", line.c_str()});
     const bool started = OVAuthentication::init()->createFoldersInPath_error("/proc/no/folder");
     const bool runs = AuthorizationWaitForTools(0).running > 0;
-    std::ofstream(at("gate")) << "go\n";
+    openGate();
     const auto counts = AuthorizationWaitForTools(kLong);
     return status == 0 && started && runs && counts.ended == 3 && counts.failed == 2 ? 0 : 1;
   }),
@@ -249,14 +258,13 @@ TEST_F(AuthorizationTest, AFolderThatCannotBeMadeIsNotAwaitedUntilAllToolsHaveEn
 
 // Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, ADescriptorThatOthersHoldOpenDoesNotHoldUpTheAnswer) {
-  ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
-  fs::permissions(at("gate"), fs::perms(0666));
+  makeGate();
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
-  sandbox.prepare = pkexecThatDoes("(read go < '" + at("gate") + "') & shift 2; exec \"$@\"");
+  sandbox.prepare = pkexecThatDoes("(" + waitsAtGate() + ") & shift 2; exec \"$@\"");
   EXPECT_EQ(sandbox.run([this] {
     const OSStatus status = run("/bin/true", {});
-    std::ofstream(at("gate")) << "go\n";
+    openGate();
     return answerFor(status);
   }),
             0);
@@ -264,15 +272,14 @@ TEST_F(AuthorizationTest, ADescriptorThatOthersHoldOpenDoesNotHoldUpTheAnswer) {
 
 // Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, AStartThatStaysOpenIsOneAndNotTriedOnceMore) {
-  ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
-  fs::permissions(at("gate"), fs::perms(0666));
+  makeGate();
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
-  sandbox.prepare = pkexecThatDoes("exec 3>&-; read go < '" + at("gate") + "'; exit 127");
+  sandbox.prepare = pkexecThatDoes("exec 3>&-; " + waitsAtGate() + "; exit 127");
   EXPECT_EQ(sandbox.run([this] {
     const OSStatus status = run("/bin/true", {});
     const bool runs = AuthorizationWaitForTools(0).running == 1;
-    std::ofstream(at("gate")) << "go\n";
+    openGate();
     return status == 0 && runs && AuthorizationWaitForTools(kLong).running == 0 ? 0 : 1;
   }),
             0);
@@ -295,15 +302,14 @@ TEST_F(AuthorizationTest, AToolThatEndsAtOnceHasBeenStartedHoweverItEnds) {
 
 // Shows: NSFileManagerAuthorizationAdditions
 TEST_F(AuthorizationTest, TheCallReturnsWhenTheToolRunsAndNotWhenItHasFinished) {
-  ASSERT_EQ(::mkfifo(at("gate").c_str(), 0666), 0);
-  fs::permissions(at("gate"), fs::perms(0666));
+  makeGate();
   PolkitSandbox sandbox;
   sandbox.rule = "YES";
   EXPECT_EQ(sandbox.run([this] {
-    const std::string line = "read go < '" + at("gate") + "'";
+    const std::string line = waitsAtGate();
     const OSStatus status = run("/bin/sh", {"-c", line.c_str()});
     const bool runs = AuthorizationWaitForTools(0).running == 1;
-    std::ofstream(at("gate")) << "go\n";
+    openGate();
     const auto counts = AuthorizationWaitForTools(kLong);
     return status == 0 && runs && counts.running == 0 && counts.failed == 0 ? 0 : 1;
   }),
