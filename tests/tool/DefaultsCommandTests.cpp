@@ -6,6 +6,11 @@
 #include "TemporaryFolder.h"
 #include "ToolRun.h"
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -22,7 +27,7 @@ using testing::ToolRun;
 class DefaultsCommandTests : public ::testing::Test {
  protected:
   DefaultsCommandTests() {
-    for (const char* domain : {"org.example.A", "org.example.B", "größe/1"}) {
+    for (const char* domain : {"org.example.A", "org.example.B", "größe/1", "kestova.kestova"}) {
       run({"delete", domain});
     }
   }
@@ -37,6 +42,26 @@ class DefaultsCommandTests : public ::testing::Test {
     words.insert(words.begin(), {"write", "org.example.A", "key"});
     EXPECT_EQ(run(words).exitStatus, 0);
     return run({"read", "org.example.A", "key"}).output;
+  }
+
+  /// A process that holds the domain's lock and is stopped.
+  pid_t startHolder(const std::string& domain) const {
+    const std::string path = std::filesystem::path(place_.fileOf(domain)).replace_extension("lock");
+    const pid_t process = ::fork();
+    if (process == 0) {
+      struct flock lock {};
+      lock.l_type = F_WRLCK;
+      lock.l_whence = SEEK_SET;
+      lock.l_start = 1;
+      lock.l_len = 1;
+      const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+      if (::fcntl(file, F_OFD_SETLK, &lock) == 0) ::raise(SIGSTOP);
+      ::_exit(1);
+    }
+    int status = 0;
+    ::waitpid(process, &status, WUNTRACED);
+    EXPECT_TRUE(WIFSTOPPED(status));
+    return process;
   }
 
   PreferencesPlace& place_ = PreferencesPlace::current();
@@ -179,6 +204,54 @@ TEST_F(DefaultsCommandTests, WhatCannotBeWrittenIsAFailure) {
   EXPECT_NE(result.errors.find("org.example.A.plist is a symbolic link\n"), std::string::npos);
   EXPECT_TRUE(result.errors.ends_with("kestova: org.example.A: could not be written\n"));
   std::filesystem::remove(file);
+}
+
+TEST_F(DefaultsCommandTests, ALockThatNobodyReleasesIsWaitedForOnce) {
+  run({"write", "org.example.A", "key", "old"});
+  const pid_t holder = startHolder("org.example.A");
+  const auto start = std::chrono::steady_clock::now();
+  const ToolResult result = run({"write", "org.example.A", "key", "new"});
+  // Five seconds; twice as much would be a second wait.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_NE(result.errors.find("The preferences of org.example.A cannot be written and wait in "
+                               "memory: another process keeps them locked\n"),
+            std::string::npos);
+  EXPECT_TRUE(result.errors.ends_with("kestova: org.example.A: could not be written\n"));
+  EXPECT_EQ(run({"read", "org.example.A", "key"}).output, "old\n");
+  ::kill(holder, SIGKILL);
+  ::waitpid(holder, nullptr, 0);
+  EXPECT_EQ(run({"write", "org.example.A", "key", "newer"}).exitStatus, 0);
+  EXPECT_EQ(run({"read", "org.example.A", "key"}).output, "newer\n");
+}
+
+TEST_F(DefaultsCommandTests, TheToolsOwnDomainIsOneLikeOthers) {
+  ToolRun watcher({"defaults", "watch", "kestova.kestova"});
+  watcher.waitForOutput("watching 1 domain\n");
+  EXPECT_EQ(run({"write", "kestova.kestova", "key", "value"}).exitStatus, 0);
+  watcher.waitForOutput("-> value");
+  EXPECT_EQ(run({"read", "kestova.kestova"}).output, "{\n    key = value;\n}\n");
+  EXPECT_EQ(run({"delete", "kestova.kestova", "key"}).exitStatus, 0);
+  watcher.waitForOutput("-> (none)");
+  watcher.send(SIGINT);
+  EXPECT_THAT(
+      watcher.wait().lines(),
+      ElementsAre("watching 1 domain", "kestova.kestova key: (none) -> value (kestova.kestova)",
+                  "kestova.kestova key: value -> (none) (kestova.kestova)"));
+}
+
+TEST_F(DefaultsCommandTests, ANameThatIsTooLongIsAFailureWithoutATrace) {
+  for (const std::size_t length : {221, 255, 256, 100'000}) {
+    const std::string domain(length, 'd');
+    const ToolResult result = run({"write", domain, "key", "value"});
+    EXPECT_EQ(result.exitStatus, 1) << length;
+    EXPECT_NE(result.errors.find("the name of the domain is too long for a file\n"),
+              std::string::npos);
+    EXPECT_TRUE(result.errors.ends_with("d: could not be written\n")) << length;
+    EXPECT_EQ(run({"read", domain}).exitStatus, 1) << length;
+    EXPECT_EQ(run({"delete", domain}).exitStatus, 1) << length;
+  }
+  EXPECT_EQ(run({"domains"}).output, "");
 }
 
 TEST_F(DefaultsCommandTests, ChangesAreWatchedWithOldAndNewValueAndSender) {

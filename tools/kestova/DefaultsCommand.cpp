@@ -34,6 +34,20 @@ void printLine(const std::string& line) {
   std::fflush(stdout);
 }
 
+/// The log has said why.
+void checkWritten(const Ref<NSString>& domain) {
+  if (!defaults()->synchronize()) {
+    throw FileFailure(displayText(domain->displayUTF8()), "could not be written");
+  }
+}
+
+/// Tells all programs of a change that has been written.
+void announce(const Ref<NSString>& domain) {
+  NSDistributedNotificationCenter::defaultCenter()->postNotificationName_object_userInfo(
+      NSUserDefaultsSuiteDidChangeNotification, domain,
+      NSDictionary::of({{"bundleIdentifierOfSender", NSBundle::mainBundle()->bundleIdentifier()}}));
+}
+
 /// One of the commands of `defaults`: what fails is told, and ends it with status 1.
 class DefaultsCommand : public Command {
  public:
@@ -79,20 +93,6 @@ class DomainCommand : public DefaultsCommand {
       throw FileFailure(displayText(domain_) + " " + displayText(key), "there is no such value");
     }
     return value;
-  }
-
-  /// The log has said why.
-  void checkWritten() const {
-    if (!defaults()->synchronize()) {
-      throw FileFailure(displayText(domain_), "could not be written");
-    }
-  }
-
-  void announce() const {
-    NSDistributedNotificationCenter::defaultCenter()->postNotificationName_object_userInfo(
-        NSUserDefaultsSuiteDidChangeNotification, domain(),
-        NSDictionary::of(
-            {{"bundleIdentifierOfSender", NSBundle::mainBundle()->bundleIdentifier()}}));
   }
 
  private:
@@ -168,10 +168,9 @@ class WriteCommand final : public DefaultsCommand {
   }
 
   static void write(const Ref<NSString>& domain, const Ref<NSString>& key, const id& value) {
-    setObject_forKey_inSuite(defaults(), value, key, domain);
-    if (!defaults()->synchronize()) {
-      throw FileFailure(displayText(domain->displayUTF8()), "could not be written");
-    }
+    setObject_forKey_inPersistentDomain(defaults(), value, key, domain);
+    checkWritten(domain);
+    announce(domain);
   }
 
   CLI::App* arguments_;
@@ -191,8 +190,8 @@ class DeleteCommand final : public KeyCommand {
       static_cast<void>(contents());
       defaults()->removePersistentDomainForName(domain());
     }
-    checkWritten();
-    announce();
+    checkWritten(domain());
+    announce(domain());
     return kSucceeded;
   }
 };
@@ -229,8 +228,8 @@ class ImportCommand final : public DomainCommand {
  private:
   int act() override {
     defaults()->setPersistentDomain_forName(dictionaryInFile(), domain());
-    checkWritten();
-    announce();
+    checkWritten(domain());
+    announce(domain());
     return kSucceeded;
   }
 
