@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSNull.h>
 
 #include "object/KeyPathStep.h"
+#include "object/KeyText.h"
 #include "object/ObjectExtras.h"
 
 #include <atomic>
@@ -28,7 +29,7 @@ KeyPathRegistration::KeyPathRegistration(NSObject& root, NSObject& observer,
     : root_(root),
       observer_(observer),
       keyPath_(copyOf(keyPath)),
-      isOneKey_(keyPath_->rangeOfString(".").location == NSNotFound),
+      isOneKey_(endOfFirstKey(keyPath_) == NSNotFound),
       options_(options),
       context_(context),
       number_(nextNumber()) {}

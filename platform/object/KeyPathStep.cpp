@@ -4,6 +4,7 @@
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSSet.h>
 
+#include "object/KeyText.h"
 #include "object/ObjectExtras.h"
 
 #include <utility>
@@ -12,7 +13,7 @@ namespace kestova {
 namespace {
 
 Ref<NSString> firstKeyOf(const Ref<NSString>& keyPath) {
-  const NSUInteger stop = keyPath->rangeOfString(".").location;
+  const NSUInteger stop = endOfFirstKey(keyPath);
   return stop == NSNotFound ? keyPath : keyPath->substringToIndex(stop);
 }
 

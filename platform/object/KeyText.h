@@ -41,4 +41,13 @@ class KeyText {
   std::string_view text_;
 };
 
+/// Where the first key of a path ends; NSNotFound when the path is one key.
+inline NSUInteger endOfFirstKey(const Ref<NSString>& keyPath) {
+  if (const char* ascii = keyPath->eightBitCharacters()) {
+    const auto dot = std::string_view(ascii, keyPath->length()).find('.');
+    return dot == std::string_view::npos ? NSNotFound : dot;
+  }
+  return keyPath->rangeOfString(".").location;
+}
+
 }  // namespace kestova
