@@ -22,6 +22,9 @@ constexpr std::size_t kColumns = 76;
 constexpr std::size_t kTab = 8;
 constexpr std::size_t kFewestDigits = 16;
 
+/// From how many bytes on lines move to where the data grows: growing there copies nothing.
+constexpr std::size_t kFewestBytes = std::size_t(1) << 16;
+
 [[noreturn]] void fail(const Ref<NSString>& problem) { throw PropertyListFault{problem}; }
 
 std::size_t digitsPerLine(std::size_t depth) {
@@ -125,7 +128,8 @@ Ref<NSData> XMLPropertyListWriter::write(const id& propertyList) {
       "<plist version=\"1.0\">\n";
   writer.walk(propertyList);
   writer.output_ += "</plist>\n";
-  return NSData::dataWithBytes_length(writer.output_.data(), writer.output_.size());
+  writer.flush();
+  return NSData::taking(*writer.data_);
 }
 
 void XMLPropertyListWriter::writeString(const NSString& string) { putText(Tags::string, string); }
@@ -223,6 +227,16 @@ void XMLPropertyListWriter::putUTF8(const Tags& tags, std::string_view utf8) {
 
 void XMLPropertyListWriter::putLine(std::string_view line) { indent().append(line) += '\n'; }
 
-std::string& XMLPropertyListWriter::indent() { return output_.append(open_.size(), '\t'); }
+std::string& XMLPropertyListWriter::indent() {
+  if (output_.size() >= kFewestBytes) {
+    flush();
+  }
+  return output_.append(open_.size(), '\t');
+}
+
+void XMLPropertyListWriter::flush() {
+  data_->appendBytes_length(output_.data(), output_.size());
+  output_.clear();
+}
 
 }  // namespace kestova

@@ -38,12 +38,15 @@ class XMLPropertyListWriter final : private PropertyListWriter {
   void putUTF8(const Tags& tags, std::string_view utf8);
   void putLine(std::string_view line);
   std::string& indent();
+  void flush();
 
   explicit XMLPropertyListWriter(const id& top) : top_(top) {}
 
   const id& top_;
   /// Whether it is known how much the list comes to when what is shared is written as often.
   bool isSurveyed_ = false;
+  const Ref<NSMutableData> data_ = NSMutableData::data();
+  /// The lines that are not in the data yet.
   std::string output_;
   /// The names of the open containers; an empty one has none, since it is complete already.
   std::vector<std::string_view> open_;

@@ -261,6 +261,18 @@ TEST(XMLPropertyListWriterTests, AnyKeysAreWrittenInTheOrderOfTheirUnits) {
   }
 }
 
+TEST(XMLPropertyListWriterTests, LongListsAndLongTextsComeBackWhole) {
+  const auto list = NSMutableArray::array();
+  for (std::size_t length = 0; length < 1000; ++length) {
+    list->addObject(std::string(length, 'a'));
+  }
+  for (const std::size_t length : {65'535, 65'536, 65'537, 1'000'000}) {
+    list->addObject(std::string(length, '&'));
+    list->addObject("between");
+  }
+  EXPECT_TRUE(list->isEqual(read(written(list))));
+}
+
 TEST(XMLPropertyListWriterTests, TextIsTheSameInBothStorages) {
   testing::forBothStorages(u"a<b&c", [](const Ref<NSString>& string) {
     EXPECT_EQ(writtenValue(string), "<string>a&lt;b&amp;c</string>\n");
