@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "files/CatalogListing.h"
+#include "files/FileSystemCalls.h"
 #include "files/StatusForErrno.h"
 #include "files/SubtreeSizes.h"
 
@@ -46,8 +47,8 @@ int infoOf(const CatalogListing& listing, const dirent64& entry, FSCatalogInfo& 
 }  // namespace
 
 OSStatus FSOpenIterator(const FSRef& container, FSIteratorFlags, FSIterator* iterator) {
-  FileDescriptor folder(
-      ::open(container.path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  FileDescriptor folder(openExisting(AT_FDCWD, container.path.c_str(),
+                                     O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!folder) {
     return errno == ENOTDIR ? errFSNotAFolder : statusForErrno(errno);
   }

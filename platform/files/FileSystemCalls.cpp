@@ -83,4 +83,8 @@ int FileSystemCalls::clearOwnUmask() {
   return 0;
 }
 
+int openExisting(int folder, const char* name, int flags) {
+  return uninterrupted([&] { return ::openat(folder, name, flags); });
+}
+
 }  // namespace kestova

@@ -55,4 +55,8 @@ auto uninterrupted(Call call) {
   }
 }
 
+/// Opens what is there by the system's own call, not by the replaceable one, for as long as a
+/// signal interrupts it. A descriptor, or -1 with `errno` set.
+int openExisting(int folder, const char* name, int flags);
+
 }  // namespace kestova

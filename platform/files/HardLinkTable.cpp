@@ -49,7 +49,7 @@ bool HardLinkTable::openAnchors() {
   if (anchors_) return true;
   if (::mkdirat(stagingFolder_, name_.c_str(), 0700) != 0 && errno != EEXIST) return false;
   constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-  anchors_ = FileDescriptor(::openat(stagingFolder_, name_.c_str(), kFlags));
+  anchors_ = FileDescriptor(openExisting(stagingFolder_, name_.c_str(), kFlags));
   return static_cast<bool>(anchors_);
 }
 

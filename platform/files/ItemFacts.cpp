@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/ItemFacts.h"
+#include "files/FileSystemCalls.h"
 
 #include "files/FileDescriptor.h"
 
@@ -27,7 +28,7 @@ struct Reached {
       return ENAMETOOLONG;
     }
     const std::string piece(rest.substr(0, slash + 1));
-    FileDescriptor next(openat(base(), piece.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor next(openExisting(base(), piece.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!next) {
       return errno;
     }

@@ -55,7 +55,8 @@ class Remover : public TreeVisitor {
     const std::string& targetName = folder.parent ? folder.name : ends_.name;
     OpenFolder open{openSourceFolder(parent.source.get(), folder.name.c_str()), {}};
     if (!open.source) return nullptr;
-    open.target = FileDescriptor(::openat(parent.target.get(), targetName.c_str(), kLocateFolder));
+    open.target =
+        FileDescriptor(openExisting(parent.target.get(), targetName.c_str(), kLocateFolder));
     return open.target ? std::make_shared<OpenFolder>(std::move(open)) : nullptr;
   }
 
@@ -104,11 +105,13 @@ void removeMovedSource(TransferControl& control, const TransferEndpoints& ends,
                        bool skipsUnreadable) {
   struct stat facts {};
   const char* name = ends.sourceName.c_str();
-  const bool found = ::fstatat(ends.sourceFolder.get(), name, &facts, AT_SYMLINK_NOFOLLOW) == 0;
+  if (::fstatat(ends.sourceFolder.get(), name, &facts, AT_SYMLINK_NOFOLLOW) != 0) {
+    return control.fail(errno, ends.sourcePath);
+  }
   const bool same = facts.st_dev == ends.source.st_dev && facts.st_ino == ends.source.st_ino;
-  if (!found || !same) return control.fail(found ? EBUSY : ENOENT, ends.sourcePath);
-  const OpenFolder base{FileDescriptor(::openat(ends.sourceFolder.get(), ".", kLocateFolder)),
-                        FileDescriptor(::openat(ends.destination.get(), ".", kLocateFolder))};
+  if (!same) return control.fail(EBUSY, ends.sourcePath);
+  const OpenFolder base{FileDescriptor(openExisting(ends.sourceFolder.get(), ".", kLocateFolder)),
+                        FileDescriptor(openExisting(ends.destination.get(), ".", kLocateFolder))};
   TreeWalk walk(control, base, ends.sourcePath);
   std::atomic<bool> keptUnreadable = false;
   const auto makeRemover = [&](TreeWalk& each) {

@@ -31,7 +31,7 @@ Ref<NSFileHandle> NSFileHandle::initWithFileDescriptor_closeOnDealloc(int descri
 }
 
 Ref<NSFileHandle> NSFileHandle::fileHandleWithNullDevice() {
-  FileDescriptor device(::open("/dev/null", O_RDWR | O_CLOEXEC));
+  FileDescriptor device(openExisting(AT_FDCWD, "/dev/null", O_RDWR | O_CLOEXEC));
   return device ? owningHandle(std::move(device)) : nullptr;
 }
 

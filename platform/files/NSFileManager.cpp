@@ -171,7 +171,8 @@ int removeAt(const Place& place) {
   if (!place.isChangeable()) {
     return EINVAL;
   }
-  const FileDescriptor folder(open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  const FileDescriptor folder(
+      openExisting(AT_FDCWD, place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   return folder ? removeTree(folder.get(), place.name) : errno;
 }
 

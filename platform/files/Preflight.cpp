@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/Preflight.h"
+#include "files/FileSystemCalls.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -114,8 +115,8 @@ class Counter : public TreeVisitor {
 
 void countSource(TransferControl& control, const TransferEndpoints& ends, Demand& demand,
                  bool skipsUnreadable) {
-  const OpenFolder base{FileDescriptor(::openat(ends.sourceFolder.get(), ".", O_PATH | O_CLOEXEC)),
-                        {}};
+  const OpenFolder base{
+      FileDescriptor(openExisting(ends.sourceFolder.get(), ".", O_PATH | O_CLOEXEC)), {}};
   TreeWalk walk(control, base, ends.sourcePath);
   const auto makeCounter = [&](TreeWalk& each) {
     return std::make_unique<Counter>(each, demand, skipsUnreadable);

@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+#include "files/FileSystemCalls.h"
 #include "files/ItemRenaming.h"
 #include "files/TreeRemover.h"
 
@@ -42,7 +43,7 @@ bool isStill(int parent, const std::string& name, const struct stat& facts) {
 }
 
 void sweepOne(int parent, const std::string& name) {
-  const FileDescriptor folder(::openat(parent, name.c_str(), kOpenFolder));
+  const FileDescriptor folder(openExisting(parent, name.c_str(), kOpenFolder));
   struct stat facts {};
   if (!folder || ::fstat(folder.get(), &facts) != 0 || facts.st_uid != ::geteuid()) return;
   if (lock(folder.get()) && isStill(parent, name, facts)) removeTree(parent, name);
@@ -50,10 +51,11 @@ void sweepOne(int parent, const std::string& name) {
 
 std::vector<std::string> stagingNames(int folder) {
   std::vector<std::string> names;
-  const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const std::unique_ptr<DIR, int (*)(DIR*)> listing(copy < 0 ? nullptr : ::fdopendir(copy),
+  FileDescriptor copy(openExisting(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(copy ? ::fdopendir(copy.get()) : nullptr,
                                                     &::closedir);
   if (!listing) return names;
+  copy.release();
   while (const dirent* entry = ::readdir(listing.get())) {
     if (StagingArea::isStagingName(entry->d_name)) names.emplace_back(entry->d_name);
   }
@@ -88,7 +90,13 @@ int StagingArea::create(int destination) {
 // for a leftover, and then another is made.
 int StagingArea::createOnce(const std::string& name) {
   if (::mkdirat(destination_, name.c_str(), 0700) != 0) return errno;
-  FileDescriptor folder(::openat(destination_, name.c_str(), kOpenFolder));
+  const int error = take(name);
+  if (error != 0) ::unlinkat(destination_, name.c_str(), AT_REMOVEDIR);
+  return error;
+}
+
+int StagingArea::take(const std::string& name) {
+  FileDescriptor folder(openExisting(destination_, name.c_str(), kOpenFolder));
   if (!folder) return errno == ENOENT ? kSwept : errno;
   if (::fstat(folder.get(), &facts_) != 0) return errno;
   // A file system without locks is never swept, and so needs none.

@@ -46,6 +46,7 @@ class StagingArea {
 
  private:
   int createOnce(const std::string& name);
+  int take(const std::string& name);
 
   int destination_ = -1;
   std::string name_;

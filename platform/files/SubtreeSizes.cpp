@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/SubtreeSizes.h"
+#include "files/FileSystemCalls.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -56,7 +57,7 @@ class SizeVisitor : public TreeVisitor {
 
   std::shared_ptr<const OpenFolder> reopen(const WalkFolder& folder,
                                            const OpenFolder& parent) override {
-    FileDescriptor source(::openat(parent.source.get(), folder.name.c_str(), kOpenFolder));
+    FileDescriptor source(openExisting(parent.source.get(), folder.name.c_str(), kOpenFolder));
     return source ? std::make_shared<OpenFolder>(OpenFolder{std::move(source), {}}) : nullptr;
   }
 

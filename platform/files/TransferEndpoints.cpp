@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/TransferEndpoints.h"
+#include "files/FileSystemCalls.h"
 
 #include <fcntl.h>
 #include <sys/vfs.h>
@@ -38,12 +39,12 @@ std::string withoutTrailingSlashes(const std::string& path) {
 
 /// Whether `folder` is the folder `ancestor` or lies below it, by walking up to the root.
 bool isWithin(int folder, const struct stat& ancestor) {
-  FileDescriptor above(::openat(folder, ".", kLocateFolder));
+  FileDescriptor above(openExisting(folder, ".", kLocateFolder));
   struct stat previous {};
   for (struct stat facts{}; above && ::fstat(above.get(), &facts) == 0; previous = facts) {
     if (isSame(facts, ancestor)) return true;
     if (isSame(facts, previous)) return false;
-    above = FileDescriptor(::openat(above.get(), "..", kLocateFolder));
+    above = FileDescriptor(openExisting(above.get(), "..", kLocateFolder));
   }
   return false;
 }
@@ -70,14 +71,14 @@ int TransferEndpoints::locateSource() {
   const std::string folder = slash == std::string::npos ? "." : sourcePath.substr(0, slash + 1);
   sourceName = slash == std::string::npos ? sourcePath : sourcePath.substr(slash + 1);
   if (sourceName.empty()) sourceName.push_back('.');
-  sourceFolder = FileDescriptor(::open(folder.c_str(), kLocateFolder));
+  sourceFolder = FileDescriptor(openExisting(AT_FDCWD, folder.c_str(), kLocateFolder));
   if (!sourceFolder) return errno;
   const int found = ::fstatat(sourceFolder.get(), sourceName.c_str(), &source, AT_SYMLINK_NOFOLLOW);
   return found == 0 ? 0 : errno;
 }
 
 int TransferEndpoints::locateDestination(const std::string& path) {
-  destination = FileDescriptor(::open(path.c_str(), kLocateFolder));
+  destination = FileDescriptor(openExisting(AT_FDCWD, path.c_str(), kLocateFolder));
   return destination ? 0 : errno;
 }
 

@@ -31,20 +31,21 @@ bool isSameFolder(int a, int b) {
 int flushItem(int folder, const std::string& name, bool isFile) {
   FileSystemCalls& calls = FileSystemCalls::current();
   constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-  const FileDescriptor file(isFile ? ::openat(folder, name.c_str(), kFlags) : -1);
-  if (file) return calls.fdatasync(file.get()) == 0 ? 0 : errno;
-  const FileDescriptor volume(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const FileDescriptor file(isFile ? openExisting(folder, name.c_str(), kFlags) : -1);
+  if (file) return uninterrupted([&] { return calls.fdatasync(file.get()); }) == 0 ? 0 : errno;
+  const FileDescriptor volume(openExisting(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   // A folder that may be written to but not read cannot be asked to flush; the system does it in
   // time.
   if (!volume) return 0;
-  return calls.syncfs(volume.get()) == 0 ? 0 : errno;
+  return uninterrupted([&] { return calls.syncfs(volume.get()); }) == 0 ? 0 : errno;
 }
 
 /// Makes the entries of a folder durable.
 int flushEntries(int folder) {
-  const FileDescriptor readable(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const FileDescriptor readable(openExisting(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!readable) return 0;
-  return FileSystemCalls::current().fdatasync(readable.get()) == 0 ? 0 : errno;
+  FileSystemCalls& calls = FileSystemCalls::current();
+  return uninterrupted([&] { return calls.fdatasync(readable.get()); }) == 0 ? 0 : errno;
 }
 
 }  // namespace
@@ -173,7 +174,7 @@ int TransferRun::flush(const StagingArea& staging) const {
 
 void TransferRun::setModeAfterwards(mode_t mode) const {
   constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-  const FileDescriptor item(::openat(ends_.destination.get(), ends_.name.c_str(), kFlags));
+  const FileDescriptor item(openExisting(ends_.destination.get(), ends_.name.c_str(), kFlags));
   if (item) ::fchmod(item.get(), mode);
 }
 

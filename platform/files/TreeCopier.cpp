@@ -35,7 +35,7 @@ bool gainsByPreallocating(int folder) {
 std::string nameForLinks(const std::string& item) { return item == "links" ? "links-" : "links"; }
 
 FileDescriptor duplicateLocation(int folder) {
-  return FileDescriptor(::openat(folder, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+  return FileDescriptor(openExisting(folder, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 }  // namespace

@@ -27,9 +27,9 @@ class Remover : public TreeVisitor {
 
   std::shared_ptr<const OpenFolder> enter(WalkFolder& folder, const OpenFolder& parent) override {
     const char* name = folder.name.c_str();
-    int number = ::openat(parent.source.get(), name, kOpenFolder);
+    int number = openExisting(parent.source.get(), name, kOpenFolder);
     if (number < 0 && errno == EACCES && ::fchmodat(parent.source.get(), name, S_IRWXU, 0) == 0) {
-      number = ::openat(parent.source.get(), name, kOpenFolder);
+      number = openExisting(parent.source.get(), name, kOpenFolder);
     }
     FileDescriptor source(number);
     if (!source || ::fstat(source.get(), &folder.facts) != 0) return nullptr;
@@ -40,7 +40,7 @@ class Remover : public TreeVisitor {
 
   std::shared_ptr<const OpenFolder> reopen(const WalkFolder& folder,
                                            const OpenFolder& parent) override {
-    FileDescriptor source(::openat(parent.source.get(), folder.name.c_str(), kOpenFolder));
+    FileDescriptor source(openExisting(parent.source.get(), folder.name.c_str(), kOpenFolder));
     if (!source) return nullptr;
     return std::make_shared<OpenFolder>(OpenFolder{std::move(source), {}});
   }
@@ -64,7 +64,7 @@ int removeTree(int folder, const std::string& name) {
   if (unlinkEntry(folder, name.c_str(), AT_REMOVEDIR)) return 0;
   if (errno == ENOTDIR) return unlinkEntry(folder, name.c_str(), 0) ? 0 : errno;
   if (errno != ENOTEMPTY && errno != EEXIST) return errno;
-  const OpenFolder base{FileDescriptor(::openat(folder, ".", kOpenFolder | O_PATH)), {}};
+  const OpenFolder base{FileDescriptor(openExisting(folder, ".", kOpenFolder | O_PATH)), {}};
   if (!base.source) return errno;
   TransferControl control;
   TreeWalk(control, base, name).run(name, [](TreeWalk& walk) {

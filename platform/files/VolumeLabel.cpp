@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/VolumeLabel.h"
+#include "files/FileSystemCalls.h"
 
 #include "files/FileDescriptor.h"
 #include "values/HexDigit.h"
@@ -34,7 +35,7 @@ unsigned hexByteOf(char first, char second) {
 
 std::string labelByFileSystem(const Mount& mount) {
   const FileDescriptor folder(
-      open(mount.place.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
+      openExisting(AT_FDCWD, mount.place.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
   std::array<char, FSLABEL_MAX + 1> label{};
   const bool isTold = folder && belongsTo(folder, mount) &&
                       ioctl(folder.get(), FS_IOC_GETFSLABEL, label.data()) == 0;
