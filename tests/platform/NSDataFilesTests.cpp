@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSURL.h>
 #include <gtest/gtest.h>
 
+#include "Bytes.h"
 #include "ExceptionExpectation.h"
 #include "TemporaryFolder.h"
 
@@ -15,13 +16,10 @@ namespace {
 
 using testing::expectException;
 using testing::TemporaryFolder;
+using testing::textOf;
 
 Ref<NSData> dataOf(const std::string& bytes) {
   return NSData::dataWithBytes_length(bytes.data(), bytes.size());
-}
-
-std::string textOf(const Ref<NSData>& data) {
-  return {reinterpret_cast<const char*>(data->bytes()), data->length()};
 }
 
 class NSDataFilesTests : public ::testing::Test {

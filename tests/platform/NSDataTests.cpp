@@ -17,13 +17,10 @@ namespace {
 using testing::dataOf;
 using testing::expectException;
 using testing::hex;
+using testing::textOf;
 
 Ref<NSData> dataOf(const std::string& bytes) {
   return NSData::dataWithBytes_length(bytes.data(), bytes.size());
-}
-
-std::string textOf(const Ref<NSData>& data) {
-  return {reinterpret_cast<const char*>(data->bytes()), data->length()};
 }
 
 TEST(NSDataTests, HoldsACopyOfItsBytes) {

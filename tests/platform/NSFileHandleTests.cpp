@@ -8,14 +8,13 @@
 
 #include <string>
 
+#include "Bytes.h"
 #include "TemporaryFolder.h"
 
 namespace kestova {
 namespace {
 
-std::string textOf(const Ref<NSData>& data) {
-  return {reinterpret_cast<const char*>(data->bytes()), data->length()};
-}
+using testing::textOf;
 
 bool isOpen(int descriptor) { return ::fcntl(descriptor, F_GETFD) >= 0; }
 

@@ -3,6 +3,7 @@
 #include <KestovaPlatform/NSException.h>
 #include <gtest/gtest.h>
 
+#include "Bytes.h"
 #include "ExceptionExpectation.h"
 
 #include <cstring>
@@ -15,13 +16,10 @@ namespace kestova {
 namespace {
 
 using testing::expectException;
+using testing::textOf;
 
 Ref<NSMutableData> dataOf(const std::string& bytes) {
   return NSMutableData::dataWithBytes_length(bytes.data(), bytes.size());
-}
-
-std::string textOf(const Ref<NSData>& data) {
-  return {reinterpret_cast<const char*>(data->bytes()), data->length()};
 }
 
 constexpr NSUInteger kAllMemory = std::numeric_limits<NSUInteger>::max();

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <string>
 
+#include "Bytes.h"
 #include "ExceptionExpectation.h"
 #include "TemporaryFolder.h"
 #include "files/FileDescriptor.h"
@@ -20,10 +21,7 @@ namespace kestova {
 namespace {
 
 using testing::expectException;
-
-std::string textOf(const Ref<NSData>& data) {
-  return {reinterpret_cast<const char*>(data->bytes()), data->length()};
-}
+using testing::textOf;
 
 Ref<NSTask> shellTask(const Ref<NSString>& script) {
   const auto task = NSTask::init();

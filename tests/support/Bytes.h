@@ -25,6 +25,11 @@ inline std::string hex(std::span<const std::byte> bytes) {
 
 inline std::string hex(const Ref<NSData>& data) { return hex(data->span()); }
 
+/// The bytes as text; there must be data.
+inline std::string textOf(const Ref<NSData>& data) {
+  return {reinterpret_cast<const char*>(data->bytes()), data->length()};
+}
+
 inline Ref<NSData> dataOf(std::initializer_list<int> values) {
   std::vector<std::byte> bytes;
   for (const int value : values) {
