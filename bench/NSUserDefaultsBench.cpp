@@ -156,32 +156,6 @@ void SetGSettings(benchmark::State& state) {
   });
 }
 
-/// Changes all keys, and makes that durable at once.
-void SetAllHere(benchmark::State& state) {
-  const auto defaults = here();
-  int turn = 0;
-  for (auto _ : state) {
-    ++turn;
-    for (int index = 0; index < kKeys; ++index) {
-      defaults->setObject_forKey(valueAt(index, turn), keyAt(index));
-    }
-    defaults->synchronize();
-  }
-}
-
-void SetAllQSettings(benchmark::State& state) {
-  QSettings& settings = qt();
-  int turn = 0;
-  for (auto _ : state) {
-    ++turn;
-    for (int index = 0; index < kKeys; ++index) {
-      settings.setValue(QString::fromStdString(keyAt(index)),
-                        QString::fromStdString(valueAt(index, turn)));
-    }
-    settings.sync();
-  }
-}
-
 /// The keys in the form that each library takes, made beforehand.
 template <class Key>
 std::vector<Key> keys() {
@@ -190,6 +164,45 @@ std::vector<Key> keys() {
     made.emplace_back(keyAt(index).c_str());
   }
   return made;
+}
+
+/// The same of values, two for each key, so that every turn changes every one.
+template <class Text>
+std::vector<Text> values() {
+  std::vector<Text> made;
+  for (int index = 0; index < 2 * kKeys; ++index) {
+    made.emplace_back(valueAt(index, index).c_str());
+  }
+  return made;
+}
+
+/// Changes all keys, and makes that durable at once.
+template <class Text, class Change, class Flush>
+void changeAll(benchmark::State& state, const Change& change, const Flush& flush) {
+  const auto names = keys<Text>();
+  const auto texts = values<Text>();
+  std::size_t turn = 0;
+  for (auto _ : state) {
+    ++turn;
+    for (std::size_t index = 0; index < kKeys; ++index) {
+      change(names[index], texts[2 * index + turn % 2]);
+    }
+    flush();
+  }
+}
+
+void SetAllHere(benchmark::State& state) {
+  const auto defaults = here();
+  changeAll<Ref<NSString>>(
+      state, [&](const auto& key, const auto& value) { defaults->setObject_forKey(value, key); },
+      [&] { defaults->synchronize(); });
+}
+
+void SetAllQSettings(benchmark::State& state) {
+  QSettings& settings = qt();
+  changeAll<QString>(
+      state, [&](const auto& key, const auto& value) { settings.setValue(key, value); },
+      [&] { settings.sync(); });
 }
 
 void GetHere(benchmark::State& state) {
