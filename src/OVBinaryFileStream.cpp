@@ -59,7 +59,6 @@ bool OVBinaryFileStream::open_error(NSInteger options, Ref<NSError>* error) {
   if (mFile) {
     buffer_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
     std::setvbuf(mFile.get(), buffer_.get(), _IOFBF, kBufferSize);
-    mLastErrorCode = 0;
     return true;
   }
   mLastErrorCode = errno;

@@ -54,7 +54,8 @@ class KESTOVA_FOUNDATION_EXPORT OVBinaryFileStream : public OVBinaryStream {
   /// Whether the position is the length, or a read has met the end; true when no file is open.
   bool isEndOfFile() override;
 
-  /// The errno value of the last failure, 0 after a success, -1 when no file is open.
+  /// The errno value of the last failure, 0 after a success, -1 when no file is open. Opening leaves
+  /// it: so a failure to close or to open shows once the stream is open again.
   NSInteger lastErrorCode() const override;
 
   /// The file's size; 0 when no file is open or it can't be told. Leaves the position.

@@ -53,14 +53,6 @@ TEST_F(OVBinaryFileStreamTests, OpeningAMissingFileFailsWithAnErrorThatNamesIt) 
   EXPECT_EQ(stream->lastErrorCode(), -1);
 }
 
-// Shows: open_error, lastErrorCode
-TEST_F(OVBinaryFileStreamTests, OpeningWithSuccessForgetsTheFailureBefore) {
-  const auto stream = streamFor(folder_.at("late"));
-  EXPECT_FALSE(stream->open_error(OVBinaryStreamOpenForReading));
-  ASSERT_TRUE(stream->open_error(OVBinaryStreamOpenForWriting));
-  EXPECT_EQ(stream->lastErrorCode(), 0);
-}
-
 // Shows: open_error
 TEST_F(OVBinaryFileStreamTests, OpeningFailsWithoutAnErrorPointerToo) {
   EXPECT_FALSE(streamFor(folder_.at("missing"))->open_error(OVBinaryStreamOpenForReading));
