@@ -5,6 +5,7 @@
 
 #include "ExceptionExpectation.h"
 #include "ObservedAccount.h"
+#include "Stress.h"
 
 #include <memory>
 #include <string>
@@ -16,6 +17,8 @@ namespace {
 using testing::expectException;
 using testing::lineOf;
 using testing::ObservedAccount;
+using testing::StressTime;
+using testing::Threads;
 
 using Lines = std::vector<std::string>;
 
@@ -166,6 +169,31 @@ TEST_F(OVKVOReceptionistTests, AMissingObjectIsNotObservedAndAMissingKeyPathIsRe
   EXPECT_FALSE(observing->isCancelled()) << "there was nothing to cancel";
   expectException(NSInvalidArgumentException, [&] { (void)receptionist(nullptr); });
   EXPECT_FALSE(account_->hasObservers());
+}
+
+// Shows: OVKVOReceptionist, cancel
+TEST_F(OVKVOReceptionistTests, TheyComeAndGoOnManyThreadsAtTheSameTime) {
+  const StressTime time;
+  Threads threads;
+  threads.start(8, [&](int) {
+    while (!time.isOver()) {
+      const auto account = make<ObservedAccount>();
+      long told = 0;
+      const auto count = [&told](const auto&, const id&, const auto&) { ++told; };
+      const auto cancelled =
+          OVKVOReceptionist::receptionistForKeyPath_object_handler("balance", account, count);
+      auto dropped =
+          OVKVOReceptionist::receptionistForKeyPath_object_handler("owner.balance", account, count);
+      account->setOwner(make<ObservedAccount>());
+      account->setBalance(1);
+      dropped = nullptr;
+      account->setOwner(nullptr);
+      cancelled->cancel();
+      account->setBalance(2);
+      ASSERT_EQ(told, 2);
+    }
+  });
+  threads.join();
 }
 
 }  // namespace
