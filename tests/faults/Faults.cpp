@@ -79,7 +79,8 @@ KESTOVA_UNINSTRUMENTED Result failed(int error) {
 
 }  // namespace
 
-ArmedFault::ArmedFault(FaultyCall call, int nth, Fault fault, FaultyThreads threads) : call_(call) {
+ArmedFault::ArmedFault(FaultyCall call, int nth, Fault fault, FaultyThreads threads)
+    : call_(call), nth_(nth) {
   Slot& slot = slotOf(call);
   if (slot.armed) throw std::logic_error(std::string("armed already: ") + nameOf(call));
   slot.left = nth;
@@ -92,6 +93,10 @@ ArmedFault::ArmedFault(FaultyCall call, int nth, Fault fault, FaultyThreads thre
 ArmedFault::~ArmedFault() { disarm(); }
 
 bool ArmedFault::wasMet() const { return __atomic_load_n(&slotOf(call_).met, __ATOMIC_ACQUIRE); }
+
+long ArmedFault::calls() const {
+  return nth_ - __atomic_load_n(&slotOf(call_).left, __ATOMIC_RELAXED);
+}
 
 void ArmedFault::disarm() { __atomic_store_n(&slotOf(call_).armed, false, __ATOMIC_RELEASE); }
 

@@ -74,11 +74,14 @@ class ArmedFault {
 
   /// Whether the call came.
   bool wasMet() const;
+  /// How many calls of the kind have come, the one that met the fault among them.
+  long calls() const;
   /// Lets all further calls through.
   void disarm();
 
  private:
   FaultyCall call_;
+  int nth_;
 };
 
 /// Runs `attempt` again and again: in the first run the first call of the kind meets the fault, in

@@ -21,9 +21,11 @@ TEST(FaultsTests, LetsTheNthCallFail) {
   const ArmedFault fault(FaultyCall::access, 2, Fault::failing(EIO));
   EXPECT_EQ(::access("/", F_OK), 0);
   EXPECT_FALSE(fault.wasMet());
+  EXPECT_EQ(fault.calls(), 1);
   EXPECT_EQ(::access("/", F_OK), -1);
   EXPECT_EQ(errno, EIO);
   EXPECT_TRUE(fault.wasMet());
+  EXPECT_EQ(fault.calls(), 2);
   EXPECT_EQ(::access("/", F_OK), 0);
 }
 
