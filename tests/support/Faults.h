@@ -24,7 +24,8 @@ namespace kestova::testing {
 // clang-format on
 
 /// The calls that can be made to fail. Each is the function of the C library of that name, as the
-/// libraries under test call it; `allocation` is every form of `operator new`.
+/// libraries under test call it; `allocation` is every form of `operator new`, `syscall` the
+/// listing of a folder.
 enum class FaultyCall {
 #define KESTOVA_ENUMERATOR(name) name,
   KESTOVA_FAULTY_CALLS(KESTOVA_ENUMERATOR)
