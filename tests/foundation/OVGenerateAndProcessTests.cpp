@@ -6,6 +6,7 @@
 #include "CountingObject.h"
 
 #include <atomic>
+#include <chrono>
 #include <latch>
 #include <numeric>
 #include <optional>
@@ -115,6 +116,30 @@ TEST(OVGenerateAndProcessTests, LetsGoOfEachItemOnceItIsProcessed) {
   OVGenerateAndProcess([&] { return numbers.next(); },
                        [&](const id&) { EXPECT_LE(CountingObject::alive() - before, 2); });
   EXPECT_EQ(CountingObject::alive(), before);
+}
+
+/// Waits until no counted object is left, a minute at most.
+bool areAllGone() {
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (CountingObject::alive() > 0 && std::chrono::steady_clock::now() < limit) {
+    std::this_thread::yield();
+  }
+  return CountingObject::alive() == 0;
+}
+
+// Shows: OVGenerateAndProcess
+TEST(OVGenerateAndProcessTests, AProcessedItemDoesNotWaitForTheNextOneToBeMade) {
+  NumbersBelow numbers(2);
+  int calls = 0;
+  OVGenerateAndProcess(
+      [&] {
+        if (++calls == 2) {
+          EXPECT_TRUE(areAllGone()) << "the first has been processed meanwhile";
+        }
+        return numbers.next();
+      },
+      [](const id&) {});
+  EXPECT_EQ(calls, 3);
 }
 
 // Shows: OVGenerateAndProcess
