@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "preferences/PreferencesDomain.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "CapturedLog.h"
+#include "FileFaults.h"
+#include "TemporaryFolder.h"
+
+namespace kestova {
+namespace {
+
+using testing::FaultyCall;
+using testing::FileFault;
+using ::testing::IsSupersetOf;
+using testing::MetCalls;
+using testing::TemporaryFolder;
+using testing::walkFileFaults;
+
+using Names = std::set<std::string>;
+
+/// What one process has of the preferences.
+class Process {
+ public:
+  explicit Process(const std::string& path)
+      : folder_(path, ::geteuid()), domain_("org.example.Editor", folder_, changes_) {}
+
+  PreferencesDomain* operator->() { return &domain_; }
+
+ private:
+  std::atomic<std::uint64_t> changes_{0};
+  PreferencesFolder folder_;
+  PreferencesDomain domain_;
+};
+
+class PreferencesDomainFaultsTests : public ::testing::Test {
+ protected:
+  /// A file with "a", and a process that knows it and wants to add "b".
+  void startAnew() {
+    process_ = nullptr;
+    log_.reset();
+    log_ = std::make_unique<testing::CapturedLog>();
+    std::filesystem::remove_all(path());
+    std::filesystem::create_directory(path());
+    {
+      Process before(path());
+      before->setValue_forKey(1, "a");
+      ASSERT_TRUE(before->synchronize());
+    }
+    process_ = std::make_unique<Process>(path());
+    (*process_)->setValue_forKey(2, "b");
+  }
+
+  std::string path() const { return place_.at("kestova"); }
+  Ref<NSDictionary> onDisk() const {
+    return NSDictionary::dictionaryWithContentsOfFile(path() + "/org.example.Editor.plist");
+  }
+  Names names() const {
+    Names all;
+    for (const auto& entry : std::filesystem::directory_iterator(path())) {
+      all.insert(entry.path().filename());
+    }
+    return all;
+  }
+
+  void note(const FileFault* fault) {
+    if (fault) (succeeded_ ? survived_ : fatal_).insert(nameOf(fault->call));
+  }
+
+  TemporaryFolder place_;
+  std::unique_ptr<testing::CapturedLog> log_;
+  std::unique_ptr<Process> process_;
+  bool succeeded_ = false;
+  MetCalls fatal_;
+  MetCalls survived_;
+
+  const Ref<NSDictionary> old_ = NSDictionary::of({{"a", 1}});
+  const Ref<NSDictionary> new_ = NSDictionary::of({{"a", 1}, {"b", 2}});
+  const Names files_{"org.example.Editor.lock", "org.example.Editor.plist"};
+};
+
+/// A new file that can't even be looked at stays until the next one takes its place.
+bool isFaultAtLooking(const FileFault* fault) { return fault && fault->call == FaultyCall::fstat; }
+
+// The file is always one or the other, no half-written one stays, what could not be written waits
+// and is written by the next synchronization, and the log has said so.
+TEST_F(PreferencesDomainFaultsTests, WritingReplacesAllOrNothingAndLosesNoChange) {
+  startAnew();
+  walkFileFaults([&] { succeeded_ = (*process_)->synchronize(); },
+                 [&](const FileFault* fault) {
+                   const auto found = onDisk();
+                   ASSERT_NE(found, nullptr);
+                   EXPECT_TRUE(found->isEqual(new_) || (!succeeded_ && found->isEqual(old_)));
+                   if (!isFaultAtLooking(fault)) {
+                     EXPECT_EQ(names(), files_);
+                   }
+                   EXPECT_EQ((*process_)->hasPendingChanges(), !succeeded_);
+                   EXPECT_EQ(log_->lines().size(), succeeded_ ? 0U : 1U);
+                   EXPECT_TRUE((*process_)->contents()->isEqual(new_));
+                   EXPECT_TRUE((*process_)->synchronize());
+                   EXPECT_TRUE(onDisk()->isEqual(new_));
+                   EXPECT_EQ(names(), files_);
+                   note(fault);
+                   startAnew();
+                 });
+  EXPECT_THAT(fatal_, IsSupersetOf({"fcntl", "fdatasync", "fstatat", "fsync", "openat", "renameat2",
+                                    "write"}));
+  EXPECT_THAT(survived_, IsSupersetOf({"close", "unlinkat"}));
+}
+
+// What can't be read counts as not there, and is there when it can be read again.
+TEST_F(PreferencesDomainFaultsTests, ReadingThatFailsChangesNothing) {
+  startAnew();
+  process_ = std::make_unique<Process>(path());
+  walkFileFaults([&] { succeeded_ = (*process_)->synchronize(); },
+                 [&](const FileFault* fault) {
+                   EXPECT_TRUE(onDisk()->isEqual(old_));
+                   EXPECT_EQ(names(), files_);
+                   EXPECT_FALSE((*process_)->hasPendingChanges());
+                   EXPECT_EQ(log_->lines().size(), succeeded_ ? 0U : 1U);
+                   EXPECT_EQ((*process_)->isEmpty(), !succeeded_);
+                   EXPECT_TRUE((*process_)->synchronize());
+                   EXPECT_TRUE((*process_)->contents()->isEqual(old_));
+                   note(fault);
+                   startAnew();
+                   process_ = std::make_unique<Process>(path());
+                 });
+  EXPECT_EQ(fatal_, (MetCalls{"fstat", "fstatat", "openat", "read"}));
+}
+
+TEST_F(PreferencesDomainFaultsTests, TheFolderIsMadeOrTheChangesWait) {
+  const auto startWithout = [&] {
+    std::filesystem::remove_all(path());
+    process_ = std::make_unique<Process>(path());
+    (*process_)->setValue_forKey(2, "b");
+  };
+  log_ = std::make_unique<testing::CapturedLog>();
+  const auto only = NSDictionary::of({{"b", 2}});
+  startWithout();
+  walkFileFaults([&] { succeeded_ = (*process_)->synchronize(); },
+                 [&](const FileFault* fault) {
+                   EXPECT_EQ((*process_)->hasPendingChanges(), !succeeded_);
+                   EXPECT_TRUE((*process_)->synchronize());
+                   EXPECT_TRUE(onDisk()->isEqual(only));
+                   EXPECT_EQ(names(), files_);
+                   note(fault);
+                   startWithout();
+                 });
+  EXPECT_THAT(fatal_, IsSupersetOf({"mkdir", "openat", "write"}));
+}
+
+TEST_F(PreferencesDomainFaultsTests, ShortAndInterruptedCallsDoNotShow) {
+  startAnew();
+  for (const FaultyCall call : {FaultyCall::openat, FaultyCall::read, FaultyCall::write}) {
+    for (const auto fault : {testing::Fault::shortened(), testing::Fault::interrupted()}) {
+      if (fault.isShort && call == FaultyCall::openat) continue;
+      SCOPED_TRACE(nameOf(call));
+      const int met = walkFaults(
+          call, fault, testing::FaultyThreads::own,
+          [&] { succeeded_ = Process(path())->synchronize() && (*process_)->synchronize(); },
+          [&](bool) {
+            EXPECT_TRUE(succeeded_);
+            EXPECT_TRUE(onDisk()->isEqual(new_));
+            EXPECT_EQ(names(), files_);
+            startAnew();
+          });
+      EXPECT_GT(met, 0);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kestova
