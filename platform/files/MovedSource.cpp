@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "files/FileSystemCalls.h"
+#include "files/ItemIdentity.h"
 #include "files/SourceOpening.h"
 #include "files/TreeWalk.h"
 
@@ -108,8 +109,7 @@ void removeMovedSource(TransferControl& control, const TransferEndpoints& ends,
   if (::fstatat(ends.sourceFolder.get(), name, &facts, AT_SYMLINK_NOFOLLOW) != 0) {
     return control.fail(errno, ends.sourcePath);
   }
-  const bool same = facts.st_dev == ends.source.st_dev && facts.st_ino == ends.source.st_ino;
-  if (!same) return control.fail(EBUSY, ends.sourcePath);
+  if (!isSameItem(facts, ends.source)) return control.fail(EBUSY, ends.sourcePath);
   const OpenFolder base{FileDescriptor(openExisting(ends.sourceFolder.get(), ".", kLocateFolder)),
                         FileDescriptor(openExisting(ends.destination.get(), ".", kLocateFolder))};
   TreeWalk walk(control, base, ends.sourcePath);

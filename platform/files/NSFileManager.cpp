@@ -9,6 +9,7 @@
 #include "files/FileSystemCalls.h"
 #include "files/FileTransfer.h"
 #include "files/NativePath.h"
+#include "files/PathText.h"
 #include "files/TreeRemover.h"
 
 #include <fcntl.h>
@@ -62,7 +63,7 @@ struct Place {
   std::string name;
 
   /// Whether the name is one that an item can be given, or lose.
-  bool isChangeable() const { return !name.empty() && name != "." && name != ".."; }
+  bool isChangeable() const { return !name.empty() && !isSelfOrParent(name); }
 };
 
 Place placeOf(const std::string& path) {

@@ -6,8 +6,6 @@
 #include <optional>
 #include <string>
 
-#include "files/PathText.h"
-
 namespace kestova {
 
 /// The bytes by which the file system knows a path; nothing for null, for "" and for a path that no

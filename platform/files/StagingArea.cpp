@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "files/FileSystemCalls.h"
+#include "files/ItemIdentity.h"
 #include "files/ItemRenaming.h"
 #include "files/TreeRemover.h"
 
@@ -28,18 +29,13 @@ constexpr int kSwept = EAGAIN;  // a sweeper took the new folder for a leftover
 bool isHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); }
 
 bool lock(int folder) {
-  int result;
-  do {
-    result = ::flock(folder, LOCK_EX | LOCK_NB);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
+  return uninterrupted([&] { return ::flock(folder, LOCK_EX | LOCK_NB); }) == 0;
 }
 
 /// Whether the entry still is the open folder: a sweeper may have removed it before it was locked.
 bool isStill(int parent, const std::string& name, const struct stat& facts) {
   struct stat now {};
-  return ::fstatat(parent, name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
-         now.st_dev == facts.st_dev && now.st_ino == facts.st_ino;
+  return ::fstatat(parent, name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 && isSameItem(now, facts);
 }
 
 void sweepOne(int parent, const std::string& name) {

@@ -7,6 +7,8 @@
 
 #include <cerrno>
 
+#include "files/ItemIdentity.h"
+#include "files/PathText.h"
 #include "files/StatusForErrno.h"
 #include "files/TransferRequest.h"
 
@@ -15,14 +17,10 @@ namespace {
 
 constexpr int kLocateFolder = O_PATH | O_DIRECTORY | O_CLOEXEC;
 
-bool isSame(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
 bool hasZero(const std::string& text) { return text.find('\0') != std::string::npos; }
 
 bool isPlainName(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+  return !name.empty() && !isSelfOrParent(name) && name.find('/') == std::string::npos &&
          !hasZero(name);
 }
 
@@ -32,18 +30,13 @@ bool fits(const std::string& name, int folder) {
          name.size() <= static_cast<std::size_t>(volume.f_namelen);
 }
 
-std::string withoutTrailingSlashes(const std::string& path) {
-  const std::size_t last = path.find_last_not_of('/');
-  return path.substr(0, last == std::string::npos ? 1 : last + 1);
-}
-
 /// Whether `folder` is the folder `ancestor` or lies below it, by walking up to the root.
 bool isWithin(int folder, const struct stat& ancestor) {
   FileDescriptor above(openExisting(folder, ".", kLocateFolder));
   struct stat previous {};
   for (struct stat facts{}; above && ::fstat(above.get(), &facts) == 0; previous = facts) {
-    if (isSame(facts, ancestor)) return true;
-    if (isSame(facts, previous)) return false;
+    if (isSameItem(facts, ancestor)) return true;
+    if (isSameItem(facts, previous)) return false;
     above = FileDescriptor(openExisting(above.get(), "..", kLocateFolder));
   }
   return false;

@@ -8,6 +8,7 @@
 #include <chrono>
 
 #include "files/FileSystemCalls.h"
+#include "files/ItemIdentity.h"
 #include "files/ItemRenaming.h"
 #include "files/MovedSource.h"
 #include "files/Preflight.h"
@@ -17,14 +18,10 @@
 namespace kestova {
 namespace {
 
-bool isSame(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
 bool isSameFolder(int a, int b) {
   struct stat first {};
   struct stat second {};
-  return ::fstat(a, &first) == 0 && ::fstat(b, &second) == 0 && isSame(first, second);
+  return ::fstat(a, &first) == 0 && ::fstat(b, &second) == 0 && isSameItem(first, second);
 }
 
 /// Makes durable what `folder`'s entry `name` holds: a file alone, anything else with its volume.
@@ -83,7 +80,7 @@ TransferOutcome TransferRun::outcome(int error) const {
 TransferOutcome TransferRun::failure() const { return {control_.error(), control_.failedItem()}; }
 
 bool TransferRun::isAlreadyThere(const struct stat& existing) const {
-  return isSame(existing, ends_.source) && ends_.name == ends_.sourceName &&
+  return isSameItem(existing, ends_.source) && ends_.name == ends_.sourceName &&
          isSameFolder(ends_.sourceFolder.get(), ends_.destination.get());
 }
 
@@ -102,7 +99,7 @@ int TransferRun::moveByRenaming() {
 int TransferRun::replaceByRenaming() {
   const FolderEntry from{ends_.sourceFolder.get(), ends_.sourceName};
   struct stat replaced {};
-  if (ends_.existing(replaced) && isSame(replaced, ends_.source)) return dropFurtherLink();
+  if (ends_.existing(replaced) && isSameItem(replaced, ends_.source)) return dropFurtherLink();
   const bool isFile = S_ISREG(ends_.source.st_mode);
   if (const int error = flushItem(from.folder, from.name, isFile)) return error;
   if (const int error = renameReplacing(from, {ends_.destination.get(), ends_.name})) return error;
