@@ -3,8 +3,9 @@
 
 namespace kestova::testing {
 
-/// Whether the tests run under a sanitizer, which makes each step several times as expensive.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+/// Whether the tests run under a sanitizer or another build (KESTOVA_FEW_CASES) in which each step is
+/// several times as expensive.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(KESTOVA_FEW_CASES)
 inline constexpr bool underSanitizer = true;
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
