@@ -153,7 +153,7 @@ TEST_F(_RTKVONotificationCenterTests, ASecondRegistrationTakesThePlaceOfTheFirst
 // Shows: _RTKVONotificationCenter
 TEST_F(_RTKVONotificationCenterTests, ThreadsMayRegisterAtTheSameTime) {
   Threads threads;
-  threads.start(4, [this](int) {
+  threads.start(8, [this](int) {
     const auto observer = make<Observer>();
     const auto account = make<ObservedAccount>();
     for (int i = 0; i < 500; ++i) {
