@@ -15,10 +15,28 @@
 #include "WatchCommand.h"
 
 namespace kestova::tool {
+namespace {
+
+/// The word that stands where a command is wanted; otherwise what is wrong as the parser says it.
+std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
+  const CLI::App* innermost = app;
+  while (!innermost->get_subcommands().empty()) {
+    innermost = innermost->get_subcommands().front();
+  }
+  const auto unknown = app->remaining(true);
+  if (innermost->get_require_subcommand_min() == 0 || unknown.empty()) {
+    return CLI::FailureMessage::simple(app, error);
+  }
+  return "kestova: There is no command \"" + unknown.front() +
+         "\"\nRun with --help for more information.\n";
+}
+
+}  // namespace
 
 Tool::Tool() : arguments_("KestovaFoundation from the command line", "kestova") {
   arguments_.set_version_flag("--version", "kestova " KESTOVA_VERSION);
   arguments_.require_subcommand(1);
+  arguments_.failure_message(failureMessage);
   arguments_.footer("Exit status: 0 success, 1 failure, 2 wrong use, 130 interrupted.");
   addTransferCommands(arguments_, commands_);
   addAdminCommand(arguments_, commands_);
