@@ -373,12 +373,15 @@ void PreferencesDomain::write(const PreferencesFile& file, const Ref<NSDictionar
     return see({});
   }
   const auto bytes = bytesOf(whole);
+  // Asked first: the room may have come by the time that the lack of it is known.
+  const bool comesRoom = isRoomComing();
   try {
     see(file.replace(bytes));
   } catch (const PreferencesFault&) {
-    if (!awaitRoomOfReplaced()) {
+    if (!comesRoom) {
       throw;
     }
+    awaitRoomOfReplaced();
     see(file.replace(bytes));
   }
 }

@@ -34,15 +34,13 @@ void letGoOfReplaced(FileDescriptor file) {
   });
 }
 
-bool awaitRoomOfReplaced() {
-  if (beingClosed == 0) {
-    return false;
-  }
+bool isRoomComing() noexcept { return beingClosed > 0; }
+
+void awaitRoomOfReplaced() {
   const auto end = std::chrono::steady_clock::now() + kPatience;
-  while (beingClosed > 0 && std::chrono::steady_clock::now() < end) {
+  while (isRoomComing() && std::chrono::steady_clock::now() < end) {
     std::this_thread::sleep_for(kNap);
   }
-  return true;
 }
 
 }  // namespace kestova

@@ -14,9 +14,11 @@ namespace kestova {
 /// is not closed.
 void letGoOfReplaced(FileDescriptor file);
 
+/// Whether files are being closed at this moment, so that there is more room soon.
+bool isRoomComing() noexcept;
+
 /// Waits until those that are being closed have given their room back, for a second at most.
-/// Answers whether there were any.
-bool awaitRoomOfReplaced();
+void awaitRoomOfReplaced();
 
 /// @}
 

@@ -76,7 +76,7 @@ TEST(NSPipeFaults, APipeThatFindsNoMemoryLeavesNothingOpen) {
 TEST(NSFileHandleFaults, TheNullDeviceNeedsADescriptorAndMemory) {
   const auto before = openDescriptors();
   {
-    const ArmedFault full(FaultyCall::open, 1, Fault::failing(EMFILE));
+    const ArmedFault full(FaultyCall::openat, 1, Fault::failing(EMFILE));
     EXPECT_EQ(NSFileHandle::fileHandleWithNullDevice(), nullptr);
     EXPECT_TRUE(full.wasMet());
   }
