@@ -30,8 +30,9 @@ std::string classOf(const id& object) {
 /// The object as a string; null when it is none. Most are of the platform's own class, which needs
 /// no walk through the classes.
 NSString* stringIn(const id& object) {
-  const bool isPlain = object && typeid(*object) == typeid(NSString);
-  return isPlain ? static_cast<NSString*>(object.get()) : dynamic_cast<NSString*>(object.get());
+  NSObject* const value = object.get();
+  const bool isPlain = value != nullptr && typeid(*value) == typeid(NSString);
+  return isPlain ? static_cast<NSString*>(value) : dynamic_cast<NSString*>(value);
 }
 
 Ref<NSString> stringFromKey(const id& key) {
