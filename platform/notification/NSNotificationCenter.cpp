@@ -77,7 +77,10 @@ void NSNotificationCenter::postNotificationName_object(const Ref<NSString>& name
 void NSNotificationCenter::postNotificationName_object_userInfo(const Ref<NSString>& name,
                                                                 const id& object,
                                                                 const Ref<NSDictionary>& userInfo) {
-  postNotification(NSNotification::notificationWithName_object_userInfo(name, object, userInfo));
+  const Audience audience = index_->audienceOf({name.get(), object.get()});
+  if (!audience.isEmpty()) {
+    audience.deliver(NSNotification::notificationWithName_object_userInfo(name, object, userInfo));
+  }
 }
 
 }  // namespace kestova

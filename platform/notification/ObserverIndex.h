@@ -161,6 +161,9 @@ class Audience {
  public:
   void add(Ref<ObserverList> list) { lists_[count_++] = std::move(list); }
 
+  /// Whether nobody asked for it.
+  bool isEmpty() const noexcept { return count_ == 0; }
+
   /// Calls them in the order of adding.
   void deliver(const Ref<NSNotification>& notification) const;
 

@@ -203,6 +203,7 @@ void BinaryPropertyListWriter::addContainer(BinaryKind kind, std::size_t count,
   refer(number);
   numbersOfContainers_.push_back(number);
   containers_.push_back({kind, number, count, references_.size(), references});
+  objects_.expect(references);
   nextReferences_.push_back(references_.size());
   references_.resize(references_.size() + references);
 }

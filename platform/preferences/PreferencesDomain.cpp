@@ -150,6 +150,7 @@ PreferencesDomain::PreferencesDomain(const Ref<NSString>& name, const Preference
     : name_(copyOf(name)),
       folder_(folder),
       fileName_(fileStemForDomain(name) + ".plist"),
+      filePath_(folder.path() + "/" + fileName_),
       lockName_(fileStemForDomain(name) + ".lock"),
       changes_(changes),
       number_(nextNumber()),
@@ -297,6 +298,9 @@ void PreferencesDomain::bringInStep() {
 
 /// Without the lock, so that what can't be written to can be read.
 void PreferencesDomain::readNew() {
+  if (seen_.file && identityAt(filePath_) == seen_.identity) {
+    return;
+  }
   const FileDescriptor folder = folder_.open();
   if (!folder) {
     return seen_.identity == FileIdentity() ? void() : take({{}, NSDictionary::dictionary()});

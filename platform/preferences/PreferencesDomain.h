@@ -86,6 +86,7 @@ class PreferencesDomain {
   const Ref<NSString> name_;
   const PreferencesFolder& folder_;
   const std::string fileName_;
+  const std::string filePath_;
   const std::string lockName_;
   std::atomic<std::uint64_t>& changes_;
   /// Tells domains apart, also those that are gone.

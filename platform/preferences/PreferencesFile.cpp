@@ -83,6 +83,11 @@ class Unfinished {
 
 }  // namespace
 
+FileIdentity identityAt(const std::string& path) noexcept {
+  struct stat facts {};
+  return ::lstat(path.c_str(), &facts) == 0 ? identityOf(facts) : FileIdentity();
+}
+
 FileIdentity PreferencesFile::identity() const {
   struct stat facts {};
   if (::fstatat(openFolder_, name_.c_str(), &facts, AT_SYMLINK_NOFOLLOW) != 0) {

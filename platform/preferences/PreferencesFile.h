@@ -26,6 +26,9 @@ struct FileIdentity {
   friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
 };
 
+/// That of what is at a path now; default-made where nothing can be looked at.
+FileIdentity identityAt(const std::string& path) noexcept;
+
 /// A state of a file that was seen. As long as it is kept, no later one has its identity: the
 /// file is open, so that its number is given to no other.
 struct SeenFile {

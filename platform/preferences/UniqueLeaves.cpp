@@ -3,6 +3,8 @@
 
 #include "values/BlockHash.h"
 
+#include <algorithm>
+#include <bit>
 #include <span>
 #include <utility>
 
@@ -19,6 +21,14 @@ std::size_t spreadHashOf(std::span<const std::byte> bytes) noexcept {
 
 }  // namespace
 
+void UniqueLeaves::expect(std::size_t objects) {
+  const std::size_t wanted = objects_.size() + objects;
+  if (wanted > objects_.capacity()) {
+    objects_.reserve(std::max(wanted, 2 * objects_.capacity()));  // many small ones in linear time
+  }
+  keepHalfEmpty(leaves_ + objects);
+}
+
 std::size_t UniqueLeaves::addLeaf() {
   const std::string_view leaf = bytes().substr(end_);
   const std::size_t hash = spreadHashOf(bytes_->span().subspan(end_));
@@ -30,8 +40,7 @@ std::size_t UniqueLeaves::addLeaf() {
   objects_.push_back({end_, hash});
   slot = objects_.size();
   end_ = bytes_->length();
-  ++leaves_;
-  keepHalfEmpty();
+  keepHalfEmpty(++leaves_);
   return objects_.size() - 1;
 }
 
@@ -58,11 +67,12 @@ std::size_t UniqueLeaves::slotFor(std::string_view leaf, std::size_t hash) const
   return at;
 }
 
-void UniqueLeaves::keepHalfEmpty() {
-  if (2 * leaves_ <= slots_.size()) {
+/// So that so many leaves fill no more than half of the table.
+void UniqueLeaves::keepHalfEmpty(std::size_t leaves) {
+  if (2 * leaves <= slots_.size()) {
     return;
   }
-  const auto old = std::exchange(slots_, std::vector<std::size_t>(4 * slots_.size()));
+  const auto old = std::exchange(slots_, std::vector<std::size_t>(2 * std::bit_ceil(2 * leaves)));
   const std::size_t mask = slots_.size() - 1;
   for (const std::size_t slot : old) {
     if (slot != 0) {

@@ -16,6 +16,9 @@ namespace kestova {
 /// It holds bytes and numbers alone, so that no object is kept or asked again that was written.
 class UniqueLeaves {
  public:
+  /// Makes room for so many objects more.
+  void expect(std::size_t objects);
+
   /// Room for so many bytes more of the leaf that comes next. Valid until the next call.
   char* extend(std::size_t size) { return reinterpret_cast<char*>(bytes_->extend(size)); }
 
@@ -45,7 +48,7 @@ class UniqueLeaves {
 
   bool isLike(std::size_t number, std::string_view leaf) const noexcept;
   std::size_t slotFor(std::string_view leaf, std::size_t hash) const noexcept;
-  void keepHalfEmpty();
+  void keepHalfEmpty(std::size_t leaves);
 
   Ref<NSMutableData> bytes_ = NSMutableData::data();
   /// Where the leaf that comes next begins.
