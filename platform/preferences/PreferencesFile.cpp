@@ -120,8 +120,8 @@ SeenFile PreferencesFile::replace(const Ref<NSData>& bytes) const {
     throw PreferencesFault{name_ + " would be larger than 64 MiB"};
   }
   FileSystemCalls::current().unlinkat(openFolder_, newName().c_str(), 0);
-  FileDescriptor file = folder_.openFile(openFolder_, newName(), O_WRONLY | O_CREAT | O_EXCL);
   Unfinished unfinished(openFolder_, newName());
+  FileDescriptor file = folder_.openFile(openFolder_, newName(), O_WRONLY | O_CREAT | O_EXCL);
   fill(file.get(), bytes);
   unfinished.becomeNamed(name_);
   flushFolder();
