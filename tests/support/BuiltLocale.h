@@ -9,11 +9,6 @@
 
 #include "TemporaryFolder.h"
 
-// The C library loses the path of a locale that it is told.
-extern "C" __attribute__((weak, used)) const char* __lsan_default_suppressions() {
-  return "leak:__argz_add_sep";
-}
-
 namespace kestova::testing {
 
 /// A locale of the C library that is compiled for a test, so that the machine need not have it. The
