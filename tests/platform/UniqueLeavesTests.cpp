@@ -59,6 +59,7 @@ TEST(UniqueLeavesTests, LeavesAtRandomAgreeWithAPlainModel) {
     if (random.below(10) == 0) {
       const std::size_t next = leaves.count();
       ASSERT_EQ(leaves.addOther(), next);
+      leaves.expect(random.below(300));  // changes nothing, whether they come or not
     }
     const std::string bytes(1 + random.below(12), static_cast<char>('a' + random.below(200)));
     const std::string leaf = bytes + std::to_string(random.below(20));
