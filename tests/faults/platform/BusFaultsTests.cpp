@@ -72,10 +72,11 @@ TEST(BusConnectionFaults, AConnectionWithoutADescriptorForItsLoopIsLostAndTellsS
   const PrivateBus bus;
   const auto connection = BusConnection::connect(BusAddress::at(bus.address()), 30);
   ASSERT_NE(connection, nullptr);
+  const auto loop = NSRunLoop::currentRunLoop();  // takes descriptors of its own when it is made
   bool isLost = false;
   {
     const ArmedFault full(FaultyCall::fcntl, 1, Fault::failing(EMFILE));
-    connection->attachTo(NSRunLoop::currentRunLoop());
+    connection->attachTo(loop);
     connection->setLossHandler([&] { isLost = true; });
     EXPECT_TRUE(full.wasMet());
   }
