@@ -3,7 +3,8 @@
 // system's commands and GIO. TMPDIR names the folder to work in, and so the file system.
 //
 // Each round copies to a name that is new and removes the copy outside the measured time: some file
-// systems are slow in making again what was just removed.
+// systems are slow in making again what was just removed. It begins when all is on the disk, or the
+// kernel would hold up one copier for what another one has left to be written.
 #include <KestovaFoundation/OVFileOperation.h>
 #include <KestovaPlatform/NSRunLoop.h>
 
@@ -166,6 +167,7 @@ using Copier = void (*)(const std::string&, const std::string&);
 void measure(benchmark::State& state, const std::string& from, Copier copier) {
   for (auto _ : state) {
     const std::string to = Sources::shared().newTarget();
+    sync();
     const auto start = std::chrono::steady_clock::now();
     copier(from, to);
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
