@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/Additions/NSGeometryAdditions.h>
 
+#include "RectTree.h"
+
 #include <algorithm>
 #include <array>
+#include <compare>
 #include <cstddef>
+#include <functional>
+#include <iterator>
+#include <queue>
 #include <span>
 #include <utility>
 #include <vector>
@@ -132,96 +138,151 @@ Pieces reduced(const NSRect& r, const NSRect& s) {
   return {};
 }
 
-Pieces united(const NSRect& r, const NSRect& s) { return NSUnionRect(r, s); }
-
-constexpr auto abut = [](const NSRect& r, const NSRect& s) {
-  return r.origin.x == NSMaxX(s) || r.origin.y == NSMaxY(s);
-};
-
-constexpr auto intersect = [](const NSRect& r, const NSRect& s) { return NSIntersectsRect(r, s); };
+Pieces united(const NSRect& r, const NSRect& s) {
+  return NSIntersectsRect(r, s) ? Pieces(NSUnionRect(r, s)) : Pieces();
+}
 
 NSRect rectOf(const id& object) { return Unboxing<NSRect>::unbox(object); }
 
-/// The search for pairs that can be joined. It starts again after each join but does not test again
-/// what it has rejected: rectangles never change, so that a pair once rejected stays so.
+std::vector<NSRect> rectsOf(const Ref<NSArray>& list) {
+  std::vector<NSRect> rects;
+  if (list) {
+    rects.reserve(list->count());
+    std::ranges::transform(list, std::back_inserter(rects), rectOf);
+  }
+  return rects;
+}
+
+/// What overlaps or nearly does.
+template <Pieces (*joined)(const NSRect&, const NSRect&)>
+struct Overlapping {
+  static Pieces join(const NSRect& r, const NSRect& s) { return joined(r, s); }
+
+  static bool mayJoin(const NSRect& r, const RectBounds& s) {
+    return NSMinX(r) < s.maxX.greatest && s.minX.least < NSMaxX(r) && NSMinY(r) < s.maxY.greatest &&
+           s.minY.least < NSMaxY(r);
+  }
+  static bool mayJoin(const RectBounds& r, const NSRect& s) { return mayJoin(s, r); }
+};
+
+/// What abuts.
+struct Abutting {
+  static Pieces join(const NSRect& r, const NSRect& s) { return reduced(r, s); }
+
+  static bool mayJoin(const NSRect& r, const RectBounds& s) {
+    return (s.maxX.hold(NSMinX(r)) && s.minY.hold(NSMinY(r)) && s.maxY.hold(NSMaxY(r))) ||
+           (s.maxY.hold(NSMinY(r)) && s.minX.hold(NSMinX(r)) && s.maxX.hold(NSMaxX(r)));
+  }
+  static bool mayJoin(const RectBounds& r, const NSRect& s) {
+    return (r.minX.hold(NSMaxX(s)) && r.minY.hold(NSMinY(s)) && r.maxY.hold(NSMaxY(s))) ||
+           (r.minY.hold(NSMaxY(s)) && r.minX.hold(NSMinX(s)) && r.maxX.hold(NSMaxX(s)));
+  }
+};
+
+/// The search for pairs that can be joined. `Pairs::join` answers what two become, nothing where
+/// they stay as they are; `Pairs::mayJoin` tells of many at once that they can't be joined with
+/// one.
+///
+/// Rectangles never change, so that a pair once rejected stays so. All in front of the cursor are
+/// settled: none of them can be joined with anything but what has been put at the end since, and
+/// that is offered to them before the cursor goes on.
+template <class Pairs>
 class PairSearch {
  public:
-  explicit PairSearch(const Ref<NSArray>& rects) : input_(rects) {
-    if (rects) {
-      candidates_.reserve(rects->count());
-      for (const id& object : rects) {
-        append(rectOf(object));
-      }
-    }
-  }
+  explicit PairSearch(const Ref<NSArray>& list)
+      : input_(list), rects_(rectsOf(list)), isGone_(rects_.size()), tree_(rects_) {}
 
-  /// `meet` tells quickly of nearly all pairs that they stay as they are; `join` answers what the
-  /// others become, nothing where they stay as well.
-  template <class Meet, class Join>
-  Ref<NSMutableArray> run(const Meet& meet, const Join& join) {
-    std::size_t i = 0;
-    while (i < candidates_.size()) {
-      i = joinWithFirst(i, meet, join) ? 0 : i + 1;
+  Ref<NSMutableArray> run() {
+    for (; cursor_ < rects_.size(); ++cursor_) {
+      if (!isGone_[cursor_] && joinWithFirst(cursor_)) {
+        joinOffers();
+      }
     }
     return result();
   }
 
  private:
-  /// Numbers are given in order and never again, so that the list is always ordered by them.
-  struct Candidate {
-    NSRect rect;
-    std::size_t number;
-    std::size_t testedBelow = 0;  // it was rejected with all that have a lower number
+  /// Numbers are given in order and never again, so that they tell the order of the list.
+  using Number = RectTree::Number;
+
+  /// The first one that is settled and can be joined with a new one. The least offer is the pair
+  /// that comes next.
+  struct Offer {
+    Number settled;
+    Number piece;
+
+    friend auto operator<=>(const Offer&, const Offer&) = default;
   };
 
-  void append(const NSRect& rect) { candidates_.push_back({rect, nextNumber_++}); }
-
-  /// Where the candidates begin that one was not tested with. They are at the end, and mostly none
-  /// or few.
-  std::size_t firstUntested(const Candidate& candidate) const {
-    std::size_t index = candidates_.size();
-    while (index > 0 && candidates_[index - 1].number >= candidate.testedBelow) {
-      --index;
-    }
-    return index;
+  bool canJoin(Number i, Number j) const {
+    return i != j && static_cast<bool>(Pairs::join(rects_[i], rects_[j]));
   }
 
-  template <class Meet, class Join>
-  bool joinWithFirst(std::size_t i, const Meet& meet, const Join& join) {
-    const NSRect r = candidates_[i].rect;
-    for (std::size_t j = firstUntested(candidates_[i]); j < candidates_.size(); ++j) {
-      if (j == i || !meet(r, candidates_[j].rect)) {
+  bool joinWithFirst(Number i) {
+    const Number j = tree_.first(
+        rects_.size(), [&](const RectBounds& others) { return Pairs::mayJoin(rects_[i], others); },
+        [&](Number other) { return canJoin(i, other); });
+    if (j == rects_.size()) {
+      return false;
+    }
+    replace(i, j);
+    return true;
+  }
+
+  void joinOffers() {
+    while (!offers_.empty()) {
+      const auto [settled, piece] = offers_.top();
+      offers_.pop();
+      if (isGone_[piece]) {
         continue;
       }
-      if (const Pieces pieces = join(r, candidates_[j].rect); pieces) {
-        replace(std::minmax(i, j), pieces);
-        return true;
+      if (isGone_[settled]) {
+        offer(piece);
+      } else {
+        replace(settled, piece);
       }
     }
-    candidates_[i].testedBelow = nextNumber_;
-    return false;
   }
 
-  void replace(std::pair<std::size_t, std::size_t> indexes, const Pieces& pieces) {
-    candidates_.erase(candidates_.begin() + static_cast<std::ptrdiff_t>(indexes.second));
-    candidates_.erase(candidates_.begin() + static_cast<std::ptrdiff_t>(indexes.first));
-    std::ranges::for_each(pieces, [&](const NSRect& piece) { append(piece); });
+  void offer(Number piece) {
+    const Number settled = tree_.first(
+        cursor_, [&](const RectBounds& others) { return Pairs::mayJoin(others, rects_[piece]); },
+        [&](Number other) { return canJoin(other, piece); });
+    if (settled < cursor_) {
+      offers_.push({settled, piece});
+    }
+  }
+
+  void replace(Number i, Number j) {
+    std::array<RectTree::Numbered, 3> added;
+    std::size_t count = 0;
+    for (const NSRect& piece : Pairs::join(rects_[i], rects_[j])) {
+      added[count++] = {piece, rects_.size()};
+      rects_.push_back(piece);
+    }
+    isGone_.resize(rects_.size());
+    isGone_[i] = isGone_[j] = true;
+    tree_.replace({i, j}, std::span(added).first(count));
+    std::for_each_n(added.begin(), count, [&](const auto& piece) { offer(piece.number); });
   }
 
   Ref<NSMutableArray> result() const {
     const std::size_t given = input_ ? input_->count() : 0;
     std::vector<id> objects;
-    objects.reserve(candidates_.size());
-    for (const Candidate& candidate : candidates_) {
-      objects.push_back(candidate.number < given ? input_->objectAtIndex(candidate.number)
-                                                 : id(candidate.rect));
+    for (Number number = 0; number < rects_.size(); ++number) {
+      if (!isGone_[number]) {
+        objects.push_back(number < given ? input_->objectAtIndex(number) : id(rects_[number]));
+      }
     }
     return NSMutableArray::arrayWithObjects(std::move(objects));
   }
 
   const Ref<NSArray> input_;
-  std::vector<Candidate> candidates_;
-  std::size_t nextNumber_ = 0;
+  std::vector<NSRect> rects_;
+  std::vector<bool> isGone_;
+  RectTree tree_;
+  std::priority_queue<Offer, std::vector<Offer>, std::greater<>> offers_;
+  Number cursor_ = 0;
 };
 
 }  // namespace
@@ -235,15 +296,15 @@ bool NSBreakOverlappingRects(Ref<NSArray>* pieces, NSRect a, NSRect b) {
 }
 
 Ref<NSMutableArray> NSReduceRects(const Ref<NSArray>& rects) {
-  return PairSearch(rects).run(abut, reduced);
+  return PairSearch<Abutting>(rects).run();
 }
 
 Ref<NSMutableArray> NSMergeRects(const Ref<NSArray>& rects) {
-  return PairSearch(rects).run(intersect, merged);
+  return PairSearch<Overlapping<merged>>(rects).run();
 }
 
 Ref<NSMutableArray> NSUnionIntersectingRects(const Ref<NSArray>& rects) {
-  return PairSearch(rects).run(intersect, united);
+  return PairSearch<Overlapping<united>>(rects).run();
 }
 
 Ref<NSMutableArray> NSClipRects(const Ref<NSArray>& rects, NSRect clip) {

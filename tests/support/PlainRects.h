@@ -13,13 +13,16 @@ namespace kestova::testing {
 inline double maxX(const NSRect& r) { return r.origin.x + r.size.width; }
 inline double maxY(const NSRect& r) { return r.origin.y + r.size.height; }
 
+/// As is one with a side that is no number.
+inline bool isEmpty(const NSRect& r) { return !(r.size.width > 0) || !(r.size.height > 0); }
+
 /// Empty where the two are not broken.
 inline Rects plainlyBroken(const NSRect& a, const NSRect& b) {
   const double ax = a.origin.x, ay = a.origin.y, aw = a.size.width, ah = a.size.height;
   const double bx = b.origin.x, by = b.origin.y, bw = b.size.width, bh = b.size.height;
   const double aX = ax + aw, aY = ay + ah, bX = bx + bw, bY = by + bh;
-  if (aw <= 0 || ah <= 0 || bw <= 0 || bh <= 0) return {};
-  if (ax >= bX || bx >= aX || ay >= bY || by >= aY) return {};
+  if (isEmpty(a) || isEmpty(b)) return {};
+  if (!(ax < bX && bx < aX && ay < bY && by < aY)) return {};
   if (bx <= ax && aX <= bX && by <= ay && aY <= bY) return {b};
   if (ax <= bx && bX <= aX && ay <= by && bY <= aY) return {a};
   const bool L = ax < bx && bx < aX;
@@ -61,12 +64,9 @@ inline Rects plainlyReduced(const NSRect& r, const NSRect& s) {
 }
 
 inline Rects plainlyUnited(const NSRect& r, const NSRect& s) {
-  if (plainlyBroken(r, s).empty() &&
-      (r.size.width <= 0 || r.size.height <= 0 || s.size.width <= 0 || s.size.height <= 0)) {
-    return {};
-  }
-  if (r.origin.x >= maxX(s) || s.origin.x >= maxX(r) || r.origin.y >= maxY(s) ||
-      s.origin.y >= maxY(r)) {
+  if (isEmpty(r) || isEmpty(s)) return {};
+  if (!(r.origin.x < maxX(s) && s.origin.x < maxX(r) && r.origin.y < maxY(s) &&
+        s.origin.y < maxY(r))) {
     return {};
   }
   const double x = std::min(r.origin.x, s.origin.x), y = std::min(r.origin.y, s.origin.y);

@@ -375,6 +375,81 @@ TEST(NSGeometryAdditionsTests, ManyRectanglesAreJoinedAsByThePlainSearch) {
   expectAsPlain(list);
 }
 
+Rects allOnGridOf(int side) {
+  Rects all = allOnGrid();
+  std::erase_if(all, [&](const NSRect& r) { return NSMaxX(r) > side || NSMaxY(r) > side; });
+  return all;
+}
+
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects
+TEST(NSGeometryAdditionsTests, EveryListOfThreeOnAGridIsJoinedAsByThePlainSearch) {
+  const Rects all = allOnGridOf(underSanitizer ? 2 : 3);
+  for (const NSRect& a : all) {
+    for (const NSRect& b : all) {
+      for (const NSRect& c : all) {
+        expectAsPlain({a, b, c});
+        ASSERT_FALSE(HasFatalFailure());
+      }
+    }
+  }
+}
+
+/// Enough for several levels of the search, which touch, hold and repeat each other.
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects
+TEST(NSGeometryAdditionsTests, CrowdedListsAreJoinedAsByThePlainSearch) {
+  RandomRun random;
+  for (int turn = 0; turn < testing::shareOf(200); ++turn) {
+    expectAsPlain(randomRects(random, 60, 4 + random.below(30), 1 + random.below(4)));
+    ASSERT_FALSE(HasFatalFailure());
+  }
+}
+
+/// Each bar is cut by all that lie across, so that there are many times as many as at first.
+// Shows: NSMergeRects
+TEST(NSGeometryAdditionsTests, BarsThatCrossAreBrokenAsByThePlainSearch) {
+  Rects bars;
+  for (int i = 0; i < 16; ++i) {
+    bars.push_back(rect(0, 4 * i + 1, 80, 2));
+    bars.push_back(rect(4 * i + 1, 0, 2, 80));
+  }
+  const Rects pieces = merged(bars);
+  EXPECT_EQ(pieces.size(), 16U + 16U * 17U);
+  EXPECT_EQ(pieces, testing::plainlyJoined(bars, testing::plainlyBroken));
+}
+
+/// Sides that go backwards or nowhere, and what is no number: these have edges that others abut on.
+// Shows: NSReduceRects, NSMergeRects, NSUnionIntersectingRects
+TEST(NSGeometryAdditionsTests, UnorderedRectanglesAreJoinedAsByThePlainSearch) {
+  RandomRun random;
+  const auto number = [&](std::initializer_list<double> numbers) {
+    return std::data(numbers)[random.below(numbers.size())];
+  };
+  const auto origin = [&] { return number({0, 1, 2, 3, 4, std::nan("")}); };
+  const auto side = [&] { return number({1, 1, 2, 3, 0, -1, -2, std::nan("")}); };
+  for (int turn = 0; turn < testing::shareOf(2000); ++turn) {
+    Rects list;
+    for (int i = 0; i < 30; ++i) {
+      list.push_back(rect(origin(), origin(), side(), side()));
+    }
+    const auto expectAsPlainly = [&](const auto& joined, const auto& join) {
+      ASSERT_EQ(::testing::PrintToString(joined(list)),
+                ::testing::PrintToString(testing::plainlyJoined(list, join)));
+    };
+    expectAsPlainly(reduced, testing::plainlyReduced);
+    expectAsPlainly(merged, testing::plainlyBroken);
+    expectAsPlainly(united, testing::plainlyUnited);
+    ASSERT_FALSE(HasFatalFailure());
+  }
+}
+
+// Shows: NSReduceRects
+TEST(NSGeometryAdditionsTests, ReducingJoinsWhatIsEndless) {
+  EXPECT_EQ(reduced({rect(0, 0, 5, kInfinity), rect(5, 0, kInfinity, kInfinity)}),
+            Rects{rect(0, 0, kInfinity, kInfinity)});
+  EXPECT_EQ(reduced({rect(0, 5, kInfinity, 1), rect(9, 9, 1, 1), rect(0, 0, kInfinity, 5)}),
+            (Rects{rect(9, 9, 1, 1), rect(0, 0, kInfinity, 6)}));
+}
+
 /// Far edges of pieces are rounded up here as often as not, and overlap again by the last bit.
 // Shows: NSMergeRects
 TEST(NSGeometryAdditionsTests, MergingEndsWhereEdgesAreRounded) {
