@@ -52,4 +52,17 @@ inline constexpr unsigned kBinaryTrue = 0x9;
 /// The one key of the dictionary that stands for a UID.
 inline constexpr const char* kUIDKey = "CF$UID";
 
+/// The fewest bytes of 1, 2, 4 and 8 that hold the number.
+constexpr std::size_t sizeOfUnsigned(std::uint64_t value) noexcept {
+  return value <= 0xFF ? 1 : value <= 0xFFFF ? 2 : value <= 0xFFFF'FFFF ? 4 : 8;
+}
+
+/// Writes the number's lowest bytes where there is room for them. Answers the place behind.
+constexpr char* putUnsigned(char* to, std::uint64_t value, std::size_t size) noexcept {
+  for (char* byte = to + size; byte != to; value >>= 8) {
+    *--byte = static_cast<char>(value);
+  }
+  return to + size;
+}
+
 }  // namespace kestova

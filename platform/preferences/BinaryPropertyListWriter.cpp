@@ -6,18 +6,21 @@
 #include "text/TextStorage.h"
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <concepts>
+#include <memory>
 #include <string_view>
 #include <utility>
 
 namespace kestova {
 namespace {
 
-/// The fewest bytes of 1, 2, 4 and 8 that hold the number.
-std::size_t sizeOfUnsigned(std::uint64_t value) {
-  return value <= 0xFF ? 1 : value <= 0xFFFF ? 2 : value <= 0xFFFF'FFFF ? 4 : 8;
-}
+/// \name What a writer may have written whose room is kept
+/// @{
+constexpr std::size_t kMostReferencesKept = 4096;
+constexpr std::size_t kMostBytesKept = 128 << 10;
+/// @}
 
 /// How many bytes there are before the content of an object with a count.
 std::size_t sizeOfHead(std::size_t count) {
@@ -26,13 +29,6 @@ std::size_t sizeOfHead(std::size_t count) {
 
 /// \name Writing at a place with room enough: each answers the place behind it
 /// @{
-
-char* putUnsigned(char* to, std::uint64_t value, std::size_t size) {
-  for (char* byte = to + size; byte != to; value >>= 8) {
-    *--byte = static_cast<char>(value);
-  }
-  return to + size;
-}
 
 char* putFirstByte(char* to, BinaryKind kind, std::size_t nibble) {
   return putUnsigned(to, static_cast<std::size_t>(kind) << 4 | nibble, 1);
@@ -89,10 +85,34 @@ void putWide(char* to, std::basic_string_view<Unit> units) {
 
 }  // namespace
 
+/// One writer is kept for the next list, with the room that it has taken: giving that back to the
+/// system and taking it again can cost as much as the writing.
 Ref<NSData> BinaryPropertyListWriter::write(const id& propertyList) {
-  BinaryPropertyListWriter writer;
-  writer.walk(propertyList);
-  return writer.putDown();
+  static std::atomic<BinaryPropertyListWriter*> spare{nullptr};
+  std::unique_ptr<BinaryPropertyListWriter> writer(spare.exchange(nullptr));
+  if (!writer) {
+    writer = std::make_unique<BinaryPropertyListWriter>();
+  }
+  writer->walk(propertyList);
+  auto written = writer->putDown();
+  if (!writer->isLarge()) {
+    writer->clear();
+    writer.reset(spare.exchange(writer.release()));
+  }
+  return written;
+}
+
+bool BinaryPropertyListWriter::isLarge() const noexcept {
+  return references_.size() > kMostReferencesKept || objects_.bytes().size() > kMostBytesKept;
+}
+
+void BinaryPropertyListWriter::clear() {
+  forget();
+  objects_.clear();
+  containers_.clear();
+  numbersOfContainers_.clear();
+  references_.clear();
+  nextReferences_.clear();
 }
 
 /// Below 0 all eight bytes are needed: what takes less has no sign.

@@ -19,7 +19,7 @@ namespace kestova {
 /// refer to, since only at the end it is known how many bytes a reference takes.
 class BinaryPropertyListWriter final : private PropertyListWriter {
  public:
-  /// Writes with a writer of its own. Throws a PropertyListFault.
+  /// Throws a PropertyListFault. Threads: any.
   static Ref<NSData> write(const id& propertyList);
 
  private:
@@ -57,6 +57,9 @@ class BinaryPropertyListWriter final : private PropertyListWriter {
   std::size_t addPlain(const Plain& plain);
   void addContainer(BinaryKind kind, std::size_t count, std::size_t references);
   void refer(std::size_t number);
+
+  bool isLarge() const noexcept;
+  void clear();
 
   Ref<NSData> putDown();
   char* putObjects(char* to) const;

@@ -90,14 +90,6 @@ ObjectMap differences(const Ref<NSDictionary>& known, const Ref<NSDictionary>& c
   return found;
 }
 
-Ref<NSData> bytesOf(const Ref<NSDictionary>& contents) {
-  try {
-    return BinaryPropertyListWriter::write(contents);
-  } catch (const PropertyListFault& fault) {
-    throw PreferencesFault{fault.problem};
-  }
-}
-
 }  // namespace
 
 /// What is to be written, used without the mutex: whoever changes the contents meanwhile changes a
@@ -349,6 +341,7 @@ void PreferencesDomain::adopt(const PreferencesFile& file) {
 
 void PreferencesDomain::take(PreferencesFile::Contents read) {
   see(std::move(read.seen));
+  image_.forget();
   const std::lock_guard lock(mutex_);
   contents_ = NSMutableDictionary::dictionaryWithDictionary(read.dictionary);
   snapshot_ = read.dictionary;
@@ -369,10 +362,20 @@ PreferencesFile::Contents PreferencesDomain::putAside(const PreferencesFile& fil
   return {{}, NSDictionary::dictionary()};
 }
 
+/// What is being written may be looked at without the mutex: nobody else changes it.
+std::span<const std::byte> PreferencesDomain::bytesOf(const Ref<NSDictionary>& whole) {
+  try {
+    return image_.bytesOf(whole, inWriting_);
+  } catch (const PropertyListFault& fault) {
+    throw PreferencesFault{fault.problem};
+  }
+}
+
 /// A domain without keys has no file. What fails while replaced files still take room is tried once
 /// more without them.
 void PreferencesDomain::write(const PreferencesFile& file, const Ref<NSDictionary>& whole) {
   if (whole->count() == 0) {
+    image_.forget();
     file.remove();
     return see({});
   }

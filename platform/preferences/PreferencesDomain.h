@@ -7,12 +7,15 @@
 #include "collections/ObjectTable.h"
 #include "preferences/PreferencesFile.h"
 #include "preferences/PreferencesFolder.h"
+#include "preferences/PreferencesImage.h"
 #include "preferences/PreferencesLock.h"
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <span>
 #include <string>
 
 namespace kestova {
@@ -80,6 +83,7 @@ class PreferencesDomain {
   void take(PreferencesFile::Contents read);
   PreferencesFile::Contents putAside(const PreferencesFile& file, const Ref<NSString>& problem);
   void see(SeenFile seen);
+  std::span<const std::byte> bytesOf(const Ref<NSDictionary>& whole);
   void write(const PreferencesFile& file, const Ref<NSDictionary>& whole);
   void tell(const Ref<NSString>& problem);
 
@@ -98,6 +102,8 @@ class PreferencesDomain {
   /// Held while the file is used, and for what follows.
   std::mutex fileMutex_;
   SeenFile seen_;
+  /// Of the contents when they were last about to be written.
+  PreferencesImage image_;
   Ref<NSString> toldProblem_;
   /// Until then nobody waits for the lock.
   std::chrono::steady_clock::time_point patientAgain_;

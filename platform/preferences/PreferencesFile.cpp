@@ -115,8 +115,8 @@ PreferencesFile::Contents PreferencesFile::read() const {
   return {{identity, std::move(file)}, preferencesInData(bytes)};
 }
 
-SeenFile PreferencesFile::replace(const Ref<NSData>& bytes) const {
-  if (bytes->length() > static_cast<NSUInteger>(kLargestFile)) {
+SeenFile PreferencesFile::replace(std::span<const std::byte> bytes) const {
+  if (bytes.size() > static_cast<std::size_t>(kLargestFile)) {
     throw PreferencesFault{name_ + " would be larger than 64 MiB"};
   }
   FileSystemCalls::current().unlinkat(openFolder_, newName().c_str(), 0);
@@ -129,8 +129,8 @@ SeenFile PreferencesFile::replace(const Ref<NSData>& bytes) const {
   return {identity, std::move(file)};
 }
 
-void PreferencesFile::fill(int file, const Ref<NSData>& bytes) const {
-  if (const int error = writeAll(file, bytes->span()); error != 0) {
+void PreferencesFile::fill(int file, std::span<const std::byte> bytes) const {
+  if (const int error = writeAll(file, bytes); error != 0) {
     throw systemFault("the file cannot be written", error);
   }
   check(FileSystemCalls::current().fdatasync(file), "the file cannot be written");

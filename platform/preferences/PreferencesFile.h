@@ -10,7 +10,9 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace kestova {
@@ -63,7 +65,7 @@ class PreferencesFile {
 
   /// Puts a new file in its place. On return it is on the disk. Answers the new one. Refuses what
   /// could not be read again.
-  SeenFile replace(const Ref<NSData>& bytes) const;
+  SeenFile replace(std::span<const std::byte> bytes) const;
 
   /// Removes it. On return that is on the disk.
   void remove() const;
@@ -73,7 +75,7 @@ class PreferencesFile {
 
  private:
   std::string newName() const { return name_ + ".new"; }
-  void fill(int file, const Ref<NSData>& bytes) const;
+  void fill(int file, std::span<const std::byte> bytes) const;
   void flushFolder() const;
 
   const PreferencesFolder& folder_;

@@ -69,6 +69,13 @@ void PropertyListWriter::walk(const id& top) {
   }
 }
 
+void PropertyListWriter::forget() noexcept {
+  known_.clear();
+  open_.clear();
+  references_ = 0;
+  unfolded_ = 0;
+}
+
 void PropertyListWriter::goOn() {
   OpenContainer& innermost = open_.back();
   if (innermost.next == innermost.entries.size()) {

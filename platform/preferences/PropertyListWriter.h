@@ -41,6 +41,9 @@ class PropertyListWriter {
 
   void walk(const id& top);
 
+  /// Lets go of what was met, and keeps the room for it.
+  void forget() noexcept;
+
   virtual void writeString(const NSString& string) = 0;
   virtual void writeNumber(const NSNumber& number) = 0;
   virtual void writeData(const NSData& data) = 0;

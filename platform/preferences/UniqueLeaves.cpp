@@ -21,6 +21,14 @@ std::size_t spreadHashOf(std::span<const std::byte> bytes) noexcept {
 
 }  // namespace
 
+void UniqueLeaves::clear() {
+  bytes_->setLength(0);
+  end_ = 0;
+  objects_.clear();
+  leaves_ = 0;
+  slots_.assign(kFewestSlots, 0);
+}
+
 void UniqueLeaves::expect(std::size_t objects) {
   const std::size_t wanted = objects_.size() + objects;
   if (wanted > objects_.capacity()) {
@@ -72,7 +80,12 @@ void UniqueLeaves::keepHalfEmpty(std::size_t leaves) {
   if (2 * leaves <= slots_.size()) {
     return;
   }
-  const auto old = std::exchange(slots_, std::vector<std::size_t>(2 * std::bit_ceil(2 * leaves)));
+  const std::size_t size = 2 * std::bit_ceil(2 * leaves);
+  if (leaves_ == 0) {
+    slots_.assign(size, 0);
+    return;
+  }
+  const auto old = std::exchange(slots_, std::vector<std::size_t>(size));
   const std::size_t mask = slots_.size() - 1;
   for (const std::size_t slot : old) {
     if (slot != 0) {

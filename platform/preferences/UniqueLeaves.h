@@ -16,6 +16,9 @@ namespace kestova {
 /// It holds bytes and numbers alone, so that no object is kept or asked again that was written.
 class UniqueLeaves {
  public:
+  /// Forgets all objects, and keeps the room for them.
+  void clear();
+
   /// Makes room for so many objects more.
   void expect(std::size_t objects);
 
@@ -40,6 +43,8 @@ class UniqueLeaves {
   std::size_t placeOf(std::size_t number) const noexcept { return objects_[number].place; }
 
  private:
+  static constexpr std::size_t kFewestSlots = 16;
+
   /// `hash` says nothing where the object is no leaf.
   struct Object {
     std::size_t place;
@@ -57,7 +62,7 @@ class UniqueLeaves {
   std::size_t leaves_ = 0;
   /// A hash table of numbers, 0 standing for none and each number for the one below it. Its size is
   /// a power of two.
-  std::vector<std::size_t> slots_ = std::vector<std::size_t>(16);
+  std::vector<std::size_t> slots_ = std::vector<std::size_t>(kFewestSlots);
 };
 
 }  // namespace kestova
