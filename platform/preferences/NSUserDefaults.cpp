@@ -269,9 +269,11 @@ void NSUserDefaults::write(PreferencesDomain& changed) {
   announceChange();
 }
 
+/// Asked for once what is the same every time: hardly ever does anybody listen.
 void NSUserDefaults::announceChange() {
-  NSNotificationCenter::defaultCenter()->postNotificationName_object(
-      NSUserDefaultsDidChangeNotification, self());
+  static auto& centre = *new auto(NSNotificationCenter::defaultCenter());
+  static auto& name = *new Ref<NSString>(NSUserDefaultsDidChangeNotification);
+  centre->postNotificationName_object(name, self());
 }
 
 }  // namespace kestova

@@ -93,10 +93,10 @@ bool PreferencesStore::save() {
 }
 
 void PreferencesStore::saveLater() {
-  const std::lock_guard lock(mutex_);
-  if (std::exchange(isSaveDue_, true)) {
+  if (isSaveDue_.exchange(true)) {
     return;
   }
+  const std::lock_guard lock(mutex_);
   const std::weak_ptr<PreferencesStore> self = weak_from_this();
   dispatch_after(dispatchTimeAfter(delay_),
                  dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0), [self] {
@@ -108,10 +108,7 @@ void PreferencesStore::saveLater() {
 
 /// After a failure it is tried again, later each time.
 void PreferencesStore::saveNow() {
-  {
-    const std::lock_guard lock(mutex_);
-    isSaveDue_ = false;
-  }
+  isSaveDue_ = false;
   const bool isSaved = save();
   {
     const std::lock_guard lock(mutex_);

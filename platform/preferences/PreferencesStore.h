@@ -64,12 +64,12 @@ class PreferencesStore : public std::enable_shared_from_this<PreferencesStore> {
   const PreferencesFolder folder_;
   const NSTimeInterval firstDelay_;
   std::atomic<std::uint64_t> changes_{0};
+  std::atomic<bool> isSaveDue_{false};
 
   /// Guards what follows.
   std::mutex mutex_;
   std::map<std::string, std::unique_ptr<PreferencesDomain>> domains_;
   NSTimeInterval delay_;
-  bool isSaveDue_ = false;
 };
 
 }  // namespace kestova
