@@ -4,11 +4,10 @@
 #include <KestovaPlatform/HotKeyService.h>
 #include <KestovaPlatform/NSThread.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <map>
 #include <memory>
-#include <unordered_map>
-#include <unordered_set>
-#include <utility>
 
 namespace kestova {
 namespace {
@@ -23,7 +22,7 @@ class HotKeyTable {
 
  private:
   struct Registration {
-    std::unique_ptr<EventHotKey> hotKey;
+    EventHotKey hotKey;
     std::shared_ptr<HotKeyService> service;
   };
 
@@ -31,37 +30,40 @@ class HotKeyTable {
     return std::uint64_t{hotKey.keyCode} << 32 | hotKey.modifiers;
   }
 
-  std::unordered_map<EventHotKeyRef, Registration> registrations_;
-  std::unordered_set<std::uint64_t> combinations_;
+  /// By their combinations. A hot key stays where it is from before the service knows it.
+  std::map<std::uint64_t, Registration> registrations_;
 };
 
+/// The service comes last but for what needs no memory: it never reports a hot key that is gone.
 OSStatus HotKeyTable::add(const EventHotKey& hotKey, EventHotKeyRef* outRef) {
-  if (combinations_.contains(combination(hotKey))) {
+  if (registrations_.contains(combination(hotKey))) {
     return eventHotKeyExistsErr;
   }
   const auto service = HotKeyService::shared();
   if (service == nullptr) {
     return unimpErr;
   }
-  auto registered = std::make_unique<EventHotKey>(hotKey);
-  if (const OSStatus status = service->registerHotKey(registered.get()); status != noErr) {
-    return status;
+  decltype(registrations_) added;
+  EventHotKey& registered =
+      added.emplace(combination(hotKey), Registration{hotKey, service}).first->second.hotKey;
+  const OSStatus status = service->registerHotKey(&registered);
+  if (status == noErr) {
+    registrations_.merge(added);
+    *outRef = &registered;
   }
-  *outRef = registered.get();
-  combinations_.insert(combination(hotKey));
-  registrations_.emplace(*outRef, Registration{std::move(registered), service});
-  return noErr;
+  return status;
 }
 
+/// Only what is one of these is looked into. They are few: nobody knows a thousand hot keys.
 OSStatus HotKeyTable::remove(EventHotKeyRef hotKey) {
-  const auto found = registrations_.find(hotKey);
+  const auto found =
+      std::find_if(registrations_.begin(), registrations_.end(),
+                   [hotKey](const auto& entry) { return &entry.second.hotKey == hotKey; });
   if (found == registrations_.end()) {
     return eventHotKeyInvalidErr;
   }
-  const Registration removed = std::move(found->second);
-  registrations_.erase(found);
-  combinations_.erase(combination(*removed.hotKey));
-  removed.service->unregisterHotKey(hotKey);
+  const auto removed = registrations_.extract(found);
+  removed.mapped().service->unregisterHotKey(hotKey);
   return noErr;
 }
 

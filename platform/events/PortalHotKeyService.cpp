@@ -120,10 +120,12 @@ OSStatus PortalHotKeyService::registerHotKey(EventHotKeyRef hotKey) {
     return eventInternalErr;
   }
   const std::string name = shortcutName(hotKey->hotKeyID);
-  if (!hotKeys_.emplace(name, hotKey).second) {
+  if (hotKeys_.contains(name)) {
     return eventHotKeyExistsErr;
   }
+  ShortcutSession::HotKeys registered{{name, hotKey}};
   waiting_.emplace(name, hotKey);
+  hotKeys_.merge(registered);
   binding_->signal();
   return noErr;
 }
@@ -138,10 +140,12 @@ void PortalHotKeyService::unregisterHotKey(EventHotKeyRef hotKey) {
   std::erase_if(sessions_, [](const auto& session) { return session->hotKeys().empty(); });
 }
 
+/// Signalled before: should there be no memory now, the next turn tries again.
 void PortalHotKeyService::bindWaiting() {
   if (hasPortal_ && !waiting_.empty()) {
-    sessions_.push_back(std::make_unique<ShortcutSession>(
-        bus_, std::exchange(waiting_, ShortcutSession::HotKeys())));
+    binding_->signal();
+    sessions_.push_back(std::make_unique<ShortcutSession>(bus_, waiting_));
+    waiting_.clear();
   }
 }
 
@@ -198,7 +202,7 @@ void PortalHotKeyService::handleOwner(const BusMessage& signal) {
   hasPortal_ = !now.empty();
   if (hasPortal_) {
     NSLog("Hot keys: the desktop portal is back");
-    waiting_ = hotKeys_;
+    waiting_ = ShortcutSession::HotKeys(hotKeys_);
     binding_->signal();
   }
 }

@@ -131,17 +131,24 @@ OSStatus XHotKeyService::registerHotKey(EventHotKeyRef hotKey) {
   if (combination.key == 0) {
     return eventHotKeyInvalidErr;
   }
-  return grabFor(hotKey, combination);
+  HotKeys registered{{hotKey, Combination{}}};
+  const OSStatus status = grabFor(*registered.begin(), combination);
+  if (status == noErr) {
+    hotKeys_.merge(registered);
+  }
+  return status;
 }
 
-OSStatus XHotKeyService::grabFor(EventHotKeyRef hotKey, Combination combination) {
+/// Nothing behind the grab needs memory: a key that is grabbed is always known.
+OSStatus XHotKeyService::grabFor(HotKeys::value_type& hotKey, Combination combination) {
   if (byCombination_.contains(combination.number())) {
     return eventHotKeyExistsErr;
   }
+  decltype(byCombination_) grabbed{{combination.number(), hotKey.first}};
   const OSStatus status = grab(combination);
   if (status == noErr) {
-    hotKeys_[hotKey] = combination;
-    byCombination_[combination.number()] = hotKey;
+    hotKey.second = combination;
+    byCombination_.merge(grabbed);
   }
   return status;
 }
@@ -150,6 +157,7 @@ OSStatus XHotKeyService::grabFor(EventHotKeyRef hotKey, Combination combination)
 /// costs a round trip, the others have come with it.
 OSStatus XHotKeyService::grab(Combination combination) {
   std::vector<xcb_void_cookie_t> cookies;
+  cookies.reserve(keyboard_.lockStates().size());
   for (const std::uint16_t locks : keyboard_.lockStates()) {
     cookies.push_back(xcb_grab_key_checked(
         connection_.get(), 0, root_, static_cast<std::uint16_t>(combination.modifiers | locks),
@@ -262,35 +270,36 @@ void XHotKeyService::followKeyboard() {
   if (!keyboard) {
     return;
   }
-  const std::vector<EventHotKeyRef> moved = hotKeysMovedBy(*keyboard);
-  for (const EventHotKeyRef hotKey : moved) {
-    letGo(std::exchange(hotKeys_[hotKey], Combination{}));
+  const auto moved = hotKeysMovedBy(*keyboard);
+  for (HotKeys::value_type* const hotKey : moved) {
+    letGo(std::exchange(hotKey->second, Combination{}));
   }
   keyboard_ = std::move(*keyboard);
-  for (const EventHotKeyRef hotKey : moved) {
-    grabAgain(hotKey);
+  for (HotKeys::value_type* const hotKey : moved) {
+    grabAgain(*hotKey);
   }
 }
 
-std::vector<EventHotKeyRef> XHotKeyService::hotKeysMovedBy(const XKeyboard& keyboard) const {
+std::vector<XHotKeyService::HotKeys::value_type*> XHotKeyService::hotKeysMovedBy(
+    const XKeyboard& keyboard) {
   const bool areLocksOthers = keyboard.lockStates() != keyboard_.lockStates();
-  std::vector<EventHotKeyRef> moved;
-  for (const auto& [hotKey, combination] : hotKeys_) {
-    if (areLocksOthers || combinationOf(*hotKey, keyboard) != combination) {
-      moved.push_back(hotKey);
+  std::vector<HotKeys::value_type*> moved;
+  for (auto& hotKey : hotKeys_) {
+    if (areLocksOthers || combinationOf(*hotKey.first, keyboard) != hotKey.second) {
+      moved.push_back(&hotKey);
     }
   }
   return moved;
 }
 
 /// A hot key that can't be had now waits for the next change of the keyboard.
-void XHotKeyService::grabAgain(EventHotKeyRef hotKey) {
-  const Combination combination = combinationOf(*hotKey, keyboard_);
+void XHotKeyService::grabAgain(HotKeys::value_type& hotKey) {
+  const Combination combination = combinationOf(*hotKey.first, keyboard_);
   if (combination.key == 0) {
-    NSLog("Hot keys: the keyboard has no key for %s any more", combinationText(*hotKey));
+    NSLog("Hot keys: the keyboard has no key for %s any more", combinationText(*hotKey.first));
   } else if (grabFor(hotKey, combination) != noErr) {
     NSLog("Hot keys: with the keyboard's new layout another program has %s",
-          combinationText(*hotKey));
+          combinationText(*hotKey.first));
   }
 }
 

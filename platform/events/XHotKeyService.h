@@ -8,6 +8,7 @@
 #include "events/XProtocol.h"
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -36,7 +37,7 @@ class XHotKeyService final : public HotKeyService {
     friend constexpr bool operator==(const Combination&, const Combination&) = default;
     std::uint32_t number() const { return std::uint32_t{key} << 16 | modifiers; }
   };
-  using HotKeys = std::unordered_map<EventHotKeyRef, Combination>;
+  using HotKeys = std::map<EventHotKeyRef, Combination>;
 
   XHotKeyService(XConnection connection, xcb_window_t root, std::string name);
 
@@ -47,7 +48,7 @@ class XHotKeyService final : public HotKeyService {
 
   static Combination combinationOf(const EventHotKey& hotKey, const XKeyboard& keyboard);
   OSStatus grab(Combination combination);
-  OSStatus grabFor(EventHotKeyRef hotKey, Combination combination);
+  OSStatus grabFor(HotKeys::value_type& hotKey, Combination combination);
   void ungrab(Combination combination);
   void settle();
   void letGo(Combination combination);
@@ -58,8 +59,8 @@ class XHotKeyService final : public HotKeyService {
   void handleRelease(const xcb_key_release_event_t& event);
   void handleEmptyQueue();
   void followKeyboard();
-  std::vector<EventHotKeyRef> hotKeysMovedBy(const XKeyboard& keyboard) const;
-  void grabAgain(EventHotKeyRef hotKey);
+  std::vector<HotKeys::value_type*> hotKeysMovedBy(const XKeyboard& keyboard);
+  void grabAgain(HotKeys::value_type& hotKey);
   void loseConnection();
 
   XConnection connection_;
@@ -74,7 +75,7 @@ class XHotKeyService final : public HotKeyService {
   /// What each hot key has grabbed; the key 0 for one that waits for a keyboard that has it.
   HotKeys hotKeys_;
   /// The same the other way round, by the combination's number.
-  std::unordered_map<std::uint32_t, EventHotKeyRef> byCombination_;
+  std::map<std::uint32_t, EventHotKeyRef> byCombination_;
   /// The hot keys whose keys are down, by these keys.
   std::unordered_map<xcb_keycode_t, EventHotKeyRef> held_;
 };

@@ -43,14 +43,14 @@ void RunLoopSource::signal() {
 }
 
 void RunLoopSource::invalidate() {
+  const Ref<RunLoopSource> stay(this);
   Block<void(Signals)> dropped;
   std::vector<std::shared_ptr<RunLoopMode>> modes;
   {
     const std::lock_guard lock(mutex_);
     std::swap(dropped, perform_);
-    modes = modes_;
+    modes.swap(modes_);
   }
-  const Ref<RunLoopSource> stay(this);
   for (const auto& mode : modes) {
     mode->removeSource(*this);
   }

@@ -7,11 +7,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdlib.h>
+
 #include <string>
 
 #include "AllocationFaults.h"
 #include "CapturedLog.h"
 #include "HotKeyRecord.h"
+#include "PrivateBus.h"
+#include "ScriptedPortal.h"
 #include "VirtualDisplay.h"
 
 using namespace kestova;
@@ -26,6 +30,25 @@ OSStatus registerKey(EventHotKeyRef* hotKey) {
   return RegisterEventHotKey(VirtualKeyCodeForName("K").value(), controlKey, {0x74657374, 1},
                              GetEventDispatcherTarget(), 0, hotKey);
 }
+
+/// A desktop without a display server, which has a portal.
+class PortalHotKeyFaults : public ::testing::Test {
+ protected:
+  PortalHotKeyFaults() {
+    ::setenv("WAYLAND_DISPLAY", "wayland-7", 1);
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
+    HotKeyService::setShared(nullptr);
+  }
+  ~PortalHotKeyFaults() override {
+    HotKeyService::setShared(nullptr);
+    ::unsetenv("WAYLAND_DISPLAY");
+    ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
+  }
+
+  CapturedLog log;
+  PrivateBus bus;
+  ScriptedPortal portal{bus};
+};
 
 }  // namespace
 
@@ -51,4 +74,86 @@ TEST(HotKeyFaults, ADisplayThatCannotBeServedIsNoServiceAndMayBeTriedAgain) {
   EventHotKeyRef hotKey = nullptr;
   EXPECT_EQ(registerKey(&hotKey), noErr);
   EXPECT_EQ(UnregisterEventHotKey(hotKey), noErr);
+}
+
+TEST(HotKeyFaults, AHotKeyThatThereIsNoMemoryForIsNotRegistered) {
+  const CapturedLog log;
+  const VirtualDisplay display;
+  const DisplayClient client(display);
+  EventHotKeyRef hotKey = nullptr;
+  const int refused = walkAllocations(
+      [&] {
+        hotKey = nullptr;
+        EXPECT_EQ(registerKey(&hotKey), noErr);
+      },
+      [&](bool threw) {
+        EXPECT_EQ(hotKey == nullptr, threw);
+        EXPECT_EQ(client.isFree(kKeyK), threw);
+        EXPECT_EQ(UnregisterEventHotKey(hotKey), threw ? eventHotKeyInvalidErr : noErr);
+        EXPECT_TRUE(client.isFree(kKeyK));
+      });
+  EXPECT_GT(refused, 0);
+}
+
+TEST(HotKeyFaults, AHotKeyMovesWithTheKeyboardOrIsGivenBackWhateverThereIsNoMemoryFor) {
+  const CapturedLog log;
+  const VirtualDisplay display;
+  const DisplayClient client(display);
+  int refused = 0;
+  for (int nth = 1; nth <= 12; ++nth) {
+    EventHotKeyRef hotKey = nullptr;
+    ASSERT_EQ(registerKey(&hotKey), noErr);
+    client.setModifier(nth % 2 == 0 ? 5 : 6, kKeyScrollLock);
+    {
+      const ArmedFault none(FaultyCall::allocation, nth, Fault::failing(ENOMEM));
+      try {
+        CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1, true);
+        CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1, true);
+      } catch (const std::bad_alloc&) {
+        ++refused;
+      }
+    }
+    EXPECT_EQ(UnregisterEventHotKey(hotKey), noErr);
+    EXPECT_TRUE(client.isFree(kKeyK));
+  }
+  EXPECT_GT(refused, 0);
+}
+
+TEST_F(PortalHotKeyFaults, AHotKeyThatThereIsNoMemoryForIsNotRegistered) {
+  EventHotKeyRef hotKey = nullptr;
+  const int refused = walkAllocations(
+      [&] {
+        hotKey = nullptr;
+        EXPECT_EQ(registerKey(&hotKey), noErr);
+      },
+      [&](bool threw) {
+        EXPECT_EQ(hotKey == nullptr, threw);
+        EXPECT_EQ(UnregisterEventHotKey(hotKey), threw ? eventHotKeyInvalidErr : noErr);
+      });
+  EXPECT_GT(refused, 0);
+  // None of them is asked for.
+  while (NSRunLoop::mainRunLoop()->turn()) {
+  }
+  EXPECT_TRUE(portal.bound().empty());
+}
+
+TEST_F(PortalHotKeyFaults, HotKeysThatThereIsNoMemoryToAskForAreAskedForInTheNextTurn) {
+  int refused = 0;
+  for (int nth = 1; nth <= 40; ++nth) {
+    SCOPED_TRACE(nth);
+    EventHotKeyRef hotKey = nullptr;
+    ASSERT_EQ(registerKey(&hotKey), noErr);
+    const std::size_t before = portal.bound().size();
+    {
+      const ArmedFault none(FaultyCall::allocation, nth, Fault::failing(ENOMEM));
+      try {
+        NSRunLoop::mainRunLoop()->turn();
+      } catch (const std::bad_alloc&) {
+        ++refused;
+      }
+    }
+    EXPECT_TRUE(runUntil([&] { return portal.bound().size() > before; }));
+    EXPECT_EQ(UnregisterEventHotKey(hotKey), noErr);
+  }
+  EXPECT_GT(refused, 0);
 }

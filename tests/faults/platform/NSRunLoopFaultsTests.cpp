@@ -237,3 +237,16 @@ TEST(NSRunLoopFaults, ASourceOrBlockThatFindsNoMemoryIsNotServed) {
     EXPECT_GT(refused, 4);
   });
 }
+
+TEST(NSRunLoopFaults, ASourceIsInvalidatedWithoutMemory) {
+  bool hasRun = false;
+  const auto source = RunLoopSource::sourceWithBlock([&] { hasRun = true; });
+  NSRunLoop::currentRunLoop()->addSource_forMode(source, kOwnMode);
+  NSRunLoop::currentRunLoop()->addSource_forMode(source, NSRunLoopCommonModes);
+  source->signal();
+  const ArmedFault none(FaultyCall::allocation, 1, Fault::failingFromNowOn(ENOMEM));
+  source->invalidate();
+  EXPECT_FALSE(none.wasMet());
+  EXPECT_FALSE(source->isValid());
+  EXPECT_FALSE(NSRunLoop::currentRunLoop()->containsSource_forMode(source, kOwnMode));
+}
