@@ -18,6 +18,9 @@ using std::chrono::nanoseconds;
 constexpr std::int32_t kStackLimit = 64 << 20;
 constexpr std::int32_t kIdleStackLimit = 64 << 10;
 
+/// Of longer ones a matcher would keep what it has widened.
+constexpr NSUInteger kLongestIdleText = 4096;
+
 nanoseconds processorTime() noexcept {
   timespec now{};
   ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -88,6 +91,7 @@ RegexSearch::RegexSearch(const CompiledRegex& regex, const NSString& text, NSUIn
     : regex_(regex),
       matcher_(regex.lend()),
       options_(options),
+      widensMuch_(text.isEightBit() && text.length() > kLongestIdleText),
       progress_(std::move(progress)),
       allowance_(allowanceFor(range.length)) {
   if (!matcher_) {
@@ -103,9 +107,14 @@ RegexSearch::RegexSearch(const CompiledRegex& regex, const NSString& text, NSUIn
 }
 
 RegexSearch::~RegexSearch() {
-  if (matcher_) {
-    regex_.takeBack(std::move(matcher_));
+  if (!matcher_) {
+    return;
   }
+  if (widensMuch_) {
+    UErrorCode status = U_ZERO_ERROR;
+    uregex_setText(matcher_.get(), u"", 0, &status);
+  }
+  regex_.takeBack(std::move(matcher_));
 }
 
 void RegexSearch::open(const NSString& text) {

@@ -78,6 +78,7 @@ class RegexSearch {
   const CompiledRegex& regex_;
   RegexMatcher matcher_;
   const NSUInteger options_;
+  const bool widensMuch_;
   const Progress progress_;
   /// How much processor time the search may take, and when that is over; set when it turns out
   /// long.

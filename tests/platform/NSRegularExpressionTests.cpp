@@ -566,6 +566,16 @@ TEST(NSRegularExpressionTests, ManyThreadsSearchWithOneExpression) {
   EXPECT_EQ(matches, 8U * 200U * 3U);
 }
 
+/// So long a text is never widened as a whole.
+TEST(NSRegularExpressionTests, TheEndOfAVeryLongTextIsFoundInEitherStorage) {
+  const std::size_t length = 33 << 20;
+  for (const auto& text : inBothStorages(std::u16string(length, u'a') + u"bc")) {
+    const auto regex = regexOf("b(?<=a{3}b)c$");
+    EXPECT_EQ(regex->rangeOfFirstMatchInString_options_range(text, 0, {0, length + 2}),
+              (NSRange{length, 2}));
+  }
+}
+
 /// Long texts are read in pieces from 8-bit storage; whatever lies across their edges, the answer
 /// is that of the other storage.
 TEST(NSRegularExpressionTests, BothStoragesGiveTheSameMatchesAtAnyLength) {
@@ -576,7 +586,8 @@ TEST(NSRegularExpressionTests, BothStoragesGiveTheSameMatchesAtAnyLength) {
       "c(?!a)",   "\\X",    "(?<! )b",       "[ab]{5,}",         " {2}",       "(?s).{4000,4200}",
       "\\G[abc]", "(a*)*c",
   };
-  for (const std::size_t length : {0U, 1U, 4095U, 4096U, 4097U, 5120U, 8192U, 20000U}) {
+  for (const std::size_t length :
+       {0U, 1U, 4095U, 4096U, 4097U, 5120U, 8192U, 20000U, 70'000U, 140'000U}) {
     std::u16string units;
     for (std::size_t i = 0; i < length; ++i) units += u"aabbc \n"[random.below(7)];
     const auto texts = inBothStorages(units);

@@ -61,7 +61,7 @@ enum NSMatchingFlags : NSUInteger {
 /// a search gives up after 2 s of processor time and 10 µs more for each unit of the range, or when
 /// its backtracking needs more than 64 MiB: what it has found until then is the answer. The same
 /// goes for more than 2147483647 units in UTF-16 storage, in which nothing is found. Text in 8-bit
-/// storage is read as it is, a few thousand units at a time.
+/// storage is widened as the search goes on, no more than a few times what it looks at.
 class KESTOVA_PLATFORM_EXPORT NSRegularExpression : public NSObject {
   KESTOVA_CLASS(NSRegularExpression, NSObject)
 
