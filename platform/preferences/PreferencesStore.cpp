@@ -93,7 +93,7 @@ bool PreferencesStore::save() {
 }
 
 void PreferencesStore::saveLater() {
-  if (isSaveDue_.exchange(true)) {
+  if (isSaveDue_ || isSaveDue_.exchange(true)) {
     return;
   }
   const std::lock_guard lock(mutex_);
