@@ -24,41 +24,23 @@ Ref<NSArray> namesOf(const Ref<NSTimeZone>& zone, const Ref<NSLocale>& locale) {
   return names;
 }
 
-/// Asked of thousands of names in each search, which are strings without a doubt.
-bool has(const Ref<NSArray>& names, const Ref<NSString>& name) {
-  for (const id& each : names) {
-    if (static_cast<const NSString&>(*each).isEqualToString(name)) {
-      return true;
-    }
-  }
-  return false;
-}
-
-/// Fills a table from a zone's name to its names. Answers the last zone that has the name.
+/// Fills a table from each name to the first zone that has it. Answers the last zone that has the
+/// name.
 Ref<NSTimeZone> fill(const Ref<NSMutableDictionary>& table, const Ref<NSLocale>& locale,
                      const Ref<NSString>& name) {
   Ref<NSTimeZone> last;
   for (const id& known : NSTimeZone::knownTimeZoneNames()) {
     const auto zone = NSTimeZone::timeZoneWithName(cast<NSString>(known));
-    const auto names = namesOf(zone, locale);
-    table->setObject_forKey(names, known);
-    if (has(names, name)) {
-      last = zone;
-    }
-  }
-  return last;
-}
-
-/// The first zone of the table's own order that has the name.
-Ref<NSTimeZone> find(const Ref<NSDictionary>& table, const Ref<NSString>& name) {
-  for (const id& known : table) {
-    if (has(cast<NSArray>(table->objectForKey(known)), name)) {
-      if (const auto zone = NSTimeZone::timeZoneWithName(cast<NSString>(known))) {
-        return zone;
+    for (const id& each : namesOf(zone, locale)) {
+      if (!table->objectForKey(each)) {
+        table->setObject_forKey(zone, each);
+      }
+      if (each->isEqual(name)) {
+        last = zone;
       }
     }
   }
-  return nullptr;
+  return last;
 }
 
 /// From the identifier of a locale to its table.
@@ -78,15 +60,13 @@ Ref<NSTimeZone> timeZoneWithAName_inLocale(const Ref<NSString>& name, const Ref<
   }
   const auto lowered = name->lowercaseString();
   const auto& identifier = locale->localeIdentifier();
-  if (!tables()->objectForKey(identifier)) {
-    const auto table = NSMutableDictionary::dictionary();
-    const auto last = fill(table, locale, lowered);
-    tables()->setObject_forKey(table, identifier);
-    if (last) {
-      return last;
-    }
+  if (const auto table = cast<NSDictionary>(tables()->objectForKey(identifier))) {
+    return cast<NSTimeZone>(table->objectForKey(lowered));
   }
-  return find(cast<NSDictionary>(tables()->objectForKey(identifier)), lowered);
+  const auto table = NSMutableDictionary::dictionary();
+  const auto last = fill(table, locale, lowered);
+  tables()->setObject_forKey(table, identifier);
+  return last;
 }
 
 }  // namespace NSTimeZone_Additons

@@ -24,7 +24,7 @@ inline namespace NSTimeZone_Additons {
 /// Threads: one at a time.
 ///
 /// Cost: the first call for a locale takes tens of milliseconds to collect its names, which are
-/// kept until the process ends; later ones search these.
+/// kept until the process ends; later ones look one up.
 KESTOVA_FOUNDATION_EXPORT Ref<NSTimeZone> timeZoneWithAName_inLocale(const Ref<NSString>& name,
                                                                      const Ref<NSLocale>& locale);
 

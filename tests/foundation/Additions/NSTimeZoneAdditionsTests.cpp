@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -118,6 +119,31 @@ TEST(NSTimeZoneAdditionsTests, NamesBehindTheFirstThatIsMissingAreNotFound) {
   EXPECT_NE(zoneNamed("PST", kNamelessLocale), "none");
   EXPECT_EQ(zoneNamed("Pacific Daylight Time", kNamelessLocale), "none");
   EXPECT_EQ(zoneNamed("PDT", kNamelessLocale), "none");
+}
+
+/// The first zone that has a name, by the name in lower case.
+std::map<std::string, std::string> plainTable(const Ref<NSLocale>& locale) {
+  std::map<std::string, std::string> table;
+  for (const id& known : NSTimeZone::knownTimeZoneNames()) {
+    const auto zone = NSTimeZone::timeZoneWithName(cast<NSString>(known));
+    for (int style = 0; style < 4; ++style) {
+      const auto name = zone->localizedName_locale(NSTimeZoneNameStyle(style), locale);
+      table.try_emplace(name->lowercaseString()->displayUTF8(), zone->name()->displayUTF8());
+    }
+  }
+  return table;
+}
+
+// Shows: timeZoneWithAName_inLocale
+TEST(NSTimeZoneAdditionsTests, EveryNameOfALocaleIsThatOfTheFirstZoneThatHasIt) {
+  for (const char* locale : {"en_CA", "de_CH", "hi_IN"}) {
+    EXPECT_EQ(zoneNamed("nothing", locale), "none");
+    const auto table = plainTable(localeOf(locale));
+    EXPECT_GT(table.size(), 100U);
+    for (const auto& [name, zone] : table) {
+      ASSERT_EQ(zoneNamed(name.c_str(), locale), zone) << name;
+    }
+  }
 }
 
 // Shows: timeZoneWithAName_inLocale
