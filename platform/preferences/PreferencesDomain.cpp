@@ -93,8 +93,7 @@ ObjectMap differences(const Ref<NSDictionary>& known, const Ref<NSDictionary>& c
 }  // namespace
 
 /// What is to be written, used without the mutex: whoever changes the contents meanwhile changes a
-/// copy. Unless it is said to be done, the changes wait again, but for those that were made once
-/// more.
+/// copy. Unless it is said to be done, the changes wait again.
 class PreferencesDomain::Writing {
  public:
   explicit Writing(PreferencesDomain& domain) : domain_(domain) {
@@ -106,12 +105,12 @@ class PreferencesDomain::Writing {
   Writing(const Writing&) = delete;
   Writing& operator=(const Writing&) = delete;
   ~Writing() {
-    ObjectMap written;
+    ChangedKeys written;
     const std::lock_guard lock(domain_.mutex_);
     written = std::exchange(domain_.inWriting_, {});
     domain_.areContentsRead_ = false;
     if (!isDone_) {
-      domain_.pending_.insert(written.begin(), written.end());
+      domain_.pending_.addAll(written);
     }
   }
 
@@ -202,7 +201,7 @@ bool PreferencesDomain::isEmpty() {
 
 bool PreferencesDomain::hasPendingChanges() {
   const std::lock_guard lock(mutex_);
-  return !pending_.empty() || !inWriting_.empty();
+  return !pending_.isEmpty() || !inWriting_.isEmpty();
 }
 
 bool PreferencesDomain::synchronize() {
@@ -237,7 +236,7 @@ void PreferencesDomain::changePending(const ObjectMap& changed) {
 /// Under the mutex.
 void PreferencesDomain::change(const id& key, const id& value) {
   apply(key, value);
-  pending_[key] = value;
+  pending_.add(key);
 }
 
 /// Under the mutex. Contents that are just being written are not changed any more, but copied.
@@ -343,11 +342,12 @@ void PreferencesDomain::take(PreferencesFile::Contents read) {
   see(std::move(read.seen));
   image_.forget();
   const std::lock_guard lock(mutex_);
-  contents_ = NSMutableDictionary::dictionaryWithDictionary(read.dictionary);
+  const auto here =
+      std::exchange(contents_, NSMutableDictionary::dictionaryWithDictionary(read.dictionary));
   snapshot_ = read.dictionary;
   ++changes_;
-  for (const auto& [key, value] : pending_) {
-    apply(key, value);
+  for (const id& key : pending_.all()) {
+    apply(key, here->objectForKey(key));
   }
 }
 
@@ -365,7 +365,7 @@ PreferencesFile::Contents PreferencesDomain::putAside(const PreferencesFile& fil
 /// What is being written may be looked at without the mutex: nobody else changes it.
 std::span<const std::byte> PreferencesDomain::bytesOf(const Ref<NSDictionary>& whole) {
   try {
-    return image_.bytesOf(whole, inWriting_);
+    return image_.bytesOf(whole, inWriting_.all());
   } catch (const PropertyListFault& fault) {
     throw PreferencesFault{fault.problem};
   }

@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSString.h>
 
 #include "collections/ObjectTable.h"
+#include "preferences/ChangedKeys.h"
 #include "preferences/PreferencesFile.h"
 #include "preferences/PreferencesFolder.h"
 #include "preferences/PreferencesImage.h"
@@ -115,10 +116,10 @@ class PreferencesDomain {
   bool areContentsRead_ = false;
   /// An immutable copy of the contents; null when they have changed since.
   Ref<NSDictionary> snapshot_;
-  /// The values that are to be written by key; null to remove it.
-  ObjectMap pending_;
-  /// Those of them that are being written just now.
-  ObjectMap inWriting_;
+  /// The keys of what is to be written: as the contents have it, or removed where they don't.
+  ChangedKeys pending_;
+  /// Of what is being written just now. Only who holds the other mutex as well changes it.
+  ChangedKeys inWriting_;
 };
 
 /// An immutable copy of a property list, down to its leaves, that can be kept under the key. Throws

@@ -41,9 +41,9 @@ class LoneObject {
 }  // namespace
 
 std::span<const std::byte> PreferencesImage::bytesOf(const Ref<NSDictionary>& contents,
-                                                     const ObjectMap& changed) {
+                                                     std::span<const id> changedKeys) {
   try {
-    if (bytes_.empty() || changed.size() > kMostPutIn || !putAll(changed)) {
+    if (bytes_.empty() || changedKeys.size() > kMostPutIn || !putAll(*contents, changedKeys)) {
       keep(BinaryPropertyListWriter::write(contents)->span());
     }
     return bytes_;
@@ -80,12 +80,13 @@ void PreferencesImage::countUses() {
 }
 
 /// Answers whether all could be put in. If not, some may have been.
-bool PreferencesImage::putAll(const ObjectMap& changed) {
+bool PreferencesImage::putAll(const NSDictionary& contents, std::span<const id> changedKeys) {
   if (uses_.empty()) {
     countUses();
   }
-  return std::ranges::all_of(changed, [this](const auto& entry) {
-    return entry.second && put(entry.first, entry.second);
+  return std::ranges::all_of(changedKeys, [&](const id& key) {
+    const id value = contents.objectForKey(key);
+    return value && put(key, value);
   });
 }
 

@@ -4,8 +4,6 @@
 #include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSTypes.h>
 
-#include "collections/ObjectTable.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -22,10 +20,10 @@ namespace kestova {
 /// Threads: one at a time.
 class PreferencesImage {
  public:
-  /// The bytes of `contents`, of which nothing but the keys of `changed` has changed since the last
-  /// call; a null value there stands for a key that is gone. Valid until the next call. Throws a
-  /// PropertyListFault.
-  std::span<const std::byte> bytesOf(const Ref<NSDictionary>& contents, const ObjectMap& changed);
+  /// The bytes of `contents`, in which nothing but what is under the changed keys is new since the
+  /// last call; they may come or go as well. Valid until the next call. Throws a PropertyListFault.
+  std::span<const std::byte> bytesOf(const Ref<NSDictionary>& contents,
+                                     std::span<const id> changedKeys);
 
   /// The next contents may be any others.
   void forget() noexcept { bytes_.clear(); }
@@ -36,7 +34,7 @@ class PreferencesImage {
   void keep(Bytes whole);
   void countUses();
 
-  bool putAll(const ObjectMap& changed);
+  bool putAll(const NSDictionary& contents, std::span<const id> changedKeys);
   bool put(const id& key, const id& value);
   bool replace(std::size_t number, Bytes leaf);
   bool append(std::size_t reference, Bytes leaf);

@@ -30,7 +30,7 @@ namespace {
 class PreferencesImageTests : public ::testing::Test {
  protected:
   void set(const Ref<NSString>& key, const id& value) {
-    changed_[key] = value;
+    changed_.push_back(key);
     if (value) {
       contents_->setObject_forKey(value, key);
     } else {
@@ -39,7 +39,8 @@ class PreferencesImageTests : public ::testing::Test {
   }
 
   std::string_view bytes() {
-    const auto bytes = image_.bytesOf(contents_, std::exchange(changed_, {}));
+    const auto bytes = image_.bytesOf(contents_, changed_);
+    changed_.clear();
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
   }
 
@@ -64,7 +65,7 @@ class PreferencesImageTests : public ::testing::Test {
   }
 
   Ref<NSMutableDictionary> contents_ = NSMutableDictionary::dictionary();
-  ObjectMap changed_;
+  std::vector<id> changed_;
   PreferencesImage image_;
 };
 
