@@ -147,17 +147,17 @@ PreferencesDomain::PreferencesDomain(const Ref<NSString>& name, const Preference
       number_(nextNumber()),
       contents_(NSMutableDictionary::dictionary()) {}
 
-id PreferencesDomain::objectForKey(const Ref<NSString>& key) {
+id PreferencesDomain::objectForKey(const id& key) {
   load();
   const std::lock_guard lock(mutex_);
   return contents_->objectForKey(key);
 }
 
-void PreferencesDomain::setValue_forKey(const id& value, const Ref<NSString>& key) {
+void PreferencesDomain::setValue_forKey(const id& value, const id& key) {
   load();
   {
     const std::lock_guard lock(mutex_);
-    change(key->copy(), value);
+    change(key, value);
   }
   knownHere().erase(number_);
 }

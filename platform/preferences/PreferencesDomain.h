@@ -39,10 +39,11 @@ class PreferencesDomain {
 
   const Ref<NSString>& name() const noexcept { return name_; }
 
-  id objectForKey(const Ref<NSString>& key);
+  id objectForKey(const id& key);
 
-  /// `value` is a property list that nobody else changes; null removes the key.
-  void setValue_forKey(const id& value, const Ref<NSString>& key);
+  /// `value` is a property list that nobody else changes; null removes the key, a string that
+  /// nobody else changes either.
+  void setValue_forKey(const id& value, const id& key);
 
   /// All of it, immutable; empty where there is none. This thread knows it from then on, until it
   /// changes the domain.

@@ -27,7 +27,7 @@ Ref<NSDictionary> SearchList::everything() {
   return cast<NSDictionary>(merged()->copy());
 }
 
-void SearchList::setValue_forKey(const id& value, const Ref<NSString>& key) {
+void SearchList::setValue_forKey(const id& value, const id& key) {
   const std::lock_guard lock(mutex_);
   const bool isMerged = merged_ && mergedAt_ == store_->changes();
   application_.setValue_forKey(value, key);
@@ -109,9 +109,10 @@ void SearchList::merge() {
 }
 
 /// Under the mutex. Only the program's arguments come before a value of the application's domain.
-void SearchList::refresh(const id& value, const Ref<NSString>& key) {
-  const bool isFirst = value && mergedArguments_->count() == 0;
-  if (const id found = isFirst ? value : find(key)) {
+void SearchList::refresh(const id& value, const id& key) {
+  if (value && mergedArguments_->count() == 0) {
+    merged_->setObject_forKey(value, key);
+  } else if (const id found = find(key)) {
     merged_->setObject_forKey(found, key);
   } else {
     merged_->removeObjectForKey(key);
@@ -119,7 +120,7 @@ void SearchList::refresh(const id& value, const Ref<NSString>& key) {
 }
 
 /// Under the mutex: what `merge` would put under the key.
-id SearchList::find(const Ref<NSString>& key) {
+id SearchList::find(const id& key) {
   id value = volatileNamed(NSArgumentDomain)->objectForKey(key);
   value = value ? value : application_.objectForKey(key);
   for (PreferencesDomain* suite : suites_) {

@@ -30,8 +30,8 @@ class SearchList {
   id objectForKey(const Ref<NSString>& key);
   Ref<NSDictionary> everything();
 
-  /// In the application's domain. Null removes the key.
-  void setValue_forKey(const id& value, const Ref<NSString>& key);
+  /// In the application's domain. Null removes the key, a string that nobody changes.
+  void setValue_forKey(const id& value, const id& key);
 
   void addSuite(const Ref<NSString>& name);
   void removeSuite(const Ref<NSString>& name);
@@ -46,8 +46,8 @@ class SearchList {
 
  private:
   void merge();
-  void refresh(const id& value, const Ref<NSString>& key);
-  id find(const Ref<NSString>& key);
+  void refresh(const id& value, const id& key);
+  id find(const id& key);
   const Ref<NSMutableDictionary>& merged();
   Ref<NSDictionary> volatileNamed(const StringConstant& name) const;
 
