@@ -3,6 +3,8 @@
 
 #include <KestovaPlatform/NSObject.h>
 
+#include "object/ObjectExtras.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <utility>
@@ -37,8 +39,8 @@ class MemberRelease {
       __builtin_prefetch(members[std::min(index + kAhead, count - 1)].get(), 1);
       if (tooDeep) {
         putOff(std::move(members[index]));
-      } else {
-        members[index] = nullptr;
+      } else if (const NSObject* const member = members[index].leak()) {
+        ObjectExtras::release(*member);
       }
     }
   }

@@ -28,6 +28,18 @@ class ObjectExtras {
     return tryRetain(object) ? Ref<T>::adopt(&object) : Ref<T>();
   }
 
+  /// Gives a reference up. The last one of an object without extras takes no locked operation: who
+  /// holds none can't share the object then.
+  static void release(const NSObject& object) noexcept {
+    const bool isLast = object.references_.load(std::memory_order_acquire) == 1 &&
+                        object.extras_.load(std::memory_order_relaxed) == 0;
+    if (isLast) {
+      delete &object;
+    } else {
+      object.release();
+    }
+  }
+
   ObservingTable observing;
   ObserverTable observers;
   /// Goes first, for what is attached may observe the object until then.
