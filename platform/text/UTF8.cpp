@@ -18,6 +18,9 @@ namespace {
 
 constexpr UChar32 kReplacement = 0xFFFD;
 
+/// Fewer bytes are looked at sooner than the vectors of the processor are found.
+constexpr std::size_t kLeastForVectors = 64;
+
 /// The character at an index, which moves behind it; U+FFFD for a surrogate that stands alone.
 UChar32 nextCharacter(std::u16string_view units, std::size_t& index) noexcept {
   UChar32 character;
@@ -66,16 +69,23 @@ std::size_t characterBefore(std::string_view bytes, std::size_t index) noexcept 
 template <class Unit>
 bool hasNone(std::basic_string_view<Unit> units, std::uint64_t highBits) noexcept {
   constexpr std::size_t step = sizeof(std::uint64_t) / sizeof(Unit);
-  for (; units.size() >= step; units.remove_prefix(step)) {
+  if (units.size() < step) {
+    return std::all_of(units.begin(), units.end(), [](Unit unit) {
+      return static_cast<std::make_unsigned_t<Unit>>(unit) < 0x80;
+    });
+  }
+  const auto bitsAt = [&](std::size_t index) {
     std::uint64_t block;
-    std::memcpy(&block, units.data(), sizeof block);
-    if ((block & highBits) != 0) {
+    std::memcpy(&block, units.data() + index, sizeof block);
+    return block & highBits;
+  };
+  const std::size_t last = units.size() - step;
+  for (std::size_t index = 0; index < last; index += step) {
+    if (bitsAt(index) != 0) {
       return false;
     }
   }
-  return std::all_of(units.begin(), units.end(), [](Unit unit) {
-    return static_cast<std::make_unsigned_t<Unit>>(unit) < 0x80;
-  });
+  return bitsAt(last) == 0;
 }
 
 /// Writes characters while they fit and begin before `end`.
@@ -129,7 +139,8 @@ std::string_view withoutCutCharacter(std::string_view bytes) noexcept {
 }
 
 bool isASCII(std::string_view bytes) noexcept {
-  return hasNone(bytes.substr(asciiVectors(bytes)), 0x8080808080808080U);
+  const std::size_t looked = bytes.size() < kLeastForVectors ? 0 : asciiVectors(bytes);
+  return hasNone(bytes.substr(looked), 0x8080808080808080U);
 }
 
 bool isASCII(std::u16string_view units) noexcept {
