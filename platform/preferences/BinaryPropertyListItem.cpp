@@ -17,20 +17,16 @@ void failAtByte(std::size_t place, const Ref<NSString>& fault) {
   throw PropertyListFault{NSString::stringWithFormat("%@, at byte %lu.", fault, place)};
 }
 
-id BinaryPropertyListItem::value() {
+id BinaryPropertyListItem::rarerValue() {
   switch (kind_) {
     case BinaryKind::simple:
       return simpleValue();
-    case BinaryKind::integer:
-      return integerValue();
     case BinaryKind::real:
       return realValue();
     case BinaryKind::date:
       return dateValue();
     case BinaryKind::data:
       return dataValue();
-    case BinaryKind::asciiString:
-      return asciiValue();
     case BinaryKind::utf16String:
       return utf16Value();
     case BinaryKind::uid:
@@ -47,11 +43,7 @@ std::span<const std::byte> BinaryPropertyListItem::references(std::size_t size) 
   return cut(count, kind_ == BinaryKind::dictionary ? 2 * size : size);
 }
 
-/// Takes the count off the front of the contents, where it is not in the first byte.
-std::size_t BinaryPropertyListItem::takeCount() {
-  if (nibble_ != kCountFollows) {
-    return nibble_;
-  }
+std::size_t BinaryPropertyListItem::takeLargeCount() {
   const auto first = contents_.empty() ? 0 : std::to_integer<unsigned>(contents_[0]);
   const std::size_t size = std::size_t(1) << (first & 0xF);
   if (static_cast<BinaryKind>(first >> 4) != BinaryKind::integer || size > 8 ||
@@ -61,13 +53,6 @@ std::size_t BinaryPropertyListItem::takeCount() {
   const std::uint64_t count = unsignedFrom(contents_.subspan(1, size));
   contents_ = contents_.subspan(1 + size);
   return count;
-}
-
-std::span<const std::byte> BinaryPropertyListItem::cut(std::size_t count, std::size_t unitSize) {
-  if (count > contents_.size() / unitSize) {
-    failAtByte(place_, "An object claims more bytes than there are");
-  }
-  return contents_ = contents_.first(count * unitSize);
 }
 
 id BinaryPropertyListItem::simpleValue() {
@@ -80,7 +65,7 @@ id BinaryPropertyListItem::simpleValue() {
 
 /// In eight bytes as in sixteen there is a sign; what takes less has none.
 id BinaryPropertyListItem::integerValue() {
-  const auto bytes = cut(1, std::size_t(1) << nibble_);
+  const auto bytes = cut(std::size_t(1) << nibble_, 1);
   if (bytes.size() > 16) {
     failAtByte(place_, "An integer takes more than 16 bytes");
   }
@@ -98,7 +83,7 @@ id BinaryPropertyListItem::integerValue() {
 }
 
 id BinaryPropertyListItem::realValue() {
-  const auto bytes = cut(1, std::size_t(1) << nibble_);
+  const auto bytes = cut(std::size_t(1) << nibble_, 1);
   switch (bytes.size()) {
     case sizeof(float):
       return NSNumber::numberWithFloat(
@@ -111,7 +96,7 @@ id BinaryPropertyListItem::realValue() {
 }
 
 id BinaryPropertyListItem::dateValue() {
-  const auto bytes = cut(1, std::size_t(1) << nibble_);
+  const auto bytes = cut(std::size_t(1) << nibble_, 1);
   const auto seconds =
       bytes.size() == sizeof(double) ? std::bit_cast<double>(unsignedFrom(bytes)) : HUGE_VAL;
   if (!std::isfinite(seconds)) {
@@ -125,16 +110,6 @@ id BinaryPropertyListItem::dataValue() {
   return NSData::dataWithBytes_length(bytes.data(), bytes.size());
 }
 
-id BinaryPropertyListItem::asciiValue() {
-  const auto bytes = cut(takeCount(), 1);
-  auto string =
-      NSString::stringWithUTF8String({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-  if (!string || !string->isEightBit()) {
-    failAtByte(place_, "A text in ASCII holds other bytes");
-  }
-  return string;
-}
-
 id BinaryPropertyListItem::utf16Value() {
   const auto bytes = cut(takeCount(), 2);
   std::u16string units(bytes.size() / 2, u'\0');
@@ -145,7 +120,7 @@ id BinaryPropertyListItem::utf16Value() {
 }
 
 id BinaryPropertyListItem::uidValue() {
-  const auto bytes = cut(1, nibble_ + 1);
+  const auto bytes = cut(nibble_ + 1, 1);
   if (bytes.size() > 8) {
     failAtByte(place_, "A UID needs more than 64 bits");
   }

@@ -6,22 +6,24 @@
 
 #include "preferences/BinaryPropertyListLayout.h"
 
+#include <endian.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 namespace kestova {
 
 /// Throws a PropertyListFault about what stands at a place of the data.
-[[noreturn]] void failAtByte(std::size_t place, const Ref<NSString>& fault);
+[[noreturn, gnu::cold]] void failAtByte(std::size_t place, const Ref<NSString>& fault);
 
-/// A big-endian number of at most eight bytes.
+/// A big-endian number of one to eight bytes. It is read as the end of eight: what stands in the
+/// format has the header before it.
 inline std::uint64_t unsignedFrom(std::span<const std::byte> bytes) {
-  std::uint64_t value = 0;
-  for (const std::byte byte : bytes) {
-    value = value << 8 | std::to_integer<std::uint64_t>(byte);
-  }
-  return value;
+  std::uint64_t value;
+  std::memcpy(&value, bytes.data() + bytes.size() - sizeof value, sizeof value);
+  return be64toh(value) & (~std::uint64_t(0) >> (64 - 8 * bytes.size()));
 }
 
 /// An object as it is written down in the binary format. What does not fit into the bytes that are
@@ -44,16 +46,34 @@ class BinaryPropertyListItem {
 
   /// The value of an object that refers to no others, immutable, and how many bytes it takes. For a
   /// UID it is the number.
-  id value();
+  id value() {
+    switch (kind_) {
+      case BinaryKind::asciiString:
+        return asciiValue();
+      case BinaryKind::integer:
+        return integerValue();
+      default:
+        return rarerValue();
+    }
+  }
   std::size_t valueSize() const noexcept { return contents_.size(); }
 
   /// What an object that holds others refers to them with, each of them `size` bytes.
   std::span<const std::byte> references(std::size_t size);
 
  private:
-  std::size_t takeCount();
-  std::span<const std::byte> cut(std::size_t count, std::size_t unitSize);
+  /// Takes the count off the front of the contents, where it is not in the first byte.
+  std::size_t takeCount() { return nibble_ == kCountFollows ? takeLargeCount() : nibble_; }
+  std::size_t takeLargeCount();
 
+  std::span<const std::byte> cut(std::size_t count, std::size_t unitSize) {
+    if (count > contents_.size() / unitSize) {
+      failAtByte(place_, "An object claims more bytes than there are");
+    }
+    return contents_ = contents_.first(count * unitSize);
+  }
+
+  id rarerValue();
   id simpleValue();
   id integerValue();
   id realValue();
@@ -69,5 +89,15 @@ class BinaryPropertyListItem {
   /// What follows the first byte: at first all that is there, in the end what belongs to it.
   std::span<const std::byte> contents_;
 };
+
+inline id BinaryPropertyListItem::asciiValue() {
+  const auto bytes = cut(takeCount(), 1);
+  auto string =
+      NSString::stringWithUTF8String({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  if (!string || !string->isEightBit()) {
+    failAtByte(place_, "A text in ASCII holds other bytes");
+  }
+  return string;
+}
 
 }  // namespace kestova

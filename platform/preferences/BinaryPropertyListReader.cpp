@@ -5,10 +5,7 @@
 
 #include "preferences/PropertyListFault.h"
 
-#include <endian.h>
-
 #include <algorithm>
-#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -27,6 +24,69 @@ std::string_view textOf(std::span<const std::byte> bytes) {
 
 }  // namespace
 
+inline std::size_t BinaryPropertyListReader::placeOf(std::span<const std::byte> bytes) const {
+  return static_cast<std::size_t>(bytes.data() - bytes_.data());
+}
+
+/// The object of that number; `place` is where it is referred to.
+[[gnu::always_inline]] inline BinaryPropertyListItem BinaryPropertyListReader::itemOf(
+    std::size_t number, std::size_t place) const {
+  if (number >= slots_.size()) {
+    failAtByte(place, NSString::stringWithFormat("There is no object %lu", number));
+  }
+  const auto entry = offsets_.subspan(number * offsetSize_, offsetSize_);
+  const std::uint64_t offset = unsignedFrom(entry);
+  if (offset < kBinaryHeaderSize || offset >= objectBytes_.size()) {
+    failAtByte(placeOf(entry), "An offset leads to where no objects are");
+  }
+  return {objectBytes_, offset};
+}
+
+inline std::size_t BinaryPropertyListReader::takeReference(
+    std::span<const std::byte>& references) const {
+  const auto reference = references.first(referenceSize_);
+  references = references.subspan(referenceSize_);
+  return unsignedFrom(reference);
+}
+
+inline void BinaryPropertyListReader::spend(std::uint64_t bytes, std::size_t place) {
+  const std::uint64_t most = kMostBytesAnyway + kMostBytesForEach * bytes_.size();
+  spent_ += bytes;
+  if (spent_ > most) {
+    failAtByte(place, NSString::stringWithFormat("The texts and data unfold to more than %lu bytes",
+                                                 most));
+  }
+}
+
+/// Makes the object without others in it that a slot stands for.
+[[gnu::always_inline]] inline id BinaryPropertyListReader::make(std::size_t number,
+                                                                BinaryPropertyListItem& item) {
+  Slot& slot = slots_[number];
+  id object = item.value();
+  slot.object = object.get();
+  slot.size = item.valueSize();
+  spend(item.valueSize(), item.place());
+  return object;
+}
+
+/// What stands in the list for an object that was just made: itself, or a copy.
+inline id BinaryPropertyListReader::use(id leaf) {
+  if (objects_.areLeavesMutable()) {
+    kept_.push_back(leaf);
+  }
+  return objects_.leaf(std::move(leaf));
+}
+
+inline void BinaryPropertyListReader::add(id object, std::size_t height) {
+  if (open_.empty()) {
+    top_ = std::move(object);
+    return;
+  }
+  OpenContainer& container = open_.back();
+  container.objects.push_back(std::move(object));
+  container.height = std::max(container.height, height + 1);
+}
+
 bool BinaryPropertyListReader::accepts(std::span<const std::byte> bytes) {
   return textOf(bytes).starts_with(kBinaryMagic);
 }
@@ -43,12 +103,11 @@ id BinaryPropertyListReader::run() {
   checkVersion();
   visit(readTrailer(), bytes_.size() - kBinaryTrailerSize + kTopObjectField);
   while (!open_.empty()) {
-    auto& references = open_.back().references;
-    if (references.empty()) {
+    OpenContainer& container = open_.back();
+    if (container.references.empty()) {
       close();
     } else {
-      const std::size_t place = placeOf(references);
-      visit(takeReference(references), place);
+      visitNext(container);
     }
   }
   return top_;
@@ -90,42 +149,10 @@ std::size_t BinaryPropertyListReader::readTrailer() {
   return field(kTopObjectField, 8);
 }
 
-std::size_t BinaryPropertyListReader::placeOf(std::span<const std::byte> bytes) const {
-  return static_cast<std::size_t>(bytes.data() - bytes_.data());
-}
-
-/// The object of that number; `place` is where it is referred to.
-BinaryPropertyListItem BinaryPropertyListReader::itemOf(std::size_t number,
-                                                        std::size_t place) const {
-  if (number >= slots_.size()) {
-    failAtByte(place, NSString::stringWithFormat("There is no object %lu", number));
-  }
-  const auto entry = offsets_.subspan(number * offsetSize_, offsetSize_);
-  const std::uint64_t offset = numberIn(entry);
-  if (offset < kBinaryHeaderSize || offset >= objectBytes_.size()) {
-    failAtByte(placeOf(entry), "An offset leads to where no objects are");
-  }
-  return {objectBytes_, offset};
-}
-
-std::size_t BinaryPropertyListReader::takeReference(std::span<const std::byte>& references) const {
-  const auto reference = references.first(referenceSize_);
-  references = references.subspan(referenceSize_);
-  return numberIn(reference);
-}
-
-/// A number of one to eight bytes, read as the end of eight: at least the header stands before it.
-std::uint64_t BinaryPropertyListReader::numberIn(std::span<const std::byte> bytes) const {
-  std::uint64_t value = 0;
-  const std::size_t end = placeOf(bytes) + bytes.size();
-  std::memcpy(&value, bytes_.data() + end - sizeof value, sizeof value);
-  return be64toh(value) & (~std::uint64_t(0) >> (64 - 8 * bytes.size()));
-}
-
 id BinaryPropertyListReader::takeKey(std::span<const std::byte>& references) {
   const std::size_t place = placeOf(references);
   const std::size_t number = takeReference(references);
-  const BinaryPropertyListItem item = itemOf(number, place);
+  BinaryPropertyListItem item = itemOf(number, place);
   if (!item.isString()) {
     failAtByte(place, "A key is no string");
   }
@@ -133,9 +160,18 @@ id BinaryPropertyListReader::takeKey(std::span<const std::byte>& references) {
   return known != nullptr ? id(known) : make(number, item);
 }
 
+/// Opens further containers, so the one that is handed over is not to be used afterwards.
+void BinaryPropertyListReader::visitNext(OpenContainer& container) {
+  if (!container.keyReferences.empty()) {
+    container.keys.push_back(takeKey(container.keyReferences));
+  }
+  const std::size_t place = placeOf(container.references);
+  visit(takeReference(container.references), place);
+}
+
 /// Adds an object to where it is used; `place` is that of the reference to it.
 void BinaryPropertyListReader::visit(std::size_t number, std::size_t place) {
-  const BinaryPropertyListItem item = itemOf(number, place);
+  BinaryPropertyListItem item = itemOf(number, place);
   const Slot& slot = slots_[number];
   if (slot.isOpen != 0) {
     failAtByte(place, "A container holds itself");
@@ -153,24 +189,6 @@ void BinaryPropertyListReader::visit(std::size_t number, std::size_t place) {
   }
 }
 
-/// Makes the object without others in it that a slot stands for.
-id BinaryPropertyListReader::make(std::size_t number, BinaryPropertyListItem item) {
-  Slot& slot = slots_[number];
-  id object = item.value();
-  slot.object = object.get();
-  slot.size = item.valueSize();
-  spend(item.valueSize(), item.place());
-  return object;
-}
-
-/// What stands in the list for an object that was just made: itself, or a copy.
-id BinaryPropertyListReader::use(id leaf) {
-  if (objects_.areLeavesMutable()) {
-    kept_.push_back(leaf);
-  }
-  return objects_.leaf(std::move(leaf));
-}
-
 void BinaryPropertyListReader::reuse(const Slot& known, std::size_t place) {
   if (known.height > 0) {
     checkNesting(known.height, place);
@@ -181,19 +199,9 @@ void BinaryPropertyListReader::reuse(const Slot& known, std::size_t place) {
   add(objects_.leaf(id(known.object)), known.height);
 }
 
-void BinaryPropertyListReader::add(id object, std::size_t height) {
-  if (open_.empty()) {
-    top_ = std::move(object);
-    return;
-  }
-  OpenContainer& container = open_.back();
-  container.objects.push_back(std::move(object));
-  container.height = std::max(container.height, height + 1);
-}
-
-void BinaryPropertyListReader::open(std::size_t number, BinaryPropertyListItem item) {
+void BinaryPropertyListReader::open(std::size_t number, BinaryPropertyListItem& item) {
   checkNesting(1, item.place());
-  OpenContainer container{number, item.kind(), {}, {}, {}, 1, unfolded_};
+  OpenContainer container{number, item.kind(), {}, {}, {}, {}, 1, unfolded_};
   if (item.kind() == BinaryKind::uid) {
     openUID(container, item);
   } else {
@@ -215,10 +223,9 @@ void BinaryPropertyListReader::openReferences(OpenContainer& container,
   const std::size_t total = container.references.size() / referenceSize_;
   unfold(total, item.place());
   const std::size_t keys = item.kind() == BinaryKind::dictionary ? total / 2 : 0;
+  container.keyReferences = container.references.first(keys * referenceSize_);
+  container.references = container.references.subspan(keys * referenceSize_);
   container.keys.reserve(keys);
-  while (container.keys.size() < keys) {
-    container.keys.push_back(takeKey(container.references));
-  }
   container.objects.reserve(total - keys);
 }
 
@@ -264,15 +271,6 @@ void BinaryPropertyListReader::unfold(std::uint64_t objects, std::size_t place) 
   if (unfolded_ > most) {
     failAtByte(place,
                NSString::stringWithFormat("The list unfolds to more than %lu objects", most));
-  }
-}
-
-void BinaryPropertyListReader::spend(std::uint64_t bytes, std::size_t place) {
-  const std::uint64_t most = kMostBytesAnyway + kMostBytesForEach * bytes_.size();
-  spent_ += bytes;
-  if (spent_ > most) {
-    failAtByte(place, NSString::stringWithFormat("The texts and data unfold to more than %lu bytes",
-                                                 most));
   }
 }
 

@@ -41,11 +41,13 @@ class BinaryPropertyListReader {
     std::uint64_t isOpen : 1 = 0;
   };
 
-  /// A container of which not all objects are read. A dictionary has all of its keys.
+  /// A container of which not all objects are read. A dictionary's keys come one by one with them,
+  /// so that what is looked up together lies together.
   struct OpenContainer {
     std::size_t number;  // of its slot
     BinaryKind kind;
-    std::span<const std::byte> references;  // to the objects that are still to come
+    std::span<const std::byte> keyReferences;  // to what is still to come
+    std::span<const std::byte> references;
     std::vector<id> keys;
     std::vector<id> objects;
     std::size_t height;
@@ -60,17 +62,17 @@ class BinaryPropertyListReader {
 
   std::size_t placeOf(std::span<const std::byte> bytes) const;
   BinaryPropertyListItem itemOf(std::size_t number, std::size_t place) const;
-  std::uint64_t numberIn(std::span<const std::byte> bytes) const;
   std::size_t takeReference(std::span<const std::byte>& references) const;
   id takeKey(std::span<const std::byte>& references);
 
+  void visitNext(OpenContainer& container);
   void visit(std::size_t number, std::size_t place);
-  id make(std::size_t number, BinaryPropertyListItem item);
+  id make(std::size_t number, BinaryPropertyListItem& item);
   id use(id leaf);
   void reuse(const Slot& known, std::size_t place);
   void add(id object, std::size_t height);
 
-  void open(std::size_t number, BinaryPropertyListItem item);
+  void open(std::size_t number, BinaryPropertyListItem& item);
   void openUID(OpenContainer& container, BinaryPropertyListItem& item);
   void openReferences(OpenContainer& container, BinaryPropertyListItem& item);
   void close();

@@ -7,17 +7,11 @@
 #include <KestovaPlatform/NSString.h>
 
 #include "collections/DictionaryFromTable.h"
+#include "collections/TableFromColumns.h"
 
 #include <utility>
 
 namespace kestova {
-namespace {
-
-/// How full a table may be. Its buckets are looked for all over it: half the memory costs less than
-/// what lies close together.
-constexpr float kFullest = 0.85F;
-
-}  // namespace
 
 PropertyListObjects::PropertyListObjects(NSUInteger options) noexcept
     : mutableContainers_(options != NSPropertyListImmutable),
@@ -31,13 +25,7 @@ id PropertyListObjects::array(std::vector<id> objects) const {
 }
 
 id PropertyListObjects::dictionary(std::vector<id>& keys, std::vector<id>& objects) const {
-  ObjectMap table;
-  table.max_load_factor(kFullest);
-  table.reserve(keys.size());
-  for (std::size_t index = 0; index < keys.size(); ++index) {
-    auto entry = table.try_emplace(std::move(keys[index])).first;
-    std::swap(entry.value(), objects[index]);
-  }
+  ObjectMap table = tableFromColumns(keys, objects);
   return mutableContainers_ ? id(mutableDictionaryFromTable(std::move(table)))
                             : dictionaryFromTable(std::move(table));
 }
