@@ -8,6 +8,7 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 // Each operation begins and ends one character at a time and leaves what lies between to the
