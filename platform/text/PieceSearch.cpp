@@ -1,9 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "text/PieceSearch.h"
 
+#include "text/LikelyPlaces.h"
+
 #include <algorithm>
 
 namespace kestova {
+namespace {
+
+/// In 8-bit storage nothing is passed by: few searches go through its pieces.
+class EveryPlace {
+ public:
+  EveryPlace(const TextPieces<char>&, std::u16string_view, std::size_t) noexcept {}
+  std::size_t next(std::size_t from, std::size_t) const noexcept { return from; }
+};
+
+template <class Unit>
+using PlacesIn = std::conditional_t<std::is_same_v<Unit, char>, EveryPlace, LikelyPlaces>;
+
+}  // namespace
 
 template <class Unit>
 NSRange PieceSearch<Unit>::find(NSRange range, SearchPlace place) {
@@ -28,10 +43,17 @@ std::size_t PieceSearch<Unit>::windowAfter(std::size_t size) const noexcept {
   return std::max(std::min(2 * size, kLargestWindow), 2 * wanted_.size());
 }
 
-/// The next window begins with the first piece that was too near to the end of this one.
+/// The next window begins with the first piece that was too near to the end of this one, or where
+/// a match is likely behind that. After a long way it is small again.
 template <class Unit>
 NSRange PieceSearch<Unit>::first(std::size_t from, std::size_t to) {
+  PlacesIn<Unit> places(pieces_, wanted_, to - std::min(from, to));
   for (std::size_t size = windowAfter(kFirstWindow / 2); from < to; size = windowAfter(size)) {
+    const std::size_t passed = from;
+    from = places.next(passed, to);
+    if (from - passed > kLongWay) {
+      size = windowAfter(kFirstWindow / 2);
+    }
     const std::size_t windowEnd = foldFrom(from, to, size);
     const NSRange match = matchInWindow<Direction::forwards>();
     if (match.location != NSNotFound || windowEnd == to) {

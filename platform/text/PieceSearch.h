@@ -31,6 +31,7 @@ class PieceSearch {
   static constexpr std::size_t kFirstWindow = 16;
   static constexpr std::size_t kLargestWindow = 8192;
   static constexpr std::size_t kRun = 256;
+  static constexpr std::size_t kLongWay = 128;
 
   NSRange first(std::size_t from, std::size_t to);
   NSRange last(std::size_t from, std::size_t to);

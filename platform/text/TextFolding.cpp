@@ -61,7 +61,7 @@ TextFolding::TextFolding(NSUInteger options, CaseRules rules) noexcept
 void TextFolding::append(std::string_view piece, std::u16string& result) {
   const LatinUnits& units = latinUnits();
   for (const char byte : piece) {
-    result.push_back(units[static_cast<unsigned char>(byte)]);
+    result.push_back(units.folded[static_cast<unsigned char>(byte)]);
   }
 }
 
@@ -82,17 +82,22 @@ const TextFolding::LatinUnits& TextFolding::sharedLatinUnits() const {
   const std::size_t way = std::size_t{isLiteral_} | std::size_t{ignoresCase_} << 1 |
                           std::size_t{ignoresMarks_} << 2 | std::size_t{ignoresWidth_} << 3 |
                           std::size_t{rules_ == CaseRules::turkic} << 4;
-  std::call_once(isMade[way], [&] { tables[way] = makeLatinUnits(); });
+  std::call_once(isMade[way], [&] { fillLatinUnits(tables[way]); });
   return tables[way];
 }
 
-TextFolding::LatinUnits TextFolding::makeLatinUnits() const {
-  LatinUnits result{};
+void TextFolding::fillLatinUnits(LatinUnits& result) const {
   for (char16_t unit = 0; unit < kLatin; ++unit) {
     const auto text = folded({&unit, 1});
-    result[unit] = text.length() == 1 ? text[0] : char16_t{0};
+    const char16_t only = text.length() == 1 ? text[0] : char16_t{0};
+    result.folded[unit] = only;
+    if (only == 0) {
+      result.odd.add(unit);
+    } else if (only < kLatin) {
+      const bool isFirst = result.spellingCount[only]++ == 0;
+      result.spellings[only] = {isFirst ? unit : result.spellings[only][0], unit};
+    }
   }
-  return result;
 }
 
 void TextFolding::appendUnit(char16_t unit, std::u16string& result) {

@@ -4,6 +4,8 @@
 #include <KestovaPlatform/NSString.h>
 #include <unicode/unistr.h>
 
+#include "text/UnitPairSearch.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -37,7 +39,21 @@ class TextFolding {
 
   /// What a unit that is a piece by itself is folded to, if that is one unit and can be told
   /// without much ado; 0 otherwise.
-  char16_t foldedUnit(char16_t unit) { return unit < kLatin ? latinUnits()[unit] : char16_t{0}; }
+  char16_t foldedUnit(char16_t unit) {
+    return unit < kLatin ? latinUnits().folded[unit] : char16_t{0};
+  }
+
+  /// Whether at most two units that are folded easily become this one, and which; a unit twice
+  /// where there is but one.
+  bool hasFewSpellings(char16_t folded) {
+    return folded < kLatin && latinUnits().spellingCount[folded] - 1U < 2;
+  }
+  const std::array<char16_t, 2>& spellings(char16_t folded) {
+    return latinUnits().spellings[folded];
+  }
+
+  /// The units that are not folded easily.
+  const OddUnits& oddUnits() { return latinUnits().odd; }
 
   /// Appends what is seen of a piece: a composed character, or a single one where folding is
   /// literal.
@@ -54,7 +70,12 @@ class TextFolding {
 
   /// The units that are folded by a table: the Latin letters of Europe.
   static constexpr char16_t kLatin = 0x300;
-  using LatinUnits = std::array<char16_t, kLatin>;
+  struct LatinUnits {
+    std::array<char16_t, kLatin> folded{};
+    std::array<std::uint8_t, kLatin> spellingCount{};
+    std::array<std::array<char16_t, 2>, kLatin> spellings{};
+    OddUnits odd{kLatin, {}, 0};
+  };
 
   const LatinUnits& latinUnits() {
     if (latinUnits_ == nullptr) {
@@ -63,7 +84,7 @@ class TextFolding {
     return *latinUnits_;
   }
   const LatinUnits& sharedLatinUnits() const;
-  LatinUnits makeLatinUnits() const;
+  void fillLatinUnits(LatinUnits& result) const;
   void appendUnit(char16_t unit, std::u16string& result);
   icu::UnicodeString folded(std::u16string_view piece) const;
   icu::UnicodeString foldedLiterally(icu::UnicodeString text) const;

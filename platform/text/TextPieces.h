@@ -25,6 +25,7 @@ class TextPieces {
       : text_(text), folding_(folding), characters_(text) {}
 
   View text() const noexcept { return text_; }
+  TextFolding& folding() const noexcept { return folding_; }
 
   bool isBoundary(std::size_t index) const {
     if constexpr (kIsWide) {

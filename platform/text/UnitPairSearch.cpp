@@ -73,6 +73,31 @@ std::size_t lastPairIn(const Unit* text, std::size_t count, const UnitPair<Unit>
   return count;
 }
 
+std::size_t FirstPairOrOdd(const char16_t* text, std::size_t count, const UnitPair<char16_t>& pair,
+                           const OddUnits& odd) {
+  const hn::ScalableTag<std::uint16_t> d;
+  const auto oddsAt = [&](const char16_t* units) HWY_ATTR {
+    const auto lanes = hn::LoadU(d, reinterpret_cast<const std::uint16_t*>(units));
+    auto found = hn::Gt(lanes, hn::Set(d, static_cast<std::uint16_t>(odd.from - 1)));
+    for (std::size_t other = 0; other < odd.count; ++other) {
+      found = hn::Or(found, hn::Eq(lanes, hn::Set(d, odd.others[other])));
+    }
+    return found;
+  };
+  std::size_t index = 0;
+  for (const std::size_t step = hn::Lanes(d); count - index >= step; index += step) {
+    const auto found =
+        hn::FindFirstTrue(d, hn::Or(pairsAt(d, text + index, pair), oddsAt(text + index)));
+    if (found >= 0) {
+      return index + static_cast<std::size_t>(found);
+    }
+  }
+  while (index < count && !isPairAt(text + index, pair) && !odd.contain(text[index])) {
+    ++index;
+  }
+  return index;
+}
+
 std::size_t FirstBytePair(const char* text, std::size_t count, const UnitPair<char>& pair) {
   return firstPairIn(text, count, pair);
 }
@@ -98,6 +123,7 @@ HWY_EXPORT(FirstBytePair);
 HWY_EXPORT(FirstUnitPair);
 HWY_EXPORT(LastBytePair);
 HWY_EXPORT(LastUnitPair);
+HWY_EXPORT(FirstPairOrOdd);
 
 std::size_t firstPair(const char* text, std::size_t count, const UnitPair<char>& pair) noexcept {
   return HWY_DYNAMIC_DISPATCH(FirstBytePair)(text, count, pair);
@@ -112,6 +138,11 @@ std::size_t lastPair(const char* text, std::size_t count, const UnitPair<char>& 
 std::size_t lastPair(const char16_t* text, std::size_t count,
                      const UnitPair<char16_t>& pair) noexcept {
   return HWY_DYNAMIC_DISPATCH(LastUnitPair)(text, count, pair);
+}
+
+std::size_t firstPairOrOdd(const char16_t* text, std::size_t count, const UnitPair<char16_t>& pair,
+                           const OddUnits& odd) noexcept {
+  return HWY_DYNAMIC_DISPATCH(FirstPairOrOdd)(text, count, pair, odd);
 }
 
 }  // namespace kestova

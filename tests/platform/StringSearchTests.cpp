@@ -11,6 +11,7 @@
 #include "BothStorages.h"
 #include "ExceptionExpectation.h"
 #include "RandomText.h"
+#include "Sanitizers.h"
 
 #include <memory>
 #include <set>
@@ -463,6 +464,72 @@ TEST(StringSearchTests, AgreesWithTryingEveryPairOfBoundariesOfPlainText) {
   for (int round = 0; round < 4000 && !HasFailure(); ++round) {
     checkAgainstModel(random, plainText(random, 20), plainText(random, 3));
   }
+}
+
+/// Runs of Latin letters, and between them what doesn't fold as easily.
+std::u16string latinText(RandomRun& random, std::size_t size, std::u16string_view letters) {
+  constexpr std::u16string_view kOdd =
+      u"ßſßİıŉǰ\u0301\u0308\u0308K\u212bﬁﬆẞẗ’яＡ\u0600\u200d\u00ad\0"sv;
+  std::u16string text;
+  while (text.size() < size) {
+    for (auto count = random.below(200); count > 0; --count) {
+      text.push_back(letters[random.below(letters.size())]);
+    }
+    text.push_back(kOdd[random.below(kOdd.size())]);
+  }
+  return text;
+}
+
+/// The match that a search from the front answers, by trying each place.
+NSRange firstByPlaces(const Ref<NSString>& text, const Ref<NSString>& wanted, NSUInteger options,
+                      NSRange range) {
+  NSRange best = kNowhere;
+  for (NSUInteger start = range.location; start < NSMaxRange(range); ++start) {
+    const NSRange match = text->rangeOfString_options_range(wanted, options | NSAnchoredSearch,
+                                                            {start, NSMaxRange(range) - start});
+    const bool isBetter =
+        match != kNowhere && (best == kNowhere || NSMaxRange(match) <= NSMaxRange(best));
+    best = isBetter ? match : best;
+  }
+  return best;
+}
+
+TEST(StringSearchTests, LatinTextWithOddCharactersIsFoundAsByTryingEachPlace) {
+  RandomRun random;
+  const std::u16string_view letters[] = {u"abstkKSTi ", u"aAäÄåÅsS", u"ab", u"eEéfFiInj\u00b5"};
+  for (int round = 0; round < testing::shareOf(1500) && !HasFailure(); ++round) {
+    const auto units = latinText(random, random.below(900) + 1, letters[random.below(4)]);
+    auto part = partOf(random, units);
+    if (random.below(3) == 0) {
+      part = units.substr(random.below(units.size()), 1 + random.below(40));
+    }
+    const auto oneIn = [&](std::uint64_t number, NSUInteger option) {
+      return random.below(number) == 0 ? option : 0;
+    };
+    const NSUInteger options = (kCaseless ^ oneIn(4, kCaseless)) | oneIn(4, kMarkless) |
+                               oneIn(8, NSWidthInsensitiveSearch) | oneIn(3, NSLiteralSearch);
+    const auto text = NSString::stringWithUTF16Storage(units);
+    const Ref<NSString> wanted = part;
+    const NSUInteger start = random.below(units.size() / 4 + 1);
+    const NSRange range{start, units.size() - start - random.below((units.size() - start) / 4 + 1)};
+    EXPECT_EQ(text->rangeOfString_options_range(wanted, options, range),
+              firstByPlaces(text, wanted, options, range))
+        << text << ", " << wanted << ", options " << options << ", range " << range.location << ' '
+        << range.length;
+  }
+}
+
+/// Every place looks like a match until the last unit but one.
+TEST(StringSearchTests, LatinTextThatDeceivesIsSearchedToItsEnd) {
+  const std::size_t size = 200'000;
+  std::u16string units(size, u'ä');
+  units += std::u16string(1000, u'ä') + u"xä";
+  const Ref<NSString> wanted = std::u16string(1000, u'Ä') + u"XÄ";
+  EXPECT_EQ(Ref<NSString>(units)->rangeOfString_options(wanted, kCaseless), (NSRange{size, 1002}));
+  EXPECT_EQ(Ref<NSString>(units)->rangeOfString_options(wanted, kCaseless | kMarkless),
+            (NSRange{size, 1002}));
+  units[size + 1000] = u'ß';
+  EXPECT_EQ(Ref<NSString>(units)->rangeOfString_options(wanted, kCaseless), kNowhere);
 }
 
 TEST(StringSearchTests, FindsAcrossTheWindowsOfALongText) {
