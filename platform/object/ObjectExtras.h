@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <KestovaPlatform/Contract.h>
 #include <KestovaPlatform/NSObject.h>
 
 #include "object/AssociationTable.h"
@@ -22,14 +23,16 @@ class ObjectExtras {
   }
 
   /// Shares an object that may be on its way out, whose destructor can't have come far: the caller
-  /// holds a lock that the destructor takes. Null once nothing else shares it.
+  /// holds a lock that the destructor takes. Null once nothing else shares it. The object must have
+  /// extras: `release` may let go of any other one without counting.
   template <class T>
   static Ref<T> share(T& object) noexcept {
+    require(object.extras_.load(std::memory_order_acquire) != 0, "the object has extras");
     return tryRetain(object) ? Ref<T>::adopt(&object) : Ref<T>();
   }
 
-  /// Gives a reference up. The last one of an object without extras takes no locked operation: who
-  /// holds none can't share the object then.
+  /// Gives a reference up. The last one of an object without extras takes no locked operation:
+  /// nobody who holds none can share it.
   static void release(const NSObject& object) noexcept {
     const bool isLast = object.references_.load(std::memory_order_acquire) == 1 &&
                         object.extras_.load(std::memory_order_relaxed) == 0;

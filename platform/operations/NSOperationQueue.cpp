@@ -3,6 +3,7 @@
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSOperationQueue.h>
 
+#include "object/ObjectExtras.h"
 #include "operations/OperationScheduler.h"
 
 #include <utility>
@@ -38,6 +39,7 @@ NSOperationQueue::NSOperationQueue()
 
 NSOperationQueue::NSOperationQueue(std::shared_ptr<OperationScheduler> scheduler)
     : scheduler_(std::move(scheduler)) {
+  ObjectExtras::of(*this);  // so that operations can share it
   scheduler_->setQueue(*this);
 }
 

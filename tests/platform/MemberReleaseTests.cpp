@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSDictionary.h>
+#include <KestovaPlatform/NSOperation.h>
+#include <KestovaPlatform/NSOperationQueue.h>
 #include <KestovaPlatform/NSSet.h>
 #include <KestovaPlatform/NSString.h>
 #include <gtest/gtest.h>
@@ -8,6 +10,7 @@
 #include <atomic>
 #include <latch>
 #include <thread>
+#include <utility>
 
 namespace kestova {
 namespace {
@@ -61,6 +64,44 @@ TEST(MemberReleaseTests, MembersThatThreadsLetGoOfAtATimeGoOnce) {
     first = nullptr;
     other.join();
     EXPECT_EQ(gone, (round + 1) * kMembers);
+  }
+}
+
+/// Whoever finishes shares those that wait for it by plain pointers, which hold nothing.
+TEST(MemberReleaseTests, OperationsThatGoWhileTheyAreToldOfADependencyGoOnce) {
+  constexpr int kRounds = 500;
+  for (int round = 0; round < kRounds; ++round) {
+    auto dependency = NSBlockOperation::blockOperationWithBlock([] {});
+    auto dependent = NSBlockOperation::blockOperationWithBlock([] {});
+    dependent->addDependency(dependency);
+    Ref<NSArray> holder = NSArray::arrayWithObject(std::move(dependent));
+    std::latch start(2);
+    std::thread other([&] {
+      start.arrive_and_wait();
+      holder = nullptr;
+    });
+    start.arrive_and_wait();
+    dependency->start();
+    other.join();
+    EXPECT_TRUE(dependency->isFinished());
+  }
+}
+
+/// An operation shares its queue by a plain pointer.
+TEST(MemberReleaseTests, AQueueThatGoesWhileItsOperationAsksForItGoesOnce) {
+  constexpr int kRounds = 500;
+  for (int round = 0; round < kRounds; ++round) {
+    Ref<NSArray> holder = NSArray::arrayWithObject(NSOperationQueue::init());
+    std::latch started(1);
+    std::latch ended(1);
+    cast<NSOperationQueue>(holder->objectAtIndex(0))->addOperationWithBlock([&] {
+      started.count_down();
+      (void)NSOperationQueue::currentQueue();
+      ended.count_down();
+    });
+    started.wait();
+    holder = nullptr;
+    ended.wait();
   }
 }
 
