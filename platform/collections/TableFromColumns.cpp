@@ -76,62 +76,54 @@ class Buckets {
 /// then all entries and all buckets.
 class TableSource {
  public:
-  TableSource(std::vector<id>& keys, std::vector<id>& objects, std::size_t count,
-              const std::vector<Bucket>& buckets)
-      : keys_(keys), objects_(objects), buckets_(buckets), head_{1, count, buckets.size()} {}
+  TableSource(id* keys, id* objects, std::size_t count, const std::vector<Bucket>& buckets)
+      : heads_{1, count, buckets.size()}, key_(keys), object_(objects), bucket_(buckets.data()) {}
 
   template <class Part>
   Part operator()() {
     if constexpr (std::is_same_v<Part, float>) {
       return kFullest;
     } else if constexpr (std::is_same_v<Part, ObjectMap::value_type>) {
-      return nextEntry();
+      return {std::move(*key_++), std::move(*object_++)};
     } else {
-      return nextNumber();
+      return head_ < std::size(heads_) ? heads_[head_++] : nextOfBucket();
     }
   }
 
  private:
-  ObjectMap::value_type nextEntry() {
-    ObjectMap::value_type entry(std::move(keys_[entries_]), std::move(objects_[entries_]));
-    ++entries_;
-    return entry;
+  std::uint64_t nextOfBucket() noexcept {
+    isPlaceTaken_ = !isPlaceTaken_;
+    return isPlaceTaken_ ? bucket_->place : (bucket_++)->hash;
   }
 
-  std::uint64_t nextNumber() {
-    const std::size_t number = numbers_++;
-    if (number < std::size(head_)) {
-      return head_[number];
-    }
-    const Bucket& bucket = buckets_[(number - std::size(head_)) / 2];
-    return number % 2 != 0 ? bucket.place : bucket.hash;
-  }
-
-  std::vector<id>& keys_;
-  std::vector<id>& objects_;
-  const std::vector<Bucket>& buckets_;
-  const std::uint64_t head_[3];
-  std::size_t entries_ = 0;
-  std::size_t numbers_ = 0;
+  const std::uint64_t heads_[3];
+  std::size_t head_ = 0;
+  id* key_;
+  id* object_;
+  const Bucket* bucket_;
+  bool isPlaceTaken_ = false;
 };
 
-std::vector<std::uint32_t> hashesOf(const std::vector<id>& keys) {
-  std::vector<std::uint32_t> hashes(keys.size());
-  std::transform(keys.begin(), keys.end(), hashes.begin(),
-                 [](const id& key) { return static_cast<std::uint32_t>(ObjectHash()(key)); });
-  return hashes;
+void removeFirst(std::size_t count, std::vector<id>& column) {
+  column.erase(column.begin(), column.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
 }  // namespace
 
-ObjectMap tableFromColumns(std::vector<id>& keys, std::vector<id>& objects) {
+void HashedKeys::reserve(std::size_t count) {
+  keys_.reserve(count);
+  hashes_.reserve(count);
+}
+
+ObjectMap tableFromColumns(HashedKeys& hashed, std::vector<id>& objects) {
+  std::vector<id>& keys = hashed.keys();
+  const std::vector<std::uint32_t>& hashes = hashed.hashes();
   if (keys.size() > std::numeric_limits<std::uint32_t>::max() / 2) {
     throw std::length_error("More keys than a table has room for");
   }
   if (keys.empty()) {
     return {};
   }
-  const std::vector<std::uint32_t> hashes = hashesOf(keys);
   Buckets buckets(keys.size());
   std::size_t count = 0;
   for (std::size_t index = 0; index < keys.size(); ++index) {
@@ -146,9 +138,11 @@ ObjectMap tableFromColumns(std::vector<id>& keys, std::vector<id>& objects) {
       std::swap(keys[place], keys[index]);
     }
   }
-  TableSource source(keys, objects, count, buckets.all());
+  TableSource source(keys.data(), objects.data(), count, buckets.all());
   ObjectMap table = ObjectMap::deserialize(source, true);
   table.max_load_factor(kFullest);
+  removeFirst(count, keys);
+  removeFirst(count, objects);
   return table;
 }
 

@@ -43,18 +43,6 @@ std::span<const std::byte> BinaryPropertyListItem::references(std::size_t size) 
   return cut(count, kind_ == BinaryKind::dictionary ? 2 * size : size);
 }
 
-std::size_t BinaryPropertyListItem::takeLargeCount() {
-  const auto first = contents_.empty() ? 0 : std::to_integer<unsigned>(contents_[0]);
-  const std::size_t size = std::size_t(1) << (first & 0xF);
-  if (static_cast<BinaryKind>(first >> 4) != BinaryKind::integer || size > 8 ||
-      size >= contents_.size()) {
-    failAtByte(place_, "The count of an object is missing");
-  }
-  const std::uint64_t count = unsignedFrom(contents_.subspan(1, size));
-  contents_ = contents_.subspan(1 + size);
-  return count;
-}
-
 id BinaryPropertyListItem::simpleValue() {
   cut(0, 1);
   if (nibble_ != kBinaryFalse && nibble_ != kBinaryTrue) {

@@ -63,7 +63,12 @@ class BinaryPropertyListItem {
 
  private:
   /// Takes the count off the front of the contents, where it is not in the first byte.
-  std::size_t takeCount() { return nibble_ == kCountFollows ? takeLargeCount() : nibble_; }
+  std::size_t takeCount() {
+    if (nibble_ != kCountFollows) {
+      return nibble_;
+    }
+    return takeLargeCount();
+  }
   std::size_t takeLargeCount();
 
   std::span<const std::byte> cut(std::size_t count, std::size_t unitSize) {
@@ -89,6 +94,18 @@ class BinaryPropertyListItem {
   /// What follows the first byte: at first all that is there, in the end what belongs to it.
   std::span<const std::byte> contents_;
 };
+
+inline std::size_t BinaryPropertyListItem::takeLargeCount() {
+  const auto first = contents_.empty() ? 0 : std::to_integer<unsigned>(contents_[0]);
+  const std::size_t size = std::size_t(1) << (first & 0xF);
+  if (static_cast<BinaryKind>(first >> 4) != BinaryKind::integer || size > 8 ||
+      size >= contents_.size()) {
+    failAtByte(place_, "The count of an object is missing");
+  }
+  const std::uint64_t count = unsignedFrom(contents_.subspan(1, size));
+  contents_ = contents_.subspan(1 + size);
+  return count;
+}
 
 inline id BinaryPropertyListItem::asciiValue() {
   const auto bytes = cut(takeCount(), 1);

@@ -6,6 +6,7 @@
 #include "preferences/PropertyListFault.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -67,6 +68,17 @@ inline void BinaryPropertyListReader::spend(std::uint64_t bytes, std::size_t pla
   slot.size = item.valueSize();
   spend(item.valueSize(), item.place());
   return object;
+}
+
+inline id BinaryPropertyListReader::takeKey(std::span<const std::byte>& references) {
+  const std::size_t place = placeOf(references);
+  const std::size_t number = takeReference(references);
+  BinaryPropertyListItem item = itemOf(number, place);
+  if (!item.isString()) {
+    failAtByte(place, "A key is no string");
+  }
+  NSObject* const known = slots_[number].object;
+  return known != nullptr ? id(known) : make(number, item);
 }
 
 /// What stands in the list for an object that was just made: itself, or a copy.
@@ -149,21 +161,10 @@ std::size_t BinaryPropertyListReader::readTrailer() {
   return field(kTopObjectField, 8);
 }
 
-id BinaryPropertyListReader::takeKey(std::span<const std::byte>& references) {
-  const std::size_t place = placeOf(references);
-  const std::size_t number = takeReference(references);
-  BinaryPropertyListItem item = itemOf(number, place);
-  if (!item.isString()) {
-    failAtByte(place, "A key is no string");
-  }
-  NSObject* const known = slots_[number].object;
-  return known != nullptr ? id(known) : make(number, item);
-}
-
 /// Opens further containers, so the one that is handed over is not to be used afterwards.
 void BinaryPropertyListReader::visitNext(OpenContainer& container) {
   if (!container.keyReferences.empty()) {
-    container.keys.push_back(takeKey(container.keyReferences));
+    container.keys.add(takeKey(container.keyReferences));
   }
   const std::size_t place = placeOf(container.references);
   visit(takeReference(container.references), place);
@@ -213,7 +214,7 @@ void BinaryPropertyListReader::open(std::size_t number, BinaryPropertyListItem& 
 
 void BinaryPropertyListReader::openUID(OpenContainer& container, BinaryPropertyListItem& item) {
   unfold(2, item.place());
-  container.keys.push_back(kUIDKey);
+  container.keys.add(kUIDKey);
   container.objects.push_back(item.value());
 }
 
@@ -248,12 +249,8 @@ id BinaryPropertyListReader::containerOf(OpenContainer& closed) {
     return objects_.array(std::move(closed.objects));
   }
   id dictionary = objects_.dictionary(closed.keys, closed.objects);
-  for (auto* const left : {&closed.keys, &closed.objects}) {
-    for (id& object : *left) {
-      if (object) {
-        kept_.push_back(std::move(object));
-      }
-    }
+  for (auto* const left : {&closed.keys.keys(), &closed.objects}) {
+    std::move(left->begin(), left->end(), std::back_inserter(kept_));
   }
   return dictionary;
 }

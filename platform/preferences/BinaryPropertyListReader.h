@@ -48,7 +48,7 @@ class BinaryPropertyListReader {
     BinaryKind kind;
     std::span<const std::byte> keyReferences;  // to what is still to come
     std::span<const std::byte> references;
-    std::vector<id> keys;
+    HashedKeys keys;
     std::vector<id> objects;
     std::size_t height;
     std::uint64_t unfoldedBefore;

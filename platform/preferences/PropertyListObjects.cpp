@@ -7,7 +7,6 @@
 #include <KestovaPlatform/NSString.h>
 
 #include "collections/DictionaryFromTable.h"
-#include "collections/TableFromColumns.h"
 
 #include <utility>
 
@@ -24,7 +23,7 @@ id PropertyListObjects::array(std::vector<id> objects) const {
   return NSArray::arrayWithObjects(std::move(objects));
 }
 
-id PropertyListObjects::dictionary(std::vector<id>& keys, std::vector<id>& objects) const {
+id PropertyListObjects::dictionary(HashedKeys& keys, std::vector<id>& objects) const {
   ObjectMap table = tableFromColumns(keys, objects);
   return mutableContainers_ ? id(mutableDictionaryFromTable(std::move(table)))
                             : dictionaryFromTable(std::move(table));

@@ -4,6 +4,8 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSTypes.h>
 
+#include "collections/TableFromColumns.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -35,9 +37,8 @@ class PropertyListObjects {
   id array(std::vector<id> objects) const;
 
   /// As many keys as objects; of equal keys the first one stays, with the last one's object. The
-  /// keys are immutable strings. What has no place in the dictionary is left in the vectors, among
-  /// nulls.
-  id dictionary(std::vector<id>& keys, std::vector<id>& objects) const;
+  /// keys are immutable strings. Only what has no place in the dictionary is left of both.
+  id dictionary(HashedKeys& keys, std::vector<id>& objects) const;
 
   /// An immutable object that holds no others, for one place in the list: itself, or a mutable copy
   /// of a string or data where that is asked for. Null stays null.

@@ -228,7 +228,7 @@ void XMLPropertyListReader::end() {
   if (open_.empty()) {
     top_ = value;
   } else if (closed.element->role == Role::key) {
-    open_.back().keys.push_back(value);
+    open_.back().keys.add(value);
   } else {
     open_.back().objects.push_back(value);
   }

@@ -39,7 +39,7 @@ class XMLPropertyListReader {
   /// there are as many keys as objects, or one more.
   struct OpenElement {
     const Element* element;
-    std::vector<id> keys;
+    HashedKeys keys;
     std::vector<id> objects;
   };
 

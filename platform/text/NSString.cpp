@@ -99,7 +99,7 @@ NSUInteger hashOf(std::basic_string_view<Unit> units) noexcept {
 
 /// A string of so many units, which `write` writes before anybody else sees it.
 template <class Unit, class Write>
-inline Ref<NSString> NSString::written(NSUInteger length, Write&& write) {
+[[gnu::always_inline]] inline Ref<NSString> NSString::written(NSUInteger length, Write&& write) {
   if (length > kMostInPlace) {
     std::basic_string<Unit> units(length, Unit{});
     write(units.data());
@@ -113,7 +113,7 @@ inline Ref<NSString> NSString::written(NSUInteger length, Write&& write) {
 }
 
 template <class Unit>
-inline Ref<NSString> NSString::copied(std::basic_string_view<Unit> units) {
+[[gnu::always_inline]] inline Ref<NSString> NSString::copied(std::basic_string_view<Unit> units) {
   if (units.size() > kMostInPlace) {
     return make<detail::BufferedString>(std::basic_string<Unit>(units));
   }

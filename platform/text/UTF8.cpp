@@ -75,18 +75,17 @@ bool hasNone(std::basic_string_view<Unit> units, std::uint64_t highBits) noexcep
       return static_cast<std::make_unsigned_t<Unit>>(unit) < 0x80;
     });
   }
-  const auto bitsAt = [&](std::size_t index) {
+  const auto blockAt = [](const Unit* place) {
     std::uint64_t block;
-    std::memcpy(&block, units.data() + index, sizeof block);
-    return block & highBits;
+    std::memcpy(&block, place, sizeof block);
+    return block;
   };
-  const std::size_t last = units.size() - step;
-  for (std::size_t index = 0; index < last; index += step) {
-    if (bitsAt(index) != 0) {
-      return false;
-    }
+  const Unit* const last = units.data() + units.size() - step;
+  std::uint64_t bits = blockAt(last);
+  for (const Unit* place = units.data(); place < last; place += step) {
+    bits |= blockAt(place);
   }
-  return bitsAt(last) == 0;
+  return (bits & highBits) == 0;
 }
 
 /// Writes characters while they fit and begin before `end`.
