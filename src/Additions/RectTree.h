@@ -48,7 +48,7 @@ struct RectBounds {
 /// Rectangles, found by where their edges are, and of those the one with the least number.
 ///
 ///     RectTree tree(rects);
-///     tree.replace({2, 5}, {{{piece, rects.size()}}});
+///     tree.replace({2, 5}, pieces);
 ///     const std::size_t first = tree.first(limit, mayHold, isWanted);
 ///
 /// Cost: making it takes the time of a sort. Finding and replacing take about the logarithm of the
