@@ -2,6 +2,7 @@
 #include "collections/MemberRelease.h"
 
 #include <memory>
+#include <new>
 
 namespace kestova {
 namespace {
@@ -39,11 +40,16 @@ MemberRelease::~MemberRelease() {
 
 bool MemberRelease::isTooDeep() const noexcept { return releases.depth > kDeepest; }
 
-void MemberRelease::putOff(id member) {
-  if (releases.waiting == nullptr) {
-    releases.waiting = new std::vector<id>();
+/// Where there is no memory to wait in, the member goes now, however deep that is.
+void MemberRelease::putOff(id member) noexcept {
+  try {
+    if (releases.waiting == nullptr) {
+      releases.waiting = new std::vector<id>();
+    }
+    releases.waiting->push_back(std::move(member));
+  } catch (const std::bad_alloc&) {
+    member = nullptr;
   }
-  releases.waiting->push_back(std::move(member));
 }
 
 }  // namespace kestova

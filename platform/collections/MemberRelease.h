@@ -29,6 +29,14 @@ class MemberRelease {
     letGo(entries.empty() ? nullptr : &entries.front().first, 2 * entries.size());
   }
 
+  template <class Member>
+  void letGo(std::vector<Ref<Member>>& members) {
+    for (Ref<Member>& member : members) {
+      id object = std::move(member);
+      letGo(&object, 1);
+    }
+  }
+
  private:
   /// Giving a reference up waits for the object's memory and lets nothing overtake it, so the
   /// objects to come are asked for in time.
@@ -46,7 +54,7 @@ class MemberRelease {
   }
 
   bool isTooDeep() const noexcept;
-  static void putOff(id member);
+  static void putOff(id member) noexcept;
 };
 
 }  // namespace kestova

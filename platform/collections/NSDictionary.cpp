@@ -67,11 +67,7 @@ Ref<NSDictionary> NSDictionary::dictionaryWithDictionary(const Ref<NSDictionary>
   if (cast<ImmutableDictionary>(dictionary)) {
     return dictionary;
   }
-  ObjectMap table;
-  table.reserve(dictionary->count());
-  dictionary->enumerateKeysAndObjectsUsingBlock(
-      [&](const id& key, const id& object, bool*) { setObject(table, *dictionary, object, key); });
-  return make<ImmutableDictionary>(std::move(table));
+  return make<ImmutableDictionary>(tableOf(*dictionary));
 }
 
 Ref<NSDictionary> NSDictionary::of(std::initializer_list<Entry> entries) {

@@ -8,7 +8,9 @@
 #include "collections/TableDictionary.h"
 #include "values/RangeCheck.h"
 
+#include <cstddef>
 #include <utility>
+#include <vector>
 
 namespace kestova {
 
@@ -17,7 +19,7 @@ KESTOVA_DEFINE_CLASS(NSMutableDictionary)
 namespace {
 
 /// Every operation lets go of what it removes last, when the dictionary is as it will be: what goes
-/// then may use the dictionary.
+/// then may use the dictionary. One that throws leaves the dictionary as it was.
 class MutableDictionary final : public TableDictionary<NSMutableDictionary> {
  public:
   using TableDictionary::TableDictionary;
@@ -39,11 +41,67 @@ class MutableDictionary final : public TableDictionary<NSMutableDictionary> {
 
   void removeAllObjects() override { const ObjectMap removed = std::exchange(table_, {}); }
 
+  void addEntriesFromDictionary(const Ref<NSDictionary>& other) override {
+    Entries entries = entriesOf(other);
+    const std::size_t before = table_.size();
+    auto next = entries.begin();
+    try {
+      for (; next != entries.end(); ++next) {
+        put(*next);
+      }
+    } catch (...) {
+      while (table_.size() > before) {
+        table_.pop_back();
+      }
+      while (next != entries.begin()) {
+        takeBack(*--next);
+      }
+      throw;
+    }
+  }
+
+  void setDictionary(const Ref<NSDictionary>& other) override {
+    ObjectMap table = other ? tableOf(*other) : ObjectMap();
+    std::swap(table_, table);
+  }
+
   void setValue_forKey(const id& value, const Ref<NSString>& key) override {
     checkArgument(*this, "setValue:forKey:", key != nullptr);
     willChangeValueForKey(key);
     NSMutableDictionary::setValue_forKey(value, key);
     didChangeValueForKey(key);
+  }
+
+ private:
+  using Entries = std::vector<ObjectMap::value_type>;
+
+  /// Under copies of their keys.
+  Entries entriesOf(const Ref<NSDictionary>& dictionary) const {
+    Entries entries;
+    if (dictionary) {
+      entries.reserve(dictionary->count());
+      dictionary->enumerateKeysAndObjectsUsingBlock([&](const id& key, const id& object, bool*) {
+        checkArgument(*this, "setObject:forKey:", object && key);
+        entries.emplace_back(key->copy(), object);
+      });
+    }
+    return entries;
+  }
+
+  /// Leaves in the entry what was under its key before.
+  void put(ObjectMap::value_type& entry) {
+    auto [place, isNew] = table_.insert(entry);
+    if (!isNew) {
+      std::swap(place.value(), entry.second);
+    }
+  }
+
+  /// When the keys that were new are gone.
+  void takeBack(ObjectMap::value_type& entry) {
+    auto found = table_.find(entry.first);
+    if (found != table_.end()) {
+      std::swap(found.value(), entry.second);
+    }
   }
 };
 
@@ -89,9 +147,8 @@ Ref<NSMutableDictionary> NSMutableDictionary::dictionaryWithObjects_forKeys(
 
 Ref<NSMutableDictionary> NSMutableDictionary::dictionaryWithDictionary(
     const Ref<NSDictionary>& dictionary) {
-  const auto result = dictionaryWithCapacity(dictionary ? dictionary->count() : 0);
-  result->addEntriesFromDictionary(dictionary);
-  return result;
+  return dictionary ? mutableDictionaryFromTable(tableOf(*dictionary))
+                    : NSMutableDictionary::dictionary();
 }
 
 Ref<NSMutableDictionary> NSMutableDictionary::of(std::initializer_list<Entry> entries) {

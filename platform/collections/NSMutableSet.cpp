@@ -6,6 +6,7 @@
 #include "collections/TableSet.h"
 #include "values/RangeCheck.h"
 
+#include <cstddef>
 #include <utility>
 
 namespace kestova {
@@ -32,6 +33,23 @@ class MutableSet final : public TableSet<NSMutableSet> {
   }
 
   void removeAllObjects() override { const ObjectSet removed = std::exchange(table_, {}); }
+
+  void addObjectsFromArray(const Ref<NSArray>& other) override {
+    const std::size_t before = table_.size();
+    try {
+      NSMutableSet::addObjectsFromArray(other);
+    } catch (...) {
+      while (table_.size() > before) {
+        table_.pop_back();
+      }
+      throw;
+    }
+  }
+
+  void setSet(const Ref<NSSet>& other) override {
+    const auto members = NSMutableSet::setWithSet(other);
+    std::swap(table_, static_cast<MutableSet&>(*members).table_);
+  }
 };
 
 Ref<NSArray> membersOf(const Ref<NSSet>& set) { return set ? set->allObjects() : nullptr; }

@@ -73,4 +73,13 @@ inline void setObject(ObjectMap& table, const NSObject& owner, id object, const 
   }
 }
 
+/// The entries of any dictionary in a table, under copies of its keys.
+inline ObjectMap tableOf(const NSDictionary& dictionary) {
+  ObjectMap table;
+  table.reserve(dictionary.count());
+  dictionary.enumerateKeysAndObjectsUsingBlock(
+      [&](const id& key, const id& object, bool*) { setObject(table, dictionary, object, key); });
+  return table;
+}
+
 }  // namespace kestova

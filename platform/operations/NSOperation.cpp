@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <mutex>
-#include <string_view>
 #include <utility>
 
 namespace kestova {
@@ -79,9 +78,7 @@ NSOperation::~NSOperation() {
     static_cast<void>(dependency->removeDependent(*this));
   }
   // A long row of operations that depend on each other may go at once.
-  std::vector<id> members(std::make_move_iterator(dependencies.begin()),
-                          std::make_move_iterator(dependencies.end()));
-  MemberRelease().letGo(members);
+  MemberRelease().letGo(dependencies);
 }
 
 Ref<NSOperation> NSOperation::init() { return make<NSOperation>(); }
@@ -210,9 +207,12 @@ void NSOperation::addDependency(const Ref<NSOperation>& operation) {
     operation->watchOwnEnd();
   }
   bool isCounted = false;
-  {
+  try {
     KeyValueChange change(*this, kReadyKey);
     isCounted = startDepending(operation);
+  } catch (...) {
+    tellReady();
+    throw;
   }
   if (!isCounted) {
     // A queue may have met it while the dependency was counted.
@@ -241,11 +241,18 @@ bool NSOperation::startDepending(const Ref<NSOperation>& dependency) {
     // Counted before it can be counted down.
     unfinishedDependencies_.fetch_add(1);
   }
-  if (!dependency->addDependent(*this)) {
+  try {
+    if (dependency->addDependent(*this)) {
+      return true;
+    }
+  } catch (...) {
+    const std::lock_guard lock(mutex_);
+    own.dependencies.pop_back();
     unfinishedDependencies_.fetch_sub(1);
-    return false;
+    throw;
   }
-  return true;
+  unfinishedDependencies_.fetch_sub(1);
+  return false;
 }
 
 void NSOperation::removeDependency(const Ref<NSOperation>& operation) {

@@ -163,7 +163,9 @@ class KESTOVA_PLATFORM_EXPORT NSDictionary : public NSObject {
 /// A subclass overrides `setObject_forKey` and `removeObjectForKey` besides the primitives of
 /// NSDictionary.
 ///
-/// A null key or object throws NSInvalidArgumentException; the dictionary is then as it was.
+/// A null key or object throws NSInvalidArgumentException; the dictionary is then as it was. So are
+/// the platform's own dictionaries where memory is missing. In a subclass an operation on many
+/// entries is one call of a primitive after the other: what was done before one throws stays done.
 ///
 /// Threads: one at a time. Setting and removing take constant time on average.
 class KESTOVA_PLATFORM_EXPORT NSMutableDictionary : public NSDictionary {
@@ -195,8 +197,10 @@ class KESTOVA_PLATFORM_EXPORT NSMutableDictionary : public NSDictionary {
   virtual void removeAllObjects();
 
   /// Sets every entry of the other dictionary.
-  void addEntriesFromDictionary(const Ref<NSDictionary>& other);
-  void setDictionary(const Ref<NSDictionary>& other);
+  virtual void addEntriesFromDictionary(const Ref<NSDictionary>& other);
+
+  /// Has the entries of the other dictionary and no others.
+  virtual void setDictionary(const Ref<NSDictionary>& other);
 
   /// Sets the object under the key, or removes the key when the value is null. The platform's own
   /// dictionaries announce it as a change of the property of that name; a subclass announces what

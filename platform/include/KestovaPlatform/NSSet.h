@@ -140,7 +140,9 @@ class KESTOVA_PLATFORM_EXPORT NSSet : public NSObject {
 ///
 /// A subclass overrides `addObject` and `removeObject` besides the primitives of NSSet.
 ///
-/// A null object throws NSInvalidArgumentException; the set is then as it was.
+/// A null object throws NSInvalidArgumentException; the set is then as it was. So are the
+/// platform's own sets where memory is missing. In a subclass an operation on many members is one
+/// call of a primitive after the other: what was done before one throws stays done.
 ///
 /// Threads: one at a time. Adding and removing take constant time on average.
 class KESTOVA_PLATFORM_EXPORT NSMutableSet : public NSSet {
@@ -172,7 +174,7 @@ class KESTOVA_PLATFORM_EXPORT NSMutableSet : public NSSet {
   virtual void removeObject(const id& object) = 0;
 
   virtual void removeAllObjects();
-  void addObjectsFromArray(const Ref<NSArray>& other);
+  virtual void addObjectsFromArray(const Ref<NSArray>& other);
 
   /// \name Putting sets together
   /// @{
@@ -186,7 +188,8 @@ class KESTOVA_PLATFORM_EXPORT NSMutableSet : public NSSet {
   /// Keeps only the members that the other set has too.
   void intersectSet(const Ref<NSSet>& other);
 
-  void setSet(const Ref<NSSet>& other);
+  /// Has the members of the other set and no others.
+  virtual void setSet(const Ref<NSSet>& other);
 
   /// @}
 

@@ -38,6 +38,36 @@ struct ArrayChange {
   std::string after;
 };
 
+/// The keys and the values under them, in the order of their arrival.
+std::string entriesOf(const Ref<NSDictionary>& dictionary) {
+  std::string text;
+  dictionary->enumerateKeysAndObjectsUsingBlock([&](const id& key, const id& object, bool*) {
+    text += std::to_string(valueOf(key)) + '=' + std::to_string(valueOf(object)) + ' ';
+  });
+  return text;
+}
+
+/// Each of some keys and the hundredfold of it.
+Ref<NSMutableDictionary> hundredfold(int first, int count) {
+  const auto dictionary = NSMutableDictionary::dictionary();
+  for (int key = first; key < first + count; ++key) {
+    dictionary->setObject_forKey(counted(100 * key), counted(key));
+  }
+  return dictionary;
+}
+
+struct DictionaryChange {
+  const char* what;
+  std::function<void(const Ref<NSMutableDictionary>&)> change;
+  std::string after;
+};
+
+struct SetChange {
+  const char* what;
+  std::function<void(const Ref<NSMutableSet>&)> change;
+  std::string after;
+};
+
 }  // namespace
 
 TEST(CollectionFaults, AnArrayThatFindsNoMemoryForAChangeStaysAsItWas) {
@@ -112,6 +142,83 @@ TEST(CollectionFaults, ADictionaryThatFindsNoMemoryForAKeyStaysAsItWas) {
   EXPECT_GT(refused, 80);
 }
 
+TEST(CollectionFaults, ADictionaryThatFindsNoMemoryForAChangeStaysAsItWas) {
+  const std::string before = "0=7 1=8 ";
+  const std::vector<DictionaryChange> changes = {
+      {"setting", [](const auto& one) { one->setObject_forKey(counted(9), counted(2)); },
+       "0=7 1=8 2=9 "},
+      {"taking another's place", [](const auto& one) { one->setDictionary(hundredfold(1, 3)); },
+       "1=100 2=200 3=300 "},
+      {"becoming empty", [](const auto& one) { one->setDictionary(nullptr); }, ""},
+      {"staying itself", [](const auto& one) { one->setDictionary(one); }, before},
+      {"adding entries, some of which are there",
+       [](const auto& one) { one->addEntriesFromDictionary(hundredfold(1, 9)); },
+       "0=7 1=100 2=200 3=300 4=400 5=500 6=600 7=700 8=800 9=900 "},
+      {"removing several",
+       [](const auto& one) {
+         one->removeObjectsForKeys(NSArray::arrayWithObjects({counted(0), counted(5)}));
+       },
+       "1=8 "},
+      {"removing all", [](const auto& one) { one->removeAllObjects(); }, ""},
+  };
+  for (const auto& [what, change, after] : changes) {
+    SCOPED_TRACE(what);
+    Ref<NSMutableDictionary> dictionary;
+    walkAllocations(
+        [&] {
+          dictionary = nullptr;
+          auto made = NSMutableDictionary::dictionary();
+          made->setObject_forKey(counted(7), counted(0));
+          made->setObject_forKey(counted(8), counted(1));
+          dictionary = std::move(made);
+          change(dictionary);
+        },
+        [&](bool threw) {
+          EXPECT_TRUE(dictionary == nullptr || entriesOf(dictionary) == (threw ? before : after))
+              << entriesOf(dictionary);
+          EXPECT_TRUE(dictionary == nullptr || threw || !after.starts_with("0=7 1=100") ||
+                      valueOf(dictionary->objectForKey(counted(9))) == 900);
+          dictionary = nullptr;
+          EXPECT_EQ(CountingObject::alive(), 0);
+        });
+  }
+}
+
+TEST(CollectionFaults, ASetThatFindsNoMemoryForAChangeStaysAsItWas) {
+  const auto setUpTo = [](int count) {
+    return NSSet::setWithArray(NSArray::arrayWithObjects(countedUpTo(count)));
+  };
+  const std::vector<SetChange> changes = {
+      {"adding", [](const auto& set) { set->addObject(counted(7)); }, "0 1 2 7 "},
+      {"adding many",
+       [](const auto& set) { set->addObjectsFromArray(NSArray::arrayWithObjects(countedUpTo(9))); },
+       "0 1 2 3 4 5 6 7 8 "},
+      {"uniting", [&](const auto& set) { set->unionSet(setUpTo(9)); }, "0 1 2 3 4 5 6 7 8 "},
+      {"subtracting", [&](const auto& set) { set->minusSet(setUpTo(2)); }, "2 "},
+      {"intersecting", [&](const auto& set) { set->intersectSet(setUpTo(2)); }, "0 1 "},
+      {"becoming another", [&](const auto& set) { set->setSet(setUpTo(5)); }, "0 1 2 3 4 "},
+      {"becoming empty", [&](const auto& set) { set->setSet(nullptr); }, ""},
+      {"staying itself", [&](const auto& set) { set->setSet(set); }, "0 1 2 "},
+  };
+  for (const auto& [what, change, after] : changes) {
+    SCOPED_TRACE(what);
+    Ref<NSMutableSet> set;
+    const int refused = walkAllocations(
+        [&] {
+          set = nullptr;
+          set = NSMutableSet::setWithArray(NSArray::arrayWithObjects(countedUpTo(3)));
+          change(set);
+        },
+        [&](bool threw) {
+          EXPECT_TRUE(set == nullptr || valuesOf(set->allObjects()) == (threw ? "0 1 2 " : after))
+              << valuesOf(set->allObjects());
+          set = nullptr;
+          EXPECT_EQ(CountingObject::alive(), 0);
+        });
+    EXPECT_GT(refused, 0);
+  }
+}
+
 TEST(CollectionFaults, ASetHasAMemberOrThrows) {
   Ref<NSMutableSet> set;
   const int refused = walkAllocations(
@@ -127,4 +234,15 @@ TEST(CollectionFaults, ASetHasAMemberOrThrows) {
         EXPECT_EQ(CountingObject::alive(), 0);
       });
   EXPECT_GT(refused, 4);
+}
+
+TEST(CollectionFaults, NestedCollectionsGoWithoutMemory) {
+  id nested = counted(1);
+  for (int depth = 0; depth < 300; ++depth) {
+    nested = NSArray::arrayWithObjects({nested, counted(depth)});
+  }
+  const ArmedFault none(FaultyCall::allocation, 1, Fault::failingFromNowOn(ENOMEM));
+  nested = nullptr;
+  EXPECT_TRUE(none.wasMet());
+  EXPECT_EQ(CountingObject::alive(), 0);
 }
