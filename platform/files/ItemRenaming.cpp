@@ -24,24 +24,27 @@ int renameEntry(const FolderEntry& from, const FolderEntry& to, unsigned flags) 
 
 bool isUnsupported(int error) { return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP; }
 
-bool exists(const FolderEntry& entry, struct stat& facts) {
-  return ::fstatat(entry.folder, entry.name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0;
-}
-
-bool isFolder(const FolderEntry& entry) {
-  struct stat facts {};
-  return exists(entry, facts) && S_ISDIR(facts.st_mode);
+/// 0 with what the entry is, ENOENT when it isn't there, or what keeps that from being known.
+int look(const FolderEntry& entry, struct stat& facts) {
+  const int found = ::fstatat(entry.folder, entry.name.c_str(), &facts, AT_SYMLINK_NOFOLLOW);
+  return found == 0 ? 0 : errno;
 }
 
 int renameByLinking(const FolderEntry& from, const FolderEntry& to) {
   FileSystemCalls& calls = FileSystemCalls::current();
   if (calls.linkat(from.folder, from.name.c_str(), to.folder, to.name.c_str()) != 0) return errno;
-  return calls.unlinkat(from.folder, from.name.c_str(), 0) == 0 ? 0 : errno;
+  // A name that somebody else has removed is gone as well, and the new one may be the only one.
+  if (calls.unlinkat(from.folder, from.name.c_str(), 0) == 0 || errno == ENOENT) return 0;
+  const int error = errno;
+  calls.unlinkat(to.folder, to.name.c_str(), 0);
+  return error;
 }
 
 int renameAfterLooking(const FolderEntry& from, const FolderEntry& to) {
   struct stat facts {};
-  return exists(to, facts) ? EEXIST : renameEntry(from, to, 0);
+  const int error = look(to, facts);
+  if (error == ENOENT) return renameEntry(from, to, 0);
+  return error == 0 ? EEXIST : error;
 }
 
 int exchangeByThreeRenames(const FolderEntry& from, const FolderEntry& to) {
@@ -52,7 +55,9 @@ int exchangeByThreeRenames(const FolderEntry& from, const FolderEntry& to) {
     renameEntry(aside, to, 0);
     return error;
   }
-  return renameEntry(aside, from, 0);
+  const int error = renameEntry(aside, from, 0);
+  if (error != 0 && renameEntry(to, from, 0) == 0) renameEntry(aside, to, 0);
+  return error;
 }
 
 }  // namespace
@@ -60,14 +65,20 @@ int exchangeByThreeRenames(const FolderEntry& from, const FolderEntry& to) {
 int renameToNew(const FolderEntry& from, const FolderEntry& to) {
   const int error = renameEntry(from, to, RENAME_NOREPLACE);
   if (!isUnsupported(error)) return error;
-  if (isFolder(from)) return renameAfterLooking(from, to);
+  struct stat facts {};
+  if (const int unknown = look(from, facts)) return unknown;
+  if (S_ISDIR(facts.st_mode)) return renameAfterLooking(from, to);
   const int linked = renameByLinking(from, to);
   const bool cannotLink = linked == EPERM || linked == EMLINK || isUnsupported(linked);
   return cannotLink ? renameAfterLooking(from, to) : linked;
 }
 
 int renameReplacing(const FolderEntry& from, const FolderEntry& to) {
-  if (!isFolder(from) && !isFolder(to)) return renameEntry(from, to, 0);
+  struct stat source {};
+  struct stat replaced {};
+  if (const int unknown = look(from, source)) return unknown;
+  if (const int unknown = look(to, replaced); unknown != 0 && unknown != ENOENT) return unknown;
+  if (!S_ISDIR(source.st_mode) && !S_ISDIR(replaced.st_mode)) return renameEntry(from, to, 0);
   const int error = renameEntry(from, to, RENAME_EXCHANGE);
   return isUnsupported(error) ? exchangeByThreeRenames(from, to) : error;
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/MovedSource.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -63,9 +62,10 @@ class Remover : public TreeVisitor {
 
   void visit(WalkFolder& folder, const OpenFolder& open, const WalkEntry& entry) override {
     struct stat facts {};
-    if (::fstatat(open.source.get(), entry.name, &facts, AT_SYMLINK_NOFOLLOW) != 0) return;
-    if (S_ISDIR(facts.st_mode)) return walk_.descend(folder, entry.name);
-    const int error = removeEntry(open, entry.name, entry.name, facts);
+    const int found = ::fstatat(open.source.get(), entry.name, &facts, AT_SYMLINK_NOFOLLOW);
+    if (found != 0 && errno == ENOENT) return;
+    if (found == 0 && S_ISDIR(facts.st_mode)) return walk_.descend(folder, entry.name);
+    const int error = found == 0 ? removeEntry(open, entry.name, entry.name, facts) : errno;
     if (error != 0) fail(walk_.pathOf(folder, entry.name), error);
   }
 
@@ -78,11 +78,10 @@ class Remover : public TreeVisitor {
   int removeEntry(const OpenFolder& open, const char* name, const char* targetName,
                   const struct stat& facts) {
     struct stat copy {};
-    const bool copied = ::fstatat(open.target.get(), targetName, &copy, AT_SYMLINK_NOFOLLOW) == 0 &&
-                        isCopyOf(copy, facts);
-    if (copied) return unlinkEntry(open, name, 0) ? 0 : errno;
-    if (!skipsUnreadable_ || ::faccessat(open.source.get(), name, R_OK, AT_EACCESS) == 0)
-      return EBUSY;
+    const int found = ::fstatat(open.target.get(), targetName, &copy, AT_SYMLINK_NOFOLLOW);
+    if (found != 0 && errno != ENOENT) return errno;
+    if (found == 0 && isCopyOf(copy, facts)) return unlinkEntry(open, name, 0) ? 0 : errno;
+    if (!skipsUnreadable_ || !isUnreadable(open.source.get(), name)) return EBUSY;
     keptUnreadable_ = true;
     return 0;
   }
@@ -112,6 +111,7 @@ void removeMovedSource(TransferControl& control, const TransferEndpoints& ends,
   if (!isSameItem(facts, ends.source)) return control.fail(EBUSY, ends.sourcePath);
   const OpenFolder base{FileDescriptor(openExisting(ends.sourceFolder.get(), ".", kLocateFolder)),
                         FileDescriptor(openExisting(ends.destination.get(), ".", kLocateFolder))};
+  if (!base.source || !base.target) return control.fail(errno, ends.sourcePath);
   TreeWalk walk(control, base, ends.sourcePath);
   std::atomic<bool> keptUnreadable = false;
   const auto makeRemover = [&](TreeWalk& each) {

@@ -105,7 +105,7 @@ class Counter : public TreeVisitor {
 
  private:
   bool isLeftOut(const OpenFolder& open, const char* name) const {
-    return skipsUnreadable_ && ::faccessat(open.source.get(), name, R_OK, AT_EACCESS) != 0;
+    return skipsUnreadable_ && isUnreadable(open.source.get(), name);
   }
 
   TreeWalk& walk_;
@@ -117,6 +117,7 @@ void countSource(TransferControl& control, const TransferEndpoints& ends, Demand
                  bool skipsUnreadable) {
   const OpenFolder base{
       FileDescriptor(openExisting(ends.sourceFolder.get(), ".", O_PATH | O_CLOEXEC)), {}};
+  if (!base.source) return control.fail(errno, ends.sourcePath);
   TreeWalk walk(control, base, ends.sourcePath);
   const auto makeCounter = [&](TreeWalk& each) {
     return std::make_unique<Counter>(each, demand, skipsUnreadable);

@@ -2,6 +2,9 @@
 #include "files/SourceOpening.h"
 
 #include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include "files/FileSystemCalls.h"
 
@@ -27,6 +30,11 @@ FileDescriptor openSourceFile(int folder, const char* name) {
 
 FileDescriptor openSourceFolder(int folder, const char* name) {
   return openSource(folder, name, O_DIRECTORY);
+}
+
+bool isUnreadable(int folder, const char* name) {
+  return ::faccessat(folder, name, R_OK, AT_EACCESS | AT_SYMLINK_NOFOLLOW) != 0 &&
+         isPermissionError(errno);
 }
 
 bool isPermissionError(int error) { return error == EACCES || error == EPERM; }

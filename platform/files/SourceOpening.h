@@ -13,6 +13,9 @@ FileDescriptor openSourceFile(int folder, const char* name);
 /// The same for a folder.
 FileDescriptor openSourceFolder(int folder, const char* name);
 
+/// Whether the user may not read an entry of `folder`; false also when that can't be told.
+bool isUnreadable(int folder, const char* name);
+
 /// Whether opening failed because the user may not read the source.
 bool isPermissionError(int error);
 

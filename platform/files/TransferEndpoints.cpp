@@ -30,16 +30,17 @@ bool fits(const std::string& name, int folder) {
          name.size() <= static_cast<std::size_t>(volume.f_namelen);
 }
 
-/// Whether `folder` is the folder `ancestor` or lies below it, by walking up to the root.
-bool isWithin(int folder, const struct stat& ancestor) {
+/// `badMovErr` when `folder` is the folder `ancestor` or lies below it, which is found out by
+/// walking up to the root; the status of what keeps that from being found out.
+OSStatus checkOutside(int folder, const struct stat& ancestor) {
   FileDescriptor above(openExisting(folder, ".", kLocateFolder));
   struct stat previous {};
   for (struct stat facts{}; above && ::fstat(above.get(), &facts) == 0; previous = facts) {
-    if (isSameItem(facts, ancestor)) return true;
-    if (isSameItem(facts, previous)) return false;
+    if (isSameItem(facts, ancestor)) return badMovErr;
+    if (isSameItem(facts, previous)) return noErr;
     above = FileDescriptor(openExisting(above.get(), "..", kLocateFolder));
   }
-  return false;
+  return statusForErrno(errno);
 }
 
 }  // namespace
@@ -56,7 +57,7 @@ OSStatus TransferEndpoints::open(const TransferRequest& request) {
     return statusForErrno(error == ENOENT ? ENOTDIR : error);
   }
   if (!fits(name, destination.get())) return bdNamErr;
-  return goesIntoItself(request.has(kTransferOverwrite)) ? badMovErr : noErr;
+  return checkNesting(request.has(kTransferOverwrite));
 }
 
 int TransferEndpoints::locateSource() {
@@ -75,15 +76,21 @@ int TransferEndpoints::locateDestination(const std::string& path) {
   return destination ? 0 : errno;
 }
 
-bool TransferEndpoints::goesIntoItself(bool overwrites) const {
-  if (S_ISDIR(source.st_mode) && isWithin(destination.get(), source)) return true;
+OSStatus TransferEndpoints::checkNesting(bool overwrites) const {
+  if (S_ISDIR(source.st_mode)) {
+    if (const OSStatus status = checkOutside(destination.get(), source)) return status;
+  }
+  if (!overwrites) return noErr;
   struct stat replaced {};
-  return overwrites && existing(replaced) && S_ISDIR(replaced.st_mode) &&
-         isWithin(sourceFolder.get(), replaced);
+  const int error = findExisting(replaced);
+  if (error == ENOENT) return noErr;
+  if (error != 0) return statusForErrno(error);
+  return S_ISDIR(replaced.st_mode) ? checkOutside(sourceFolder.get(), replaced) : noErr;
 }
 
-bool TransferEndpoints::existing(struct stat& facts) const {
-  return ::fstatat(destination.get(), name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0;
+int TransferEndpoints::findExisting(struct stat& facts) const {
+  const int found = ::fstatat(destination.get(), name.c_str(), &facts, AT_SYMLINK_NOFOLLOW);
+  return found == 0 ? 0 : errno;
 }
 
 }  // namespace kestova

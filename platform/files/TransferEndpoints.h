@@ -27,13 +27,15 @@ struct TransferEndpoints {
   /// being there, the source not going into itself. `noErr` or the status.
   OSStatus open(const TransferRequest& request);
 
-  /// What has the new name at present; false when nothing has.
-  bool existing(struct stat& facts) const;
+  /// What has the new name at present: 0 with its facts, ENOENT when nothing has it, or the error
+  /// number that keeps it from being known.
+  int findExisting(struct stat& facts) const;
 
  private:
   int locateSource();
   int locateDestination(const std::string& path);
-  bool goesIntoItself(bool overwrites) const;
+  /// That neither the source goes into itself nor an item is replaced that holds the source.
+  OSStatus checkNesting(bool overwrites) const;
 };
 
 }  // namespace kestova

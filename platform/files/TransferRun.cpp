@@ -18,10 +18,13 @@
 namespace kestova {
 namespace {
 
-bool isSameFolder(int a, int b) {
+/// 0 with the answer, or the error number that keeps it from being known.
+int compareFolders(int a, int b, bool& areSame) {
   struct stat first {};
   struct stat second {};
-  return ::fstat(a, &first) == 0 && ::fstat(b, &second) == 0 && isSameItem(first, second);
+  if (::fstat(a, &first) != 0 || ::fstat(b, &second) != 0) return errno;
+  areSame = isSameItem(first, second);
+  return 0;
 }
 
 /// Makes durable what `folder`'s entry `name` holds: a file alone, anything else with its volume.
@@ -58,7 +61,9 @@ TransferOutcome TransferRun::begin() {
   const bool preflights = !request_.has(kTransferSkipPreflight);
   enterStage_(preflights ? TransferStage::preflighting : TransferStage::running);
   struct stat existing {};
-  if (ends_.existing(existing)) {
+  const int found = ends_.findExisting(existing);
+  if (found != 0 && found != ENOENT) return outcome(found);
+  if (found == 0) {
     if (moves() && isAlreadyThere(existing)) return {};
     if (!overwrites()) return outcome(EEXIST);
   }
@@ -80,8 +85,10 @@ TransferOutcome TransferRun::outcome(int error) const {
 TransferOutcome TransferRun::failure() const { return {control_.error(), control_.failedItem()}; }
 
 bool TransferRun::isAlreadyThere(const struct stat& existing) const {
+  bool isOneFolder = false;
   return isSameItem(existing, ends_.source) && ends_.name == ends_.sourceName &&
-         isSameFolder(ends_.sourceFolder.get(), ends_.destination.get());
+         compareFolders(ends_.sourceFolder.get(), ends_.destination.get(), isOneFolder) == 0 &&
+         isOneFolder;
 }
 
 int TransferRun::moveByRenaming() {
@@ -99,12 +106,13 @@ int TransferRun::moveByRenaming() {
 int TransferRun::replaceByRenaming() {
   const FolderEntry from{ends_.sourceFolder.get(), ends_.sourceName};
   struct stat replaced {};
-  if (ends_.existing(replaced) && isSameItem(replaced, ends_.source)) return dropFurtherLink();
+  if (const int error = ends_.findExisting(replaced); error != 0 && error != ENOENT) return error;
+  if (isSameItem(replaced, ends_.source)) return dropFurtherLink();
   const bool isFile = S_ISREG(ends_.source.st_mode);
   if (const int error = flushItem(from.folder, from.name, isFile)) return error;
   if (const int error = renameReplacing(from, {ends_.destination.get(), ends_.name})) return error;
-  if (S_ISDIR(ends_.source.st_mode) || S_ISDIR(replaced.st_mode)) discardReplaced();
-  return 0;
+  const bool isAside = S_ISDIR(ends_.source.st_mode) || S_ISDIR(replaced.st_mode);
+  return isAside ? discardReplaced() : 0;
 }
 
 // Both names are links to one file already. Within a folder they may even be one entry, where case
@@ -113,22 +121,23 @@ int TransferRun::dropFurtherLink() {
   FileSystemCalls& calls = FileSystemCalls::current();
   const int from = ends_.sourceFolder.get();
   const char* name = ends_.sourceName.c_str();
-  const int result = isSameFolder(from, ends_.destination.get())
-                         ? calls.renameat2(from, name, from, ends_.name.c_str(), 0)
-                         : calls.unlinkat(from, name, 0);
+  bool isOneFolder = false;
+  if (const int error = compareFolders(from, ends_.destination.get(), isOneFolder)) return error;
+  const int result = isOneFolder ? calls.renameat2(from, name, from, ends_.name.c_str(), 0)
+                                 : calls.unlinkat(from, name, 0);
   return result == 0 ? 0 : errno;
 }
 
 // After the exchange what was replaced has the source's name. A staging area takes it away from
 // there at once; without one it is removed where it is.
-void TransferRun::discardReplaced() {
+int TransferRun::discardReplaced() {
   StagingArea staging;
   const int from = ends_.sourceFolder.get();
   const std::string& name = ends_.sourceName;
   const bool taken = staging.create(ends_.destination.get()) == 0 &&
                      FileSystemCalls::current().renameat2(from, name.c_str(), staging.folder(),
                                                           name.c_str(), 0) == 0;
-  if (!taken) removeTree(from, name);
+  return taken ? 0 : removeTree(from, name);
 }
 
 TransferOutcome TransferRun::preflight() {

@@ -54,7 +54,7 @@ class TransferRun {
   int moveByRenaming();
   int replaceByRenaming();
   int dropFurtherLink();
-  void discardReplaced();
+  int discardReplaced();
   bool isAlreadyThere(const struct stat& existing) const;
 
   TransferOutcome preflight();

@@ -227,13 +227,19 @@ int TreeCopier::Worker::linkOrMake(const Place& place, const struct stat& facts,
     case HardLinkTable::Answer::first:
       break;
   }
-  const int error = make();
-  if (error == 0) {
-    links.publish(facts, place.targetFolder, place.targetName);
-  } else {
+  try {
+    const int error = make();
+    if (error == 0) {
+      links.publish(facts, place.targetFolder, place.targetName);
+    } else {
+      links.abandon(facts);
+    }
+    return error;
+  } catch (...) {
+    // The other threads may be waiting for this copy.
     links.abandon(facts);
+    throw;
   }
-  return error;
 }
 
 void TreeCopier::Worker::finish(const Place& place, int error) {

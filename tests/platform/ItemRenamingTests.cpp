@@ -97,6 +97,43 @@ TEST_F(ItemRenamingTest, PutsTheOldItemBackWhenTheNewOneCannotTakeItsPlace) {
   EXPECT_EQ(list(""), (std::set<std::string>{"into", "new", "old"}));
 }
 
+TEST_F(ItemRenamingTest, PutsBothItemsBackWhenTheOldOneCannotTakeTheOtherPlace) {
+  makeFolder("new");
+  write("old", "old");
+  int renames = 0;
+  calls_.onRename = [&](const std::string&, const std::string&,
+                        unsigned flags) -> std::optional<int> {
+    if (flags != 0) return ScriptedFileSystemCalls::failure(EINVAL);
+    if (++renames == 3) return ScriptedFileSystemCalls::failure(EIO);
+    return std::nullopt;
+  };
+  EXPECT_EQ(replacing("new", "old"), EIO);
+  EXPECT_EQ(read("old"), "old");
+  EXPECT_EQ(list(""), (std::set<std::string>{"into", "new", "old"}));
+}
+
+TEST_F(ItemRenamingTest, TakesTheNewLinkBackWhenTheOldNameCannotGo) {
+  write("file", "text");
+  forgetFlags();
+  calls_.onUnlink = [](const std::string& name, int) -> std::optional<int> {
+    if (name != "file") return std::nullopt;
+    return ScriptedFileSystemCalls::failure(EIO);
+  };
+  EXPECT_EQ(toNew("file", "file2"), EIO);
+  EXPECT_EQ(list(""), (std::set<std::string>{"file", "into"}));
+}
+
+TEST_F(ItemRenamingTest, KeepsTheNewLinkWhenSomebodyElseHasRemovedTheOldName) {
+  write("file", "text");
+  forgetFlags();
+  calls_.onUnlink = [this](const std::string& name, int) -> std::optional<int> {
+    std::filesystem::remove(at(name));
+    return ScriptedFileSystemCalls::failure(ENOENT);
+  };
+  EXPECT_EQ(toNew("file", "file2"), 0);
+  EXPECT_EQ(read("file2"), "text");
+}
+
 TEST_F(ItemRenamingTest, TheOldItemIsSetAsideUnderAVisibleNameOfItsOwn) {
   makeFolder("new");
   write("old", "old");

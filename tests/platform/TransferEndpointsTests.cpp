@@ -62,9 +62,9 @@ TEST_F(TransferEndpointsTest, KnowWhatHasTheNewName) {
   write("a", "text");
   ASSERT_EQ(open(at("a"), at("into"), "b"), noErr);
   struct stat existing {};
-  EXPECT_FALSE(ends_.existing(existing));
+  EXPECT_EQ(ends_.findExisting(existing), ENOENT);
   std::filesystem::create_symlink("nowhere", at("into/b"));
-  EXPECT_TRUE(ends_.existing(existing));
+  EXPECT_EQ(ends_.findExisting(existing), 0);
   EXPECT_TRUE(S_ISLNK(existing.st_mode));
 }
 
@@ -75,7 +75,7 @@ TEST_F(TransferEndpointsTest, StayWhereTheyAreWhenTheirPathsChange) {
   makeFolder("into");
   write("elsewhere/b", "text");
   struct stat existing {};
-  EXPECT_TRUE(ends_.existing(existing));
+  EXPECT_EQ(ends_.findExisting(existing), 0);
 }
 
 TEST_F(TransferEndpointsTest, RefusePathsWithAZero) {

@@ -7,7 +7,10 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <latch>
+#include <new>
 #include <optional>
+#include <string_view>
 
 #include "ChildProcess.h"
 #include "FileAttributes.h"
@@ -404,6 +407,29 @@ TEST_F(TreeCopierTest, FailsWhenAListingCannotBeRead) {
     return ScriptedFileSystemCalls::failure(EIO);
   };
   EXPECT_EQ(copy("tree", "copy", kTransferSkipPreflight), ioErr);
+  EXPECT_TRUE(list("into").empty());
+}
+
+// The thread that copies the first of two links runs out of memory when another one needs the copy.
+TEST_F(TreeCopierTest, NobodyWaitsForACopyThatThereIsNoMemoryFor) {
+  makeFolder("tree/a");
+  makeFolder("tree/b");
+  write("tree/a/file", "text");
+  std::filesystem::create_hard_link(at("tree/a/file"), at("tree/b/file"));
+  ScriptedFileSystemCalls calls;
+  std::latch bothAreOpen(2);
+  std::atomic<int> copies = 0;
+  calls.onOpen = [&](int, const char* name, int flags) -> std::optional<int> {
+    if (std::string_view(name) != "file") return std::nullopt;
+    if ((flags & O_CREAT) == 0) {
+      bothAreOpen.count_down();
+    } else if (++copies == 1) {
+      bothAreOpen.wait();
+      throw std::bad_alloc();
+    }
+    return std::nullopt;
+  };
+  EXPECT_EQ(copy("tree", "copy", kTransferSkipPreflight), memFullErr);
   EXPECT_TRUE(list("into").empty());
 }
 

@@ -191,7 +191,7 @@ TEST_F(NSFileManagerFaultsTests, AMovedItemIsInOnePlaceOrTheOther) {
                    note(fault);
                    reset();
                  });
-  EXPECT_EQ(fatal_, (MetCalls{"fstatat", "openat", "renameat2"}));
+  EXPECT_EQ(fatal_, (MetCalls{"fstat", "fstatat", "openat", "renameat2"}));
 }
 
 // The source goes only when its copy is whole: an item that can't be removed stays beside it.
