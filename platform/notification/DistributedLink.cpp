@@ -44,10 +44,15 @@ void DistributedLink::want(const std::string& rule) {
     if (++wanted_[rule] > 1) {
       return;
     }
-    if (connection_) {
-      ask(rule);
-    } else {
-      connect();  // asks for everything that is wanted
+    try {
+      if (connection_) {
+        ask(rule);
+      } else {
+        connect();  // asks for everything that is wanted
+      }
+    } catch (...) {
+      wanted_.erase(rule);
+      throw;
     }
   });
 }

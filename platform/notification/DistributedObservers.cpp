@@ -28,11 +28,13 @@ bool DistributedInterest::isAbout(const NSNotification& notification) const {
   return isWanted(name, notification.name()) && isWanted(object, objectOf(notification));
 }
 
+std::string DistributedInterest::rule() const { return distributedMatchRule(name, object); }
+
 // Queues
 
 void DistributedQueue::push(DistributedDelivery delivery) {
-  weight_ += delivery.posting.weight;
   deliveries_.push_back(std::move(delivery));
+  weight_ += deliveries_.back().posting.weight;
   while (weight_ > kHeaviestQueue) {
     pop();
     if (!std::exchange(isOverflowTold_, true)) {
@@ -151,15 +153,12 @@ DistributedObservers::~DistributedObservers() {
   }
 }
 
-std::string DistributedObservers::add(NSObject* observer, SEL selector,
-                                      DistributedInterest interest,
-                                      NSNotificationSuspensionBehavior behavior,
-                                      const Ref<NSRunLoop>& runLoop) {
-  auto rule = distributedMatchRule(interest.name, interest.object);
+void DistributedObservers::add(NSObject* observer, SEL selector, DistributedInterest interest,
+                               NSNotificationSuspensionBehavior behavior,
+                               const Ref<NSRunLoop>& runLoop) {
   const std::lock_guard lock(mutex_);
-  registrations_.emplace_back(new DistributedRegistration{observer, selector, std::move(interest),
-                                                          behavior, mailboxOn(runLoop)});
-  return rule;
+  registrations_.push_back(std::shared_ptr<DistributedRegistration>(new DistributedRegistration{
+      observer, selector, std::move(interest), behavior, mailboxOn(runLoop)}));
 }
 
 /// All observers of a run loop share one.
@@ -171,20 +170,28 @@ std::shared_ptr<DistributedMailbox> DistributedObservers::mailboxOn(
   return found != registrations_.end() ? (*found)->mailbox : DistributedMailbox::on(runLoop);
 }
 
+/// What needs memory comes before anything has changed.
 std::vector<std::string> DistributedObservers::remove(const NSObject* observer,
                                                       const DistributedInterest& asked) {
+  const auto isMeant = [&](const DistributedRegistration& registration) {
+    const auto& [name, object] = registration.interest;
+    return registration.observer == observer && isWanted(asked.name, name) &&
+           isWanted(asked.object, object);
+  };
   std::vector<std::string> rules;
   const std::lock_guard lock(mutex_);
+  for (const auto& registration : registrations_) {
+    if (isMeant(*registration)) {
+      rules.push_back(registration->interest.rule());
+    }
+  }
   std::erase_if(registrations_, [&](const auto& registration) {
-    const auto& [name, object] = registration->interest;
-    if (registration->observer != observer || !isWanted(asked.name, name) ||
-        !isWanted(asked.object, object)) {
+    if (!isMeant(*registration)) {
       return false;
     }
     registration->isRemoved.store(true, std::memory_order_release);
     registration->mailbox->drop(*registration);
     held_.drop(*registration);
-    rules.push_back(distributedMatchRule(name, object));
     return true;
   });
   return rules;

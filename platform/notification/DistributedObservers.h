@@ -28,6 +28,9 @@ struct DistributedInterest {
   Ref<NSString> object;
 
   bool isAbout(const NSNotification& notification) const;
+
+  /// The rule by which a bus finds it.
+  std::string rule() const;
 };
 
 /// One observer with what it asked for.
@@ -100,10 +103,9 @@ class DistributedObservers {
  public:
   ~DistributedObservers();
 
-  /// Adds one that is served by that run loop, and answers the rule by which a bus finds what it
-  /// asks for.
-  std::string add(NSObject* observer, SEL selector, DistributedInterest interest,
-                  NSNotificationSuspensionBehavior behavior, const Ref<NSRunLoop>& runLoop);
+  /// Adds one that is served by that run loop.
+  void add(NSObject* observer, SEL selector, DistributedInterest interest,
+           NSNotificationSuspensionBehavior behavior, const Ref<NSRunLoop>& runLoop);
 
   /// Removes the observer where it asked for that name and that object, null for whatever it asked
   /// for, and answers their rules.

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "notification/DistributedLink.h"
@@ -72,10 +73,17 @@ void NSDistributedNotificationCenter::addObserver_selector_name_object_suspensio
   require(suspensionBehavior >= NSNotificationSuspensionBehaviorDrop &&
               suspensionBehavior <= NSNotificationSuspensionBehaviorDeliverImmediately,
           "suspensionBehavior is one of the four");
+  const DistributedInterest interest{copyOf(name), copyOf(object)};
+  const std::string rule = interest.rule();
   Exchange& own = exchange();
-  own.link.begin();
-  own.link.want(own.observers.add(observer, selector, {copyOf(name), copyOf(object)},
-                                  suspensionBehavior, NSRunLoop::currentRunLoop()));
+  own.link.want(rule);
+  try {
+    own.observers.add(observer, selector, interest, suspensionBehavior,
+                      NSRunLoop::currentRunLoop());
+  } catch (...) {
+    own.link.forget(rule);
+    throw;
+  }
 }
 
 void NSDistributedNotificationCenter::addObserver_selector_name_object(

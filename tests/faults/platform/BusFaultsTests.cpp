@@ -162,3 +162,56 @@ TEST(DistributedNotificationFaults, WithoutASocketNotificationsReachThisProcess)
   }));
   centre->removeObserver(hearer.get());
 }
+
+TEST(DistributedNotificationFaults, AnObserverThatThereIsNoMemoryForHearsNothing) {
+  const PrivateBus bus;
+  const auto centre = NSDistributedNotificationCenter::initWithBusAddress(bus.address());
+  const auto hearer = make<Hearer>();
+  const auto end = make<Hearer>();
+  centre->addObserver_selector_name_object(end.get(), sel<&Hearer::hear>(), "end", nullptr);
+  const int refused = walkAllocations(
+      [&] {
+        centre->addObserver_selector_name_object(hearer.get(), sel<&Hearer::hear>(), "told",
+                                                 nullptr);
+      },
+      [&](bool threw) {
+        hearer->heard = end->heard = 0;
+        centre->postNotificationName_object("told", nullptr);
+        centre->postNotificationName_object("end", nullptr);
+        EXPECT_TRUE(runUntil([&] { return end->heard > 0; }));
+        EXPECT_EQ(hearer->heard, threw ? 0 : 1);
+        centre->removeObserver(hearer.get());
+      });
+  EXPECT_GT(refused, 4);
+  centre->removeObserver(end.get());
+}
+
+TEST(DistributedNotificationFaults, AnObserverIsRemovedOrStaysAndTheOthersHear) {
+  const PrivateBus bus;
+  const auto centre = NSDistributedNotificationCenter::initWithBusAddress(bus.address());
+  const auto hearer = make<Hearer>();
+  const auto other = make<Hearer>();
+  const auto add = [&](const Ref<Hearer>& observer, const char* name) {
+    centre->addObserver_selector_name_object(observer.get(), sel<&Hearer::hear>(), name, nullptr);
+  };
+  for (int nth = 1, isMet = 1; isMet != 0; ++nth) {
+    SCOPED_TRACE(nth);
+    add(hearer, "first");
+    add(other, "told");
+    add(hearer, "told");
+    {
+      const ArmedFault none(FaultyCall::allocation, nth, Fault::failing(ENOMEM));
+      try {
+        centre->removeObserver(hearer.get());
+      } catch (const std::bad_alloc&) {
+      }
+      isMet = none.wasMet() ? 1 : 0;
+    }
+    hearer->heard = other->heard = 0;
+    centre->postNotificationName_object("told", nullptr);
+    EXPECT_TRUE(runUntil([&] { return other->heard > 0; }));
+    EXPECT_LE(hearer->heard, isMet);
+    centre->removeObserver(hearer.get());
+    centre->removeObserver(other.get());
+  }
+}
