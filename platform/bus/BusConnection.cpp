@@ -135,19 +135,6 @@ BusMessage BusConnection::newSignal(const char* path, const char* interface,
   return message != nullptr ? BusMessage::adopt(message) : BusMessage();
 }
 
-BusMessage BusConnection::newReply(const BusMessage& call) {
-  sd_bus_message* message = nullptr;
-  sd_bus_message_new_method_return(call.get(), &message);
-  return message != nullptr ? BusMessage::adopt(message) : BusMessage();
-}
-
-BusMessage BusConnection::newErrorReply(const BusMessage& call, const char* name,
-                                        const char* text) {
-  sd_bus_message* message = nullptr;
-  sd_bus_message_new_method_errorf(call.get(), &message, name, "%s", text);
-  return message != nullptr ? BusMessage::adopt(message) : BusMessage();
-}
-
 // Sending
 
 bool BusConnection::succeeded(int result, BusError* error) {
@@ -243,10 +230,6 @@ bool BusConnection::addMatch(const std::string& rule, BusError* error) {
 
 bool BusConnection::removeMatch(const std::string& rule, BusError* error) {
   return callBus("RemoveMatch", rule, error);
-}
-
-bool BusConnection::requestName(const char* name, BusError* error) {
-  return succeeded(sd_bus_request_name(bus_.get(), name, 0), error);
 }
 
 // Serving

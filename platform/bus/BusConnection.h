@@ -117,9 +117,6 @@ class BusConnection : public std::enable_shared_from_this<BusConnection> {
   BusMessage newCall(const char* destination, const char* path, const char* interface,
                      const char* member) const;
   BusMessage newSignal(const char* path, const char* interface, const char* member) const;
-  /// The answer to a call, to be written and sent.
-  static BusMessage newReply(const BusMessage& call);
-  static BusMessage newErrorReply(const BusMessage& call, const char* name, const char* text);
   /// @}
   /// \name Sending
   /// A null message is refused as a malformed one (EINVAL). Times are in seconds.
@@ -156,11 +153,8 @@ class BusConnection : public std::enable_shared_from_this<BusConnection> {
   bool removeMatch(const std::string& rule, BusError* error = nullptr);
 
   /// Calls the handler for every method call to that path of one's own, which owes an answer for
-  /// each (`newReply`).
+  /// each.
   BusSlot serve(const char* path, Handler handler, BusError* error = nullptr);
-
-  /// Asks for a well-known name. False when another one has it or the bus refuses.
-  bool requestName(const char* name, BusError* error = nullptr);
 
   /// @}
 

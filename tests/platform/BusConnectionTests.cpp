@@ -16,6 +16,7 @@
 #include <tuple>
 #include <vector>
 
+#include "BusPeer.h"
 #include "PrivateBus.h"
 #include "RunLoopThread.h"
 
@@ -75,7 +76,7 @@ class Service {
 
 /// Answers a call with its own arguments.
 BusMessage echo(const BusMessage& call) {
-  BusMessage reply = BusConnection::newReply(call);
+  BusMessage reply = testing::newReply(call);
   sd_bus_message_copy(reply.get(), call.get(), 1);
   return reply;
 }
@@ -231,7 +232,7 @@ TEST_F(BusConnectionTests, WhatNoMessageMayHoldIsRefused) {
 
 TEST_F(BusConnectionTests, ACallTellsTheErrorOfTheOtherSide) {
   const Service service(bus_.address(), [](const BusMessage& call) {
-    return BusConnection::newErrorReply(call, "org.kestova.Error.Full", "no room");
+    return testing::newErrorReply(call, "org.kestova.Error.Full", "no room");
   });
   const auto connection = connect();
   BusError error;
@@ -459,15 +460,6 @@ TEST_F(BusConnectionTests, AnIdleConnectionWakesNobody) {
   const auto turns = loop->turnCount();
   loop->runInMode_seconds_returnAfterSourceHandled(NSDefaultRunLoopMode, 0.2, false);
   EXPECT_LE(loop->turnCount() - turns, 2U);
-}
-
-TEST_F(BusConnectionTests, ANameHasOneOwner) {
-  const auto first = connect();
-  const auto second = connect();
-  EXPECT_TRUE(first->requestName("org.kestova.Tests"));
-  BusError error;
-  EXPECT_FALSE(second->requestName("org.kestova.Tests", &error));
-  EXPECT_EQ(error.number, EEXIST);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "BusPeer.h"
 #include "PrivateBus.h"
 #include "RunLoopThread.h"
 #include "bus/BusConnection.h"
@@ -102,7 +103,7 @@ class ScriptedPortal {
     closings_ = bus_->filter([this](const BusMessage& message) {
       if (message.member() == "Close") closed_.emplace_back(message.path());
     });
-    bus_->requestName("org.freedesktop.portal.Desktop");
+    requestName(*bus_, "org.freedesktop.portal.Desktop");
   }
 
   void take(const BusMessage& call) {
@@ -117,12 +118,12 @@ class ScriptedPortal {
 
   void version(const BusMessage& call) {
     if (shortcuts_ == Shortcuts::known) {
-      BusMessage reply = BusConnection::newReply(call);
+      BusMessage reply = newReply(call);
       reply.append(BusVariant(std::uint32_t{1}));
       bus_->send(reply);
     } else if (shortcuts_ == Shortcuts::unknown) {
-      bus_->send(BusConnection::newErrorReply(call, "org.freedesktop.DBus.Error.UnknownInterface",
-                                              "no such interface"));
+      bus_->send(
+          newErrorReply(call, "org.freedesktop.DBus.Error.UnknownInterface", "no such interface"));
     }
   }
 
@@ -163,7 +164,7 @@ class ScriptedPortal {
   /// Answers the call itself: with the object that will tell the outcome.
   std::string accept(const BusMessage& call, const BusDictionary& options) {
     const std::string request = object(call, "request", token(options, "handle_token"));
-    BusMessage reply = BusConnection::newReply(call);
+    BusMessage reply = newReply(call);
     reply.append(BusObjectPath{request});
     bus_->send(reply);
     return request;
