@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "events/KeyTable.h"
 
+#include <KestovaPlatform/ASCIICase.h>
 #include <KestovaPlatform/HotKeyService.h>
 #include <KestovaPlatform/VirtualKeys.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -8,8 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <vector>
-
-#include "text/ASCIICase.h"
 
 namespace kestova {
 namespace {

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "loading/ContentType.h"
 
+#include <KestovaPlatform/ASCIICase.h>
+
 #include "loading/HTTPFields.h"
-#include "text/ASCIICase.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "loading/HTTPTransfer.h"
 
-#include "text/ASCIICase.h"
+#include <KestovaPlatform/ASCIICase.h>
 
 #include <openssl/x509_vfy.h>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/ASCIICase.h>
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSURLResponse.h>
 
 #include "loading/ContentType.h"
 #include "loading/HTTPFields.h"
-#include "text/ASCIICase.h"
 
 #include <charconv>
 #include <string>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/ASCIICase.h>
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSURLRequest.h>
 
 #include "loading/HTTPFields.h"
-#include "text/ASCIICase.h"
 
 #include <optional>
 

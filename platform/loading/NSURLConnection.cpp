@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/ASCIICase.h>
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSURLConnection.h>
 
@@ -6,7 +7,6 @@
 #include "files/WholeFile.h"
 #include "loading/HTTPTransfer.h"
 #include "loading/URLFault.h"
-#include "text/ASCIICase.h"
 
 #include <cerrno>
 #include <cstring>

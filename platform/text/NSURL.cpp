@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/ASCIICase.h>
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSURL.h>
 
 #include "files/NativePath.h"
 #include "files/PathText.h"
-#include "text/ASCIICase.h"
 #include "text/URLParts.h"
 #include "values/RangeCheck.h"
 

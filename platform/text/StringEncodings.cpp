@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "text/StringEncodings.h"
 
+#include <KestovaPlatform/ASCIICase.h>
 #include <KestovaPlatform/NSString.h>
 
-#include "text/ASCIICase.h"
 #include "text/Converter.h"
 
 #include <unicode/ucnv.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/ASCIICase.h>
 #include <KestovaPlatform/NSGeometry.h>
 #include <KestovaPlatform/NSString.h>
 
-#include "text/ASCIICase.h"
 #include "text/NumberScan.h"
 #include "text/TextStorage.h"
 #include "values/NumberText.h"

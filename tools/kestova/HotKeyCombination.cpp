@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "HotKeyCombination.h"
 
+#include <KestovaPlatform/ASCIICase.h>
 #include <KestovaPlatform/NSEvent.h>
 #include <KestovaPlatform/VirtualKeys.h>
-
-#include <strings.h>
 
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <stdexcept>
 
 namespace kestova::tool {
 namespace {
@@ -30,9 +30,9 @@ constexpr std::array kModifierNames = {
 };
 
 std::optional<NSUInteger> flagNamed(const std::string& name) {
-  const auto* found = std::find_if(
-      kModifierNames.begin(), kModifierNames.end(),
-      [&](const ModifierName& one) { return strcasecmp(one.name, name.c_str()) == 0; });
+  const auto* found =
+      std::find_if(kModifierNames.begin(), kModifierNames.end(),
+                   [&](const ModifierName& one) { return isSameButForCase(one.name, name); });
   return found == kModifierNames.end() ? std::nullopt : std::optional(found->flag);
 }
 

@@ -4,7 +4,6 @@
 #include <KestovaPlatform/HotKeyEvents.h>
 #include <KestovaPlatform/NSTypes.h>
 
-#include <stdexcept>
 #include <string>
 
 namespace kestova::tool {

@@ -4,6 +4,7 @@
 /// \file
 /// All of KestovaPlatform.
 
+#include <KestovaPlatform/ASCIICase.h>
 #include <KestovaPlatform/AssociatedObjects.h>
 #include <KestovaPlatform/Authorization.h>
 #include <KestovaPlatform/Backoff.h>
