@@ -20,7 +20,7 @@ void submit(LatestRequest::Request request, id owner) {
 }  // namespace
 
 void LatestRequest::replace(Request request, NSTimeInterval delay, NSObject& owner) {
-  require(request.queue != nullptr, "queue != nullptr");
+  require(request.queue != nullptr, "queue != nil");
   const dispatch_time_t due = dispatchTimeAfter(delay);
   const bool isDue = dispatchNanoseconds(delay) <= 0;
   const bool waits = !isDue && due != DISPATCH_TIME_FOREVER;

@@ -58,7 +58,7 @@ id detail::firstValue(std::initializer_list<id> values) {
 
 void __AllowOnceEvery(const Block<void()>& block, CFAbsoluteTime* lastTime,
                       NSTimeInterval interval) {
-  require(lastTime != nullptr, "lastTime != nullptr");
+  require(lastTime != nullptr, "lastTime != nil");
   const CFAbsoluteTime now = CFAbsoluteTimeGetCurrent();
   if (now - *lastTime > interval) {
     *lastTime = now;

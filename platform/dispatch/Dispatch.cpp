@@ -20,7 +20,7 @@ struct SynchronousTask {
   detail::DispatchFunction function;
 
   void submit(void (*submission)(dispatch_queue_t, void*, dispatch_function_t)) {
-    require(queue != nullptr, "queue != nullptr");
+    require(queue != nullptr, "queue != nil");
     tellReleased(this);
     submission(queue, this, &run);
     tellAcquired(this);
@@ -63,7 +63,7 @@ DispatchQueue dispatchConcurrentQueue(const char* label) {
 }
 
 bool dispatchQueueIsCurrent(dispatch_queue_t queue) {
-  require(queue != nullptr, "queue != nullptr");
+  require(queue != nullptr, "queue != nil");
   if (dispatch_queue_get_specific(queue, queue) == nullptr) {
     dispatch_queue_set_specific(queue, queue, queue, nullptr);
   }

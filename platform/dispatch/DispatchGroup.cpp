@@ -40,7 +40,7 @@ bool DispatchGroup::waitFor(NSTimeInterval seconds) const noexcept {
 }
 
 void DispatchGroup::notify(dispatch_queue_t queue, Block<void()> block) const {
-  require(block != nullptr, "block != nullptr");
+  require(block != nullptr, "block != nil");
   // The notification keeps the group, as its tag for the sanitizer lasts no longer.
   auto notified = [group = group_, block = std::move(block)] {
     tellAcquired(static_cast<dispatch_group_t>(group));

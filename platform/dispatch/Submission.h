@@ -40,8 +40,8 @@ struct Submission {
   dispatch_group_t group = nullptr;
 
   void requireComplete() const {
-    require(queue != nullptr, "queue != nullptr");
-    require(block != nullptr, "block != nullptr");
+    require(queue != nullptr, "queue != nil");
+    require(block != nullptr, "block != nil");
   }
 
   /// Checks it and puts it where `run` will find it and let go of it.

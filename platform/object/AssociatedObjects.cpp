@@ -40,7 +40,7 @@ bool copies(AssociationPolicy policy) {
 
 void setAssociatedObject(const id& object, const void* key, const id& value,
                          AssociationPolicy policy) {
-  require(object != nullptr, "object != nullptr");
+  require(object != nullptr, "object != nil");
   if (!value && ObjectExtras::existing(*object) == nullptr) {
     return;
   }
@@ -50,13 +50,13 @@ void setAssociatedObject(const id& object, const void* key, const id& value,
 }
 
 id associatedObject(const id& object, const void* key) {
-  require(object != nullptr, "object != nullptr");
+  require(object != nullptr, "object != nil");
   ObjectExtras* extras = ObjectExtras::existing(*object);
   return extras == nullptr ? id() : extras->associations.find(key);
 }
 
 void removeAssociatedObjects(const id& object) {
-  require(object != nullptr, "object != nullptr");
+  require(object != nullptr, "object != nil");
   if (ObjectExtras* extras = ObjectExtras::existing(*object)) {
     extras->associations.removeAll();
   }

@@ -94,7 +94,7 @@ void NSRunLoop::requireOwnThread() const {
 
 /// The mode of that name if it has been mentioned before. Called with the mutex held.
 std::shared_ptr<RunLoopMode> NSRunLoop::existingMode(const Ref<NSString>& name) const {
-  require(name != nullptr, "mode != nullptr");
+  require(name != nullptr, "mode != nil");
   const auto mode = std::find_if(modes_.begin(), modes_.end(), [&](const auto& candidate) {
     return candidate->name()->isEqualToString(name);
   });
@@ -125,14 +125,14 @@ void NSRunLoop::addCommonMode(const Ref<NSString>& mode) {
 }
 
 void NSRunLoop::addSource_forMode(const Ref<RunLoopSource>& source, const Ref<NSString>& mode) {
-  require(source != nullptr, "source != nullptr");
+  require(source != nullptr, "source != nil");
   if (const auto target = modeNamed(mode)) {
     target->addSource(source);
   }
 }
 
 void NSRunLoop::removeSource_forMode(const Ref<RunLoopSource>& source, const Ref<NSString>& mode) {
-  require(source != nullptr, "source != nullptr");
+  require(source != nullptr, "source != nil");
   if (const auto target = findMode(mode)) {
     target->removeSource(*source);
   }
@@ -140,13 +140,13 @@ void NSRunLoop::removeSource_forMode(const Ref<RunLoopSource>& source, const Ref
 
 bool NSRunLoop::containsSource_forMode(const Ref<RunLoopSource>& source,
                                        const Ref<NSString>& mode) const {
-  require(source != nullptr, "source != nullptr");
+  require(source != nullptr, "source != nil");
   const auto target = findMode(mode);
   return target != nullptr && target->containsSource(*source);
 }
 
 void NSRunLoop::addTimer_forMode(const Ref<NSTimer>& timer, const Ref<NSString>& mode) {
-  require(timer != nullptr, "timer != nullptr");
+  require(timer != nullptr, "timer != nil");
   if (const auto target = modeNamed(mode)) {
     target->addTimer(timer);
   }
@@ -157,15 +157,15 @@ void NSRunLoop::performBlock(Block<void()> block) {
 }
 
 void NSRunLoop::performInMode_block(const Ref<NSString>& mode, Block<void()> block) {
-  require(block != nullptr, "block != nullptr");
+  require(block != nullptr, "block != nil");
   if (const auto target = modeNamed(mode)) {
     target->addBlock(std::move(block));
   }
 }
 
 void NSRunLoop::performInModes_block(const Ref<NSArray>& modes, Block<void()> block) {
-  require(modes != nullptr, "modes != nullptr");
-  require(block != nullptr, "block != nullptr");
+  require(modes != nullptr, "modes != nil");
+  require(block != nullptr, "block != nil");
   const auto once = std::make_shared<OnceBlock>(std::move(block));
   for (const id& mode : modes) {
     if (const auto target = modeNamed(cast<NSString>(mode))) {
@@ -177,12 +177,12 @@ void NSRunLoop::performInModes_block(const Ref<NSArray>& modes, Block<void()> bl
 void NSRunLoop::run() { runUntil(NSDefaultRunLoopMode, never, false); }
 
 void NSRunLoop::runUntilDate(const Ref<NSDate>& limit) {
-  require(limit != nullptr, "limit != nullptr");
+  require(limit != nullptr, "limit != nil");
   runUntil(NSDefaultRunLoopMode, momentAfter(limit->timeIntervalSinceNow()), false);
 }
 
 bool NSRunLoop::runMode_beforeDate(const Ref<NSString>& mode, const Ref<NSDate>& limit) {
-  require(limit != nullptr, "limit != nullptr");
+  require(limit != nullptr, "limit != nil");
   return runUntil(mode, momentAfter(limit->timeIntervalSinceNow()), true) != kCFRunLoopRunFinished;
 }
 

@@ -180,7 +180,7 @@ namespace {
 /// Hands the block to one who runs it soon, and waits for it where that is asked for.
 template <class Submit>
 void performThrough(const Submit& submit, bool isThere, Block<void()> block, bool waitUntilDone) {
-  require(block != nullptr, "block != nullptr");
+  require(block != nullptr, "block != nil");
   if (!waitUntilDone) {
     submit(std::move(block));
     return;
@@ -200,7 +200,7 @@ void performThrough(const Submit& submit, bool isThere, Block<void()> block, boo
 
 void performOnThread(const Ref<NSThread>& thread, Block<void()> block, bool waitUntilDone,
                      const Ref<NSString>& mode) {
-  require(thread != nullptr, "thread != nullptr");
+  require(thread != nullptr, "thread != nil");
   const auto submit = [&](Block<void()> submitted) {
     if (const Ref<NSRunLoop> runLoop = thread->runLoop()) {
       runLoop->performInMode_block(mode, std::move(submitted));

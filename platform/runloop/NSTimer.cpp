@@ -23,8 +23,8 @@ NSTimeInterval usableInterval(NSTimeInterval seconds) {
 }
 
 NSTimer::Callback callbackFor(const id& target, SEL selector) {
-  require(target != nullptr, "target != nullptr");
-  require(selector != nullptr, "selector != nullptr");
+  require(target != nullptr, "target != nil");
+  require(selector != nullptr, "selector != nil");
   require(selector->isAnsweredBy(*target), "the target doesn't answer the selector");
   return [target, selector](const Ref<NSTimer>& timer) {
     const id argument = timer;
@@ -92,7 +92,7 @@ NSTimer::NSTimer(Moment first, NSTimeInterval interval, bool repeats, Callback c
       next_(first),
       callback_(std::move(callback)),
       userInfo_(std::move(userInfo)) {
-  require(callback_ != nullptr, "block != nullptr");
+  require(callback_ != nullptr, "block != nil");
 }
 
 NSTimer::~NSTimer() = default;
@@ -113,7 +113,7 @@ Ref<NSTimer> NSTimer::timerWithTimeInterval_target_selector_userInfo_repeats(
 Ref<NSTimer> NSTimer::initWithFireDate_interval_repeats_block(const Ref<NSDate>& date,
                                                               NSTimeInterval interval, bool repeats,
                                                               Callback block) {
-  require(date != nullptr, "date != nullptr");
+  require(date != nullptr, "date != nil");
   return make<NSTimer>(momentAfter(date->timeIntervalSinceNow()), usableInterval(interval), repeats,
                        std::move(block), nullptr);
 }
@@ -193,7 +193,7 @@ Ref<NSDate> NSTimer::fireDate() const {
 }
 
 void NSTimer::setFireDate(const Ref<NSDate>& date) {
-  require(date != nullptr, "date != nullptr");
+  require(date != nullptr, "date != nil");
   const Moment moment = momentAfter(std::max(date->timeIntervalSinceNow(), 0.0));
   {
     const std::lock_guard lock(mutex_);

@@ -48,7 +48,7 @@ RunLoopDescriptorSource::RunLoopDescriptorSource(int descriptor, NSUInteger even
 
 Ref<RunLoopDescriptorSource> RunLoopDescriptorSource::sourceWithDescriptor_events_block(
     int descriptor, NSUInteger events, Block<void(NSUInteger)> perform) {
-  require(perform != nullptr, "perform != nullptr");
+  require(perform != nullptr, "perform != nil");
   require(epollEvents(events) != 0, "events != 0");
   FileDescriptor duplicate = waitableDuplicate(descriptor);
   if (!duplicate) {

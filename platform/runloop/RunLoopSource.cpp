@@ -28,7 +28,7 @@ RunLoopSource::RunLoopSource(Block<void(Signals)> perform)
 RunLoopSource::~RunLoopSource() = default;
 
 Ref<RunLoopSource> RunLoopSource::sourceWithBlock(Block<void()> perform) {
-  require(perform != nullptr, "perform != nullptr");
+  require(perform != nullptr, "perform != nil");
   return make<RunLoopSource>([perform = std::move(perform)](Signals) { perform(); });
 }
 

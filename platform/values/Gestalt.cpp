@@ -6,7 +6,7 @@
 
 namespace kestova {
 OSStatus Gestalt(OSType selector, std::int32_t* response) {
-  require(response != nullptr, "response != nullptr");
+  require(response != nullptr, "response != nil");
   if (selector < gestaltSystemVersionMajor || selector > gestaltSystemVersionBugFix) {
     return gestaltUndefSelectorErr;
   }

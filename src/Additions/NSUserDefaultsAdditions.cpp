@@ -16,7 +16,7 @@ Ref<NSString> ownIdentifier() { return NSBundle::mainBundle()->bundleIdentifier(
 bool isOwn(const Ref<NSString>& suite) { return !suite || suite->isEqualToString(ownIdentifier()); }
 
 const Ref<NSUserDefaults>& checked(const Ref<NSUserDefaults>& self) {
-  require(self != nullptr, "user defaults != nil");
+  require(self != nullptr, "self != nil");
   return self;
 }
 

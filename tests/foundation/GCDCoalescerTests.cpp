@@ -241,7 +241,7 @@ TEST_F(GCDCoalescerTests, CoalescersMayGoWhileTheirRequestsAreUnderWay) {
 // Shows: dispatchOn_after_block
 TEST_F(GCDCoalescerDeathTests, AMissingQueueOrBlockEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(coalescer->dispatchOn_after_block(nullptr, 0, [] {}), "queue != nullptr");
+  EXPECT_DEATH(coalescer->dispatchOn_after_block(nullptr, 0, [] {}), "queue != nil");
   EXPECT_DEATH(request(0, nullptr), "block != nil");
 }
 

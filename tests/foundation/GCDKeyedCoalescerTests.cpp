@@ -193,7 +193,7 @@ TEST_F(GCDKeyedCoalescerTests, DueRequestsRunWhileKeysAreAdded) {
 // Shows: dispatch_on_after_block
 TEST_F(GCDKeyedCoalescerDeathTests, AMissingQueueOrBlockEndsTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(coalescer->dispatch_on_after_block("a", nullptr, 0, [] {}), "queue != nullptr");
+  EXPECT_DEATH(coalescer->dispatch_on_after_block("a", nullptr, 0, [] {}), "queue != nil");
   EXPECT_DEATH(request("a", 0, nullptr), "block != nil");
 }
 

@@ -150,7 +150,7 @@ TEST(OVUtilitiesTests, TheLastTimeStaysWhenTheBlockDoesNotRun) {
 
 // Shows: __AllowOnceEvery
 TEST(OVUtilitiesDeathTests, TheLastTimeIsRequired) {
-  EXPECT_DEATH(__AllowOnceEvery([] {}, nullptr, 1), "lastTime != nullptr");
+  EXPECT_DEATH(__AllowOnceEvery([] {}, nullptr, 1), "lastTime != nil");
 }
 
 // Shows: EnforceSubclassesImplement, EnforceSubclassImplementationsNow

@@ -148,9 +148,9 @@ TEST(AssociatedObjects, ManyThreadsShareOneObject) {
 }
 
 TEST(AssociatedObjectsDeathTest, NothingIsAttachedToNothing) {
-  EXPECT_DEATH(setAssociatedObject(nullptr, &firstKey, 1, AssociationRetain), "object != nullptr");
-  EXPECT_DEATH((void)associatedObject(nullptr, &firstKey), "object != nullptr");
-  EXPECT_DEATH(removeAssociatedObjects(nullptr), "object != nullptr");
+  EXPECT_DEATH(setAssociatedObject(nullptr, &firstKey, 1, AssociationRetain), "object != nil");
+  EXPECT_DEATH((void)associatedObject(nullptr, &firstKey), "object != nil");
+  EXPECT_DEATH(removeAssociatedObjects(nullptr), "object != nil");
 }
 
 }  // namespace

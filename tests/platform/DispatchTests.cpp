@@ -367,9 +367,9 @@ TEST_F(DispatchDeathTest, AnExceptionThatLeavesABlockReachesTheTerminateHandler)
 
 TEST_F(DispatchDeathTest, NothingIsSubmittedToNoQueue) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(dispatch_async(nullptr, [] {}), "queue != nullptr");
-  EXPECT_DEATH(dispatch_sync(nullptr, [] {}), "queue != nullptr");
-  EXPECT_DEATH(dispatch_async(queue, nullptr), "block != nullptr");
+  EXPECT_DEATH(dispatch_async(nullptr, [] {}), "queue != nil");
+  EXPECT_DEATH(dispatch_sync(nullptr, [] {}), "queue != nil");
+  EXPECT_DEATH(dispatch_async(queue, nullptr), "block != nil");
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ TEST(GestaltTests, KnowsNothingElseAndLeavesTheAnswerAsItWas) {
 }
 
 TEST(GestaltDeathTests, NeedsAPlaceForTheAnswer) {
-  EXPECT_DEATH(Gestalt(gestaltSystemVersionMajor, nullptr), "response != nullptr");
+  EXPECT_DEATH(Gestalt(gestaltSystemVersionMajor, nullptr), "response != nil");
 }
 
 }  // namespace

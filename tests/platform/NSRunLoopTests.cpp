@@ -499,9 +499,9 @@ TEST_F(NSRunLoopDeathTest, ARunLoopIsRunByItsOwnThread) {
 
 TEST_F(NSRunLoopDeathTest, NothingIsAddedToNoMode) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(keepWaiting(nullptr), "mode != nullptr");
-  EXPECT_DEATH(loop->addSource_forMode(nullptr, NSDefaultRunLoopMode), "source != nullptr");
-  EXPECT_DEATH(loop->performBlock(nullptr), "block != nullptr");
+  EXPECT_DEATH(keepWaiting(nullptr), "mode != nil");
+  EXPECT_DEATH(loop->addSource_forMode(nullptr, NSDefaultRunLoopMode), "source != nil");
+  EXPECT_DEATH(loop->performBlock(nullptr), "block != nil");
 }
 
 }  // namespace

@@ -340,7 +340,7 @@ TEST_F(NSTimerDeathTest, ATimerBelongsToOneRunLoop) {
 
 TEST_F(NSTimerDeathTest, WhatATimerCallsIsThere) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(static_cast<void>(scheduled(1, false, nullptr)), "block != nullptr");
+  EXPECT_DEATH(static_cast<void>(scheduled(1, false, nullptr)), "block != nil");
   EXPECT_DEATH(static_cast<void>(NSTimer::timerWithTimeInterval_target_selector_userInfo_repeats(
                    1, "no such target", sel<&TimerTarget::fired>(), nullptr, false)),
                "the target doesn't answer the selector");

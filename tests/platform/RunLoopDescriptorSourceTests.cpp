@@ -173,7 +173,7 @@ TEST_F(RunLoopDescriptorSourceTest, WhatCannotBeWaitedForMakesNoSource) {
 TEST_F(RunLoopDescriptorSourceDeathTest, ASourceAwaitsSomething) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(watch(0, [](NSUInteger) {}), "events != 0");
-  EXPECT_DEATH(watch(RunLoopDescriptorReadable, nullptr), "perform != nullptr");
+  EXPECT_DEATH(watch(RunLoopDescriptorReadable, nullptr), "perform != nil");
 }
 
 }  // namespace

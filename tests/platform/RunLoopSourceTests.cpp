@@ -270,7 +270,7 @@ TEST_F(RunLoopSourceTest, SourcesComeAndGoWhileOthersSignalThem) {
 
 TEST_F(RunLoopSourceDeathTest, ASourceNeedsABlock) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(static_cast<void>(RunLoopSource::sourceWithBlock(nullptr)), "perform != nullptr");
+  EXPECT_DEATH(static_cast<void>(RunLoopSource::sourceWithBlock(nullptr)), "perform != nil");
 }
 
 }  // namespace
