@@ -5,7 +5,6 @@
 #include <KestovaPlatform/NSSortDescriptor.h>
 
 #include <algorithm>
-#include <typeinfo>
 #include <utility>
 
 namespace kestova {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Class.h>
-#include <KestovaPlatform/FoundationErrors.h>
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSFileManager.h>
 #include <KestovaPlatform/NSNumber.h>

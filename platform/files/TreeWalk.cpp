@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <new>
 #include <optional>
-#include <string_view>
 #include <system_error>
 
 #include "files/FileSystemCalls.h"

@@ -5,7 +5,6 @@
 #include <KestovaPlatform/NSOperation.h>
 
 #include <mutex>
-#include <span>
 #include <utility>
 
 namespace kestova {

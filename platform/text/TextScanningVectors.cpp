@@ -15,7 +15,6 @@
 #include <atomic>
 #include <bit>
 #include <cstdint>
-#include <iterator>
 #include <type_traits>
 
 // Vectors only tell where something stands: as words of 64 bits, one for each unit of a block. What
