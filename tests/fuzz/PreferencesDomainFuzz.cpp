@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Whatever lies in a domain's file: it is read, or put aside unchanged, and in either case the
 // domain can be written and read again, with every key that was there.
+#include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSLog.h>
 #include <KestovaPlatform/NSNumber.h>
 
@@ -9,6 +10,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -52,14 +54,26 @@ std::string putAside(const testing::TemporaryFolder& place) {
   return "none";
 }
 
+/// The first value goes in with all others, those that follow in place of one that was there.
 void change(const PreferencesFolder& folder, const Ref<NSDictionary>& before) {
   std::atomic<std::uint64_t> changes{0};
   PreferencesDomain domain(kDomain, folder, changes);
-  domain.setValue_forKey(1, kKey);
-  if (domain.synchronize()) {
-    const auto expected = NSMutableDictionary::dictionaryWithDictionary(before);
-    expected->setObject_forKey(1, kKey);
-    require(expected->isEqual(read(folder)));
+  const auto expected = NSMutableDictionary::dictionaryWithDictionary(before);
+  const auto change = [&](const id& key, const id& value) {
+    domain.setValue_forKey(value, key);
+    if (domain.synchronize()) {
+      expected->setObject_forKey(value, key);
+      require(expected->isEqual(read(folder)));
+    }
+  };
+  change(kKey, 1);
+  if (domain.hasPendingChanges()) {
+    return;  // what was there cannot be written
+  }
+  change(kKey, "a longer value");
+  const auto keys = before->allKeys();
+  for (NSUInteger index = 0; index < std::min<NSUInteger>(keys->count(), 4); ++index) {
+    change(keys->objectAtIndex(index), 1);
   }
 }
 
