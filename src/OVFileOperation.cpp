@@ -11,7 +11,6 @@
 
 #include <array>
 #include <chrono>
-#include <string>
 #include <thread>
 #include <utility>
 

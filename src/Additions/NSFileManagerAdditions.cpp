@@ -11,10 +11,7 @@
 #include <KestovaPlatform/NSTask.h>
 #include <KestovaPlatform/NSURL.h>
 
-#include <algorithm>
-#include <optional>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "Additions/FolderIdentity.h"

@@ -6,7 +6,6 @@
 #include "Additions/DataBytes.h"
 #include "Additions/HexData.h"
 
-#include <string>
 #include <string_view>
 
 namespace kestova {

@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstring>
 #include <optional>
-#include <system_error>
 
 namespace kestova::tool {
 namespace {

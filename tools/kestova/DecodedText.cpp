@@ -4,7 +4,6 @@
 #include <KestovaPlatform/TextDecoder.h>
 #include <KestovaPlatform/UTF8.h>
 
-#include <algorithm>
 #include <cstring>
 #include <vector>
 

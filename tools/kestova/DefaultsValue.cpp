@@ -18,7 +18,6 @@
 #include <cstdint>
 #include <ctime>
 #include <map>
-#include <optional>
 
 namespace kestova::tool {
 namespace {

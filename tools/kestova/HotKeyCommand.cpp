@@ -21,7 +21,6 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace kestova::tool {

@@ -5,8 +5,6 @@
 #include <KestovaPlatform/NSString.h>
 #include <nlohmann/json.hpp>
 
-#include <string>
-
 namespace kestova::tool {
 namespace {
 

@@ -3,7 +3,6 @@
 #include "TransferText.h"
 
 #include <cstdio>
-#include <string>
 
 namespace kestova::tool {
 namespace {

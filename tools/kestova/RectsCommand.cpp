@@ -10,7 +10,6 @@
 #include <KestovaFoundation/Additions/NSGeometryAdditions.h>
 
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <span>

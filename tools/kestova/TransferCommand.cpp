@@ -21,8 +21,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <system_error>
-#include <utility>
 #include <vector>
 
 namespace kestova::tool {
