@@ -97,7 +97,13 @@ void OVNotificationQueue::enqueuePostingOperation() {
   const std::lock_guard lock(mutex_);
   if (!_operation) {
     _operation = makePostingOperation();
-    _postingQueue->addOperation(_operation);
+    try {
+      _postingQueue->addOperation(_operation);
+    } catch (...) {
+      // What is in no queue posts nothing: the next notification is to have another one.
+      _operation = nullptr;
+      throw;
+    }
   }
 }
 

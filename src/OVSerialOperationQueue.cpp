@@ -88,10 +88,9 @@ void OVSerialOperationQueue::addOperation(const Ref<NSOperation>& operation) {
   if (!operation) {
     throw NSException(NSInvalidArgumentException, "there is no operation");
   }
-  auto place = chain_->append(operation);
   Block<void()> existing = operation->completionBlock();
   // Unowned: it is the operation itself that calls its completion block.
-  operation->setCompletionBlock([chain = chain_, finished = operation.get(), existing] {
+  Block<void()> completion = [chain = chain_, finished = operation.get(), existing] {
     for (const id& dependency : finished->dependencies()) {
       finished->removeDependency(cast<NSOperation>(dependency));
     }
@@ -100,10 +99,12 @@ void OVSerialOperationQueue::addOperation(const Ref<NSOperation>& operation) {
     if (existing) {
       existing();
     }
-  });
+  };
+  auto place = chain_->append(operation);
+  operation->setCompletionBlock(std::move(completion));
   try {
     NSOperationQueue::addOperation(operation);
-  } catch (const NSException&) {
+  } catch (...) {
     operation->setCompletionBlock(std::move(existing));
     chain_->takeBack(operation, std::move(place));
     throw;

@@ -31,7 +31,7 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
  public:
   enum class Threads { workers, main };
 
-  explicit OperationScheduler(Threads threads) noexcept : threads_(threads) {}
+  explicit OperationScheduler(Threads threads) : threads_(threads) {}
 
   /// The scheduler whose operation the calling thread runs; null when it runs none.
   static OperationScheduler* current() noexcept;
