@@ -110,7 +110,8 @@ class PreferencesDomain::Writing {
     written = std::exchange(domain_.inWriting_, {});
     domain_.areContentsRead_ = false;
     if (!isDone_) {
-      domain_.pending_.addAll(written);
+      std::swap(domain_.pending_, written);
+      domain_.pending_.addAll(written);  // hardly ever any, so that hardly ever memory is needed
     }
   }
 

@@ -187,7 +187,8 @@ TEST_F(PreferencesImageTests, ChangesAtRandomAreWhatIsRead) {
   for (int step = 0; step < 3000; ++step) {
     const auto changes = 1 + random.below(10);
     for (std::size_t change = 0; change < changes; ++change) {
-      const auto key = NSString::stringWithFormat("k%d", static_cast<int>(random.below(40)));
+      const auto number = static_cast<int>(random.below(40));
+      const auto key = NSString::stringWithFormat(number % 2 == 0 ? "k%d" : "ключ %d", number);
       const auto value = random.below(values->count() + 20);
       if (random.below(100) == 0) {
         set(key, nullptr);
