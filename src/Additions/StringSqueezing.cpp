@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <iterator>
 #include <limits>
 #include <string>
 #include <vector>
@@ -182,6 +181,8 @@ class FrontSqueeze {
                NSUInteger options)
       : source_(text, twice, options), once_(once), twice_(twice), options_(options) {}
 
+  /// Ends with the whole text in the result: only a pattern is done before nothing is found, and it
+  /// is looked for in nothing but the whole text.
   Ref<NSString> result() {
     while (!isDone_) {
       const NSRange rest{from_, result_->length() - from_};
@@ -196,7 +197,6 @@ class FrontSqueeze {
         takeMore();
       }
     }
-    takeMore();
     return cuts_.restored(result_->utf16());
   }
 

@@ -381,6 +381,15 @@ TEST(NSStringEditingTests, PatternsAreSqueezedUntilTheyNoLongerShrink) {
 }
 
 // Shows: stringBySqueezingOccurrencesOfString_options
+TEST(NSStringEditingTests, WhatIsBehindAPatternsMatchStaysHoweverLongItIs) {
+  const std::u16string rest = u"a" + std::u16string(9000, u'x') + u"aa";
+  EXPECT_EQ(
+      stringBySqueezingOccurrencesOfString_options(u"a" + rest, "a|b", NSRegularExpressionSearch)
+          ->utf16(),
+      u"a|b" + rest);
+}
+
+// Shows: stringBySqueezingOccurrencesOfString_options
 TEST(NSStringEditingTests, SqueezingAgreesWithItsSteps) {
   RandomRun random;
   for (int round = 0; round < 4000 && !HasFailure(); ++round) {
