@@ -32,6 +32,9 @@ constexpr char kThird[] = "org.example.Third";
 
 std::string textOf(const id& value) { return value ? value->description()->displayUTF8() : "-"; }
 
+/// What a program is told when the editor's suite has changed, after nothing else.
+const Lines kEditorChanged = {"changed", "suite org.example.Editor"};
+
 /// What runs in each process. It tells "changed" and "suite NAME" for what the default centre
 /// posts.
 class Program final : public NSObject {
@@ -118,21 +121,27 @@ class ProgramProcess : public CommandedProcess {
         }) {}
 };
 
-class SharedPreferencesTests : public ::testing::Test {
- protected:
-  SharedPreferencesTests() {
-    ::setenv("XDG_CONFIG_HOME", folder_.path().c_str(), 1);
-    ::setenv("DBUS_SESSION_BUS_ADDRESS", bus_.address().c_str(), 1);
+/// Where the programs keep their preferences and tell each other of them.
+struct SharedPlace {
+  SharedPlace() {
+    ::setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
   }
 
-  TemporaryFolder folder_;
-  PrivateBus bus_;
+  TemporaryFolder folder;
+  PrivateBus bus;
+};
+
+/// Two programs, of which the editor is its own suite in most tests.
+class SharedPreferencesTests : public ::testing::Test {
+ protected:
+  SharedPlace place;
+  ProgramProcess editor{kEditor};
+  ProgramProcess viewer{kViewer};
 };
 
 // Shows: setObject_forKey_inSuite, objectForKey_inSuite, suiteDidChangeDistributedNotification
 TEST_F(SharedPreferencesTests, AValueSetInAProgramsSuiteIsToldToItAndReadByIt) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   editor.command("add org.example.Editor");
   EXPECT_EQ(editor.answerTo("get theme"), "-");
   viewer.command("setIn org.example.Editor theme dark");
@@ -144,13 +153,10 @@ TEST_F(SharedPreferencesTests, AValueSetInAProgramsSuiteIsToldToItAndReadByIt) {
 
 // Shows: setObject_forKey, removeObjectForKey, addSuiteNamed
 TEST_F(SharedPreferencesTests, AProgramThatIsItsOwnSuiteTellsOthersOfItsValues) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   editor.command("add org.example.Editor");
   viewer.command("add org.example.Editor");
   editor.command("set theme dark");
-  EXPECT_EQ(viewer.toldUntil("suite org.example.Editor"),
-            (Lines{"changed", "suite org.example.Editor"}));
+  EXPECT_EQ(viewer.toldUntil("suite org.example.Editor"), kEditorChanged);
   EXPECT_EQ(viewer.answerTo("get theme"), "dark") << "through the search of the suites";
   editor.command("remove theme");
   viewer.toldUntilTimes("suite org.example.Editor", 2);
@@ -159,8 +165,6 @@ TEST_F(SharedPreferencesTests, AProgramThatIsItsOwnSuiteTellsOthersOfItsValues) 
 
 // Shows: setObject_forKey, removeObjectForKey
 TEST_F(SharedPreferencesTests, AProgramThatIsNotItsOwnSuiteTellsNobody) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   viewer.command("add org.example.Editor");
   editor.command("set theme dark");
   editor.command("remove theme");
@@ -176,8 +180,6 @@ TEST_F(SharedPreferencesTests, AProgramThatIsNotItsOwnSuiteTellsNobody) {
 
 // Shows: removeObjectForKey_inSuite
 TEST_F(SharedPreferencesTests, RemovingAValueFromASuiteIsNotToldAndSeenWithTheNextChange) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   editor.command("add org.example.Editor");
   viewer.command("setIn org.example.Editor theme dark");
   editor.toldUntil("suite org.example.Editor");
@@ -193,20 +195,15 @@ TEST_F(SharedPreferencesTests, RemovingAValueFromASuiteIsNotToldAndSeenWithTheNe
 
 // Shows: setObject_forKey_inPersistentDomain
 TEST_F(SharedPreferencesTests, WritingADomainByNameTellsNobody) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   editor.command("add org.example.Editor");
   viewer.command("storeIn org.example.Editor theme dark");
   viewer.command("setIn org.example.Editor end 1");
-  EXPECT_EQ(editor.toldUntil("suite org.example.Editor"),
-            (Lines{"changed", "suite org.example.Editor"}));
+  EXPECT_EQ(editor.toldUntil("suite org.example.Editor"), kEditorChanged);
   EXPECT_EQ(editor.answerTo("get theme"), "dark");
 }
 
 // Shows: suiteDidChangeDistributedNotification
 TEST_F(SharedPreferencesTests, AnOwnChangeIsToldButNotReadAnewAndAnothersIs) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   editor.command("add org.example.Shared");
   editor.command("add org.example.Third");
   EXPECT_EQ(editor.answerTo("get key"), "-");
@@ -221,8 +218,6 @@ TEST_F(SharedPreferencesTests, AnOwnChangeIsToldButNotReadAnewAndAnothersIs) {
 
 // Shows: addSuiteNamed, removeSuiteNamed
 TEST_F(SharedPreferencesTests, OnlyAddedSuitesAreHeardOfAndOnlyWhileTheyAre) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   viewer.command("add org.example.Viewer");
   viewer.command("add org.example.Third");
   editor.command("setIn org.example.Shared a 1");
@@ -240,17 +235,13 @@ TEST_F(SharedPreferencesTests, OnlyAddedSuitesAreHeardOfAndOnlyWhileTheyAre) {
 
 // Shows: setObject_forKey_inSuite, NSUserDefaultsSuiteDidChangeNotification
 TEST_F(SharedPreferencesTests, SeveralProgramsHearOfOneChange) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   ProgramProcess third(kThird);
   for (ProgramProcess* each : {&editor, &viewer, &third}) {
     each->command("add org.example.Editor");
   }
   third.command("setIn org.example.Editor theme dark");
-  EXPECT_EQ(editor.toldUntil("suite org.example.Editor"),
-            (Lines{"changed", "suite org.example.Editor"}));
-  EXPECT_EQ(viewer.toldUntil("suite org.example.Editor"),
-            (Lines{"changed", "suite org.example.Editor"}));
+  EXPECT_EQ(editor.toldUntil("suite org.example.Editor"), kEditorChanged);
+  EXPECT_EQ(viewer.toldUntil("suite org.example.Editor"), kEditorChanged);
   third.toldUntil("suite org.example.Editor");
   for (ProgramProcess* each : {&editor, &viewer, &third}) {
     EXPECT_EQ(each->answerTo("getIn org.example.Editor theme"), "dark");
@@ -259,8 +250,6 @@ TEST_F(SharedPreferencesTests, SeveralProgramsHearOfOneChange) {
 
 // Shows: addObservationsForSuite
 TEST_F(SharedPreferencesTests, ASuspendedProgramHearsOfManyChangesOnce) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   editor.command("add org.example.Editor");
   editor.command("add org.example.Third");
   editor.command("suspended yes");
@@ -275,8 +264,6 @@ TEST_F(SharedPreferencesTests, ASuspendedProgramHearsOfManyChangesOnce) {
 
 // Shows: setObject_forKey_inSuite
 TEST_F(SharedPreferencesTests, WhatAProgramHadSetIsToldAndKeptWhenItIsKilledThen) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   editor.command("add org.example.Editor");
   viewer.command("setIn org.example.Editor theme dark");
   viewer.kill();
@@ -288,8 +275,6 @@ TEST_F(SharedPreferencesTests, WhatAProgramHadSetIsToldAndKeptWhenItIsKilledThen
 
 // Shows: setObject_forKey_inSuite
 TEST_F(SharedPreferencesTests, AForkedChildOfAProgramThatToldOthersTellsAndKeepsWhatItSets) {
-  ProgramProcess editor(kEditor);
-  ProgramProcess viewer(kViewer);
   editor.command("add org.example.Editor");
   viewer.command("setIn org.example.Editor parent 1");
   viewer.command("setInAsChild org.example.Editor child 2");
@@ -303,19 +288,18 @@ TEST_F(SharedPreferencesTests, AForkedChildOfAProgramThatToldOthersTellsAndKeeps
 
 // Shows: setObject_forKey_inSuite, setObject_forKey, OVUserDefaults
 TEST_F(SharedPreferencesTests, WithoutABusValuesAreSharedAndChangesAreToldAgainWhenItIsBack) {
-  ProgramProcess editor(kEditor);
   editor.command("add org.example.Editor");
-  bus_.kill();
-  ProgramProcess viewer(kViewer);
-  viewer.command("setIn org.example.Editor theme dark");
+  place.bus.kill();
+  ProgramProcess third(kThird);
+  third.command("setIn org.example.Editor theme dark");
   editor.command("write");
   EXPECT_EQ(editor.answerTo("get theme"), "dark");
   editor.command("set own 1");
   EXPECT_EQ(editor.toldUntil("suite org.example.Editor").back(), "suite org.example.Editor")
       << "its own changes reach it all the same";
-  bus_.start();
+  place.bus.start();
   editor.command("set own 2");  // what is posted finds the bus at once
-  viewer.command("setIn org.example.Editor theme light");
+  third.command("setIn org.example.Editor theme light");
   editor.toldUntilTimes("suite org.example.Editor", 3);
   EXPECT_EQ(editor.answerTo("get theme"), "light");
 }
