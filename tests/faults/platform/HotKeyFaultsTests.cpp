@@ -137,10 +137,13 @@ TEST_F(PortalHotKeyFaults, AHotKeyThatThereIsNoMemoryForIsNotRegistered) {
   EXPECT_TRUE(portal.bound().empty());
 }
 
+// Each time with a connection of its own, to which nothing comes before it is asked for, and with
+// no more allocations than asking takes: a connection without memory for a message is lost.
 TEST_F(PortalHotKeyFaults, HotKeysThatThereIsNoMemoryToAskForAreAskedForInTheNextTurn) {
   int refused = 0;
-  for (int nth = 1; nth <= 40; ++nth) {
+  for (int nth = 1; nth <= 8; ++nth) {
     SCOPED_TRACE(nth);
+    HotKeyService::setShared(nullptr);
     EventHotKeyRef hotKey = nullptr;
     ASSERT_EQ(registerKey(&hotKey), noErr);
     const std::size_t before = portal.bound().size();
