@@ -341,12 +341,38 @@ icu::UnicodeString ofUsualWidth(const icu::UnicodeString& text) {
   });
 }
 
+bool isMark(UChar32 character) {
+  return u_charType(character) == U_NON_SPACING_MARK && u_getCombiningClass(character) > 9;
+}
+
+/// Whether Korean letters become one syllable, or a part of one.
+bool compose(UChar32 first, UChar32 second) {
+  const auto isIn = [](UChar32 from, UChar32 jamo, UChar32 to) {
+    return from <= jamo && jamo <= to;
+  };
+  return (isIn(0x1100, first, 0x1112) && isIn(0x1161, second, 0x1175)) ||
+         (isIn(0x1161, first, 0x1175) && isIn(0x11A8, second, 0x11C2));
+}
+
+/// Korean letters between which a mark stood belong to characters of their own and stay apart.
 icu::UnicodeString withoutMarks(const icu::UnicodeString& text) {
-  return byCharacter(text, [](UChar32 character, icu::UnicodeString& result) {
-    if (u_charType(character) != U_NON_SPACING_MARK || u_getCombiningClass(character) <= 9) {
-      result += character;
+  constexpr char16_t kApart = 0xFFFF;
+  icu::UnicodeString result;
+  bool isAfterMark = false;
+  for (std::int32_t index = 0; index < text.length(); index = text.moveIndex32(index, 1)) {
+    const UChar32 character = text.char32At(index);
+    if (isMark(character)) {
+      isAfterMark = true;
+      continue;
     }
-  });
+    const bool hasOneBefore = isAfterMark && !result.isEmpty();
+    if (hasOneBefore && compose(result[result.length() - 1], character)) {
+      result += kApart;
+    }
+    result += character;
+    isAfterMark = false;
+  }
+  return result;
 }
 
 /// What one character is to a literal search.
@@ -457,6 +483,13 @@ TEST(StringSearchTests, AgreesWithTryingEveryPairOfBoundaries) {
     checkAgainstModel(random, text,
                       random.below(3) == 0 ? oddText(random, 3) : partOf(random, text));
   }
+}
+
+TEST(StringSearchTests, AMarkThatIsIgnoredKeepsSyllablesApart) {
+  const Ref<NSString> text = u"\uAC00\u0323\u11A8";
+  EXPECT_EQ(text->rangeOfString_options(u"\uAC01", kMarkless), kNowhere);
+  EXPECT_EQ(text->rangeOfString_options(u"\uAC00", kMarkless), (NSRange{0, 2}));
+  EXPECT_EQ(text->rangeOfString_options(u"\u11A8", kMarkless), (NSRange{2, 1}));
 }
 
 TEST(StringSearchTests, AgreesWithTryingEveryPairOfBoundariesOfPlainText) {
