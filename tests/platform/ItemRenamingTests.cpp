@@ -55,6 +55,20 @@ class ItemRenamingTest : public testing::TransferFixture {
     EXPECT_EQ(read("folder"), "new");
     EXPECT_EQ(list("").size(), 3u);
   }
+  /// Without the flags, where several renamings make up for them.
+  void expectNothingReplacedWhenRenamingFails(int nth) {
+    makeFolder("new");
+    write("old", "old");
+    calls_.onRename = [nth, renames = 0](const std::string&, const std::string&,
+                                         unsigned flags) mutable -> std::optional<int> {
+      if (flags != 0) return ScriptedFileSystemCalls::failure(EINVAL);
+      if (++renames == nth) return ScriptedFileSystemCalls::failure(EIO);
+      return std::nullopt;
+    };
+    EXPECT_EQ(replacing("new", "old"), EIO);
+    EXPECT_EQ(read("old"), "old");
+    EXPECT_EQ(list(""), (std::set<std::string>{"into", "new", "old"}));
+  }
 
   ScriptedFileSystemCalls calls_;
   FileDescriptor folder_;
@@ -83,33 +97,11 @@ TEST_F(ItemRenamingTest, ReplacesWithoutTheFlag) {
 }
 
 TEST_F(ItemRenamingTest, PutsTheOldItemBackWhenTheNewOneCannotTakeItsPlace) {
-  makeFolder("new");
-  write("old", "old");
-  int renames = 0;
-  calls_.onRename = [&](const std::string&, const std::string&,
-                        unsigned flags) -> std::optional<int> {
-    if (flags != 0) return ScriptedFileSystemCalls::failure(EINVAL);
-    if (++renames == 2) return ScriptedFileSystemCalls::failure(EIO);
-    return std::nullopt;
-  };
-  EXPECT_EQ(replacing("new", "old"), EIO);
-  EXPECT_EQ(read("old"), "old");
-  EXPECT_EQ(list(""), (std::set<std::string>{"into", "new", "old"}));
+  expectNothingReplacedWhenRenamingFails(2);
 }
 
 TEST_F(ItemRenamingTest, PutsBothItemsBackWhenTheOldOneCannotTakeTheOtherPlace) {
-  makeFolder("new");
-  write("old", "old");
-  int renames = 0;
-  calls_.onRename = [&](const std::string&, const std::string&,
-                        unsigned flags) -> std::optional<int> {
-    if (flags != 0) return ScriptedFileSystemCalls::failure(EINVAL);
-    if (++renames == 3) return ScriptedFileSystemCalls::failure(EIO);
-    return std::nullopt;
-  };
-  EXPECT_EQ(replacing("new", "old"), EIO);
-  EXPECT_EQ(read("old"), "old");
-  EXPECT_EQ(list(""), (std::set<std::string>{"into", "new", "old"}));
+  expectNothingReplacedWhenRenamingFails(3);
 }
 
 TEST_F(ItemRenamingTest, TakesTheNewLinkBackWhenTheOldNameCannotGo) {
