@@ -53,7 +53,7 @@ press() {
 # has_ended PROCESS
 has_ended() { ! kill -0 "$1" 2>/dev/null; }
 
-begin Xvfb -displayfd 3 -screen 0 1000x750x24 -nolisten tcp 3>"$folder/display" 2>/dev/null
+begin Xvfb -displayfd 3 -screen 0 1000x750x24 -nolisten tcp -noreset 3>"$folder/display" 2>/dev/null
 wait_for test -s "$folder/display"
 export DISPLAY=":$(<"$folder/display")"
 export HOME="$folder/home" XDG_CONFIG_HOME="$folder/config" XDG_RUNTIME_DIR="$folder/run"
