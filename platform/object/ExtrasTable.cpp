@@ -37,7 +37,7 @@ std::uint32_t ExtrasTable::freeNumber() {
     freed_.pop_back();
     return number;
   }
-  require(next_ != 0, "fewer than four thousand million objects have extras");
+  require(next_ != kNoneYet, "fewer than four thousand million objects have extras");
   const unsigned segment = segmentOf(next_);
   if (next_ == sizeOfSegment(segment)) {
     freed_.reserve(2 * sizeOfSegment(segment));

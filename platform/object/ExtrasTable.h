@@ -15,7 +15,7 @@ namespace kestova {
 class ObjectExtras;
 
 /// The extras of all objects by number, so that an object that has none, as most, spends half a
-/// pointer on them. Numbers begin with 1; 0 stands for none.
+/// pointer on them. Numbers begin with 1; 0 and `kNoneYet` stand for none.
 ///
 /// Any thread may ask for extras whose number it has from the thread that added them, without a
 /// lock: their place never moves.
@@ -26,15 +26,22 @@ class ExtrasTable {
   ExtrasTable(const ExtrasTable&) = delete;
   ExtrasTable& operator=(const ExtrasTable&) = delete;
 
+  /// Stands for none as 0 does, for an object that is told from all others so.
+  static constexpr std::uint32_t kNoneYet = ~std::uint32_t(0);
+
+  static constexpr bool isNumber(std::uint32_t number) noexcept {
+    return number != 0 && number != kNoneYet;
+  }
+
   /// The table of the process. It is never destroyed, since objects outlive everything.
   static ExtrasTable& shared();
 
   /// The number from now on of extras that were made for an object.
   std::uint32_t add(std::unique_ptr<ObjectExtras> extras);
 
-  /// The extras of that number; null for 0.
+  /// The extras of that number; null for none.
   ObjectExtras* at(std::uint32_t number) const noexcept {
-    return number == 0 ? nullptr : placeOf(number).load(std::memory_order_acquire);
+    return isNumber(number) ? placeOf(number).load(std::memory_order_acquire) : nullptr;
   }
 
   /// Destroys the extras, and only then frees the number for others.

@@ -76,7 +76,8 @@ Ref<NSSet> NSObject::keyPathsForValuesAffectingValueForKey(const Ref<NSString>&)
 }
 
 bool NSObject::isObserved() const noexcept {
-  return !ObjectExtras::existing(*this)->observers.isEmpty();
+  const ObjectExtras* extras = ObjectExtras::existing(*this);
+  return extras != nullptr && !extras->observers.isEmpty();
 }
 
 void NSObject::willChangeValueForKey(const Ref<NSString>& key) {

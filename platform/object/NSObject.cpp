@@ -21,7 +21,8 @@ static const ClassRegistration registrationOfNSObject{"NSObject", &NSObject::sta
 KESTOVA_DEFINE_CLASS(NSBlock)
 
 NSObject::~NSObject() {
-  if (const std::uint32_t extras = extras_.load(std::memory_order_acquire)) {
+  const std::uint32_t extras = extras_.load(std::memory_order_acquire);
+  if (ExtrasTable::isNumber(extras)) {
     ExtrasTable::shared().remove(extras);
   }
 }
@@ -51,9 +52,11 @@ ObjectExtras& ObjectExtras::of(NSObject& object) {
   }
   ExtrasTable& table = ExtrasTable::shared();
   const std::uint32_t fresh = table.add(std::make_unique<ObjectExtras>());
-  std::uint32_t present = 0;
-  if (object.extras_.compare_exchange_strong(present, fresh, std::memory_order_acq_rel)) {
-    return *table.at(fresh);
+  std::uint32_t present = object.extras_.load(std::memory_order_acquire);
+  while (!ExtrasTable::isNumber(present)) {
+    if (object.extras_.compare_exchange_weak(present, fresh, std::memory_order_acq_rel)) {
+      return *table.at(fresh);
+    }
   }
   table.remove(fresh);
   return *table.at(present);

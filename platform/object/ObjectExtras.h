@@ -22,17 +22,24 @@ class ObjectExtras {
     return number == 0 ? nullptr : ExtrasTable::shared().at(number);
   }
 
+  /// Lets `share` have an object that others know by plain pointers. To be called before any of
+  /// them does.
+  static void letShare(const NSObject& object) noexcept {
+    std::uint32_t none = 0;
+    object.extras_.compare_exchange_strong(none, ExtrasTable::kNoneYet, std::memory_order_relaxed);
+  }
+
   /// Shares an object that may be on its way out, whose destructor can't have come far: the caller
-  /// holds a lock that the destructor takes. Null once nothing else shares it. The object must have
-  /// extras: `release` may let go of any other one without counting.
+  /// holds a lock that the destructor takes. Null once nothing else shares it. The object has
+  /// extras or was let share: `release` may let go of any other one without counting.
   template <class T>
   static Ref<T> share(T& object) noexcept {
-    require(object.extras_.load(std::memory_order_acquire) != 0, "the object has extras");
+    require(object.extras_.load(std::memory_order_acquire) != 0, "the object may be shared");
     return tryRetain(object) ? Ref<T>::adopt(&object) : Ref<T>();
   }
 
-  /// Gives a reference up. The last one of an object without extras takes no locked operation:
-  /// nobody who holds none can share it.
+  /// Gives a reference up. The last one of an object that can't be shared takes no locked
+  /// operation.
   static void release(const NSObject& object) noexcept {
     const bool isLast = object.references_.load(std::memory_order_acquire) == 1 &&
                         object.extras_.load(std::memory_order_relaxed) == 0;

@@ -289,7 +289,7 @@ Ref<NSArray> NSOperation::dependencies() const {
 /// Whether the operation is to wait for this one.
 bool NSOperation::addDependent(NSOperation& operation) {
   Relations& own = relations();
-  ObjectExtras::of(operation);  // so that it can be shared
+  ObjectExtras::letShare(operation);
   const std::lock_guard lock(mutex_);
   if (!toldDependents_) {
     own.dependents.push_back(&operation);

@@ -39,7 +39,7 @@ NSOperationQueue::NSOperationQueue()
 
 NSOperationQueue::NSOperationQueue(std::shared_ptr<OperationScheduler> scheduler)
     : scheduler_(std::move(scheduler)) {
-  ObjectExtras::of(*this);  // so that operations can share it
+  ObjectExtras::letShare(*this);
   scheduler_->setQueue(*this);
 }
 

@@ -13,12 +13,26 @@
 namespace kestova {
 namespace {
 
+class Plain final : public NSObject {};
+
 TEST(ExtrasTableTests, NumbersBeginWithOneAndZeroStandsForNone) {
   ExtrasTable table;
   EXPECT_EQ(table.at(0), nullptr);
   const std::uint32_t number = table.add(std::make_unique<ObjectExtras>());
   EXPECT_EQ(number, 1U);
   table.remove(number);
+}
+
+TEST(ExtrasTableTests, AnObjectThatMayBeSharedHasNoExtrasUntilTheyAreNeeded) {
+  const auto object = make<Plain>();
+  ObjectExtras::letShare(*object);
+  EXPECT_EQ(ObjectExtras::existing(*object), nullptr);
+  EXPECT_FALSE(object->hasObservers());
+  EXPECT_EQ(ObjectExtras::share(*object).get(), object.get());
+  ObjectExtras& extras = ObjectExtras::of(*object);
+  EXPECT_EQ(ObjectExtras::existing(*object), &extras);
+  ObjectExtras::letShare(*object);
+  EXPECT_EQ(&ObjectExtras::of(*object), &extras);
 }
 
 TEST(ExtrasTableTests, EveryNumberKeepsItsExtrasWhileTheTableGrows) {
