@@ -37,6 +37,9 @@ KeyPathRegistration::KeyPathRegistration(NSObject& root, NSObject& observer,
 void KeyPathRegistration::begin() {
   const auto first = KeyPathStep::first(shared_from_this(), root_, keyPath_);
   first_ = first;
+  // Ending it shares both, also where there was no memory for what it needs of them.
+  ObjectExtras::letShare(root_);
+  ObjectExtras::letShare(observer_);
   try {
     ObjectExtras::of(observer_).observing.add(shared_from_this());
     first->enter();

@@ -4,7 +4,9 @@
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSOperation.h>
 
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace kestova {
@@ -71,22 +73,27 @@ void NSBlockOperation::main() {
   }
 }
 
-/// The first block runs here, the others beside it.
+/// The block behind the first one at that index; empty behind the last one.
+Block<void()> NSBlockOperation::otherAt(std::size_t index) const noexcept {
+  const std::lock_guard lock(blocksMutex_);
+  return index < others_->size() ? (*others_)[index] : nullptr;
+}
+
+/// The first block runs here, the others beside it, unless there is no memory to hand them over.
 void NSBlockOperation::runSeveral() const {
-  std::vector<Block<void()>> others;
-  {
-    const std::lock_guard lock(blocksMutex_);
-    others = *others_;
-  }
   const DispatchGroup group;
-  for (auto& block : others) {
-    group.async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0), std::move(block));
-  }
   struct Wait {
     const DispatchGroup& group;
     ~Wait() { group.wait(); }
   };
   const Wait wait{group};
+  for (std::size_t index = 0; const auto block = otherAt(index); ++index) {
+    try {
+      group.async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0), block);
+    } catch (const std::bad_alloc&) {
+      block();
+    }
+  }
   first_();
 }
 

@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSOperation.h>
 
 #include "collections/MemberRelease.h"
+#include "object/FirstException.h"
 #include "object/ObjectExtras.h"
 #include "operations/OperationScheduler.h"
 
@@ -33,7 +34,7 @@ constexpr const char* kReadyKey = "isReady";
 
 /// Whether an operation is in a list, and out of it from now on.
 template <class List>
-bool removeFrom(List& list, const NSOperation& operation) {
+bool removeFrom(List& list, const NSOperation& operation) noexcept {
   const auto found =
       std::ranges::find_if(list, [&](const auto& member) { return &*member == &operation; });
   if (found == list.end()) {
@@ -111,33 +112,51 @@ bool NSOperation::begin() {
   if (!OperationScheduler::isRunning(*this) && !isReady()) {
     refuse("the operation is not ready");
   }
-  KeyValueChange change(*this, "isExecuting");
-  int expected = pending;
-  if (!state_.compare_exchange_strong(expected, executing)) {
-    refuse("the operation executes already or has finished");
+  bool isBegun = false;
+  try {
+    KeyValueChange change(*this, "isExecuting");
+    int expected = pending;
+    if (!state_.compare_exchange_strong(expected, executing)) {
+      refuse("the operation executes already or has finished");
+    }
+    isBegun = true;
+  } catch (...) {
+    // Whoever began it doesn't know, so nobody would end it.
+    if (isBegun && !OperationScheduler::isRunning(*this)) {
+      finish();
+    }
+    throw;
   }
   return true;
 }
 
+/// Whatever observers throw, the operation has finished then and everybody knows.
 void NSOperation::finish() {
   if (isEnding_.exchange(true)) {
     return;
   }
-  {
-    KeyValueChange finishedChange(*this, kFinishedKey);
-    if (state_.load() == executing) {
-      KeyValueChange executingChange(*this, "isExecuting");
-      state_.store(finished, std::memory_order_release);
-    } else {
-      state_.store(finished, std::memory_order_release);
-    }
+  FirstException failure;
+  failure.attempt([this] { announceEnd(); });
+  if (state_.load() < finished) {
+    state_.store(finished, std::memory_order_release);
   }
-  settle();
+  failure.attempt([this] { settle(); });
+  failure.rethrow();
+}
+
+void NSOperation::announceEnd() {
+  KeyValueChange finishedChange(*this, kFinishedKey);
+  if (state_.load() == executing) {
+    KeyValueChange executingChange(*this, "isExecuting");
+    state_.store(finished, std::memory_order_release);
+  } else {
+    state_.store(finished, std::memory_order_release);
+  }
 }
 
 /// Tells everybody who waits for the end, once.
 void NSOperation::settle() {
-  std::vector<Ref<NSOperation>> dependents;
+  std::vector<NSOperation*> dependents;
   OperationScheduler* scheduler = nullptr;
   Block<void()> completion;
   {
@@ -149,29 +168,36 @@ void NSOperation::settle() {
     std::swap(scheduler, scheduler_);
     std::swap(completion, completionBlock_);
   }
-  for (const auto& dependent : dependents) {
-    dependent->dependencyHasFinished();
+  FirstException failure;
+  for (NSOperation* dependent : dependents) {
+    const auto held = Ref<NSOperation>::adopt(dependent);
+    failure.attempt([&] { held->dependencyHasFinished(); });
   }
   const auto afterwards = completion ? OperationScheduler::Afterwards::callsBlock
                                      : OperationScheduler::Afterwards::nothing;
   const Ref<NSOperation> stay = scheduler ? scheduler->finished(*this, afterwards) : Ref(this);
   state_.store(settled);
   state_.notify_all();
-  if (completion) {
-    completion();
-  }
+  failure.attempt([&] {
+    if (completion) {
+      completion();
+    }
+  });
+  failure.rethrow();
 }
 
 void NSOperation::cancel() {
   if (isFinished() || cancelled_.load()) {
     return;
   }
-  {
+  FirstException failure;
+  failure.attempt([this] {
     KeyValueChange cancelledChange(*this, "isCancelled");
     KeyValueChange readyChange(*this, kReadyKey);
     cancelled_.store(true);
-  }
-  tellReady();
+  });
+  failure.attempt([this] { tellReady(); });
+  failure.rethrow();
 }
 
 void NSOperation::waitUntilFinished() {
@@ -247,7 +273,7 @@ bool NSOperation::startDepending(const Ref<NSOperation>& dependency) {
     }
   } catch (...) {
     const std::lock_guard lock(mutex_);
-    own.dependencies.pop_back();
+    removeFrom(own.dependencies, *dependency);
     unfinishedDependencies_.fetch_sub(1);
     throw;
   }
@@ -304,27 +330,35 @@ bool NSOperation::removeDependent(const NSOperation& operation) {
 }
 
 /// Those of the operations that wait for this one that are not about to go: these wait for the
-/// mutex to take themselves out. Called with the mutex held.
-std::vector<Ref<NSOperation>> NSOperation::takeDependents() {
-  std::vector<Ref<NSOperation>> taken;
-  if (!relations_) {
-    return taken;
+/// mutex to take themselves out. The caller, who holds the mutex, gets a reference to each. That
+/// needs no memory: nobody would be told otherwise.
+std::vector<NSOperation*> NSOperation::takeDependents() noexcept {
+  std::vector<NSOperation*> taken;
+  if (relations_) {
+    taken.swap(relations_->dependents);
   }
-  taken.reserve(relations_->dependents.size());
-  for (NSOperation* dependent : std::exchange(relations_->dependents, {})) {
-    if (auto stays = ObjectExtras::share(*dependent)) {
-      taken.push_back(std::move(stays));
-    }
-  }
+  std::erase_if(taken, [](NSOperation* dependent) {
+    return ObjectExtras::share(*dependent).leak() == nullptr;
+  });
   return taken;
 }
 
+/// The dependency counts no more, whatever observers throw.
 void NSOperation::dependencyHasFinished() {
-  {
+  FirstException failure;
+  bool isCounted = true;
+  const auto countDown = [&] {
+    if (std::exchange(isCounted, false)) {
+      unfinishedDependencies_.fetch_sub(1);
+    }
+  };
+  failure.attempt([&] {
     KeyValueChange change(*this, kReadyKey);
-    unfinishedDependencies_.fetch_sub(1);
-  }
-  tellReady();
+    countDown();
+  });
+  countDown();
+  failure.attempt([this] { tellReady(); });
+  failure.rethrow();
 }
 
 void NSOperation::tellReady() {
@@ -334,9 +368,7 @@ void NSOperation::tellReady() {
 }
 
 void NSOperation::watchOwnEnd() {
-  if (startWatching(Watched::end)) {
-    OperationStateObserver::shared().observe(*this, kFinishedKey);
-  }
+  startWatching(Watched::end, kFinishedKey);
   if (isFinished()) {
     settle();
   }
@@ -345,16 +377,24 @@ void NSOperation::watchOwnEnd() {
 /// Where a subclass has reasons of its own not to be ready, what it announces is followed. Whether
 /// that has just begun.
 bool NSOperation::watchReadiness() {
-  if (unfinishedDependencies_.load() > 0 || !startWatching(Watched::readiness)) {
+  return unfinishedDependencies_.load() == 0 && startWatching(Watched::readiness, kReadyKey);
+}
+
+/// Whether it was not followed so far. It counts as followed once it is: two threads that meet here
+/// follow it twice, which does no harm.
+bool NSOperation::startWatching(Watched what, const char* key) {
+  const auto bit = static_cast<std::uint8_t>(what);
+  if ((watched_.load() & bit) != 0) {
     return false;
   }
-  OperationStateObserver::shared().observe(*this, kReadyKey);
+  OperationStateObserver::shared().observe(*this, key);
+  watched_.fetch_or(bit);
   return true;
 }
 
-std::shared_ptr<OperationScheduler> NSOperation::scheduler() const {
+Ref<OperationScheduler> NSOperation::scheduler() const {
   const std::lock_guard lock(mutex_);
-  return scheduler_ == nullptr ? nullptr : scheduler_->shared_from_this();
+  return Ref(scheduler_);
 }
 
 NSOperationQueuePriority NSOperation::queuePriority() const noexcept {

@@ -24,7 +24,7 @@ namespace {
 /// The main thread runs one operation at a time, always.
 class MainOperationQueue final : public NSOperationQueue {
  public:
-  explicit MainOperationQueue(std::shared_ptr<OperationScheduler> scheduler)
+  explicit MainOperationQueue(Ref<OperationScheduler> scheduler)
       : NSOperationQueue(std::move(scheduler)) {}
 
   void setMaxConcurrentOperationCount(NSInteger) override {}
@@ -34,10 +34,9 @@ class MainOperationQueue final : public NSOperationQueue {
 }  // namespace
 
 NSOperationQueue::NSOperationQueue()
-    : NSOperationQueue(std::make_shared<OperationScheduler>(OperationScheduler::Threads::workers)) {
-}
+    : NSOperationQueue(make<OperationScheduler>(OperationScheduler::Threads::workers)) {}
 
-NSOperationQueue::NSOperationQueue(std::shared_ptr<OperationScheduler> scheduler)
+NSOperationQueue::NSOperationQueue(Ref<OperationScheduler> scheduler)
     : scheduler_(std::move(scheduler)) {
   ObjectExtras::letShare(*this);
   scheduler_->setQueue(*this);
@@ -49,7 +48,7 @@ Ref<NSOperationQueue> NSOperationQueue::init() { return make<NSOperationQueue>()
 
 Ref<NSOperationQueue> NSOperationQueue::mainQueue() {
   static NSOperationQueue& queue = *[] {
-    auto scheduler = std::make_shared<OperationScheduler>(OperationScheduler::Threads::main);
+    auto scheduler = make<OperationScheduler>(OperationScheduler::Threads::main);
     scheduler->setMaximum(1);
     return make<MainOperationQueue>(std::move(scheduler)).leak();
   }();

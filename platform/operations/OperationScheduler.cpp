@@ -3,17 +3,18 @@
 
 #include <KestovaPlatform/Backoff.h>
 #include <KestovaPlatform/Contract.h>
-#include <KestovaPlatform/Dispatch.h>
-#include <KestovaPlatform/MainThreadPerformer.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSThread.h>
 
+#include "dispatch/QueueOrder.h"
 #include "dispatch/Submission.h"
+#include "dispatch/ThreadSanitizer.h"
 #include "object/ObjectExtras.h"
 
 #include <algorithm>
 #include <bit>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -31,14 +32,27 @@ constexpr int kOperationsPerTurn = 256;
 constexpr std::uint32_t kFirstPause = 32;
 constexpr std::uint32_t kLongestPause = 64;
 
-/// Runs a block on the main thread; the way through the performer has the same guard as
-/// libdispatch.
-void submitToMainThread(Block<void()> block) {
-  if (MainThreadPerformer* performer = MainThreadPerformer::current()) {
-    performer->perform([block = std::move(block)] { performSubmitted(block); });
-  } else {
-    dispatch_async(dispatch_get_main_queue(), std::move(block));
-  }
+/// Seconds until what found no memory is tried again.
+constexpr NSTimeInterval kUntilNextTry = 0.01;
+
+/// An object as the context of a task of libdispatch, which takes no memory of ours and so can't
+/// fail to be submitted. `takeOver` is the other end.
+template <class T>
+void* handOver(T& object) noexcept {
+  object.retain();
+  tellReleased(&object);
+  return &object;
+}
+
+template <class T, class Function>
+void takeOver(void* context, const Function& function) noexcept {
+  tellAcquired(context);
+  const auto object = Ref<T>::adopt(static_cast<T*>(context));
+  performSubmitted([&] { function(*object); });
+}
+
+dispatch_queue_t anyThread() noexcept {
+  return dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0);
 }
 
 std::size_t processors() noexcept {
@@ -131,24 +145,39 @@ void OperationScheduler::queueGoes() {
     const Hold hold(*this);
     queue_ = nullptr;
     if (count_ > 0) {
-      stay_ = shared_from_this();
+      stay_ = Ref(this);
     }
     isStuck = suspended_ || maximum_ == 0;
   }
   if (isStuck) {
-    for (const id& operation : operations()) {
-      static_cast<NSOperation&>(*operation).cancel();
+    for (NSUInteger left = operationCount(); left > 0; --left) {
+      if (const auto operation = takeTurn()) {
+        operation->cancel();
+      }
     }
     setMaximum(maximum() == 0 ? 1 : maximum());
     setSuspended(false);
   }
 }
 
+/// The first operation, which is the last one from now on; null when there is none.
+Ref<NSOperation> OperationScheduler::takeTurn() noexcept {
+  const Hold hold(*this);
+  NSOperation* const first = all_.first;
+  if (first != nullptr) {
+    all_.remove(*first);
+    all_.append(*first);
+  }
+  return Ref<NSOperation>(first);
+}
+
 void OperationScheduler::add(Ref<NSOperation> operation) {
   const bool isPending = !operation->isExecuting() && !operation->isFinished();
   const bool isReady = operation->isReady();
-  const bool isAsynchronous = operation->isAsynchronous();
-  const Ref<NSOperation> stay = isReady && !isAsynchronous ? nullptr : operation;
+  if (operation->isAsynchronous()) {
+    operation->watchOwnEnd();  // while a failure of it changes nothing
+  }
+  const Ref<NSOperation> stay = isReady ? nullptr : operation;
   bool isSeen = true;
   {
     // Arrives with its lock held, so that one that is finished meanwhile is told to the queue.
@@ -166,9 +195,6 @@ void OperationScheduler::add(Ref<NSOperation> operation) {
   }
   if (!isSeen) {
     submitMissingPumps();
-  }
-  if (isAsynchronous) {
-    stay->watchOwnEnd();
   }
   if (!isReady) {
     readinessChanged(*stay);
@@ -226,8 +252,16 @@ void OperationScheduler::link(NSOperation& operation) noexcept {
 }
 
 void OperationScheduler::readinessChanged(NSOperation& operation) {
-  // What became ready while it wasn't watched yet is seen by asking again.
-  if (!operation.isReady() && !(operation.watchReadiness() && operation.isReady())) {
+  try {
+    // What became ready while it wasn't watched yet is seen by asking again.
+    if (!operation.isReady() && !(operation.watchReadiness() && operation.isReady())) {
+      return;
+    }
+  } catch (const std::bad_alloc&) {
+    dispatch_after_f(
+        dispatchTimeAfter(kUntilNextTry), anyThread(), handOver(operation), [](void* context) {
+          takeOver<NSOperation>(context, [](NSOperation& asked) { asked.tellReady(); });
+        });
     return;
   }
   std::size_t missing = 0;
@@ -242,7 +276,7 @@ void OperationScheduler::readinessChanged(NSOperation& operation) {
   submitPumps(missing);
 }
 
-void OperationScheduler::priorityChanged(NSOperation& operation) {
+void OperationScheduler::priorityChanged(NSOperation& operation) noexcept {
   const Hold hold(*this);
   if (operation.place_ == NSOperation::Place::ready &&
       operation.readyList_ != readyListFor(operation.queuePriority())) {
@@ -312,7 +346,7 @@ bool OperationScheduler::tellAdders() noexcept {
   return isTold || isWatched;  // who came instead of the mark is about to take the mutex
 }
 
-void OperationScheduler::submitMissingPumps() {
+void OperationScheduler::submitMissingPumps() noexcept {
   std::size_t missing = 0;
   {
     const Hold hold(*this);
@@ -321,21 +355,46 @@ void OperationScheduler::submitMissingPumps() {
   submitPumps(missing);
 }
 
-void OperationScheduler::submitPumps(std::size_t count) {
+void OperationScheduler::submitPumps(std::size_t count) noexcept {
   for (; count > 0; --count) {
-    Block<void()> pump = [self = shared_from_this()] { self->pump(); };
-    if (threads_ == Threads::main) {
-      submitToMainThread(std::move(pump));
-    } else {
-      dispatch_async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0),
-                     std::move(pump));
-    }
+    submitPump();
   }
+}
+
+void OperationScheduler::submitPump() noexcept {
+  MainThreadPerformer* const performer =
+      threads_ == Threads::main ? MainThreadPerformer::current() : nullptr;
+  if (performer != nullptr) {
+    return handPumpTo(*performer);
+  }
+  dispatch_async_f(dispatchQueue(), handOver(*this), [](void* context) {
+    takeOver<OperationScheduler>(context, [](OperationScheduler& scheduler) {
+      const QueueOrder order(scheduler.dispatchQueue(), TaskKind::plain);
+      scheduler.pump();
+    });
+  });
+}
+
+/// The way through a performer has the same guard as libdispatch.
+void OperationScheduler::handPumpTo(MainThreadPerformer& performer) noexcept {
+  try {
+    performer.perform([self = Ref(this)] { performSubmitted([&] { self->pump(); }); });
+  } catch (...) {
+    dispatch_after_f(dispatchTimeAfter(kUntilNextTry), anyThread(), handOver(*this),
+                     [](void* context) {
+                       takeOver<OperationScheduler>(
+                           context, [](OperationScheduler& scheduler) { scheduler.submitPump(); });
+                     });
+  }
+}
+
+dispatch_queue_t OperationScheduler::dispatchQueue() const noexcept {
+  return threads_ == Threads::main ? dispatch_get_main_queue() : anyThread();
 }
 
 /// Takes the next operation for a pump, which looks no more then; null when there is none, and then
 /// the pump ends. It may take long, so another pump looks where there is more to start.
-Ref<NSOperation> OperationScheduler::takeReady() {
+Ref<NSOperation> OperationScheduler::takeReady() noexcept {
   Ref<NSOperation> operation;
   std::size_t missing = 0;
   {
@@ -384,7 +443,7 @@ void OperationScheduler::startIfReady(NSOperation& operation) {
 }
 
 /// False where somebody has started and finished it by hand meanwhile.
-bool OperationScheduler::returnToWaiting(NSOperation& operation) {
+bool OperationScheduler::returnToWaiting(NSOperation& operation) noexcept {
   std::size_t missing = 0;
   {
     const Hold hold(*this);
@@ -400,7 +459,7 @@ bool OperationScheduler::returnToWaiting(NSOperation& operation) {
 }
 
 /// An operation that executes on after its start leaves its pump free to look.
-void OperationScheduler::look(const Pump& pump) {
+void OperationScheduler::look(const Pump& pump) noexcept {
   if (pump.activity != Pump::looks) {
     const std::lock_guard lock(mutex_);
     (pump.activity == Pump::executes ? ++lookingPumps_ : --callingPumps_);
@@ -418,7 +477,7 @@ void OperationScheduler::waitForWork() const noexcept {
   }
 }
 
-void OperationScheduler::letOthersLook() {
+void OperationScheduler::letOthersLook() noexcept {
   Pump* pump = Pump::innermost;
   if (pump != nullptr && pump->activity != Pump::executes) {
     OperationScheduler& scheduler = pump->scheduler;
@@ -435,7 +494,7 @@ void OperationScheduler::letOthersLook() {
 }
 
 /// Whether a pump is worth another turn; it looks no more otherwise.
-bool OperationScheduler::mayLookOn() {
+bool OperationScheduler::mayLookOn() noexcept {
   std::size_t missing = 0;
   {
     const std::lock_guard lock(mutex_);
@@ -450,7 +509,8 @@ bool OperationScheduler::mayLookOn() {
   return false;
 }
 
-Ref<NSOperation> OperationScheduler::finished(NSOperation& operation, Afterwards afterwards) {
+Ref<NSOperation> OperationScheduler::finished(NSOperation& operation,
+                                              Afterwards afterwards) noexcept {
   const bool isPumped = isRunning(operation);
   const bool calls = isPumped && afterwards == Afterwards::callsBlock;
   if (isPumped) {
@@ -458,7 +518,7 @@ Ref<NSOperation> OperationScheduler::finished(NSOperation& operation, Afterwards
     Pump::innermost->activity = calls ? Pump::calls : Pump::looks;
   }
   std::size_t missing = 0;
-  std::shared_ptr<OperationScheduler> stay;  // who isn't a pump may be the last to know it
+  Ref<OperationScheduler> stay;  // who isn't a pump may be the last to know it
   {
     const std::lock_guard lock(mutex_);
     if (!isPumped) {
@@ -472,7 +532,7 @@ Ref<NSOperation> OperationScheduler::finished(NSOperation& operation, Afterwards
     callingPumps_ += calls ? 1 : 0;
     missing = missingPumps();
     if (missing > 0) {
-      stay = shared_from_this();
+      stay = Ref(this);
     }
   }
   submitPumps(missing);
@@ -549,7 +609,7 @@ bool OperationScheduler::isSuspended() const {
   return suspended_;
 }
 
-void OperationScheduler::setSuspended(bool suspended) {
+void OperationScheduler::setSuspended(bool suspended) noexcept {
   std::size_t missing = 0;
   {
     const Hold hold(*this);

@@ -3,6 +3,8 @@
 
 #include <KestovaPlatform/Block.h>
 #include <KestovaPlatform/BriefMutex.h>
+#include <KestovaPlatform/Dispatch.h>
+#include <KestovaPlatform/MainThreadPerformer.h>
 #include <KestovaPlatform/NSOperation.h>
 #include <KestovaPlatform/NSOperationQueue.h>
 
@@ -11,7 +13,6 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 namespace kestova {
@@ -22,12 +23,12 @@ namespace kestova {
 /// one priority that are ready. Pumps are tasks of libdispatch that take ready operations one after
 /// another. A pump that executes nothing at the moment looks for work; a new one is submitted only
 /// when more operations could start than pumps look, so that a row of operations costs one
-/// hand-off.
+/// hand-off. Handing over takes no memory that may be missing: a pump that is counted comes.
 ///
 /// Who adds an operation doesn't wait for the pumps: it arrives without the mutex, and whoever
 /// holds that next links it before anything else. Only where no pump would come to see it does the
 /// adding thread take the mutex as well.
-class OperationScheduler : public std::enable_shared_from_this<OperationScheduler> {
+class OperationScheduler final : public NSObject {
  public:
   enum class Threads { workers, main };
 
@@ -39,7 +40,7 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   static bool isMainThread();
 
   /// What is about to wait within a completion block doesn't keep its pump from others.
-  static void letOthersLook();
+  static void letOthersLook() noexcept;
 
   /// Whether the calling thread runs that operation for a scheduler.
   static bool isRunning(const NSOperation& operation) noexcept;
@@ -51,15 +52,16 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
 
   void add(Ref<NSOperation> operation);
 
-  /// An operation may have become ready.
+  /// An operation may have become ready. Where there is no memory to find out, it is asked again
+  /// soon.
   void readinessChanged(NSOperation& operation);
-  void priorityChanged(NSOperation& operation);
+  void priorityChanged(NSOperation& operation) noexcept;
 
   /// What a pump does when its operation has finished, before it looks for the next one.
   enum class Afterwards { nothing, callsBlock };
 
   /// An operation has finished. Answers what held it here.
-  Ref<NSOperation> finished(NSOperation& operation, Afterwards afterwards);
+  Ref<NSOperation> finished(NSOperation& operation, Afterwards afterwards) noexcept;
 
   std::vector<id> operations();
   NSUInteger operationCount() noexcept;
@@ -71,7 +73,7 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   NSInteger maximum() const;
   void setMaximum(NSInteger maximum);
   bool isSuspended() const;
-  void setSuspended(bool suspended);
+  void setSuspended(bool suspended) noexcept;
   Ref<NSString> name() const;
   void setName(const Ref<NSString>& name);
 
@@ -103,18 +105,22 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   void link(NSOperation& operation) noexcept;
   void appendReady(NSOperation& operation) noexcept;
   void removeReady(NSOperation& operation) noexcept;
-  Ref<NSOperation> takeReady();
+  Ref<NSOperation> takeReady() noexcept;
+  Ref<NSOperation> takeTurn() noexcept;
   std::size_t free() const noexcept;
   std::size_t startable() const noexcept;
   std::size_t missingPumps() noexcept;
-  void submitMissingPumps();
-  void submitPumps(std::size_t count);
+  void submitMissingPumps() noexcept;
+  void submitPumps(std::size_t count) noexcept;
+  void submitPump() noexcept;
+  void handPumpTo(MainThreadPerformer& performer) noexcept;
+  dispatch_queue_t dispatchQueue() const noexcept;
   void pump();
   void startIfReady(NSOperation& operation);
-  bool returnToWaiting(NSOperation& operation);
-  void look(const Pump& pump);
+  bool returnToWaiting(NSOperation& operation) noexcept;
+  void look(const Pump& pump) noexcept;
   void waitForWork() const noexcept;
-  bool mayLookOn();
+  bool mayLookOn() noexcept;
   void leave(NSOperation& operation) noexcept;
 
   const Threads threads_;
@@ -142,7 +148,7 @@ class OperationScheduler : public std::enable_shared_from_this<OperationSchedule
   std::condition_variable_any emptied_;
   NSOperationQueue* queue_ = nullptr;  // unowned: takes itself out as it goes
   /// Itself while there are operations and no queue: they know it by a plain pointer.
-  std::shared_ptr<OperationScheduler> stay_;
+  Ref<OperationScheduler> stay_;
   Ref<NSString> name_;
 };
 

@@ -405,6 +405,76 @@ TEST(NSOperationTests, AnExceptionLeavesAStartByHandAndTheOperationHasFinished) 
   operation->waitUntilFinished();
 }
 
+/// Throws when it is told of a change, before it is made or after.
+class Refusing final : public NSObject {
+ public:
+  explicit Refusing(bool beforehand) : beforehand_(beforehand) {}
+
+  void observe(NSOperation& operation, const char* key) {
+    const NSUInteger options = beforehand_ ? NSUInteger(NSKeyValueObservingOptionPrior) : 0;
+    operation.addObserver_forKeyPath_options_context(this, key, options, nullptr);
+  }
+  void observeValueForKeyPath_ofObject_change_context(const Ref<NSString>&, const id&,
+                                                      const Ref<NSDictionary>&, void*) override {
+    throw std::runtime_error("no");
+  }
+
+ private:
+  const bool beforehand_;
+};
+
+TEST(NSOperationTests, AnObserverThatThrowsKeepsNobodyFromKnowingThatItHasFinished) {
+  for (const bool beforehand : {true, false}) {
+    for (const char* key : {"isExecuting", "isFinished"}) {
+      SCOPED_TRACE(std::string(key) + (beforehand ? " before" : " after"));
+      int completed = 0;
+      const auto operation = NSOperation::init();
+      const auto dependent = NSOperation::init();
+      dependent->addDependency(operation);
+      operation->setCompletionBlock([&] { ++completed; });
+      auto refusing = make<Refusing>(beforehand);
+      refusing->observe(*operation, key);
+      EXPECT_THROW(operation->start(), std::runtime_error);
+      refusing = nullptr;
+      operation->start();
+      EXPECT_TRUE(operation->isFinished());
+      EXPECT_TRUE(dependent->isReady());
+      EXPECT_EQ(completed, 1);
+      operation->waitUntilFinished();
+    }
+  }
+}
+
+TEST(NSOperationTests, AnObserverOfADependentThatThrowsKeepsNoOtherOneWaiting) {
+  for (const bool beforehand : {true, false}) {
+    const auto queue = NSOperationQueue::init();
+    const auto operation = NSOperation::init();
+    const auto first = NSOperation::init();
+    const auto second = NSOperation::init();
+    first->addDependency(operation);
+    second->addDependency(operation);
+    queue->addOperations_waitUntilFinished(NSArray::of(first, second), false);
+    const auto refusing = make<Refusing>(beforehand);
+    refusing->observe(*first, "isReady");
+    EXPECT_THROW(operation->start(), std::runtime_error);
+    queue->waitUntilAllOperationsAreFinished();
+    EXPECT_TRUE(first->isFinished());
+    EXPECT_TRUE(second->isFinished());
+  }
+}
+
+TEST(NSOperationTests, ACancelledOneLeavesItsQueueThoughAnObserverThrows) {
+  const auto queue = NSOperationQueue::init();
+  const auto operation = NSOperation::init();
+  operation->addDependency(NSOperation::init());
+  queue->addOperation(operation);
+  auto refusing = make<Refusing>(false);
+  refusing->observe(*operation, "isCancelled");
+  EXPECT_THROW(operation->cancel(), std::runtime_error);
+  queue->waitUntilAllOperationsAreFinished();
+  EXPECT_TRUE(operation->isFinished());
+}
+
 TEST(NSOperationTests, AnAsynchronousOneExecutesUntilItEndsItself) {
   const auto operation = make<Continuing>();
   const auto observer = make<StateObserver>(operation);

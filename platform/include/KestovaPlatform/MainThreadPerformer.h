@@ -32,7 +32,9 @@ class KESTOVA_PLATFORM_EXPORT MainThreadPerformer {
   virtual bool isMainThread() const = 0;
 
   /// Runs the block there soon, once, after those that were handed in before. From any thread, also
-  /// from the main thread itself. A block that will never run is to be let go of.
+  /// from the main thread itself. A block that will never run is to be let go of. Where it throws
+  /// (there is no memory, say) it has not taken the block: a queue of operations hands it in again
+  /// a little later, `performBlockOnMainThread` lets its caller know.
   virtual void perform(Block<void()> block) = 0;
 
  protected:

@@ -10,6 +10,7 @@
 #include <KestovaPlatform/NSTypes.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -157,16 +158,17 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   enum State : int { pending, executing, finished, settled };
 
   void settle();
-  std::vector<Ref<NSOperation>> takeDependents();
+  std::vector<NSOperation*> takeDependents() noexcept;
   bool addDependent(NSOperation& operation);
   bool removeDependent(const NSOperation& operation);
   bool startDepending(const Ref<NSOperation>& dependency);
   bool stopDepending(NSOperation& dependency);
   void dependencyHasFinished();
+  void announceEnd();
   void tellReady();
   void watchOwnEnd();
   bool watchReadiness();
-  std::shared_ptr<OperationScheduler> scheduler() const;
+  Ref<OperationScheduler> scheduler() const;
 
   /// What few operations have.
   struct Relations {
@@ -188,11 +190,7 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   /// What is followed by observation, as a sum of bits.
   enum class Watched : std::uint8_t { end = 1, readiness = 2 };
 
-  /// Whether it was not followed so far.
-  bool startWatching(Watched what) noexcept {
-    const auto bit = static_cast<std::uint8_t>(what);
-    return (watched_.fetch_or(bit) & bit) == 0;
-  }
+  bool startWatching(Watched what, const char* key);
 
   Relations& relations();
 
@@ -253,6 +251,7 @@ class KESTOVA_PLATFORM_EXPORT NSBlockOperation : public NSOperation {
  private:
   enum class Blocks : std::uint8_t { none, one, several };
 
+  Block<void()> otherAt(std::size_t index) const noexcept;
   void runSeveral() const;
 
   /// Told when the blocks that it speaks of are there; the first one never changes then.

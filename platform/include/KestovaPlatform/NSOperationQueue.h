@@ -9,8 +9,6 @@
 #include <KestovaPlatform/NSString.h>
 #include <KestovaPlatform/NSTypes.h>
 
-#include <memory>
-
 namespace kestova {
 
 class OperationScheduler;
@@ -107,11 +105,11 @@ class KESTOVA_PLATFORM_EXPORT NSOperationQueue : public NSObject {
 
  protected:
   NSOperationQueue();
-  explicit NSOperationQueue(std::shared_ptr<OperationScheduler> scheduler);
+  explicit NSOperationQueue(Ref<OperationScheduler> scheduler);
   ~NSOperationQueue() override;
 
  private:
-  const std::shared_ptr<OperationScheduler> scheduler_;
+  const Ref<OperationScheduler> scheduler_;
 };
 
 }  // namespace kestova
