@@ -381,7 +381,7 @@ TEST(NSStringEditingTests, PatternsAreSqueezedUntilTheyNoLongerShrink) {
 }
 
 // Shows: stringBySqueezingOccurrencesOfString_options
-TEST(NSStringEditingTests, WhatIsBehindAPatternsMatchStaysHoweverLongItIs) {
+TEST(NSStringEditingTests, TheTextBehindAMatchOfAPatternStaysHoweverLongItIs) {
   const std::u16string rest = u"a" + std::u16string(9000, u'x') + u"aa";
   EXPECT_EQ(
       stringBySqueezingOccurrencesOfString_options(u"a" + rest, "a|b", NSRegularExpressionSearch)
