@@ -157,7 +157,9 @@ TransferOutcome TransferRun::copy() {
   copier.run();
   if (control_.stopped()) return failure();
   if (const int error = commit(staging)) return outcome(error);
-  if (copier.modeAfterwards()) setModeAfterwards(*copier.modeAfterwards());
+  if (copier.modeAfterwards()) {
+    if (const int error = setModeAfterwards(*copier.modeAfterwards())) return outcome(error);
+  }
   return moves() ? removeSource() : TransferOutcome{};
 }
 
@@ -178,10 +180,11 @@ int TransferRun::flush(const StagingArea& staging) const {
   return flushItem(staging.folder(), ends_.name, S_ISREG(ends_.source.st_mode));
 }
 
-void TransferRun::setModeAfterwards(mode_t mode) const {
+/// 0 or the error number.
+int TransferRun::setModeAfterwards(mode_t mode) const {
   constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
   const FileDescriptor item(openExisting(ends_.destination.get(), ends_.name.c_str(), kFlags));
-  if (item) ::fchmod(item.get(), mode);
+  return item && ::fchmod(item.get(), mode) == 0 ? 0 : errno;
 }
 
 // With a control of its own: half a source helps nobody, so cancelling comes too late here.

@@ -61,7 +61,7 @@ class TransferRun {
   TransferOutcome copy();
   int commit(StagingArea& staging);
   int flush(const StagingArea& staging) const;
-  void setModeAfterwards(mode_t mode) const;
+  int setModeAfterwards(mode_t mode) const;
   TransferOutcome removeSource() const;
 
   const TransferRequest& request_;

@@ -82,7 +82,7 @@ class TreeCopier::Worker : public TreeVisitor {
   int linkOrMake(const Place& place, const struct stat& facts, Make make);
   void finish(const Place& place, int error);
   bool leavesOut(int error) const;
-  void keepRenamable(const WalkFolder& folder, const OpenFolder& open);
+  int keepRenamable(const WalkFolder& folder, const OpenFolder& open);
   std::string pathOf(const Place& place) const;
   CreatedFacts createdFacts(mode_t mode) const;
 
@@ -136,20 +136,21 @@ void TreeCopier::Worker::leave(WalkFolder& folder, const OpenFolder& open, const
     const CreatedFacts created{made.st_uid, made.st_gid, made.st_mode & kModeBits};
     error = metadata_.copy({open.source.get()}, {open.target.get()}, folder.facts, created);
   }
+  if (error == 0 && !folder.parent) error = keepRenamable(folder, open);
   if (error != 0) return control_.fail(error, walk_.pathOf(folder));
-  if (!folder.parent) keepRenamable(folder, open);
   control_.progress().addObject(isUserVisible(folder.name.c_str()));
   control_.report([&] { return walk_.pathOf(folder); });
 }
 
 // Renaming a folder into another one changes its "..", for which an ordinary user needs its write
-// bit.
-void TreeCopier::Worker::keepRenamable(const WalkFolder& folder, const OpenFolder& open) {
+// bit. 0 or the error number.
+int TreeCopier::Worker::keepRenamable(const WalkFolder& folder, const OpenFolder& open) {
   struct stat made {};
-  if (::geteuid() == 0 || (folder.facts.st_mode & S_IWUSR) != 0) return;
-  if (::fstat(open.target.get(), &made) != 0) return;
+  if (::geteuid() == 0 || (folder.facts.st_mode & S_IWUSR) != 0) return 0;
+  if (::fstat(open.target.get(), &made) != 0) return errno;
   copier_.modeAfterwards_ = made.st_mode & kModeBits;
-  ::fchmod(open.target.get(), (made.st_mode & kModeBits) | S_IRWXU);
+  const mode_t renamable = (made.st_mode & kModeBits) | S_IRWXU;
+  return ::fchmod(open.target.get(), renamable) == 0 ? 0 : errno;
 }
 
 void TreeCopier::Worker::copyTop(const OpenFolder& base) {

@@ -2,12 +2,17 @@
 #include "files/FileTransfer.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <string>
 
+#include "ChildProcess.h"
 #include "Faults.h"
+#include "ScriptedFileSystemCalls.h"
 #include "TransferFixture.h"
 #include "files/MovedSource.h"
 #include "files/TransferEndpoints.h"
@@ -94,6 +99,53 @@ TEST_F(FileTransferFaults, AFurtherLinkIsNeverTheLastOne) {
         EXPECT_EQ(read("into/b"), "text");
       });
   EXPECT_EQ(refused, 2);
+}
+
+/// An ordinary user renames a folder only with the right to write, so the copy of one that lacks it
+/// loses it last of all.
+class ReadOnlyFolderFaults : public FileTransferFaults {
+ protected:
+  void SetUp() override {
+    if (::geteuid() != 0) GTEST_SKIP() << "becoming another user needs root";
+    makeFolder("tree");
+    ASSERT_EQ(::chmod(at("tree").c_str(), 0555), 0);
+    for (const char* name : {"", "into", "tree"}) {
+      ASSERT_EQ(::chown(at(name).c_str(), 65534, 65534), 0);
+    }
+  }
+
+  /// As nobody lets each change of a mode fail in turn. How many times the attempt was refused for
+  /// it with the source still there; 0 where one was not, or left another mode.
+  template <typename Attempt>
+  int refusals(Attempt attempt) {
+    return testing::runAsNobody([&] {
+      OSStatus status = noErr;
+      bool isRight = true;
+      const int refused = walkFaults(
+          FaultyCall::fchmod, Fault::failing(EIO), FaultyThreads::all, [&] { status = attempt(); },
+          [&](bool isMet) {
+            isRight = isRight && (isMet ? status == ioErr && exists("tree")
+                                        : status == noErr && modeOfCopy() == 0555);
+            std::filesystem::remove_all(at("into/copy"));
+          });
+      return isRight ? refused : 0;
+    });
+  }
+
+  mode_t modeOfCopy() const { return facts("into/copy").st_mode & 0777; }
+};
+
+TEST_F(ReadOnlyFolderFaults, ACopyThatDoesNotGetItsModeHasFailed) {
+  EXPECT_EQ(refusals([&] { return copy("tree", "copy"); }), 3);
+}
+
+TEST_F(ReadOnlyFolderFaults, AMoveThatDoesNotGetItsModeLeavesTheSource) {
+  testing::ScriptedFileSystemCalls calls;
+  calls.onRename = [](const std::string& from, const std::string&, unsigned) {
+    return from == "tree" ? std::optional(testing::ScriptedFileSystemCalls::failure(EXDEV))
+                          : std::nullopt;
+  };
+  EXPECT_EQ(refusals([&] { return move("tree", "copy"); }), 3);
 }
 
 /// A source `a` whose complete copy is `into/copy`, to be removed.
