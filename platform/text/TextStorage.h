@@ -4,6 +4,9 @@
 #include <KestovaPlatform/NSString.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -57,6 +60,29 @@ NSComparisonResult compareUnits(std::basic_string_view<A> a, std::basic_string_v
 template <class A, class B>
 bool equalUnits(std::basic_string_view<A> a, std::basic_string_view<B> b) {
   return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin());
+}
+
+/// Whether so many bytes are the same. For a few words, as keys mostly are, the call of the
+/// standard's function takes longer than these comparisons; the last word overlaps the one before.
+inline bool equalBytes(const char* a, const char* b, std::size_t count) noexcept {
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  constexpr std::size_t kMostCompared = 8 * kWord;
+  if (count < kWord || count > kMostCompared) {
+    return std::memcmp(a, b, count) == 0;
+  }
+  const auto isWordEqual = [&](std::size_t place) {
+    std::uint64_t x;
+    std::uint64_t y;
+    std::memcpy(&x, a + place, kWord);
+    std::memcpy(&y, b + place, kWord);
+    return x == y;
+  };
+  for (std::size_t place = 0; place < count - kWord; place += kWord) {
+    if (!isWordEqual(place)) {
+      return false;
+    }
+  }
+  return isWordEqual(count - kWord);
 }
 
 /// Where the units of `wanted` first stand in `text`; npos when they don't.
