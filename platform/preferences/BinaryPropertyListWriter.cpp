@@ -3,6 +3,7 @@
 
 #include <KestovaPlatform/UTF8.h>
 
+#include "object/Reference.h"
 #include "text/TextStorage.h"
 
 #include <algorithm>
@@ -46,7 +47,7 @@ char* putHead(char* to, BinaryKind kind, std::size_t count) {
              : putInteger(putFirstByte(to, kind, kCountFollows), count, sizeOfUnsigned(count));
 }
 
-char* putText(char* to, std::string_view text) { return std::ranges::copy(text, to).out; }
+char* putText(char* to, std::string_view text) { return to + text.copy(to, text.size()); }
 
 char* putTrailer(char* to, std::size_t offsetSize, std::size_t referenceSize, std::size_t objects,
                  std::size_t offsetTable) {
@@ -69,9 +70,10 @@ bool isNarrow(std::basic_string_view<Unit> units) {
   return sizeof(Unit) == 1 || isASCII(units);
 }
 
-template <class Unit>
-void putNarrow(char* to, std::basic_string_view<Unit> units) {
-  std::ranges::transform(units, to, [](Unit unit) { return static_cast<char>(unit); });
+void putNarrow(char* to, std::string_view units) { putText(to, units); }
+
+void putNarrow(char* to, std::u16string_view units) {
+  std::ranges::transform(units, to, [](unichar unit) { return static_cast<char>(unit); });
 }
 
 template <class Unit>
@@ -143,10 +145,10 @@ BinaryPropertyListWriter::Plain BinaryPropertyListWriter::plainOf(const NSNumber
 /// What the only entry of a dictionary says when it stands for a UID.
 std::optional<BinaryPropertyListWriter::Plain> BinaryPropertyListWriter::uidOf(
     const Entries& entries) {
-  const auto number = entries.size() == 1 && entries[0].key == kUIDKey
-                          ? cast<NSNumber>(entries[0].object)
-                          : Ref<NSNumber>();
-  if (!number) {
+  const auto* number = entries.size() == 1 && reference(*entries[0].key) == kUIDKey
+                           ? dynamic_cast<const NSNumber*>(entries[0].object)
+                           : nullptr;
+  if (number == nullptr) {
     return std::nullopt;
   }
   const Plain plain = plainOf(*number);

@@ -51,7 +51,7 @@ class BinaryPropertyListWriter final : private PropertyListWriter {
   bool repeatContainer(std::size_t number) override;
   void beginArray(std::size_t count) override;
   bool beginDictionary(Entries& entries) override;
-  void beginEntry(const Ref<NSString>&) override {}
+  void beginEntry(const NSString*) override {}
   void endContainer() override { nextReferences_.pop_back(); }
 
   std::size_t addPlain(const Plain& plain);

@@ -20,7 +20,7 @@ class PropertyListSurvey final : private PropertyListWriter {
   bool repeatContainer(std::size_t) override { return true; }
   void beginArray(std::size_t) override {}
   bool beginDictionary(Entries&) override { return true; }
-  void beginEntry(const Ref<NSString>&) override {}
+  void beginEntry(const NSString*) override {}
   void endContainer() override {}
 };
 

@@ -23,27 +23,46 @@ constexpr NSUInteger kMostUnitsTold = 40;
 
 [[noreturn]] void fail(const Ref<NSString>& problem) { throw PropertyListFault{problem}; }
 
-std::string classOf(const id& object) {
-  return object ? std::string(object->classDescriptor().name()) : "null";
+std::string classOf(const NSObject* object) {
+  return object != nullptr ? std::string(object->classDescriptor().name()) : "null";
 }
 
 /// The object as a string; null when it is none. Most are of the platform's own class, which needs
 /// no walk through the classes.
-NSString* stringIn(const id& object) {
-  NSObject* const value = object.get();
-  const bool isPlain = value != nullptr && typeid(*value) == typeid(NSString);
-  return isPlain ? static_cast<NSString*>(value) : dynamic_cast<NSString*>(value);
+const NSString* stringIn(const NSObject* object) {
+  const bool isPlain = object != nullptr && typeid(*object) == typeid(NSString);
+  return isPlain ? static_cast<const NSString*>(object) : dynamic_cast<const NSString*>(object);
 }
 
-Ref<NSString> stringFromKey(const id& key) {
-  if (NSString* const string = stringIn(key)) {
-    return Ref<NSString>(string);
+const NSString* stringFromKey(const NSObject* key) {
+  if (const NSString* const string = stringIn(key)) {
+    return string;
   }
   fail(NSString::stringWithFormat("A key of class %s is no string", classOf(key)));
 }
 
-std::string stepTo(const Ref<NSString>& key, std::size_t index) {
-  if (!key) {
+/// \name Whether a collection holds its members
+/// Each tells its own walks alone where in memory they lie.
+/// @{
+
+bool holdsMembers(const NSArray& array) {
+  struct Array : NSArray {
+    using NSArray::contiguousObjects;
+  };
+  return (array.*&Array::contiguousObjects)() != nullptr;
+}
+
+bool holdsMembers(const NSDictionary& dictionary) {
+  struct Dictionary : NSDictionary {
+    using NSDictionary::contiguousEntries;
+  };
+  return (dictionary.*&Dictionary::contiguousEntries)() != nullptr;
+}
+
+/// @}
+
+std::string stepTo(const NSString* key, std::size_t index) {
+  if (key == nullptr) {
     return "[" + std::to_string(index) + "]";
   }
   const NSUInteger told = std::min(key->length(), kMostUnitsTold);
@@ -52,9 +71,33 @@ std::string stepTo(const Ref<NSString>& key, std::size_t index) {
 
 }  // namespace
 
+PropertyListWriter::Members::Members(const Ref<NSArray>& array) {
+  const bool areMade = !holdsMembers(*array);
+  entries.reserve(array->count());
+  for (const id& object : array) {
+    entries.push_back({nullptr, object.get()});
+    if (areMade) {
+      made.push_back(object);
+    }
+  }
+}
+
+PropertyListWriter::Members::Members(const Ref<NSDictionary>& dictionary) {
+  const bool areMade = !holdsMembers(*dictionary);
+  entries.reserve(dictionary->count());
+  auto key = dictionary->members();
+  for (const id& object : dictionary->objects()) {
+    entries.push_back({stringFromKey((*key).get()), object.get()});
+    if (areMade) {
+      made.insert(made.end(), {*key, object});
+    }
+    ++key;
+  }
+}
+
 void PropertyListWriter::walk(const id& top) {
   try {
-    visit(top);
+    visit(top.get());
     while (!open_.empty()) {
       goOn();
     }
@@ -77,28 +120,28 @@ void PropertyListWriter::forget() noexcept {
 }
 
 void PropertyListWriter::goOn() {
-  OpenContainer& innermost = open_.back();
-  if (innermost.next == innermost.entries.size()) {
+  auto& [known, members, next, before] = open_.back();
+  if (next == members.entries.size()) {
     close();
     return endContainer();
   }
-  Entry& entry = innermost.entries[innermost.next++];
+  const Entry entry = members.entries[next++];
   beginEntry(entry.key);
-  visit(std::exchange(entry.object, nullptr));
+  visit(entry.object);
 }
 
-void PropertyListWriter::visit(const id& object) {
+void PropertyListWriter::visit(NSObject* object) {
   if (const auto* string = stringIn(object)) {
     writeString(*string);
-  } else if (const auto* number = dynamic_cast<const NSNumber*>(object.get())) {
+  } else if (const auto* number = dynamic_cast<const NSNumber*>(object)) {
     writeNumber(*number);
-  } else if (const auto dictionary = cast<NSDictionary>(object)) {
-    openDictionary(dictionary);
-  } else if (const auto array = cast<NSArray>(object)) {
-    openArray(array);
-  } else if (const auto* data = dynamic_cast<const NSData*>(object.get())) {
+  } else if (auto* const dictionary = dynamic_cast<NSDictionary*>(object)) {
+    openDictionary(Ref(dictionary));
+  } else if (auto* const array = dynamic_cast<NSArray*>(object)) {
+    openArray(Ref(array));
+  } else if (const auto* data = dynamic_cast<const NSData*>(object)) {
     writeData(*data);
-  } else if (const auto* date = dynamic_cast<const NSDate*>(object.get())) {
+  } else if (const auto* date = dynamic_cast<const NSDate*>(object)) {
     visitDate(*date);
   } else {
     fail(NSString::stringWithFormat("A value of class %s is no property list", classOf(object)));
@@ -118,14 +161,10 @@ void PropertyListWriter::openArray(const Ref<NSArray>& array) {
   if (known == nullptr) {
     return;
   }
-  Entries entries;
-  entries.reserve(array->count());
-  for (const id& object : array) {
-    entries.push_back({nullptr, object});
-  }
-  beginArray(entries.size());
-  const std::size_t references = entries.size();
-  open(*known, std::move(entries), references);
+  Members members(array);
+  const std::size_t references = members.entries.size();
+  beginArray(references);
+  open(*known, std::move(members), references);
 }
 
 void PropertyListWriter::openDictionary(const Ref<NSDictionary>& dictionary) {
@@ -133,16 +172,10 @@ void PropertyListWriter::openDictionary(const Ref<NSDictionary>& dictionary) {
   if (known == nullptr) {
     return;
   }
-  Entries entries;
-  entries.reserve(dictionary->count());
-  auto key = dictionary->members();
-  for (const id& object : dictionary->objects()) {
-    entries.push_back({stringFromKey(*key), object});
-    ++key;
-  }
-  const std::size_t references = 2 * entries.size();
-  if (beginDictionary(entries)) {
-    open(*known, std::move(entries), references);
+  Members members(dictionary);
+  const std::size_t references = 2 * members.entries.size();
+  if (beginDictionary(members.entries)) {
+    open(*known, std::move(members), references);
   } else {
     known->objects = references;
     unfold(references);
@@ -169,11 +202,11 @@ PropertyListWriter::Known* PropertyListWriter::meet(const id& container) {
   return nullptr;
 }
 
-void PropertyListWriter::open(Known& known, Entries entries, std::size_t references) {
+void PropertyListWriter::open(Known& known, Members members, std::size_t references) {
   const bool isFirst = known.objects == 0;
   references_ += isFirst ? references : 0;
   known.isOpen = true;
-  open_.push_back({&known, std::move(entries), 0, unfolded_});
+  open_.push_back({&known, std::move(members), 0, unfolded_});
   unfold(references);
 }
 
@@ -214,7 +247,7 @@ Ref<NSString> PropertyListWriter::place() const {
   std::string steps;
   for (std::size_t level = 0; level < std::min(open_.size(), kMostStepsTold); ++level) {
     const std::size_t current = open_[level].next - 1;
-    steps += stepTo(open_[level].entries[current].key, current);
+    steps += stepTo(open_[level].members.entries[current].key, current);
   }
   return open_.size() > kMostStepsTold ? steps + "…" : steps;
 }

@@ -29,10 +29,11 @@ class PropertyListWriter {
   PropertyListWriter& operator=(const PropertyListWriter&) = delete;
 
  protected:
-  /// An object in a container, with its key where that is a dictionary.
+  /// An object in a container, with its key where that is a dictionary: both are there for as long
+  /// as the container is open.
   struct Entry {
-    Ref<NSString> key;
-    id object;
+    const NSString* key;
+    NSObject* object;
   };
   using Entries = std::vector<Entry>;
 
@@ -63,7 +64,7 @@ class PropertyListWriter {
   virtual bool beginDictionary(Entries& entries) = 0;
 
   /// Called before each object in a container; `key` is null in an array.
-  virtual void beginEntry(const Ref<NSString>& key) = 0;
+  virtual void beginEntry(const NSString* key) = 0;
   virtual void endContainer() = 0;
 
  private:
@@ -79,21 +80,31 @@ class PropertyListWriter {
     bool isOpen = false;
   };
 
+  /// What is in a container. Where that makes its members when it is asked for them, these are held
+  /// here.
+  struct Members {
+    explicit Members(const Ref<NSArray>& array);
+    explicit Members(const Ref<NSDictionary>& dictionary);
+
+    Entries entries;
+    std::vector<id> made;
+  };
+
   /// A container on the way from the top to what is written now.
   struct OpenContainer {
     Known* known;
-    Entries entries;
+    Members members;
     std::size_t next;
     std::uint64_t unfoldedBefore;
   };
 
   void goOn();
-  void visit(const id& object);
+  void visit(NSObject* object);
   void visitDate(const NSDate& date);
   void openArray(const Ref<NSArray>& array);
   void openDictionary(const Ref<NSDictionary>& dictionary);
   Known* meet(const id& container);
-  void open(Known& known, Entries entries, std::size_t references);
+  void open(Known& known, Members members, std::size_t references);
   void close();
   void unfold(std::uint64_t objects) noexcept;
   void lieIn(std::size_t height) noexcept;

@@ -93,7 +93,7 @@ void sortByKeys(std::vector<Entry>& entries) {
   std::vector<Entry> sorted;
   sorted.reserve(entries.size());
   for (const Place& place : places) {
-    sorted.push_back(std::move(*place.entry));
+    sorted.push_back(*place.entry);
   }
   entries.swap(sorted);
 }
@@ -183,8 +183,8 @@ bool XMLPropertyListWriter::beginDictionary(Entries& entries) {
   return true;
 }
 
-void XMLPropertyListWriter::beginEntry(const Ref<NSString>& key) {
-  if (key) {
+void XMLPropertyListWriter::beginEntry(const NSString* key) {
+  if (key != nullptr) {
     putText(Tags::key, *key);
   }
 }

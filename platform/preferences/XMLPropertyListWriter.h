@@ -29,7 +29,7 @@ class XMLPropertyListWriter final : private PropertyListWriter {
   bool repeatContainer(std::size_t number) override;
   void beginArray(std::size_t count) override;
   bool beginDictionary(Entries& entries) override;
-  void beginEntry(const Ref<NSString>& key) override;
+  void beginEntry(const NSString* key) override;
   void endContainer() override;
 
   void beginContainer(std::string_view name, std::size_t count);

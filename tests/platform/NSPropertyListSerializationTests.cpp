@@ -481,6 +481,53 @@ TEST(NSPropertyListSerializationTests, EveryKindOfValueComesBackAsItWasInBothFor
 }
 
 /// The type of every number is kept, which equality does not tell.
+/// Collections that hold nothing, and make their members whenever they are asked for them.
+class MadeArray final : public NSArray {
+ public:
+  NSUInteger count() const override { return 20; }
+  id objectAtIndex(NSUInteger index) const override {
+    return NSString::stringWithFormat("member %lu of an array", index);
+  }
+};
+
+class MadeDictionary final : public NSDictionary {
+ public:
+  NSUInteger count() const override { return 50; }
+  id objectForKey(const id& key) const override {
+    const auto text = cast<NSString>(key);
+    const bool isLeaf = text->hasSuffix("0");
+    return isLeaf ? id(text->stringByAppendingString("'s value")) : id(make<MadeArray>());
+  }
+  Ref<NSEnumerator> keyEnumerator() const override {
+    class Keys final : public NSEnumerator {
+     public:
+      id nextObject() override {
+        return next_ < 50 ? NSString::stringWithFormat("key %d", next_++) : nullptr;
+      }
+
+     private:
+      int next_ = 0;
+    };
+    return make<Keys>();
+  }
+};
+
+TEST(NSPropertyListSerializationTests, WhatCollectionsMakeWhenTheyAreAskedIsWrittenAsWhatTheyHold) {
+  const auto made = make<MadeDictionary>();
+  const auto held = NSMutableDictionary::dictionary();
+  for (const id& key : made) {
+    const id value = made->objectForKey(key);
+    const auto array = cast<NSArray>(value);
+    held->setObject_forKey(array ? NSMutableArray::arrayWithArray(array) : value, key);
+  }
+  for (const auto format : kFormats) {
+    const auto written = testing::writePropertyList(made, format);
+    EXPECT_EQ(written.problem, "");
+    EXPECT_EQ(textOfData(written.value),
+              textOfData(testing::writePropertyList(held, format).value));
+  }
+}
+
 TEST(NSPropertyListSerializationTests, TheKindsOfNumbersStayApartInBothFormats) {
   const auto list = NSArray::of(1, 1.0, true, 0, 0.0, false, 18446744073709551615U, -1);
   for (const auto format : kFormats) {
