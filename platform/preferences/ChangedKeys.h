@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace kestova {
@@ -13,11 +14,11 @@ namespace kestova {
 /// there several times, but of many not more than about twice on average.
 class ChangedKeys {
  public:
-  void add(const id& key) {
+  void add(id key) {
     if (keys_.size() == most_) {
       thinOut();
     }
-    keys_.push_back(key);
+    keys_.push_back(std::move(key));
   }
 
   void addAll(const ChangedKeys& others) {

@@ -163,14 +163,14 @@ Ref<NSDictionary> NSUserDefaults::dictionaryRepresentation() { return list_->eve
 
 void NSUserDefaults::setObject_forKey(const id& value, const Ref<NSString>& key) {
   checkArgument(key != nullptr, "There is no key to set a preference under");
-  list_->setValue_forKey(propertyListCopy(value, key), key->copy());
+  list_->setValue_forKey(propertyListCopy(value, key), key);
   list_->store().saveLater();
   announceChange();
 }
 
 void NSUserDefaults::removeObjectForKey(const Ref<NSString>& key) {
   if (key) {
-    list_->setValue_forKey(nullptr, key->copy());
+    list_->setValue_forKey(nullptr, key);
     list_->store().saveLater();
     announceChange();
   }

@@ -154,11 +154,11 @@ id PreferencesDomain::objectForKey(const id& key) {
   return contents_->objectForKey(key);
 }
 
-void PreferencesDomain::setValue_forKey(const id& value, const id& key) {
+void PreferencesDomain::setValue_forKey(const id& value, id key) {
   load();
   {
     const std::lock_guard lock(mutex_);
-    change(key, value);
+    change(std::move(key), value);
   }
   knownHere().erase(number_);
 }
@@ -235,9 +235,9 @@ void PreferencesDomain::changePending(const ObjectMap& changed) {
 }
 
 /// Under the mutex.
-void PreferencesDomain::change(const id& key, const id& value) {
+void PreferencesDomain::change(id key, const id& value) {
   apply(key, value);
-  pending_.add(key);
+  pending_.add(std::move(key));
 }
 
 /// Under the mutex. Contents that are just being written are not changed any more, but copied.

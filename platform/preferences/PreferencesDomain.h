@@ -43,7 +43,7 @@ class PreferencesDomain {
 
   /// `value` is a property list that nobody else changes; null removes the key, a string that
   /// nobody else changes either.
-  void setValue_forKey(const id& value, const id& key);
+  void setValue_forKey(const id& value, id key);
 
   /// All of it, immutable; empty where there is none. This thread knows it from then on, until it
   /// changes the domain.
@@ -72,7 +72,7 @@ class PreferencesDomain {
 
   void load();
   void changePending(const ObjectMap& changed);
-  void change(const id& key, const id& value);
+  void change(id key, const id& value);
   void apply(const id& key, const id& value);
   Ref<NSDictionary> snapshot();
 

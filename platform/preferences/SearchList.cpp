@@ -27,10 +27,11 @@ Ref<NSDictionary> SearchList::everything() {
   return cast<NSDictionary>(merged()->copy());
 }
 
-void SearchList::setValue_forKey(const id& value, const id& key) {
+void SearchList::setValue_forKey(const id& value, const Ref<NSString>& key) {
+  id kept = key->copy();
   const std::lock_guard lock(mutex_);
   const bool isMerged = merged_ && mergedAt_ == store_->changes();
-  application_.setValue_forKey(value, key);
+  application_.setValue_forKey(value, std::move(kept));
   if (isMerged && store_->changes() == mergedAt_ + 1) {
     refresh(value, key);
     ++mergedAt_;

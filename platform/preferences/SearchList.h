@@ -30,8 +30,8 @@ class SearchList {
   id objectForKey(const Ref<NSString>& key);
   Ref<NSDictionary> everything();
 
-  /// In the application's domain. Null removes the key, a string that nobody changes.
-  void setValue_forKey(const id& value, const id& key);
+  /// In the application's domain. Null removes the key.
+  void setValue_forKey(const id& value, const Ref<NSString>& key);
 
   void addSuite(const Ref<NSString>& name);
   void removeSuite(const Ref<NSString>& name);
