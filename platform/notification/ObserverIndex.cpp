@@ -102,7 +102,7 @@ void ObserverIndex::addToChannel(ObserverRegistration& registration, Interest in
   registration.channel_ = &channel;
   registration.place_ = channel.list->members.size() - 1;
   if (channel.count++ == 0) {
-    ++channelsOfKind_[InterestView(place->first).kind()];
+    filter_.add(place->first);
   }
 }
 
@@ -152,7 +152,7 @@ Ref<ObserverRegistration> ObserverIndex::takeFromChannel(ObserverRegistration& r
   ObserverChannel& channel = *registration.channel_;
   Ref<ObserverRegistration> taken = std::move(channel.list->members[registration.place_]);
   if (--channel.count == 0) {
-    --channelsOfKind_[InterestView(*channel.interest).kind()];
+    filter_.remove(*channel.interest);
     channels_.erase(channels_.find(*channel.interest));
   } else if (channel.list->members.size() > 2 * channel.count + 8) {
     closeGaps(channel);
@@ -178,24 +178,30 @@ void ObserverIndex::closeGaps(ObserverChannel& channel) {
 }
 
 Audience ObserverIndex::audienceOf(InterestView told) {
-  const NSUInteger nameHash = InterestHash::hashOfName(told);
+  const HashedInterest any{{nullptr, nullptr}, 0};
+  const HashedInterest name{{told.name, nullptr}, InterestHash::hashOfName(told)};
+  const HashedInterest object{{nullptr, told.object}, 0};
+  const HashedInterest both{told, name.nameHash};
   Audience audience;
+  if (filter_.lacks(any) && filter_.lacks(name) && filter_.lacks(object) && filter_.lacks(both)) {
+    return audience;
+  }
   const std::lock_guard lock(mutex_);
-  addChannel(audience, {{nullptr, nullptr}, 0});
+  addChannel(audience, any);
   if (told.name != nullptr) {
-    addChannel(audience, {{told.name, nullptr}, nameHash});
+    addChannel(audience, name);
   }
   if (told.object != nullptr) {
-    addChannel(audience, {{nullptr, told.object}, 0});
+    addChannel(audience, object);
   }
   if (told.name != nullptr && told.object != nullptr) {
-    addChannel(audience, {told, nameHash});
+    addChannel(audience, both);
   }
   return audience;
 }
 
 void ObserverIndex::addChannel(Audience& audience, const HashedInterest& interest) {
-  if (channelsOfKind_[interest.kind()] == 0) {
+  if (filter_.lacks(interest)) {
     return;
   }
   if (const auto found = channels_.find(interest); found != channels_.end()) {

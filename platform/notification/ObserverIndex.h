@@ -42,11 +42,6 @@ class Shared {
 struct InterestView {
   const NSString* name;
   const NSObject* object;
-
-  /// 0 for everything, 1 for one name, 2 for one object, 3 for both.
-  std::size_t kind() const noexcept {
-    return (name != nullptr ? 1U : 0U) + (object != nullptr ? 2U : 0U);
-  }
 };
 
 /// The same, for keeping.
@@ -174,6 +169,29 @@ class Audience {
   std::size_t count_ = 0;
 };
 
+/// Which interests there are, for a look without a lock: mostly nobody has asked for what is
+/// posted.
+class InterestFilter {
+ public:
+  void add(const Interest& interest) { ++counts_[placeOf(InterestHash()(interest))]; }
+  void remove(const Interest& interest) { --counts_[placeOf(InterestHash()(interest))]; }
+
+  /// True only where it is not there.
+  bool lacks(const HashedInterest& interest) const {
+    return counts_[placeOf(InterestHash()(interest))].load(std::memory_order_acquire) == 0;
+  }
+
+ private:
+  static constexpr int kBits = 8;
+
+  /// Hashes that are addresses differ in few bits.
+  static std::size_t placeOf(std::size_t hash) noexcept {
+    return (hash * 0x9E3779B97F4A7C15U) >> (64 - kBits);
+  }
+
+  std::array<std::atomic<std::uint32_t>, 1 << kBits> counts_{};
+};
+
 /// Finds observers: those of a notification, and the registrations of an observer.
 class ObserverIndex {
  public:
@@ -192,11 +210,10 @@ class ObserverIndex {
   static void makeChangeable(ObserverChannel& channel);
   static void closeGaps(ObserverChannel& channel);
 
-  BriefMutex mutex_;  // guards what follows; never held while other code runs
+  InterestFilter filter_;  // of the channels
+  BriefMutex mutex_;       // guards what follows; never held while other code runs
   std::uint64_t lastNumber_ = 0;
   std::unordered_map<Interest, ObserverChannel, InterestHash, SameInterest> channels_;
-  /// How many channels there are of each kind of interest.
-  std::array<std::size_t, 4> channelsOfKind_{};
   /// The latest registration of each observer; the others follow it.
   std::unordered_map<const NSObject*, ObserverRegistration*> byObserver_;
 };

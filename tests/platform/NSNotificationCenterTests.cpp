@@ -397,6 +397,36 @@ TEST_F(NSNotificationCenterTests, RandomAddingAndRemovingGivesWhatAPlainListGive
   }
 }
 
+TEST_F(NSNotificationCenterTests, EachOfManyInterestsIsHeardOfUntilItIsRemoved) {
+  struct Entry {
+    id token;
+    Ref<NSString> name;
+    id object;
+  };
+  std::vector<Entry> entries;
+  int heard = 0;
+  for (int number = 0; number < 1000; ++number) {
+    const bool isNamed = number % 3 != 0;
+    const Ref<NSString> name = isNamed ? NSString::stringWithFormat("name %d", number) : nullptr;
+    const id object = number % 3 != 1 ? counted(number) : nullptr;
+    const id token = addBlock([&](const Ref<NSNotification>&) { ++heard; }, name, object.get());
+    entries.push_back({token, name, object});
+  }
+  const auto callsOf = [&](const Entry& entry) {
+    heard = 0;
+    centre->postNotificationName_object(entry.name, entry.object);
+    return heard;
+  };
+  for (const Entry& entry : entries) {
+    ASSERT_EQ(callsOf(entry), 1);
+  }
+  for (const Entry& entry : entries) {
+    centre->removeObserver(entry.token.get());
+    ASSERT_EQ(callsOf(entry), 0);
+    ASSERT_EQ(callsOf(entries.back()), entry.token == entries.back().token ? 0 : 1);
+  }
+}
+
 TEST_F(NSNotificationCenterTests, ThreadsPostWhileObserversComeAndGo) {
   const int before = CountingObject::alive();
   {
