@@ -14,12 +14,16 @@ namespace kestova {
 /// there several times, but of many not more than about twice on average.
 class ChangedKeys {
  public:
-  void add(id key) {
+  /// Answers the key, valid until the next one is added.
+  const id& add(id key) {
     if (keys_.size() == most_) {
       thinOut();
     }
-    keys_.push_back(std::move(key));
+    return keys_.emplace_back(std::move(key));
   }
+
+  /// What was added last was not changed after all.
+  void takeBack() noexcept { keys_.pop_back(); }
 
   void addAll(const ChangedKeys& others) {
     for (const id& key : others.keys_) {

@@ -234,16 +234,22 @@ void PreferencesDomain::changePending(const ObjectMap& changed) {
   knownHere().erase(number_);
 }
 
-/// Under the mutex.
+/// Under the mutex. What throws has changed nothing.
 void PreferencesDomain::change(id key, const id& value) {
-  apply(key, value);
-  pending_.add(std::move(key));
+  const id& changed = pending_.add(std::move(key));
+  try {
+    apply(changed, value);
+  } catch (...) {
+    pending_.takeBack();
+    throw;
+  }
 }
 
 /// Under the mutex. Contents that are just being written are not changed any more, but copied.
 void PreferencesDomain::apply(const id& key, const id& value) {
-  if (std::exchange(areContentsRead_, false)) {
+  if (areContentsRead_) {
     contents_ = NSMutableDictionary::dictionaryWithDictionary(contents_);
+    areContentsRead_ = false;
   }
   if (value) {
     contents_->setObject_forKey(value, key);

@@ -96,6 +96,15 @@ void PreferencesStore::saveLater() {
   if (isSaveDue_ || isSaveDue_.exchange(true)) {
     return;
   }
+  try {
+    startTimer();
+  } catch (...) {
+    isSaveDue_ = false;
+    throw;
+  }
+}
+
+void PreferencesStore::startTimer() {
   const std::lock_guard lock(mutex_);
   const std::weak_ptr<PreferencesStore> self = weak_from_this();
   dispatch_after(dispatchTimeAfter(delay_),

@@ -59,6 +59,7 @@ class PreferencesStore : public std::enable_shared_from_this<PreferencesStore> {
 
  private:
   std::vector<PreferencesDomain*> domains();
+  void startTimer();
   void saveNow();
 
   const PreferencesFolder folder_;

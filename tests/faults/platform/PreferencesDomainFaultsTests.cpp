@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "preferences/PreferencesDomain.h"
+#include "preferences/PreferencesStore.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <thread>
 
+#include "AllocationFaults.h"
 #include "CapturedLog.h"
 #include "FileFaults.h"
 #include "TemporaryFolder.h"
@@ -21,6 +25,7 @@ using testing::FileFault;
 using ::testing::IsSupersetOf;
 using testing::MetCalls;
 using testing::TemporaryFolder;
+using testing::walkAllocations;
 using testing::walkFileFaults;
 
 using Names = std::set<std::string>;
@@ -67,6 +72,13 @@ class PreferencesDomainFaultsTests : public ::testing::Test {
       all.insert(entry.path().filename());
     }
     return all;
+  }
+
+  static bool isWrittenByItself(PreferencesDomain& domain) {
+    for (int i = 0; i < 2000 && domain.hasPendingChanges(); ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return !domain.hasPendingChanges();
   }
 
   void note(const FileFault* fault) {
@@ -168,6 +180,37 @@ TEST_F(PreferencesDomainFaultsTests, ShortAndInterruptedCallsDoNotShow) {
       EXPECT_GT(met, 0);
     }
   }
+}
+
+TEST_F(PreferencesDomainFaultsTests, AChangeThatFindsNoMemoryIsNone) {
+  const auto startWithNothingToWrite = [&] {
+    startAnew();
+    ASSERT_TRUE((*process_)->synchronize());
+  };
+  const auto changed = NSDictionary::of({{"a", 1}, {"b", 2}, {"c", 3}});
+  startWithNothingToWrite();
+  const int refused = walkAllocations([&] { (*process_)->setValue_forKey(3, "c"); },
+                                      [&](bool threw) {
+                                        const auto expected = threw ? new_ : changed;
+                                        EXPECT_EQ((*process_)->hasPendingChanges(), !threw);
+                                        EXPECT_TRUE((*process_)->contents()->isEqual(expected));
+                                        EXPECT_TRUE((*process_)->synchronize());
+                                        EXPECT_TRUE(onDisk()->isEqual(expected));
+                                        startWithNothingToWrite();
+                                      });
+  EXPECT_GT(refused, 2);
+}
+
+TEST_F(PreferencesDomainFaultsTests, ATimerThatFindsNoMemoryIsStartedByTheNextChange) {
+  const auto store = std::make_shared<PreferencesStore>(PreferencesFolder(path(), ::geteuid()), 0);
+  PreferencesDomain& domain = store->domain("org.example.Editor");
+  const int refused = walkAllocations([&] { store->saveLater(); },
+                                      [&](bool) {
+                                        domain.setValue_forKey(1, "a");
+                                        store->saveLater();
+                                        EXPECT_TRUE(isWrittenByItself(domain));
+                                      });
+  EXPECT_GT(refused, 0);
 }
 
 }  // namespace
