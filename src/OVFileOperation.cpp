@@ -2,6 +2,7 @@
 #include <KestovaFoundation/OVFileOperation.h>
 #include <KestovaFoundation/OVNSErrorBuilder.h>
 #include <KestovaPlatform/Class.h>
+#include <KestovaPlatform/FirstException.h>
 #include <KestovaPlatform/NSBeep.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSFileManager.h>
@@ -11,6 +12,8 @@
 
 #include <array>
 #include <chrono>
+#include <cstddef>
+#include <span>
 #include <thread>
 #include <utility>
 
@@ -378,10 +381,23 @@ void OVFileOperation::updateStatus() {
   publish(sum);
 }
 
+/// Whoever is told that the figures change is told when they have, or that they don't.
 void OVFileOperation::publish(const Figures& figures) {
-  for (const char* key : kFigureKeys) {
-    willChangeValueForKey(key);
+  FirstException failure;
+  std::size_t announced = 0;
+  failure.attempt([&] {
+    for (; announced < kFigureKeys.size(); ++announced) {
+      willChangeValueForKey(kFigureKeys[announced]);
+    }
+    setFigures(figures);
+  });
+  for (const char* key : std::span(kFigureKeys).first(announced)) {
+    failure.attempt([&] { didChangeValueForKey(key); });
   }
+  failure.rethrow();
+}
+
+void OVFileOperation::setFigures(const Figures& figures) {
   mTotalBytes = figures.totalBytes;
   mBytesComplete = figures.bytesComplete;
   mBytesRemaining = figures.bytesRemaining;
@@ -392,9 +408,6 @@ void OVFileOperation::publish(const Figures& figures) {
   mUserVisibleObjectsComplete = figures.userVisibleObjectsComplete;
   mUserVisibleObjectsRemaining = figures.userVisibleObjectsRemaining;
   mThroughput = figures.throughput;
-  for (const char* key : kFigureKeys) {
-    didChangeValueForKey(key);
-  }
 }
 
 void OVFileOperation::complete(const FSFileOperationRef& operation, NSUInteger index,

@@ -36,18 +36,16 @@ void OVKVOMutableDictionary::setObject_forKey(const id& object, const id& key) {
   if (!object) {
     throw NSException(NSInvalidArgumentException, "no object can be set that is nothing");
   }
-  willChangeValueForKey(name);
+  const KeyValueChange change(*this, name);
   _dictionary->setObject_forKey(object, name);
-  didChangeValueForKey(name);
 }
 
 void OVKVOMutableDictionary::removeObjectForKey(const id& key) {
   const auto name = cast<NSString>(key);
   require(name != nullptr, "[key isKindOfClass:[NSString class]]",
           {"OVKVOMutableDictionary", "-[OVKVOMutableDictionary removeObjectForKey:]", 67});
-  willChangeValueForKey(name);
+  const KeyValueChange change(*this, name);
   _dictionary->removeObjectForKey(name);
-  didChangeValueForKey(name);
 }
 
 }  // namespace kestova

@@ -213,6 +213,7 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperation : public NSObject {
   void complete(const FSFileOperationRef& operation, NSUInteger index, OSStatus error);
   void updateStatus();
   void publish(const Figures& figures);
+  void setFigures(const Figures& figures);
   void cancelAllOperations();
 
   Ref<NSString> mFromPath;

@@ -27,8 +27,10 @@ void checkIndexesBelow(const NSArray& array, const char* operation, const Ref<NS
   }
 }
 
+/// No key but one that names such a property takes memory, for observers are told of others by it.
 Ref<NSString> ownPropertyNamedBy(const Ref<NSString>& key) {
-  return key && key->hasPrefix("@") ? key->substringFromIndex(1) : nullptr;
+  const bool isLikely = key && key->length() > 0 && key->characterAtIndex(0) == '@';
+  return isLikely && key->hasPrefix("@") ? key->substringFromIndex(1) : nullptr;
 }
 
 }  // namespace kestova

@@ -67,9 +67,8 @@ class MutableDictionary final : public TableDictionary<NSMutableDictionary> {
 
   void setValue_forKey(const id& value, const Ref<NSString>& key) override {
     checkArgument(*this, "setValue:forKey:", key != nullptr);
-    willChangeValueForKey(key);
+    const KeyValueChange change(*this, key);
     NSMutableDictionary::setValue_forKey(value, key);
-    didChangeValueForKey(key);
   }
 
  private:

@@ -98,33 +98,31 @@ id KeyPathRegistration::oldValue(const id& changed) const {
   return value;
 }
 
-void KeyPathRegistration::tell(ChangeMoment moment, const id& oldValue, const id& changed) const {
-  if (moment == ChangeMoment::Before && !asksFor(NSKeyValueObservingOptionPrior)) {
-    return;
-  }
+Ref<ObservedChange> KeyPathRegistration::changeToTell(ChangeMoment moment,
+                                                      const id& oldValue) const {
+  const bool hasNewValue = moment == ChangeMoment::After && asksFor(NSKeyValueObservingOptionNew);
+  return oldValue || hasNewValue ? make<ObservedChange>(moment, oldValue) : observedChange(moment);
+}
+
+void KeyPathRegistration::tell(ChangeMoment moment, const Ref<ObservedChange>& change,
+                               const id& changed) const {
   withRoot(changed, [&](const id& root) {
     const id observer = live(observer_);
     if (!observer) {
       return;
     }
-    const auto hand = [&](const Ref<NSDictionary>& change) {
-      observer->observeValueForKeyPath_ofObject_change_context(keyPath_, root, change, context_);
-    };
-    const id after = moment == ChangeMoment::After ? newValue(*root) : id();
-    oldValue || after ? hand(observedChange(moment, oldValue, after))
-                      : hand(observedChange(moment));
+    if (moment == ChangeMoment::After && asksFor(NSKeyValueObservingOptionNew)) {
+      change->setNewValue(orNull(valueIn(*root)));
+    }
+    observer->observeValueForKeyPath_ofObject_change_context(keyPath_, root, change, context_);
   });
 }
 
 void KeyPathRegistration::tellInitialValue() const {
   const id root = asksFor(NSKeyValueObservingOptionInitial) ? liveRoot() : id();
   if (root) {
-    tell(ChangeMoment::After, nullptr, root);
+    tell(ChangeMoment::After, changeToTell(ChangeMoment::After, nullptr), root);
   }
-}
-
-id KeyPathRegistration::newValue(const NSObject& root) const {
-  return asksFor(NSKeyValueObservingOptionNew) ? orNull(valueIn(root)) : id();
 }
 
 id KeyPathRegistration::valueIn(const NSObject& root) const {

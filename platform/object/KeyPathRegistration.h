@@ -46,8 +46,14 @@ class KeyPathRegistration : public std::enable_shared_from_this<KeyPathRegistrat
   /// `changed` is the object whose property changes, which the caller holds.
   id oldValue(const id& changed) const;
 
-  /// Tells the observer, when it wants to be told at that moment.
-  void tell(ChangeMoment moment, const id& oldValue, const id& changed) const;
+  /// Whether the observer wants to be told before changes, too.
+  bool asksForBefore() const noexcept { return asksFor(NSKeyValueObservingOptionPrior); }
+
+  /// What the observer is to be told at that moment.
+  Ref<ObservedChange> changeToTell(ChangeMoment moment, const id& oldValue) const;
+
+  /// Tells the observer, with the value that is there by now when the change has been made.
+  void tell(ChangeMoment moment, const Ref<ObservedChange>& change, const id& changed) const;
 
   /// Guards what can change here and in the steps; never held while other code runs.
   std::mutex& mutex() const noexcept { return mutex_; }
@@ -56,7 +62,6 @@ class KeyPathRegistration : public std::enable_shared_from_this<KeyPathRegistrat
   bool asksFor(NSUInteger option) const noexcept { return (options_ & option) != 0; }
   id live(NSObject& party) const;
   id valueIn(const NSObject& root) const;
-  id newValue(const NSObject& root) const;
   void tellInitialValue() const;
   template <class Tell>
   void withRoot(const id& changed, const Tell& tell) const;

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "object/KeyPathStep.h"
 
+#include <KestovaPlatform/FirstException.h>
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSSet.h>
 
 #include "object/KeyText.h"
 #include "object/ObjectExtras.h"
 
+#include <string_view>
 #include <utility>
 
 namespace kestova {
@@ -18,14 +20,18 @@ Ref<NSString> firstKeyOf(const Ref<NSString>& keyPath) {
 }
 
 KeyPathStep::Keys keysOf(const Ref<NSString>& keyPath) {
-  std::vector<Ref<NSString>> keys{firstKeyOf(keyPath)};
-  if (keys.front() != keyPath) {
-    keys.clear();
+  std::vector<KeyPathStep::Key> keys;
+  const auto add = [&](const Ref<NSString>& key) {
+    keys.push_back({key, std::string(std::string_view(KeyText(key)))});
+  };
+  if (endOfFirstKey(keyPath) == NSNotFound) {
+    add(keyPath);
+  } else {
     for (const id& key : keyPath->componentsSeparatedByString(".")) {
-      keys.push_back(cast<NSString>(key));
+      add(cast<NSString>(key));
     }
   }
-  return std::make_shared<const std::vector<Ref<NSString>>>(std::move(keys));
+  return std::make_shared<const std::vector<KeyPathStep::Key>>(std::move(keys));
 }
 
 /// The paths that a key depends on, also by way of others, each once.
@@ -73,29 +79,26 @@ void KeyPathStep::enter() {
   if (isOneOfItsOwners()) {
     return;  // properties that depend on each other
   }
-  if (object_.keyPathsForValuesAffectingValueForKey(key())) {
-    for (const id& path : pathsAffecting(object_, key())) {
+  if (object_.keyPathsForValuesAffectingValueForKey(key().name)) {
+    for (const id& path : pathsAffecting(object_, key().name)) {
       enterAffecting(cast<NSString>(path));
     }
   }
 }
 
 /// Nothing may fail between the linking of a step and its being known to the one that it affects.
-void KeyPathStep::makeRoomForAffecting() {
-  const std::scoped_lock lock(registration_->mutex());
-  affecting_.reserve(affecting_.size() + 1);
-}
-
 void KeyPathStep::enterAffecting(const Ref<NSString>& keyPath) {
   const auto step = first(registration_, object_, keyPath, shared_from_this());
-  makeRoomForAffecting();
+  const auto present = affecting();
+  auto grown = present ? std::make_shared<Steps>(*present) : std::make_shared<Steps>();
+  grown->push_back(step);
   step->link();
   bool isTooLate = false;
   {
     const std::scoped_lock lock(registration_->mutex());
     isTooLate = hasLeft_;
     if (!isTooLate) {
-      affecting_.push_back(step);
+      affecting_ = std::move(grown);
     }
   }
   if (isTooLate) {
@@ -107,7 +110,7 @@ void KeyPathStep::enterAffecting(const Ref<NSString>& keyPath) {
 
 bool KeyPathStep::isOneOfItsOwners() const {
   for (const KeyPathStep* owner = owner_.get(); owner != nullptr; owner = owner->owner_.get()) {
-    if (&owner->object_ == &object_ && owner->key()->isEqualToString(key())) {
+    if (&owner->object_ == &object_ && owner->keyText() == keyText()) {
       return true;
     }
   }
@@ -131,7 +134,7 @@ std::shared_ptr<KeyPathStep> KeyPathStep::attachNext() {
     const std::scoped_lock lock(registration_->mutex());
     change = ++changes_;
   }
-  const id value = object_.valueForKey(key());
+  const id value = object_.valueForKey(key().name);
   if (!value) {
     return nullptr;
   }
@@ -157,28 +160,35 @@ std::shared_ptr<KeyPathStep> KeyPathStep::attachNext() {
   return isCurrent ? next : nullptr;
 }
 
-void KeyPathStep::leave(const id& root) {
+void KeyPathStep::leave(const id& root) noexcept {
   for (auto step = shared_from_this(); step;) {
     step = step->leaveAlone(root);
   }
 }
 
+template <class Visit>
+void KeyPathStep::forEach(const std::shared_ptr<const Steps>& steps, const Visit& visit) {
+  if (steps) {
+    for (const auto& step : *steps) {
+      visit(*step);
+    }
+  }
+}
+
 /// Leaves with all that affects it, and answers the step behind, for which the same is to be done.
-std::shared_ptr<KeyPathStep> KeyPathStep::leaveAlone(const id& root) {
-  std::vector<std::shared_ptr<KeyPathStep>> affecting;
+std::shared_ptr<KeyPathStep> KeyPathStep::leaveAlone(const id& root) noexcept {
+  std::shared_ptr<const Steps> affecting;
   std::shared_ptr<KeyPathStep> next;
   {
     const std::scoped_lock lock(registration_->mutex());
     hasLeft_ = true;
     next = std::move(next_);
-    affecting.swap(affecting_);
+    affecting = std::move(affecting_);
   }
   if (ObjectExtras* extras = held_ || root ? ObjectExtras::existing(object_) : nullptr) {
     extras->observers.unlink(*this);
   }
-  for (const auto& step : affecting) {
-    step->leave(root);
-  }
+  forEach(affecting, [&](KeyPathStep& step) { step.leave(root); });
   return next;
 }
 
@@ -189,21 +199,21 @@ void KeyPathStep::forAllThatChange(const Visit& visit) {
   for (auto step = shared_from_this(); step; step = step->owner_) {
     visit(*step);
     if (step->index_ == 0 && step->owner_) {
-      for (const auto& sibling : step->owner_->affecting()) {
-        if (sibling != step) {
-          visit(*sibling);
+      forEach(step->owner_->affecting(), [&](KeyPathStep& sibling) {
+        if (&sibling != step.get()) {
+          visit(sibling);
         }
-      }
+      });
     }
   }
 }
 
-std::vector<std::shared_ptr<KeyPathStep>> KeyPathStep::affecting() const {
+std::shared_ptr<const KeyPathStep::Steps> KeyPathStep::affecting() const noexcept {
   const std::scoped_lock lock(registration_->mutex());
   return affecting_;
 }
 
-void KeyPathStep::willChange() {
+void KeyPathStep::willChange() noexcept {
   if (owner_ || !isLast()) {
     forAllThatChange([](KeyPathStep& step) { step.dropNext(); });
   }
@@ -211,11 +221,13 @@ void KeyPathStep::willChange() {
 
 void KeyPathStep::didChange() {
   if (owner_ || !isLast()) {
-    forAllThatChange([](KeyPathStep& step) { step.follow(); });
+    FirstException failure;
+    forAllThatChange([&](KeyPathStep& step) { failure.attempt([&] { step.follow(); }); });
+    failure.rethrow();
   }
 }
 
-void KeyPathStep::dropNext() {
+void KeyPathStep::dropNext() noexcept {
   std::shared_ptr<KeyPathStep> dropped;
   {
     const std::scoped_lock lock(registration_->mutex());

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace kestova {
@@ -25,7 +26,11 @@ namespace kestova {
 /// table to a step never dangles, and no registration keeps its own root alive.
 class KeyPathStep : public std::enable_shared_from_this<KeyPathStep> {
  public:
-  using Keys = std::shared_ptr<const std::vector<Ref<NSString>>>;
+  struct Key {
+    Ref<NSString> name;
+    std::string text;  // by which tables know it
+  };
+  using Keys = std::shared_ptr<const std::vector<Key>>;
 
   /// The first step of a path.
   static std::shared_ptr<KeyPathStep> first(std::shared_ptr<KeyPathRegistration> registration,
@@ -36,7 +41,7 @@ class KeyPathStep : public std::enable_shared_from_this<KeyPathStep> {
               std::size_t index, std::shared_ptr<KeyPathStep> owner);
 
   KeyPathRegistration& registration() const noexcept { return *registration_; }
-  const Ref<NSString>& key() const { return (*keys_)[index_]; }
+  const std::string& keyText() const noexcept { return key().text; }
 
   /// Whether the registration begins here.
   bool isFirstOfRegistration() const noexcept { return index_ == 0 && !owner_; }
@@ -49,22 +54,28 @@ class KeyPathStep : public std::enable_shared_from_this<KeyPathStep> {
 
   /// Takes this step and all below it out of the tables, for good. `root` is the registration's
   /// root; null when that goes, and its table with it.
-  void leave(const id& root);
+  void leave(const id& root) noexcept;
 
-  /// The key is about to change, or has changed.
-  void willChange();
+  /// The key is about to change.
+  void willChange() noexcept;
+
+  /// It has changed. What can't be followed keeps nothing else from being so.
   void didChange();
 
  private:
+  using Steps = std::vector<std::shared_ptr<KeyPathStep>>;
+
+  const Key& key() const noexcept { return (*keys_)[index_]; }
   bool isLast() const noexcept { return index_ + 1 == keys_->size(); }
   bool isOneOfItsOwners() const;
   void link();
-  void makeRoomForAffecting();
   void enterAffecting(const Ref<NSString>& keyPath);
   std::shared_ptr<KeyPathStep> attachNext();
-  std::shared_ptr<KeyPathStep> leaveAlone(const id& root);
-  void dropNext();
-  std::vector<std::shared_ptr<KeyPathStep>> affecting() const;
+  std::shared_ptr<KeyPathStep> leaveAlone(const id& root) noexcept;
+  void dropNext() noexcept;
+  std::shared_ptr<const Steps> affecting() const noexcept;
+  template <class Visit>
+  static void forEach(const std::shared_ptr<const Steps>& steps, const Visit& visit);
   template <class Visit>
   void forAllThatChange(const Visit& visit);
 
@@ -77,8 +88,8 @@ class KeyPathStep : public std::enable_shared_from_this<KeyPathStep> {
 
   // Guarded by the registration's mutex.
   std::shared_ptr<KeyPathStep> next_;
-  std::vector<std::shared_ptr<KeyPathStep>> affecting_;
-  std::uint64_t changes_ = 0;  // tells whether a value that was read may be an old one
+  std::shared_ptr<const Steps> affecting_;  // null for none; replaced, not changed
+  std::uint64_t changes_ = 0;               // tells whether a value that was read may be an old one
   bool hasLeft_ = false;
 };
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/FirstException.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSKeyValueObserving.h>
 #include <KestovaPlatform/NSObject.h>
@@ -10,6 +11,7 @@
 #include "object/PendingChanges.h"
 #include "values/RangeCheck.h"
 
+#include <exception>
 #include <memory>
 
 namespace kestova {
@@ -108,11 +110,26 @@ void NSObject::didChangeValueForKey(const char* key) {
   }
 }
 
-void KeyValueChange::begin() {
-  object_.willChangeValueForKey(key_);
-  begun_ = true;
+void KeyValueChange::begin(const char* key) {
+  checkArgument(object_, "willChangeValueForKey:", key != nullptr);
+  number_ = PendingChanges::ofThread().willChange(object_, key);
+  exceptions_ = std::uncaught_exceptions();
 }
 
-void KeyValueChange::end() { object_.didChangeValueForKey(key_); }
+void KeyValueChange::beginNamed(const Ref<NSString>& key) {
+  checkArgument(object_, "willChangeValueForKey:", key != nullptr);
+  number_ = PendingChanges::ofThread().willChange(object_, KeyText(key));
+  exceptions_ = std::uncaught_exceptions();
+}
+
+void KeyValueChange::end() {
+  FirstException failure;
+  if (PendingChanges* pending = PendingChanges::existing()) {
+    failure.attempt([&] { pending->didChange(object_, number_); });
+  }
+  if (std::uncaught_exceptions() == exceptions_) {
+    failure.rethrow();
+  }
+}
 
 }  // namespace kestova

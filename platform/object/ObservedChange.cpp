@@ -17,74 +17,57 @@ const id& settingKind() {
   return kind;
 }
 
-class ObservedChange final : public NSDictionary {
- public:
-  ObservedChange(ChangeMoment moment, id oldValue, id newValue)
-      : moment_(moment), oldValue_(std::move(oldValue)), newValue_(std::move(newValue)) {}
+constexpr std::array<const StringConstant*, 4> kKeys{
+    &NSKeyValueChangeKindKey, &NSKeyValueChangeOldKey, &NSKeyValueChangeNewKey,
+    &NSKeyValueChangeNotificationIsPriorKey};
 
-  NSUInteger count() const override {
-    return static_cast<NSUInteger>(std::ranges::count_if(
-        kKeys, [this](const StringConstant* key) { return objectUnder(*key) != nullptr; }));
-  }
-
-  id objectForKey(const id& key) const override {
-    const auto* known = std::ranges::find_if(
-        kKeys, [&](const StringConstant* constant) { return isKey(*constant, key); });
-    return known == kKeys.end() ? nullptr : objectUnder(**known);
-  }
-
-  Ref<NSEnumerator> keyEnumerator() const override {
-    std::vector<id> keys;
-    for (const StringConstant* key : kKeys) {
-      if (objectUnder(*key)) {
-        keys.emplace_back(key->string());
-      }
-    }
-    return NSArray::arrayWithObjects(std::move(keys))->objectEnumerator();
-  }
-
-  id copy() const override { return self(); }
-
- private:
-  static constexpr std::array<const StringConstant*, 4> kKeys{
-      &NSKeyValueChangeKindKey, &NSKeyValueChangeOldKey, &NSKeyValueChangeNewKey,
-      &NSKeyValueChangeNotificationIsPriorKey};
-
-  static bool isKey(const StringConstant& constant, const id& key) {
-    const auto string = constant.string();
-    return string == key || string->isEqual(key);
-  }
-
-  /// What is there under one of the keys; null where nothing is.
-  id objectUnder(const StringConstant& key) const {
-    if (&key == &NSKeyValueChangeKindKey) {
-      return settingKind();
-    }
-    if (&key == &NSKeyValueChangeOldKey) {
-      return oldValue_;
-    }
-    if (&key == &NSKeyValueChangeNewKey) {
-      return newValue_;
-    }
-    return moment_ == ChangeMoment::Before ? id(true) : id();
-  }
-
-  const ChangeMoment moment_;
-  const id oldValue_;
-  const id newValue_;
-};
+bool isKey(const StringConstant& constant, const id& key) {
+  const auto string = constant.string();
+  return string == key || string->isEqual(key);
+}
 
 }  // namespace
 
-Ref<NSDictionary> observedChange(ChangeMoment moment, id oldValue, id newValue) {
-  return make<ObservedChange>(moment, std::move(oldValue), std::move(newValue));
+NSUInteger ObservedChange::count() const {
+  return static_cast<NSUInteger>(std::ranges::count_if(
+      kKeys, [this](const StringConstant* key) { return objectUnder(*key) != nullptr; }));
 }
 
-const Ref<NSDictionary>& observedChange(ChangeMoment moment) {
+id ObservedChange::objectForKey(const id& key) const {
+  const auto* known = std::ranges::find_if(
+      kKeys, [&](const StringConstant* constant) { return isKey(*constant, key); });
+  return known == kKeys.end() ? nullptr : objectUnder(**known);
+}
+
+Ref<NSEnumerator> ObservedChange::keyEnumerator() const {
+  std::vector<id> keys;
+  for (const StringConstant* key : kKeys) {
+    if (objectUnder(*key)) {
+      keys.emplace_back(key->string());
+    }
+  }
+  return NSArray::arrayWithObjects(std::move(keys))->objectEnumerator();
+}
+
+/// What is there under one of the keys; null where nothing is.
+id ObservedChange::objectUnder(const StringConstant& key) const {
+  if (&key == &NSKeyValueChangeKindKey) {
+    return settingKind();
+  }
+  if (&key == &NSKeyValueChangeOldKey) {
+    return oldValue_;
+  }
+  if (&key == &NSKeyValueChangeNewKey) {
+    return newValue_;
+  }
+  return moment_ == ChangeMoment::Before ? id(true) : id();
+}
+
+const Ref<ObservedChange>& observedChange(ChangeMoment moment) {
   static const auto& before =
-      *new Ref<NSDictionary>(observedChange(ChangeMoment::Before, nullptr, nullptr));
+      *new Ref<ObservedChange>(make<ObservedChange>(ChangeMoment::Before, nullptr));
   static const auto& after =
-      *new Ref<NSDictionary>(observedChange(ChangeMoment::After, nullptr, nullptr));
+      *new Ref<ObservedChange>(make<ObservedChange>(ChangeMoment::After, nullptr));
   return moment == ChangeMoment::Before ? before : after;
 }
 

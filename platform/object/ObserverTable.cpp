@@ -30,19 +30,17 @@ ObserverTable::~ObserverTable() {
 }
 
 void ObserverTable::link(std::shared_ptr<KeyPathStep> step) {
-  const KeyText key(step->key());
   const std::scoped_lock lock(mutex_);
-  auto& steps = steps_[std::string(std::string_view(key))];
+  auto& steps = steps_[step->keyText()];
   const auto place = std::ranges::upper_bound(steps, step->registration().number(), {}, numberOf);
   steps.insert(place, std::move(step));
   count_.fetch_add(1, std::memory_order_release);
 }
 
-void ObserverTable::unlink(const KeyPathStep& step) {
-  const KeyText key(step.key());
+void ObserverTable::unlink(const KeyPathStep& step) noexcept {
   std::shared_ptr<KeyPathStep> removed;  // goes after the lock is released
   const std::scoped_lock lock(mutex_);
-  const auto entry = steps_.find(std::string_view(key));
+  const auto entry = steps_.find(step.keyText());
   if (entry == steps_.end()) {
     return;
   }

@@ -26,7 +26,7 @@ class ObserverTable {
   ~ObserverTable();
 
   void link(std::shared_ptr<KeyPathStep> step);
-  void unlink(const KeyPathStep& step);
+  void unlink(const KeyPathStep& step) noexcept;
 
   /// The latest registration with this object as its root for the observer and path, and for the
   /// context where one is given; null when there is none.

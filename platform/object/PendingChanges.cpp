@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "object/PendingChanges.h"
 
+#include <KestovaPlatform/FirstException.h>
+
 #include "object/ObjectExtras.h"
 
 #include <pthread.h>
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace kestova {
 namespace {
@@ -63,7 +66,7 @@ bool PendingChanges::Change::isFirstOfItsRegistration(std::size_t index) const n
   return index == 0 || &told[index - 1].step->registration() != &told[index].step->registration();
 }
 
-void PendingChanges::willChange(NSObject& object, std::string_view key) {
+std::uint64_t PendingChanges::willChange(NSObject& object, std::string_view key) {
   Lent lent(spare_);
   if (spare_.empty()) {
     lent.list.emplace_back();
@@ -73,34 +76,72 @@ void PendingChanges::willChange(NSObject& object, std::string_view key) {
   Change& change = lent.list.front();
   change.object = &object;
   change.key = key;
+  change.number = ++lastNumber_;
   ObjectExtras::of(object).observers.stepsAt(key, [&](const std::shared_ptr<KeyPathStep>& step) {
     change.told.push_back({step, nullptr});
   });
-  if (!change.told.empty()) {
-    tellBefore(ObjectExtras::share(object), change);
-    announced_.splice(announced_.end(), lent.list);
+  if (change.told.empty()) {
+    return 0;
   }
+  tellBefore(ObjectExtras::share(object), change);
+  announced_.splice(announced_.end(), lent.list);
+  return change.number;
 }
 
-/// All are told before anything is taken away: one who throws leaves everything as it was. Nobody
-/// is told of an object that goes; it is null here.
+/// All are told before anything is taken away. Nobody is told of an object that goes; it is null
+/// here.
 void PendingChanges::tellBefore(const id& object, Change& change) {
-  for (std::size_t index = 0; object && index < change.told.size(); ++index) {
-    if (change.isFirstOfItsRegistration(index)) {
-      Told& told = change.told[index];
-      told.oldValue = told.step->registration().oldValue(object);
-      told.step->registration().tell(ChangeMoment::Before, told.oldValue, object);
+  try {
+    for (std::size_t index = 0; object && index < change.told.size(); ++index) {
+      if (change.isFirstOfItsRegistration(index)) {
+        tellBefore(object, change.told[index]);
+      }
     }
+  } catch (...) {
+    takeBack(object, change);
+    throw;
   }
   for (const Told& told : change.told) {
     told.step->willChange();
   }
 }
 
+/// Has something to tell of the end only when it was told of the beginning.
+void PendingChanges::tellBefore(const id& object, Told& told) {
+  const KeyPathRegistration& registration = told.step->registration();
+  const id oldValue = registration.oldValue(object);
+  auto end = registration.changeToTell(ChangeMoment::After, oldValue);
+  if (registration.asksForBefore()) {
+    registration.tell(ChangeMoment::Before,
+                      registration.changeToTell(ChangeMoment::Before, oldValue), object);
+  }
+  told.end = std::move(end);
+}
+
+/// The change is not made. Who was told that it would be is told of its end; more than that can't
+/// be done for one who throws now.
+void PendingChanges::takeBack(const id& object, const Change& change) noexcept {
+  FirstException unheard;
+  for (const Told& told : change.told) {
+    const KeyPathRegistration& registration = told.step->registration();
+    if (told.end && registration.asksForBefore()) {
+      unheard.attempt([&] { registration.tell(ChangeMoment::After, told.end, object); });
+    }
+  }
+}
+
 void PendingChanges::didChange(NSObject& object, std::string_view key) {
-  const auto latest = std::find_if(
-      announced_.rbegin(), announced_.rend(),
-      [&](const Change& change) { return change.object == &object && change.key == key; });
+  endLatest(object,
+            [&](const Change& change) { return change.object == &object && change.key == key; });
+}
+
+void PendingChanges::didChange(NSObject& object, std::uint64_t number) {
+  endLatest(object, [&](const Change& change) { return change.number == number; });
+}
+
+template <class IsMeant>
+void PendingChanges::endLatest(NSObject& object, const IsMeant& isMeant) {
+  const auto latest = std::find_if(announced_.rbegin(), announced_.rend(), isMeant);
   if (latest != announced_.rend()) {
     Lent lent(spare_);
     lent.list.splice(lent.list.begin(), announced_, std::prev(latest.base()));
@@ -109,15 +150,17 @@ void PendingChanges::didChange(NSObject& object, std::string_view key) {
 }
 
 void PendingChanges::tellAfter(const id& object, const Change& change) {
+  FirstException failure;
   for (const Told& told : change.told) {
-    told.step->didChange();
+    failure.attempt([&] { told.step->didChange(); });
   }
-  for (std::size_t index = 0; object && index < change.told.size(); ++index) {
-    if (change.isFirstOfItsRegistration(index)) {
-      const Told& told = change.told[index];
-      told.step->registration().tell(ChangeMoment::After, told.oldValue, object);
+  for (const Told& told : change.told) {
+    if (object && told.end) {
+      failure.attempt(
+          [&] { told.step->registration().tell(ChangeMoment::After, told.end, object); });
     }
   }
+  failure.rethrow();
 }
 
 }  // namespace kestova

@@ -4,7 +4,10 @@
 #include <KestovaPlatform/NSObject.h>
 
 #include "object/KeyPathStep.h"
+#include "object/ObservedChange.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <string>
@@ -24,28 +27,41 @@ class PendingChanges {
   /// Those of the calling thread; null when it never announced a change that somebody observed.
   static PendingChanges* existing() noexcept;
 
-  void willChange(NSObject& object, std::string_view key);
+  /// Answers the number of the change; 0 when nobody is to be told of its end. What an observer
+  /// throws leaves everything as it was.
+  std::uint64_t willChange(NSObject& object, std::string_view key);
+
+  /// Ends the latest change of that key, or the change of that number. One that has ended already
+  /// is no failure. What observers throw comes out when all have been told.
   void didChange(NSObject& object, std::string_view key);
+  void didChange(NSObject& object, std::uint64_t number);
 
  private:
   struct Told {
     std::shared_ptr<KeyPathStep> step;
-    id oldValue;
+    /// What is told of the end; null where another one of the same registration stands before.
+    Ref<ObservedChange> end;
   };
   struct Change {
     const NSObject* object = nullptr;
     std::string key;
+    std::uint64_t number = 0;
     std::vector<Told> told;  // in the order of registration
 
     bool isFirstOfItsRegistration(std::size_t index) const noexcept;
   };
   class Lent;
 
+  template <class IsMeant>
+  void endLatest(NSObject& object, const IsMeant& isMeant);
   static void tellBefore(const id& object, Change& change);
+  static void tellBefore(const id& object, Told& told);
+  static void takeBack(const id& object, const Change& change) noexcept;
   static void tellAfter(const id& object, const Change& change);
 
   std::list<Change> announced_;
   std::list<Change> spare_;
+  std::uint64_t lastNumber_ = 0;
 };
 
 }  // namespace kestova

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/Contract.h>
+#include <KestovaPlatform/FirstException.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSOperation.h>
 
 #include "collections/MemberRelease.h"
-#include "object/FirstException.h"
 #include "object/ObjectExtras.h"
 #include "operations/OperationScheduler.h"
 

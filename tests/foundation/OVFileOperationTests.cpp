@@ -607,6 +607,35 @@ TEST_F(OVFileOperationReportTests, TheFiguresOfManyAreAnnouncedInTheSameOrder) {
   }
 }
 
+// Shows: totalBytes, bytesComplete
+TEST_F(OVFileOperationReportTests, AnObserverThatThrowsKeepsNoFigureFromBeingAnnounced) {
+  class Refusing final : public NSObject {
+    void observeValueForKeyPath_ofObject_change_context(const Ref<NSString>&, const id&,
+                                                        const Ref<NSDictionary>&, void*) override {
+      throw NSException(NSGenericException, "no");
+    }
+  };
+  for (const bool beforehand : {true, false}) {
+    const auto recorder = make<KeyRecorder>();
+    const auto refusing = make<Refusing>();
+    for (const auto& key : kFigureKeys) {
+      operation_->addObserver_forKeyPath_options_context(recorder.get(), key,
+                                                         NSKeyValueObservingOptionPrior, nullptr);
+    }
+    const NSUInteger options = beforehand ? NSUInteger(NSKeyValueObservingOptionPrior) : 0;
+    operation_->addObserver_forKeyPath_options_context(refusing.get(), "bytesComplete", options,
+                                                       nullptr);
+    beginSingle();
+    EXPECT_THROW(service_.report(0, kFirst), NSException);
+    Names told = kFigureKeys;
+    told.insert(told.end(), kFigureKeys.begin(), kFigureKeys.end());
+    if (beforehand) {
+      told = {"totalBytes", "bytesComplete", "bytesComplete", "totalBytes"};
+    }
+    EXPECT_EQ(recorder->keys, told);
+  }
+}
+
 // Shows: isCancelled, isExecuting, isFinished, fromPath, toPath, currentFile
 TEST_F(OVFileOperationReportTests, FlagsPathsAndCurrentFileCanBeObserved) {
   const auto recorder = make<KeyRecorder>();

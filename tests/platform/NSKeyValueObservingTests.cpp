@@ -381,6 +381,56 @@ TEST_F(NSKeyValueObservingTests, AChangeThatAnObserverRefusesBeforehandIsNotMade
   EXPECT_EQ(recorder_->told, (Lines{"prior value 0>-", "value 0>6"}));
 }
 
+TEST_F(NSKeyValueObservingTests, WhoWasToldOfAChangeThatAnotherOneRefusesIsToldOfItsEnd) {
+  observe("value", kNewAndOld | NSKeyValueObservingOptionPrior);
+  const auto silent = make<Recorder>();
+  node_->addObserver_forKeyPath_options_context(silent.get(), "value", kNewAndOld, nullptr);
+  const auto refusing = make<Recorder>();
+  node_->addObserver_forKeyPath_options_context(refusing.get(), "value",
+                                                NSKeyValueObservingOptionPrior, nullptr);
+  refusing->whenTold = [] { throw NSException(NSGenericException, "not now"); };
+  expectException(NSGenericException, [&] { node_->setValue(5); });
+  EXPECT_EQ(recorder_->told, (Lines{"prior value 0>-", "value 0>0"}));
+  EXPECT_EQ(silent->told, Lines());
+  EXPECT_EQ(refusing->told, (Lines{"prior value ->-"}));
+}
+
+TEST_F(NSKeyValueObservingTests, WhatOneThrowsWhenItIsDoneKeepsNoOtherOneFromBeingTold) {
+  observe("value");
+  const auto other = make<Recorder>();
+  node_->addObserver_forKeyPath_options_context(other.get(), "value", kNewAndOld, nullptr);
+  recorder_->whenTold = [] { throw NSException(NSGenericException, "no"); };
+  expectException(NSGenericException, [&] { node_->setValue(5); });
+  EXPECT_EQ(node_->value(), 5);
+  EXPECT_EQ(other->told, (Lines{"value 0>5"}));
+}
+
+TEST_F(NSKeyValueObservingTests, AChangeThatAnExceptionEndsIsToldAndItsExceptionComesOut) {
+  observe("value");
+  recorder_->whenTold = [] { throw NSException(NSGenericException, "no"); };
+  const auto other = make<Recorder>();
+  node_->addObserver_forKeyPath_options_context(other.get(), "value", kNewAndOld, nullptr);
+  expectException(NSRangeException, [&] {
+    const KeyValueChange change(*node_, "value");
+    throw NSException(NSRangeException, "no value");
+  });
+  EXPECT_EQ(recorder_->told, (Lines{"value 0>0"}));
+  EXPECT_EQ(other->told, (Lines{"value 0>0"}));
+}
+
+TEST_F(NSKeyValueObservingTests, AChangeEndsItsOwnAndNoLaterOneOfTheSameKey) {
+  observe("value", kNewAndOld);
+  {
+    const KeyValueChange change(*node_, Ref<NSString>("value"));
+    node_->willChangeValueForKey("value");
+  }
+  EXPECT_EQ(recorder_->takeTold(), (Lines{"value 0>0"}));
+  node_->didChangeValueForKey("value");
+  EXPECT_EQ(recorder_->takeTold(), (Lines{"value 0>0"}));
+  node_->didChangeValueForKey("value");
+  EXPECT_EQ(recorder_->takeTold(), Lines());
+}
+
 TEST_F(NSKeyValueObservingTests, NothingAndNobodyCannotBeRegistered) {
   expectException(NSInvalidArgumentException, [&] {
     node_->addObserver_forKeyPath_options_context(nullptr, "value", 0, nullptr);

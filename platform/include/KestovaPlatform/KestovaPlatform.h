@@ -23,6 +23,7 @@
 #include <KestovaPlatform/FSFileOperation.h>
 #include <KestovaPlatform/FSFolders.h>
 #include <KestovaPlatform/FSRef.h>
+#include <KestovaPlatform/FirstException.h>
 #include <KestovaPlatform/FormatArgument.h>
 #include <KestovaPlatform/FoundationErrors.h>
 #include <KestovaPlatform/Gestalt.h>

@@ -122,7 +122,9 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
   ///
   /// An observer is told of each announced change of a property or of the end of a dotted path,
   /// once per registration, in the order of registration. Whoever was registered when the change
-  /// began is told when it is done.
+  /// began is told when it is done. An observer that throws when it is told before keeps the change
+  /// from being made, and who was told before it is told of the end as well; what one throws
+  /// afterwards comes out when all have been told.
   /// @{
 
   /// Registers `observer` for a key or dotted path. It is not held: an observer that goes ends its
@@ -214,16 +216,22 @@ class KESTOVA_PLATFORM_EXPORT NSObject {
 ///       mName = copyOf(name);
 ///     }
 ///
-/// While nobody observes the object it costs one load; the key is then never made a string.
+/// While nobody observes the object it costs one load; the key is then never made a string. A key
+/// is not null. Where an exception ends the block, what observers throw on top of it is dropped.
 class KESTOVA_PLATFORM_EXPORT KeyValueChange {
  public:
-  KeyValueChange(NSObject& object, const char* key) : object_(object), key_(key) {
+  KeyValueChange(NSObject& object, const char* key) : object_(object) {
     if (object_.hasObservers()) {
-      begin();
+      begin(key);
+    }
+  }
+  KeyValueChange(NSObject& object, const Ref<NSString>& key) : object_(object) {
+    if (object_.hasObservers()) {
+      beginNamed(key);
     }
   }
   ~KeyValueChange() noexcept(false) {
-    if (begun_) {
+    if (number_ != 0) {
       end();
     }
   }
@@ -231,12 +239,14 @@ class KESTOVA_PLATFORM_EXPORT KeyValueChange {
   KeyValueChange& operator=(const KeyValueChange&) = delete;
 
  private:
-  void begin();
+  // Two names: to choose between overloads would ask here whether text is a string, before it is.
+  void begin(const char* key);
+  void beginNamed(const Ref<NSString>& key);
   void end();
 
   NSObject& object_;
-  const char* key_;
-  bool begun_ = false;
+  std::uint64_t number_ = 0;  // by which the thread knows the change; 0 when nobody is to be told
+  int exceptions_ = 0;        // how many were on their way when it began
 };
 
 /// An immutable copy for storing; null stays null. `T` is the type as the variable declares it, so

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSSet.h>
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 #include <string>
 
 #include "AllocationFaults.h"
+#include "ChangeCounter.h"
 #include "ObservedAccount.h"
 
 using namespace kestova;
@@ -138,4 +140,51 @@ TEST(NSKeyValueObservingFaults, ASetterThatFindsNoMemoryToAnnounceItsChangeLeave
   account->setName("anybody");
   EXPECT_EQ(watcher->told, 2);
   account->removeObserver_forKeyPath(watcher.get(), "name");
+}
+
+TEST(NSKeyValueObservingFaults, WhoIsToldOfAChangeOfADictionaryIsToldOfItsEnd) {
+  for (const char* key : {"k", "Schlüssel, länger als jeder Platz darin"}) {
+    const Ref<NSString> name = key;
+    const auto dictionary = NSMutableDictionary::dictionary();
+    const auto first = make<ChangeCounter>();
+    const auto second = make<ChangeCounter>();
+    first->observe(*dictionary, name);
+    second->observe(*dictionary, name);
+    const int refused = walkAllocations(
+        [&] {
+          dictionary->setValue_forKey(kLongName, name);
+          dictionary->setValue_forKey(nullptr, name);
+        },
+        [&](bool) {
+          EXPECT_EQ(first->open(), 0);
+          EXPECT_EQ(second->open(), 0);
+        });
+    EXPECT_GT(refused, 4);
+    EXPECT_GT(second->ended(), 0);
+  }
+}
+
+TEST(NSKeyValueObservingFaults, AnObserverOfAnyKeyIsRemovedWithoutMemory) {
+  for (const char* key : {"name", "Schlüssel, länger als jeder Platz darin"}) {
+    auto account = make<CountedAccount>();
+    auto watcher = make<Watcher>();
+    account->addObserver_forKeyPath_options_context(watcher.get(), key, 0, nullptr);
+    const ArmedFault none(FaultyCall::allocation, 1, Fault::failingFromNowOn(ENOMEM));
+    watcher = nullptr;
+    EXPECT_FALSE(account->hasObservers());
+    account = nullptr;
+    EXPECT_FALSE(none.wasMet());
+  }
+  EXPECT_EQ(livingAccounts, 0);
+}
+
+TEST(NSKeyValueObservingFaults, AFirstRegistrationThatFindsNoMemoryIsNotThere) {
+  const int refused = walkAllocations(
+      [] {
+        const auto account = make<CountedAccount>();
+        const auto watcher = make<Watcher>();
+        account->addObserver_forKeyPath_options_context(watcher.get(), "balance", 0, nullptr);
+      },
+      [](bool) { EXPECT_EQ(livingAccounts, 0); });
+  EXPECT_GT(refused, 6);
 }

@@ -7,8 +7,15 @@ namespace kestova {
 
 /// Keeps what one step throws from keeping back the steps behind it: all of them are made, and what
 /// was thrown first comes out in the end.
+///
+///     FirstException failure;
+///     for (const auto& listener : listeners) failure.attempt([&] { listener->hear(event); });
+///     failure.rethrow();
+///
+/// Threads: one at a time. While nothing is thrown it costs nothing to speak of.
 class FirstException {
  public:
+  /// Calls the step, whatever it throws. All but the first exception are dropped.
   template <class Step>
   void attempt(const Step& step) noexcept {
     try {
@@ -20,6 +27,7 @@ class FirstException {
     }
   }
 
+  /// Throws what was thrown first; returns when nothing was.
   void rethrow() const {
     if (first_) {
       std::rethrow_exception(first_);
