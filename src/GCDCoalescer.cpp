@@ -20,13 +20,13 @@ Ref<GCDCoalescer> GCDCoalescer::init() { return make<GCDCoalescer>(); }
 void GCDCoalescer::dispatchOn_after_block(dispatch_queue_t queue, NSTimeInterval delay,
                                           Block<void()> block) {
   require(block != nullptr, "block != nil");
-  const NSUInteger number = ++count;
-  Block<void()> runIfLatest = [this, number, block = std::move(block)] {
+  Block<void(NSUInteger)> runIfLatest = [this, block = std::move(block)](NSUInteger number) {
     if (count.load(std::memory_order_relaxed) <= number) {
       block();
     }
   };
-  latest_->replace({number, DispatchQueue(queue), std::move(runIfLatest)}, delay, *this);
+  latest_->prepareFor(delay);
+  latest_->replace({++count, DispatchQueue(queue), std::move(runIfLatest)}, delay, *this);
 }
 
 }  // namespace kestova

@@ -32,13 +32,14 @@ void GCDKeyedCoalescer::dispatch_on_after_block(const id& key, dispatch_queue_t 
                                                 NSTimeInterval delay, Block<void()> block) {
   require(block != nullptr, "block != nil");
   const NSUInteger slot = slotOf(key);
-  const NSUInteger number = increment(slot);
-  Block<void()> runIfLatest = [this, slot, number, block = std::move(block)] {
+  Block<void(NSUInteger)> runIfLatest = [this, slot, block = std::move(block)](NSUInteger number) {
     if (countAt(slot) <= number) {
       block();
     }
   };
-  latest_[slot]->replace({number, DispatchQueue(queue), std::move(runIfLatest)}, delay, *this);
+  const auto latest = latest_[slot];
+  latest->prepareFor(delay);
+  latest->replace({increment(slot), DispatchQueue(queue), std::move(runIfLatest)}, delay, *this);
 }
 
 NSUInteger GCDKeyedCoalescer::slotOf(const id& key) {
@@ -49,8 +50,13 @@ NSUInteger GCDKeyedCoalescer::slotOf(const id& key) {
   if (_numCounts == _capacity) {
     grow();
   }
-  _keys->addObject(key);
   latest_.push_back(std::make_shared<LatestRequest>());
+  try {
+    _keys->addObject(key);
+  } catch (...) {
+    latest_.pop_back();
+    throw;
+  }
   return _numCounts++;
 }
 

@@ -10,20 +10,32 @@
 namespace kestova {
 namespace {
 
+/// Whether the end of the delay comes, and not at once.
+bool waitsFor(NSTimeInterval delay) {
+  return dispatchNanoseconds(delay) > 0 && dispatchTimeAfter(delay) != DISPATCH_TIME_FOREVER;
+}
+
 void submit(LatestRequest::Request request, id owner) {
   if (request.block) {
-    dispatch_async(request.queue,
-                   [owner = std::move(owner), block = std::move(request.block)] { block(); });
+    dispatch_async(request.queue, [owner = std::move(owner), number = request.number,
+                                   block = std::move(request.block)] { block(number); });
   }
 }
 
 }  // namespace
 
+void LatestRequest::prepareFor(NSTimeInterval delay) {
+  if (waitsFor(delay)) {
+    const std::lock_guard lock(mutex_);
+    makeTimer();
+  }
+}
+
 void LatestRequest::replace(Request request, NSTimeInterval delay, NSObject& owner) {
   require(request.queue != nullptr, "queue != nil");
   const dispatch_time_t due = dispatchTimeAfter(delay);
   const bool isDue = dispatchNanoseconds(delay) <= 0;
-  const bool waits = !isDue && due != DISPATCH_TIME_FOREVER;
+  const bool waits = waitsFor(delay);
   Request taken;
   {
     const std::lock_guard lock(mutex_);
@@ -59,16 +71,22 @@ void LatestRequest::keep(NSObject& owner, dispatch_time_t until) {
   }
 }
 
-void LatestRequest::arm(dispatch_time_t moment) {
-  if (!timer_) {
-    timer_.emplace();
-    timer_->setEventHandler([weak = weak_from_this()] {
-      if (const auto self = weak.lock()) {
-        self->wake();
-      }
-    });
-    timer_->resume();
+void LatestRequest::makeTimer() {
+  if (timer_) {
+    return;
   }
+  auto timer = std::make_unique<DispatchTimer>();
+  timer->setEventHandler([weak = weak_from_this()] {
+    if (const auto self = weak.lock()) {
+      self->wake();
+    }
+  });
+  timer->resume();
+  timer_ = std::move(timer);
+}
+
+void LatestRequest::arm(dispatch_time_t moment) {
+  makeTimer();
   armedFor_ = moment;
   timer_->setTimer(moment);
 }

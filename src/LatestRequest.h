@@ -8,7 +8,6 @@
 #include <KestovaPlatform/NSTypes.h>
 
 #include <memory>
-#include <optional>
 
 namespace kestova {
 
@@ -22,8 +21,12 @@ class LatestRequest : public std::enable_shared_from_this<LatestRequest> {
   struct Request {
     NSUInteger number = 0;
     DispatchQueue queue;
-    Block<void()> block;
+    Block<void(NSUInteger number)> block;
   };
+
+  /// What a request of that delay needs memory for, before its number is taken: a number that
+  /// nobody replaces anything for would make the request before it one that isn't the latest.
+  void prepareFor(NSTimeInterval delay);
 
   /// Submits the block when the delay is over, unless a request of a higher number comes until
   /// then; the block of a lower one goes here. Whichever it is, the owner is kept until that delay
@@ -34,6 +37,7 @@ class LatestRequest : public std::enable_shared_from_this<LatestRequest> {
   Request take() noexcept;
   void keep(NSObject& owner, dispatch_time_t until);
   void arm(dispatch_time_t moment);
+  void makeTimer();
   void wake();
 
   BriefMutex mutex_;  // guards what follows; no block or owner goes with it held
@@ -42,7 +46,7 @@ class LatestRequest : public std::enable_shared_from_this<LatestRequest> {
   id owner_;
   dispatch_time_t ownerIsKeptUntil_ = 0;
   dispatch_time_t armedFor_ = DISPATCH_TIME_FOREVER;
-  std::optional<DispatchTimer> timer_;
+  std::unique_ptr<DispatchTimer> timer_;  // made with the first request that waits
 };
 
 }  // namespace kestova

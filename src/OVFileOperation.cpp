@@ -246,12 +246,23 @@ bool OVFileOperation::beginOperation_forItemsAtPaths_toPaths_options_error(
   setToPaths(toPaths);
   mOptions = options;
   enterRunning();
+  try {
+    if (beginItems(isCopy ? &FSPathCopyObjectAsync : &FSPathMoveObjectAsync, error)) {
+      return true;
+    }
+  } catch (...) {
+    abandon();
+    throw;
+  }
+  abandon();
+  return false;
+}
+
+bool OVFileOperation::beginItems(Starter start, Ref<NSError>* error) {
   mOperations.assign(mFromPaths->count(), Item());
-  const Starter start = isCopy ? &FSPathCopyObjectAsync : &FSPathMoveObjectAsync;
   for (NSUInteger i = 0; i < mFromPaths->count(); ++i) {
     if (!beginItem(start, cast<NSString>(mFromPaths->objectAtIndex(i)),
                    cast<NSString>(mToPaths->objectAtIndex(i)), error)) {
-      abandon();
       return false;
     }
   }

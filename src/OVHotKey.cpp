@@ -85,7 +85,15 @@ bool OVHotKey::registerHotKey() {
   }
   // Whoever observes what is set now may register other hot keys.
   ++OVHotKeyNextHotKeyID;
-  setHotKeyRef(NSValue::valueWithPointer(reference));
+  try {
+    setHotKeyRef(NSValue::valueWithPointer(reference));
+  } catch (...) {
+    // Nobody would know it to give it back.
+    if (!mHotKeyRef) {
+      UnregisterEventHotKey(reference);
+    }
+    throw;
+  }
   setHotKeyID(hotKeyID.id);
   return true;
 }
@@ -93,7 +101,12 @@ bool OVHotKey::registerHotKey() {
 void OVHotKey::unregisterHotKey() {
   if (mHotKeyRef) {
     UnregisterEventHotKey(static_cast<EventHotKeyRef>(mHotKeyRef->pointerValue()));
-    setHotKeyRef(nullptr);
+    try {
+      setHotKeyRef(nullptr);
+    } catch (...) {
+      mHotKeyRef = nullptr;  // it stands for nothing any more
+      throw;
+    }
   }
 }
 

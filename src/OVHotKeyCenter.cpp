@@ -38,8 +38,8 @@ OVHotKeyCenter::OVHotKeyCenter() {
 }
 
 OVHotKeyCenter::~OVHotKeyCenter() {
-  for (const id& hotKey : registeredHotKeys()) {
-    unregisterHotKey(cast<OVHotKey>(hotKey));
+  while (const auto hotKey = cast<OVHotKey>(mHotKeys->anyObject())) {
+    unregisterHotKey(hotKey);
   }
   RemoveEventHandler(mEventHandler);
 }

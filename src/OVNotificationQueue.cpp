@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSException.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace kestova {
@@ -82,8 +83,29 @@ void OVNotificationQueue::enqueueNotification_coalesceMask(const Ref<NSNotificat
     } else {
       _notifications.push_back(notification);
     }
+    try {
+      enqueuePostingOperation();
+    } catch (...) {
+      takeBack(notification, replaced);
+      throw;
+    }
   }
-  enqueuePostingOperation();
+}
+
+/// Under the mutex. Puts the one that it replaced there again; null for none. The posting queue may
+/// have posted both already.
+void OVNotificationQueue::takeBack(const Ref<NSNotification>& notification,
+                                   Ref<NSNotification>& replaced) {
+  const auto queued = std::find(_notifications.rbegin(), _notifications.rend(), notification);
+  if (queued == _notifications.rend()) {
+    return;
+  }
+  if (replaced) {
+    std::swap(*queued, replaced);
+  } else {
+    replaced = std::move(*queued);
+    _notifications.erase(std::prev(queued.base()));
+  }
 }
 
 void OVNotificationQueue::enqueueNotificationName_object_userInfo_coalesceMask(

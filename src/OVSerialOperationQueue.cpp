@@ -5,6 +5,7 @@
 #include <KestovaPlatform/NSException.h>
 
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace kestova {
@@ -91,8 +92,12 @@ void OVSerialOperationQueue::addOperation(const Ref<NSOperation>& operation) {
   Block<void()> existing = operation->completionBlock();
   // Unowned: it is the operation itself that calls its completion block.
   Block<void()> completion = [chain = chain_, finished = operation.get(), existing] {
-    for (const id& dependency : finished->dependencies()) {
-      finished->removeDependency(cast<NSOperation>(dependency));
+    try {
+      for (const id& dependency : finished->dependencies()) {
+        finished->removeDependency(cast<NSOperation>(dependency));
+      }
+    } catch (const std::bad_alloc&) {
+      // They have finished, and stay for as long as the operation does.
     }
     finished->setCompletionBlock(nullptr);
     chain->letGoIfEmpty();

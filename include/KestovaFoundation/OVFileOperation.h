@@ -199,6 +199,7 @@ class KESTOVA_FOUNDATION_EXPORT OVFileOperation : public NSObject {
                                                             const Ref<NSArray>& toPaths,
                                                             OptionBits options,
                                                             Ref<NSError>* error);
+  bool beginItems(Starter start, Ref<NSError>* error);
   bool beginItem(Starter start, const Ref<NSString>& source, const Ref<NSString>& destination,
                  Ref<NSError>* error);
   OSStatus startItem(const FSFileOperationRef& operation, Starter start,

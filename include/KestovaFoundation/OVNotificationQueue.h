@@ -90,6 +90,7 @@ class KESTOVA_FOUNDATION_EXPORT OVNotificationQueue : public NSObject {
  private:
   Ref<NSOperation> makePostingOperation();
   void post();
+  void takeBack(const Ref<NSNotification>& notification, Ref<NSNotification>& replaced);
   void forget(const NSOperation* operation);
 
   /// Guards what follows; never held while something is posted.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "notification/DistributedObservers.h"
 
+#include <KestovaPlatform/FirstException.h>
 #include <KestovaPlatform/NSLog.h>
 
 #include <algorithm>
@@ -33,8 +34,16 @@ std::string DistributedInterest::rule() const { return distributedMatchRule(name
 // Queues
 
 void DistributedQueue::push(DistributedDelivery delivery) {
+  append(std::move(delivery));
+  trim();
+}
+
+void DistributedQueue::append(DistributedDelivery delivery) {
   deliveries_.push_back(std::move(delivery));
   weight_ += deliveries_.back().posting.weight;
+}
+
+void DistributedQueue::trim() {
   while (weight_ > kHeaviestQueue) {
     pop();
     if (!std::exchange(isOverflowTold_, true)) {
@@ -59,14 +68,18 @@ void DistributedQueue::dropIf(Predicate&& isDropped) {
   });
 }
 
-void DistributedQueue::dropLike(const DistributedDelivery& delivery) {
-  const NSNotification& newer = *delivery.posting.notification;
+/// The new one is there before the old one goes: it may be that there is no memory for it.
+void DistributedQueue::replace(DistributedDelivery delivery) {
+  append(std::move(delivery));
+  const DistributedDelivery latest = deliveries_.back();
+  const NSNotification& newer = *latest.posting.notification;
   dropIf([&](const DistributedDelivery& older) {
     const NSNotification& notification = *older.posting.notification;
-    return older.registration == delivery.registration &&
+    return &older != &deliveries_.back() && older.registration == latest.registration &&
            isEqualOrBothNull(notification.name(), newer.name()) &&
            isEqualOrBothNull(objectOf(notification), objectOf(newer));
   });
+  trim();
 }
 
 void DistributedQueue::drop(const DistributedRegistration& registration) {
@@ -199,11 +212,13 @@ std::vector<std::string> DistributedObservers::remove(const NSObject* observer,
 
 void DistributedObservers::deliver(const DistributedPosting& posting) {
   const std::lock_guard lock(mutex_);
+  FirstException failure;
   for (const auto& registration : registrations_) {
     if (registration->interest.isAbout(*posting.notification)) {
-      deliverTo({registration, posting});
+      failure.attempt([&] { deliverTo({registration, posting}); });
     }
   }
+  failure.rethrow();
 }
 
 /// What comes at once brings along what has been held before it, so that nobody sees them in the
@@ -226,25 +241,26 @@ void DistributedObservers::hold(DistributedDelivery delivery) {
     return;
   }
   if (delivery.registration->behavior == NSNotificationSuspensionBehaviorCoalesce) {
-    held_.dropLike(delivery);
+    held_.replace(std::move(delivery));
+  } else {
+    held_.push(std::move(delivery));
   }
-  held_.push(std::move(delivery));
 }
 
+/// What a mailbox has no memory for stays held.
 void DistributedObservers::releaseHeld() {
   while (!held_.isEmpty()) {
-    DistributedDelivery delivery = held_.pop();
-    const auto mailbox = delivery.registration->mailbox;
-    mailbox->put(std::move(delivery));
+    held_.oldest().registration->mailbox->put(held_.oldest());
+    static_cast<void>(held_.pop());
   }
 }
 
 void DistributedObservers::setSuspended(bool suspended) {
   const std::lock_guard lock(mutex_);
-  isSuspended_ = suspended;
   if (!suspended) {
     releaseHeld();
   }
+  isSuspended_ = suspended;
 }
 
 bool DistributedObservers::isSuspended() const {

@@ -56,16 +56,20 @@ class DistributedQueue {
   bool isEmpty() const { return deliveries_.empty(); }
   std::size_t count() const { return deliveries_.size(); }
   void push(DistributedDelivery delivery);
+
+  /// The same, in place of the same observer's notification of the same name and object.
+  void replace(DistributedDelivery delivery);
+
+  const DistributedDelivery& oldest() const { return deliveries_.front(); }
   DistributedDelivery pop();
 
-  /// Drops what would be replaced by that delivery: the same observer's notification of the same
-  /// name and object.
-  void dropLike(const DistributedDelivery& delivery);
   void drop(const DistributedRegistration& registration);
 
  private:
   template <class Predicate>
   void dropIf(Predicate&& isDropped);
+  void append(DistributedDelivery delivery);
+  void trim();
 
   std::deque<DistributedDelivery> deliveries_;
   std::size_t weight_ = 0;

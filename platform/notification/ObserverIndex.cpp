@@ -115,33 +115,35 @@ void ObserverIndex::addToObserver(ObserverRegistration& registration) {
   latest = &registration;
 }
 
+/// What needs memory comes first: all that are meant are removed or none.
 void ObserverIndex::remove(const NSObject* observer, InterestView interest) {
   Registrations removed;  // let go of after the mutex
   const std::lock_guard lock(mutex_);
   const auto found = byObserver_.find(observer);
   ObserverRegistration* next = found == byObserver_.end() ? nullptr : found->second;
-  while (next != nullptr) {
-    ObserverRegistration& registration = *std::exchange(next, next->next_);
-    const InterestView own = *registration.channel_->interest;
+  for (; next != nullptr; next = next->next_) {
+    const InterestView own = *next->channel_->interest;
     if ((interest.name == nullptr || SameInterest::isSameName(own.name, interest.name)) &&
         (interest.object == nullptr || own.object == interest.object)) {
-      makeChangeable(*registration.channel_);
-      Ref<ObserverRegistration>& taken = removed.emplace_back();
-      registration.removed_.store(true, std::memory_order_release);
-      takeFromObserver(registration);
-      taken = takeFromChannel(registration);
+      makeChangeable(*next->channel_);
+      removed.emplace_back(next);
     }
+  }
+  for (const auto& registration : removed) {
+    registration->removed_.store(true, std::memory_order_release);
+    takeFromObserver(*registration);
+    static_cast<void>(takeFromChannel(*registration));
   }
 }
 
-void ObserverIndex::takeFromObserver(ObserverRegistration& registration) {
+void ObserverIndex::takeFromObserver(ObserverRegistration& registration) noexcept {
   if (registration.next_ != nullptr) {
     registration.next_->previous_ = registration.previous_;
   }
   if (registration.previous_ != nullptr) {
     registration.previous_->next_ = registration.next_;
   } else if (registration.next_ != nullptr) {
-    byObserver_[registration.observer()] = registration.next_;
+    byObserver_.find(registration.observer())->second = registration.next_;
   } else {
     byObserver_.erase(registration.observer());
   }

@@ -205,7 +205,7 @@ class ObserverIndex {
   void addToChannel(ObserverRegistration& registration, Interest interest);
   void addToObserver(ObserverRegistration& registration);
   Ref<ObserverRegistration> takeFromChannel(ObserverRegistration& registration);
-  void takeFromObserver(ObserverRegistration& registration);
+  void takeFromObserver(ObserverRegistration& registration) noexcept;
   void addChannel(Audience& audience, const HashedInterest& interest);
   static void makeChangeable(ObserverChannel& channel);
   static void closeGaps(ObserverChannel& channel);

@@ -52,3 +52,38 @@ TEST(OVNotificationQueueFaults, WhatThereIsNoMemoryForKeepsNothingElseBack) {
   EXPECT_GT(refused, 5);
   center->removeObserver(hearer.get());
 }
+
+TEST(OVNotificationQueueFaults, ANotificationThatThereIsNoMemoryForIsNotPostedLater) {
+  for (const NSUInteger mask :
+       {NSUInteger(OVNotificationNoCoalescing), NSUInteger(OVNotificationCoalescingOnName)}) {
+    const auto center = NSNotificationCenter::init();
+    const auto hearer = make<Hearer>();
+    center->addObserver_selector_name_object(hearer.get(), sel<&Hearer::hear>(), "told", nullptr);
+    Ref<OVSerialOperationQueue> operations;
+    Ref<OVNotificationQueue> queue;
+    bool isAsked = false;
+    const int refused = walkAllocations(
+        [&] {
+          queue = nullptr;
+          isAsked = false;
+          operations = OVSerialOperationQueue::init();
+          operations->setSuspended(true);
+          queue = OVNotificationQueue::initWithNotificationCenter_queue(center, operations);
+          isAsked = true;
+          queue->enqueueNotificationName_object_userInfo_coalesceMask("told", nullptr, nullptr,
+                                                                      mask);
+        },
+        [&](bool threw) {
+          if (isAsked) {
+            hearer->heard = 0;
+            queue->enqueueNotificationName_object_userInfo_coalesceMask("other", nullptr, nullptr,
+                                                                        OVNotificationNoCoalescing);
+            operations->setSuspended(false);
+            operations->waitUntilAllOperationsAreFinished();
+            EXPECT_EQ(hearer->heard, threw ? 0 : 1);
+          }
+        });
+    EXPECT_GT(refused, 5);
+    center->removeObserver(hearer.get());
+  }
+}

@@ -53,3 +53,20 @@ TEST(OVSerialOperationQueueFaults, AnOperationThatThereIsNoMemoryForIsNotAdded) 
       });
   EXPECT_GT(times, 5);
 }
+
+TEST(OVSerialOperationQueueFaults, ARowOfOperationsNeedsNoMemoryToRun) {
+  const auto queue = OVSerialOperationQueue::init();
+  queue->setSuspended(true);
+  std::string log;
+  for (const char letter : std::string("abc")) {
+    queue->addOperationWithBlock([&log, letter] {
+      log.reserve(3);
+      log += letter;
+    });
+  }
+  const ArmedFault none(FaultyCall::allocation, 1, Fault::failingFromNowOn(ENOMEM),
+                        FaultyThreads::all);
+  queue->setSuspended(false);
+  queue->waitUntilAllOperationsAreFinished();
+  EXPECT_EQ(log, "abc");
+}

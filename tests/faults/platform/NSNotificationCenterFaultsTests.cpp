@@ -3,7 +3,9 @@
 #include <KestovaPlatform/NSNotificationCenter.h>
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
+#include <vector>
 
 #include "AllocationFaults.h"
 #include "CountingObject.h"
@@ -101,4 +103,34 @@ TEST_F(NSNotificationCenterFaults, APostingWithoutMemoryForItsNotificationCallsN
       },
       [&](bool threw) { EXPECT_EQ(heard_, threw ? "" : "ab"); });
   EXPECT_GT(refused, 0);
+}
+
+TEST_F(NSNotificationCenterFaults, ARemovalFromSeveralNamesIsWholeOrNone) {
+  class Hearer final : public NSObject {
+   public:
+    void hear() { ++heard; }
+    int heard = 0;
+  };
+  const std::vector<Ref<NSString>> names{"opened", "saved", "closed"};
+  for (int nth = 1, refused = 1; refused != 0; ++nth) {
+    const auto hearer = make<Hearer>();
+    for (const auto& name : names) {
+      centre_->addObserver_selector_name_object(hearer.get(), sel<&Hearer::hear>(), name, nullptr);
+    }
+    refused = 0;
+    {
+      const ArmedFault fault(FaultyCall::allocation, nth, Fault::failing(ENOMEM));
+      try {
+        centre_->removeObserver(hearer.get());
+      } catch (const std::bad_alloc&) {
+        refused = 1;
+      }
+    }
+    for (const auto& name : names) {
+      centre_->postNotificationName_object(name, nullptr);
+    }
+    EXPECT_EQ(hearer->heard, refused * 3);
+    centre_->removeObserver(hearer.get());
+    EXPECT_TRUE(refused == 1 || nth > 2);
+  }
 }
