@@ -480,7 +480,6 @@ TEST(NSPropertyListSerializationTests, EveryKindOfValueComesBackAsItWasInBothFor
   }
 }
 
-/// The type of every number is kept, which equality does not tell.
 /// Collections that hold nothing, and make their members whenever they are asked for them.
 class MadeArray final : public NSArray {
  public:
@@ -528,6 +527,7 @@ TEST(NSPropertyListSerializationTests, WhatCollectionsMakeWhenTheyAreAskedIsWrit
   }
 }
 
+/// The type of every number is kept, which equality does not tell.
 TEST(NSPropertyListSerializationTests, TheKindsOfNumbersStayApartInBothFormats) {
   const auto list = NSArray::of(1, 1.0, true, 0, 0.0, false, 18446744073709551615U, -1);
   for (const auto format : kFormats) {
