@@ -19,7 +19,7 @@ class ObjectExtras {
   /// The object's extras; null when there are none.
   static ObjectExtras* existing(const NSObject& object) noexcept {
     const std::uint32_t number = object.extras_.load(std::memory_order_acquire);
-    return number == 0 ? nullptr : ExtrasTable::shared().at(number);
+    return ExtrasTable::isNumber(number) ? ExtrasTable::shared().at(number) : nullptr;
   }
 
   /// Lets `share` have an object that others know by plain pointers. To be called before any of
