@@ -21,6 +21,8 @@ class TableDictionary : public Base {
 
   ~TableDictionary() override { MemberRelease().letGo(membersOf(table_)); }
 
+  const ObjectMap& table() const noexcept { return table_; }
+
   NSUInteger count() const override { return table_.size(); }
 
   id objectForKey(const id& key) const override {
@@ -73,8 +75,20 @@ inline void setObject(ObjectMap& table, const NSObject& owner, id object, const 
   }
 }
 
-/// The entries of any dictionary in a table, under copies of its keys.
+/// The table of one of the platform's own dictionaries; null for any other.
+inline const ObjectMap* ownTableOf(const NSDictionary& dictionary) {
+  if (const auto* own = dynamic_cast<const TableDictionary<NSMutableDictionary>*>(&dictionary)) {
+    return &own->table();
+  }
+  const auto* own = dynamic_cast<const TableDictionary<NSDictionary>*>(&dictionary);
+  return own == nullptr ? nullptr : &own->table();
+}
+
+/// The entries of any dictionary in a table, under copies of its keys. A table's keys are copies.
 inline ObjectMap tableOf(const NSDictionary& dictionary) {
+  if (const ObjectMap* const own = ownTableOf(dictionary)) {
+    return *own;
+  }
   ObjectMap table;
   table.reserve(dictionary.count());
   dictionary.enumerateKeysAndObjectsUsingBlock(

@@ -53,6 +53,20 @@ Ref<NSDictionary> copyOfEntries(const Ref<NSDictionary>& entries) {
   return copies;
 }
 
+/// An object for the length of a call by somebody who holds it: nothing is counted.
+class Borrowed {
+ public:
+  explicit Borrowed(NSObject& object) noexcept : object_(id::adopt(&object)) {}
+  ~Borrowed() { static_cast<void>(object_.leak()); }
+  Borrowed(const Borrowed&) = delete;
+  Borrowed& operator=(const Borrowed&) = delete;
+
+  const id& object() const noexcept { return object_; }
+
+ private:
+  id object_;
+};
+
 /// What a number or a string makes of a value; nothing of any other.
 template <class T>
 T numberIn(const id& value, T (NSNumber::*fromNumber)() const, T (NSString::*fromText)() const) {
@@ -273,7 +287,7 @@ void NSUserDefaults::write(PreferencesDomain& changed) {
 void NSUserDefaults::announceChange() {
   static auto& centre = *new auto(NSNotificationCenter::defaultCenter());
   static auto& name = *new Ref<NSString>(NSUserDefaultsDidChangeNotification);
-  centre->postNotificationName_object(name, self());
+  centre->postNotificationName_object(name, Borrowed(*this).object());
 }
 
 }  // namespace kestova
