@@ -131,15 +131,18 @@ class ScriptedFileOperations : public FileOperationService {
     if (status == noErr) {
       Started item{operation, isCopy, request,
                    request.context == nullptr ? FSFileOperationClientContext() : *request.context};
-      if (item.context.retain != nullptr) {
-        item.context.retain(item.context.info);
-      }
       item.request.context = nullptr;
       started.push_back(std::move(item));
+      keep(started.back());
     }
     return status;
   }
 
+  static void keep(const Started& item) {
+    if (item.context.retain != nullptr) {
+      item.context.retain(item.context.info);
+    }
+  }
   static void letGoOf(const Started& item) {
     if (item.context.release != nullptr) {
       item.context.release(item.context.info);
