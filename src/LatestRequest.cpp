@@ -10,11 +10,6 @@
 namespace kestova {
 namespace {
 
-/// Whether the end of the delay comes, and not at once.
-bool waitsFor(NSTimeInterval delay) {
-  return dispatchNanoseconds(delay) > 0 && dispatchTimeAfter(delay) != DISPATCH_TIME_FOREVER;
-}
-
 void submit(LatestRequest::Request request, id owner) {
   if (request.block) {
     dispatch_async(request.queue, [owner = std::move(owner), number = request.number,
@@ -25,7 +20,7 @@ void submit(LatestRequest::Request request, id owner) {
 }  // namespace
 
 void LatestRequest::prepareFor(NSTimeInterval delay) {
-  if (waitsFor(delay)) {
+  if (dispatchNanoseconds(delay) > 0) {
     const std::lock_guard lock(mutex_);
     makeTimer();
   }
@@ -35,7 +30,7 @@ void LatestRequest::replace(Request request, NSTimeInterval delay, NSObject& own
   require(request.queue != nullptr, "queue != nil");
   const dispatch_time_t due = dispatchTimeAfter(delay);
   const bool isDue = dispatchNanoseconds(delay) <= 0;
-  const bool waits = waitsFor(delay);
+  const bool waits = !isDue && due != DISPATCH_TIME_FOREVER;
   Request taken;
   {
     const std::lock_guard lock(mutex_);
