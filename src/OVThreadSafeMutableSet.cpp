@@ -21,6 +21,8 @@ class OVThreadSafeMutableSet::Turn {
     set_._queue.lock();
     set_.turn_.store(self, std::memory_order_relaxed);
   }
+  /// A turn for an operation with the object.
+  Turn(const OVThreadSafeMutableSet& set, const id& object) : Turn(asking(set, object)) {}
   ~Turn() {
     set_.turn_.store({}, std::memory_order_relaxed);
     set_._queue.unlock();
@@ -29,6 +31,13 @@ class OVThreadSafeMutableSet::Turn {
   Turn& operator=(const Turn&) = delete;
 
  private:
+  /// The set. What the object is hashed and compared by comes from memory while the turn is waited
+  /// for, not while others wait for it to end.
+  static const OVThreadSafeMutableSet& asking(const OVThreadSafeMutableSet& set, const id& object) {
+    __builtin_prefetch(object.get());
+    return set;
+  }
+
   const OVThreadSafeMutableSet& set_;
 };
 
@@ -44,12 +53,12 @@ NSUInteger OVThreadSafeMutableSet::count() const {
 }
 
 id OVThreadSafeMutableSet::member(const id& object) const {
-  const Turn turn(*this);
+  const Turn turn(*this, object);
   return _set->member(object);
 }
 
 bool OVThreadSafeMutableSet::containsObject(const id& object) const {
-  const Turn turn(*this);
+  const Turn turn(*this, object);
   return _set->containsObject(object);
 }
 
@@ -63,13 +72,13 @@ Ref<NSEnumerator> OVThreadSafeMutableSet::objectEnumerator() const {
 }
 
 void OVThreadSafeMutableSet::addObject(const id& object) {
-  const Turn turn(*this);
+  const Turn turn(*this, object);
   _set->addObject(object);
 }
 
 void OVThreadSafeMutableSet::removeObject(const id& object) {
   id removed;
-  const Turn turn(*this);
+  const Turn turn(*this, object);
   removed = _set->member(object);
   _set->removeObject(object);
 }

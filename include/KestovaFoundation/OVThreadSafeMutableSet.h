@@ -2,10 +2,10 @@
 #pragma once
 
 #include <KestovaFoundation/Export.h>
+#include <KestovaPlatform/BriefMutex.h>
 #include <KestovaPlatform/NSSet.h>
 
 #include <atomic>
-#include <mutex>
 #include <thread>
 
 namespace kestova {
@@ -61,7 +61,7 @@ class KESTOVA_FOUNDATION_EXPORT OVThreadSafeMutableSet : public NSMutableSet {
   class Turn;
 
   /// The queue at which operations wait for their turns, and whose turn it is.
-  mutable std::mutex _queue;
+  mutable BriefMutex _queue;
   mutable std::atomic<std::thread::id> turn_;
   /// Used by whoever has the turn.
   Ref<NSMutableSet> _set;
