@@ -32,7 +32,7 @@ using testing::TemporaryFolder;
 
 constexpr const char* kSuite = "org.example.Shared";
 constexpr std::size_t kWriters = 8;
-constexpr int kKeys = testing::shareOf(1000);
+const int kKeys = testing::shareOf(1000);
 constexpr int kKeysOnDisk = 100;
 
 /// A folder of memory, where the system has one. Thousands of writes that each wait for a disk let

@@ -20,7 +20,7 @@ namespace {
 using testing::MountedTmpfs;
 using testing::runTool;
 using testing::ToolResult;
-using testing::underSanitizer;
+using testing::builtWithSanitizer;
 
 class VolumeCommandTests : public ::testing::Test {
  protected:
@@ -96,7 +96,7 @@ TEST_F(VolumeCommandTests, WhatMayNotBeReachedIsAFailureAtOnce) {
 
 TEST_F(VolumeCommandTests, WithoutTheTableOfMountsTheVolumeIsAFailure) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can hide it";
-  if (underSanitizer) GTEST_SKIP() << "the sanitizer itself needs what is hidden";
+  if (builtWithSanitizer) GTEST_SKIP() << "the sanitizer itself needs what is hidden";
   const ToolResult result =
       shell("unshare -m sh -c 'mount -t tmpfs none /proc; exec \"$KESTOVA\" volume missing .'");
   EXPECT_EQ(result.errors,
