@@ -5,7 +5,6 @@
 #include <KestovaPlatform/NSException.h>
 
 #include <mutex>
-#include <new>
 #include <utility>
 
 namespace kestova {
@@ -92,13 +91,7 @@ void OVSerialOperationQueue::addOperation(const Ref<NSOperation>& operation) {
   Block<void()> existing = operation->completionBlock();
   // Unowned: it is the operation itself that calls its completion block.
   Block<void()> completion = [chain = chain_, finished = operation.get(), existing] {
-    try {
-      for (const id& dependency : finished->dependencies()) {
-        finished->removeDependency(cast<NSOperation>(dependency));
-      }
-    } catch (const std::bad_alloc&) {
-      // They have finished, and stay for as long as the operation does.
-    }
+    finished->removeDependencies();
     finished->setCompletionBlock(nullptr);
     chain->letGoIfEmpty();
     if (existing) {

@@ -254,6 +254,12 @@ NSOperation::Relations& NSOperation::relations() {
   return *relations_;
 }
 
+/// Null when none were needed so far.
+NSOperation::Relations* NSOperation::relationsIfAny() const {
+  const std::lock_guard lock(mutex_);
+  return relations_.get();
+}
+
 /// Whether the dependency has not finished.
 bool NSOperation::startDepending(const Ref<NSOperation>& dependency) {
   Relations& own = relations();
@@ -288,13 +294,40 @@ void NSOperation::removeDependency(const Ref<NSOperation>& operation) {
   }
 }
 
-/// Whether the dependency was one and is counted still.
-bool NSOperation::stopDepending(NSOperation& dependency) {
-  Relations& own = relations();
-  const std::lock_guard ordered(own.order);
+void NSOperation::removeDependencies() {
+  std::vector<Ref<NSOperation>> removed;  // let go of after the mutexes
+  FirstException failure;
+  for (auto counted = takeDependencies(removed); counted > 0; --counted) {
+    failure.attempt([this] { dependencyHasFinished(); });
+  }
+  failure.rethrow();
+}
+
+/// How many of them are counted still.
+std::ptrdiff_t NSOperation::takeDependencies(std::vector<Ref<NSOperation>>& taken) {
+  Relations* const own = relationsIfAny();
+  if (own == nullptr) {
+    return 0;
+  }
+  const std::lock_guard ordered(own->order);
   {
     const std::lock_guard lock(mutex_);
-    if (!removeFrom(own.dependencies, dependency)) {
+    taken.swap(own->dependencies);
+  }
+  return std::ranges::count_if(
+      taken, [this](const auto& dependency) { return dependency->removeDependent(*this); });
+}
+
+/// Whether the dependency was one and is counted still.
+bool NSOperation::stopDepending(NSOperation& dependency) {
+  Relations* const own = relationsIfAny();
+  if (own == nullptr) {
+    return false;
+  }
+  const std::lock_guard ordered(own->order);
+  {
+    const std::lock_guard lock(mutex_);
+    if (!removeFrom(own->dependencies, dependency)) {
       return false;
     }
   }

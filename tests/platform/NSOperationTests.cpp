@@ -227,6 +227,25 @@ TEST(NSOperationTests, ADependencyThatIsRemovedIsNotWaitedFor) {
   EXPECT_TRUE(second->isReady());
 }
 
+TEST(NSOperationTests, DependenciesThatAreRemovedTogetherAreNotWaitedFor) {
+  const auto finished = NSOperation::init();
+  finished->start();
+  const auto pending = NSOperation::init();
+  const auto operation = NSOperation::init();
+  operation->removeDependencies();
+  for (const auto& dependency : {finished, pending, NSOperation::init()}) {
+    operation->addDependency(dependency);
+  }
+  EXPECT_FALSE(operation->isReady());
+  operation->removeDependencies();
+  EXPECT_TRUE(operation->isReady());
+  EXPECT_EQ(operation->dependencies()->count(), 0U);
+  operation->addDependency(pending);
+  EXPECT_FALSE(operation->isReady());
+  pending->start();
+  EXPECT_TRUE(operation->isReady());
+}
+
 TEST(NSOperationTests, ThreadsMayAddAndRemoveTheSameDependency) {
   const StressTime time;
   while (!time.isOver()) {
@@ -237,8 +256,10 @@ TEST(NSOperationTests, ThreadsMayAddAndRemoveTheSameDependency) {
       for (int i = 0; i < 20'000; ++i) {
         if (number % 2 == 0) {
           operation->addDependency(dependency);
-        } else {
+        } else if (i % 2 == 0) {
           operation->removeDependency(dependency);
+        } else {
+          operation->removeDependencies();
         }
       }
     });

@@ -114,6 +114,9 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   /// What is no dependency is not removed; that is no failure.
   void removeDependency(const Ref<NSOperation>& operation);
 
+  /// Removes all of them.
+  void removeDependencies();
+
   /// The operations that were added, in the order of adding.
   Ref<NSArray> dependencies() const;
 
@@ -163,6 +166,7 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   bool removeDependent(const NSOperation& operation);
   bool startDepending(const Ref<NSOperation>& dependency);
   bool stopDepending(NSOperation& dependency);
+  std::ptrdiff_t takeDependencies(std::vector<Ref<NSOperation>>& taken);
   void dependencyHasFinished();
   void announceEnd();
   void tellReady();
@@ -193,6 +197,7 @@ class KESTOVA_PLATFORM_EXPORT NSOperation : public NSObject {
   bool startWatching(Watched what, const char* key);
 
   Relations& relations();
+  Relations* relationsIfAny() const;
 
   // Ordered by size, for a queue has many operations: those of blocks fill two lines of a cache.
   Link inQueue_;

@@ -59,10 +59,8 @@ TEST(OVSerialOperationQueueFaults, ARowOfOperationsNeedsNoMemoryToRun) {
   queue->setSuspended(true);
   std::string log;
   for (const char letter : std::string("abc")) {
-    queue->addOperationWithBlock([&log, letter] {
-      log.reserve(3);
-      log += letter;
-    });
+    queue->addOperation(
+        NSBlockOperation::blockOperationWithBlock([&log, letter] { log += letter; }));
   }
   const ArmedFault none(FaultyCall::allocation, 1, Fault::failingFromNowOn(ENOMEM),
                         FaultyThreads::all);
