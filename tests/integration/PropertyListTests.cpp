@@ -17,9 +17,6 @@
 namespace kestova {
 namespace {
 
-constexpr NSPropertyListFormat kFormats[] = {NSPropertyListXMLFormat_v1_0,
-                                             NSPropertyListBinaryFormat_v1_0};
-
 bool runs(const std::string& command) {
   return std::system((command + " >/dev/null 2>&1 </dev/null").c_str()) == 0;
 }
@@ -121,7 +118,7 @@ TEST_F(PropertyListTests, PythonReadsAndWritesTheSameValuesInBothFormats) {
   writeOurs(list());
   folder_.write("check.py", kPython);
   ASSERT_TRUE(run("python3 check.py"));
-  for (const auto format : kFormats) {
+  for (const auto format : testing::kPropertyListFormats) {
     expectTheirs(list(), format);
   }
 }
@@ -149,7 +146,7 @@ TEST_F(PropertyListTests, PlistutilConvertsBothFormatsIntoEachOther) {
   writeOurs(list());
   ASSERT_TRUE(run("plistutil -i ours.binary -o theirs.xml -f xml"));
   ASSERT_TRUE(run("plistutil -i ours.xml -o theirs.binary -f bin"));
-  for (const auto format : kFormats) {
+  for (const auto format : testing::kPropertyListFormats) {
     expectTheirs(list(), format);
   }
 }

@@ -18,6 +18,9 @@
 
 namespace kestova::testing {
 
+inline constexpr NSPropertyListFormat kPropertyListFormats[] = {NSPropertyListXMLFormat_v1_0,
+                                                                NSPropertyListBinaryFormat_v1_0};
+
 inline Ref<NSData> dataOfText(std::string_view text) {
   return NSData::dataWithBytes_length(text.data(), text.size());
 }
