@@ -1,28 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "preferences/PreferencesDomain.h"
-
 #include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSDate.h>
+#include <KestovaPlatform/NSDictionary.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSNull.h>
+#include <KestovaPlatform/NSNumber.h>
+#include <KestovaPlatform/NSString.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CapturedLog.h"
-#include "ChildProcess.h"
 #include "ExceptionExpectation.h"
-#include "MountedTmpfs.h"
+#include "PreferencesFiles.h"
 #include "PropertyLists.h"
 #include "RandomRun.h"
-#include "ScriptedFileSystemCalls.h"
 #include "SettableClock.h"
-#include "TemporaryFolder.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -30,68 +24,19 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace kestova {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::EndsWith;
 using testing::expectException;
+using testing::Is;
 using ::testing::IsEmpty;
+using Process = testing::PreferencesProcess;
 
-/// What one process has of the preferences: several in one test stand for several processes.
-class Process {
- public:
-  explicit Process(const std::string& path, const char* domain = "org.example.Editor")
-      : folder_(path, ::geteuid()), domain_(domain, folder_, changes_) {}
-
-  PreferencesDomain* operator->() { return &domain_; }
-
-  void set(const char* key, const id& value) {
-    domain_.setValue_forKey(value ? propertyListCopy(value, key) : nullptr, key);
-  }
-
-  /// Sets and writes.
-  bool save(const char* key, const id& value) {
-    set(key, value);
-    return domain_.synchronize();
-  }
-
-  std::uint64_t changes() const { return changes_; }
-
- private:
-  std::atomic<std::uint64_t> changes_{0};
-  PreferencesFolder folder_;
-  PreferencesDomain domain_;
-};
-
-class PreferencesDomainTests : public ::testing::Test {
- protected:
-  PreferencesDomainTests() { std::filesystem::create_directory(path()); }
-
-  std::string path() const { return place_.at("kestova"); }
-  std::string file() const { return path() + "/org.example.Editor.plist"; }
-
-  Ref<NSDictionary> onDisk() const { return NSDictionary::dictionaryWithContentsOfFile(file()); }
-
-  std::vector<std::string> names() const {
-    std::vector<std::string> all;
-    for (const auto& entry : std::filesystem::directory_iterator(path())) {
-      all.push_back(entry.path().filename());
-    }
-    std::ranges::sort(all);
-    return all;
-  }
-
-  testing::TemporaryFolder place_;
-  testing::CapturedLog log_;
-};
-
-MATCHER_P(Is, expected, "") { return isEqualOrBothNull(arg, expected); }
+class PreferencesDomainTests : public testing::PreferencesFileFixture {};
 
 TEST_F(PreferencesDomainTests, WhatIsSetCountsAtOnceAndIsWrittenByASynchronization) {
   Process here(path());
@@ -346,320 +291,6 @@ TEST_F(PreferencesDomainTests, XMLThatSomebodyWroteByHandIsReadAndWrittenBackAsB
   here.save("b", 1);
   EXPECT_TRUE(place_.read("kestova/org.example.Editor.plist").starts_with("bplist00"));
   EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", "by hand"}, {"b", 1}})));
-}
-
-TEST_F(PreferencesDomainTests, ADamagedFileIsPutAsideUnderADatedName) {
-  const testing::SettableClock clock(NSTimeInterval{86400});  // 2001-01-02 00:00 UTC
-  place_.write("kestova/org.example.Editor.plist", "junk");
-  Process here(path());
-  EXPECT_EQ(here->contents()->count(), 0U);
-  EXPECT_THAT(names(), ElementsAre("org.example.Editor.lock",
-                                   "org.example.Editor.plist.damaged-20010102T000000Z"));
-  EXPECT_EQ(place_.read("kestova/org.example.Editor.plist.damaged-20010102T000000Z"), "junk");
-  EXPECT_THAT(log_.lines(),
-              ElementsAre("The preferences of org.example.Editor were damaged, and are kept as "
-                          "org.example.Editor.plist.damaged-20010102T000000Z: The data is in no "
-                          "known property list format, in line 1."));
-}
-
-TEST_F(PreferencesDomainTests, DamagedFilesOfOneSecondAreAllKept) {
-  const testing::SettableClock clock(NSTimeInterval{86400});
-  for (const char* text : {"one", "two", "three"}) {
-    place_.write("kestova/org.example.Editor.plist", text);
-    EXPECT_EQ(Process(path())->contents()->count(), 0U);
-  }
-  const std::string name = "kestova/org.example.Editor.plist.damaged-20010102T000000Z";
-  EXPECT_EQ(place_.read(name), "one");
-  EXPECT_EQ(place_.read(name + "-2"), "two");
-  EXPECT_EQ(place_.read(name + "-3"), "three");
-  EXPECT_EQ(log_.lines().size(), 3U);
-}
-
-TEST_F(PreferencesDomainTests, AFileCutAnywhereIsDamagedAndNothingElse) {
-  Process(path()).save("key", testing::everyKindOfValue());
-  const std::string whole = place_.read("kestova/org.example.Editor.plist");
-  for (std::size_t length = 0; length < whole.size(); ++length) {
-    const auto bytes = NSData::dataWithBytes_length(whole.data(), length);
-    EXPECT_THROW(static_cast<void>(preferencesInData(bytes)), DamagedPreferences) << length;
-  }
-  EXPECT_NE(preferencesInData(NSData::dataWithBytes_length(whole.data(), whole.size())), nullptr);
-}
-
-TEST_F(PreferencesDomainTests, AnArrayAtTheTopIsDamage) {
-  ASSERT_TRUE(NSArray::of(1)->writeToFile_atomically(file(), true));
-  EXPECT_EQ(Process(path())->contents()->count(), 0U);
-  ASSERT_EQ(log_.lines().size(), 1U);
-  EXPECT_TRUE(log_.lines()[0].ends_with(": There is no dictionary at its top."));
-}
-
-TEST_F(PreferencesDomainTests, ChangesGoIntoANewFileWhereTheOldOneWasDamaged) {
-  Process here(path());
-  here.save("a", 1);
-  place_.write("kestova/org.example.Editor.plist", "junk");
-  EXPECT_TRUE(here.save("b", 2));
-  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"b", 2}})));
-  EXPECT_EQ(names().size(), 3U);
-}
-
-TEST_F(PreferencesDomainTests, ASymbolicLinkInPlaceOfTheFileIsRefusedAndStays) {
-  const std::string target = place_.write("target", "precious");
-  std::filesystem::create_symlink(target, file());
-  Process here(path());
-  EXPECT_EQ(here->objectForKey("a"), nullptr);
-  EXPECT_FALSE(here.save("a", 1));
-  EXPECT_FALSE(here->synchronize());
-  EXPECT_THAT(here->objectForKey("a"), Is(id(1)));
-  EXPECT_TRUE(std::filesystem::is_symlink(file()));
-  EXPECT_EQ(place_.read("target"), "precious");
-  EXPECT_THAT(log_.lines(), ElementsAre("The preferences of org.example.Editor cannot be read: "
-                                        "org.example.Editor.plist is a symbolic link"));
-  std::filesystem::remove(file());
-  EXPECT_TRUE(here->synchronize());
-  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", 1}})));
-}
-
-TEST_F(PreferencesDomainTests, AFileOfSomebodyElseIsRefusedAndStays) {
-  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a file away";
-  place_.write("kestova/org.example.Editor.plist", "theirs");
-  ASSERT_EQ(::chown(file().c_str(), 12345, 0), 0);
-  Process here(path());
-  EXPECT_FALSE(here.save("a", 1));
-  EXPECT_EQ(place_.read("kestova/org.example.Editor.plist"), "theirs");
-  EXPECT_THAT(log_.lines(), ElementsAre("The preferences of org.example.Editor cannot be read: "
-                                        "org.example.Editor.plist belongs to another user"));
-}
-
-TEST_F(PreferencesDomainTests, AFileBeyondAllBoundsIsRefused) {
-  place_.write("kestova/org.example.Editor.plist", "");
-  std::filesystem::resize_file(file(), (64U << 20) + 1);
-  EXPECT_EQ(Process(path())->contents()->count(), 0U);
-  EXPECT_THAT(log_.lines(), ElementsAre("The preferences of org.example.Editor cannot be read: "
-                                        "org.example.Editor.plist is larger than 64 MiB"));
-}
-
-TEST_F(PreferencesDomainTests, WhatCouldNotBeReadAgainIsNotWritten) {
-  Process here(path());
-  ASSERT_TRUE(here.save("small", 1));
-  EXPECT_FALSE(here.save("large", std::string((64U << 20) + 1, 'x')));
-  EXPECT_THAT(Process(path())->contents(), Is(NSDictionary::of({{"small", 1}})));
-  EXPECT_THAT(log_.lines(),
-              ElementsAre("The preferences of org.example.Editor cannot be written and wait in "
-                          "memory: org.example.Editor.plist would be larger than 64 MiB"));
-  EXPECT_TRUE(here.save("large", "not so large"));
-  EXPECT_THAT(Process(path())->contents(),
-              Is(NSDictionary::of({{"small", 1}, {"large", "not so large"}})));
-}
-
-TEST_F(PreferencesDomainTests, AFullDiskLosesNothing) {
-  const testing::MountedTmpfs disk(place_.at("disk"), "size=64k");
-  if (!disk.isMounted()) GTEST_SKIP() << "only root can mount";
-  Process here(disk.path());
-  ASSERT_TRUE(here.save("small", 1));
-  const std::string large(100'000, 'x');
-  EXPECT_FALSE(here.save("large", large));
-  EXPECT_FALSE(here->synchronize());
-  EXPECT_THAT(here->objectForKey("large"), Is(id(large)));
-  EXPECT_THAT(Process(disk.path())->contents(), Is(NSDictionary::of({{"small", 1}})));
-  EXPECT_FALSE(std::filesystem::exists(disk.at("org.example.Editor.plist.new")));
-  EXPECT_THAT(log_.lines(),
-              ElementsAre("The preferences of org.example.Editor cannot be written and wait in "
-                          "memory: the file cannot be written: No space left on device"));
-  here.set("large", "not so large");
-  EXPECT_TRUE(here->synchronize());
-  EXPECT_THAT(Process(disk.path())->contents(),
-              Is(NSDictionary::of({{"small", 1}, {"large", "not so large"}})));
-}
-
-TEST_F(PreferencesDomainTests, RoomForTwoFilesIsEnoughHoweverOftenOneReplacesTheOther) {
-  const testing::MountedTmpfs disk(place_.at("disk"), "size=64k");
-  if (!disk.isMounted()) GTEST_SKIP() << "only root can mount";
-  Process here(disk.path());
-  for (int turn = 0; turn < 300; ++turn) {
-    ASSERT_TRUE(here.save("a", std::string(20'000, static_cast<char>('a' + turn % 26)))) << turn;
-  }
-  EXPECT_THAT(log_.lines(), IsEmpty());
-}
-
-TEST_F(PreferencesDomainTests, NoMoreThanAFewReplacedFilesAreOpenAtATime) {
-  Process here(path());
-  for (int turn = 0; turn < 300; ++turn) {
-    ASSERT_TRUE(here.save("a", turn));
-    std::size_t open = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-      std::error_code error;
-      const auto target = std::filesystem::read_symlink(entry.path(), error).string();
-      open += target.starts_with(path()) && target.ends_with(" (deleted)") ? 1 : 0;
-    }
-    ASSERT_LE(open, 8U);
-  }
-}
-
-TEST_F(PreferencesDomainTests, WhatIsChangedWhileItIsWrittenIsWrittenNext) {
-  Process here(path());
-  testing::ScriptedFileSystemCalls calls;
-  bool isFirst = true;
-  calls.onFlush = [&] {
-    if (std::exchange(isFirst, false)) {
-      here.set("changed again", 2);
-      here.set("new", 3);
-      here.set("gone", nullptr);
-      EXPECT_TRUE(here->hasPendingChanges());
-    }
-    return 0;
-  };
-  here.set("changed again", 1);
-  here.set("kept", 1);
-  here.set("gone", 1);
-  EXPECT_TRUE(here->synchronize());
-  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"changed again", 1}, {"kept", 1}, {"gone", 1}})));
-  EXPECT_TRUE(here->hasPendingChanges());
-  EXPECT_THAT(here->contents(),
-              Is(NSDictionary::of({{"changed again", 2}, {"kept", 1}, {"new", 3}})));
-  EXPECT_TRUE(here->synchronize());
-  EXPECT_FALSE(here->hasPendingChanges());
-  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"changed again", 2}, {"kept", 1}, {"new", 3}})));
-}
-
-TEST_F(PreferencesDomainTests, WhatIsChangedWhileItCannotBeWrittenStaysAsItWasChangedLast) {
-  Process here(path());
-  {
-    testing::ScriptedFileSystemCalls calls;
-    calls.onFlush = [&] {
-      here.set("a", 2);
-      EXPECT_TRUE(here->hasPendingChanges());
-      return testing::ScriptedFileSystemCalls::failure(EIO);
-    };
-    EXPECT_FALSE(here.save("a", 1));
-    here.set("b", 1);
-  }
-  Process(path()).save("theirs", 1);
-  EXPECT_TRUE(here->synchronize());
-  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", 2}, {"b", 1}, {"theirs", 1}})));
-}
-
-TEST_F(PreferencesDomainTests, ANameTooLongForAFileWaitsInMemoryAndTheLongestOneIsWhole) {
-  const std::string longest(220, 'd');
-  Process here(path(), longest.c_str());
-  EXPECT_TRUE(here.save("a", 1));
-  place_.write("kestova/" + longest + ".plist", "junk");
-  EXPECT_TRUE(here.save("b", 2));
-  EXPECT_EQ(names().size(), 3U);  // the damaged one is kept
-  Process there(path(), (longest + "d").c_str());
-  EXPECT_FALSE(there.save("a", 1));
-  EXPECT_FALSE(there->synchronize());
-  EXPECT_THAT(there->objectForKey("a"), Is(id(1)));
-  EXPECT_EQ(names().size(), 3U);
-  EXPECT_EQ(log_.lines().size(), 2U);
-  EXPECT_THAT(log_.lines().back(),
-              EndsWith(" cannot be read: the name of the domain is too long for a file"));
-}
-
-TEST_F(PreferencesDomainTests, ALockThatIsKeptIsWaitedForOnceAndNotBySeveralTries) {
-  Process here(path());
-  ASSERT_TRUE(here.save("a", 1));
-  const auto start = std::chrono::steady_clock::now();
-  {
-    const PreferencesFolder folder(path(), ::geteuid());
-    const FileDescriptor open = folder.open();
-    const PreferencesLock kept(folder, open.get(), "org.example.Editor.lock");
-    for (int turn = 0; turn < 20; ++turn) {
-      EXPECT_FALSE(here.save("a", turn));
-    }
-  }
-  EXPECT_LT(std::chrono::steady_clock::now() - start, 20 * PreferencesLock::kPatience);
-  EXPECT_THAT(log_.lines(),
-              ElementsAre("The preferences of org.example.Editor cannot be written and wait in "
-                          "memory: another process keeps them locked"));
-  EXPECT_TRUE(here.save("b", 2));
-  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", 19}, {"b", 2}})));
-}
-
-TEST_F(PreferencesDomainTests, AReadOnlyFolderIsReadAndItsChangesWait) {
-  const testing::MountedTmpfs disk(place_.at("disk"), "size=1m");
-  if (!disk.isMounted()) GTEST_SKIP() << "only root can mount";
-  Process(disk.path()).save("a", 1);
-  disk.makeReadOnly();
-  Process here(disk.path());
-  EXPECT_THAT(here->objectForKey("a"), Is(id(1)));
-  EXPECT_FALSE(here.save("b", 2));
-  EXPECT_THAT(here->contents(), Is(NSDictionary::of({{"a", 1}, {"b", 2}})));
-  EXPECT_THAT(log_.lines(),
-              ElementsAre("The preferences of org.example.Editor cannot be written and wait in "
-                          "memory: org.example.Editor.lock cannot be opened: Read-only file "
-                          "system"));
-  ::mount(nullptr, disk.path().c_str(), nullptr, MS_REMOUNT, nullptr);
-  EXPECT_TRUE(here->synchronize());
-  EXPECT_THAT(Process(disk.path())->contents(), Is(NSDictionary::of({{"a", 1}, {"b", 2}})));
-}
-
-TEST_F(PreferencesDomainTests, ADamagedFileThatCannotBePutAsideStaysAndIsToldOnce) {
-  const testing::MountedTmpfs disk(place_.at("disk"), "size=1m");
-  if (!disk.isMounted()) GTEST_SKIP() << "only root can mount";
-  place_.write("disk/org.example.Editor.plist", "junk");
-  disk.makeReadOnly();
-  Process here(disk.path());
-  EXPECT_EQ(here->contents()->count(), 0U);
-  EXPECT_FALSE(here->synchronize());
-  EXPECT_THAT(log_.lines(),
-              ElementsAre("The preferences of org.example.Editor cannot be read: the file is "
-                          "damaged, and cannot be put aside: org.example.Editor.lock cannot be "
-                          "opened: Read-only file system"));
-  EXPECT_EQ(place_.read("disk/org.example.Editor.plist"), "junk");
-}
-
-TEST_F(PreferencesDomainTests, AMissingHomeLosesNothing) {
-  Process here(place_.at("home/.config/kestova"));
-  EXPECT_FALSE(here.save("a", 1));
-  EXPECT_THAT(here->objectForKey("a"), Is(id(1)));
-  EXPECT_THAT(log_.lines(),
-              ElementsAre("The preferences of org.example.Editor cannot be written and wait in "
-                          "memory: the folder cannot be made: No such file or directory"));
-  std::filesystem::create_directory(place_.at("home"));
-  EXPECT_TRUE(here->synchronize());
-  EXPECT_THAT(Process(place_.at("home/.config/kestova"))->objectForKey("a"), Is(id(1)));
-}
-
-TEST_F(PreferencesDomainTests, AFolderThatIsRemovedIsMadeAgain) {
-  Process here(path());
-  here.save("a", 1);
-  std::filesystem::remove_all(path());
-  EXPECT_TRUE(here.save("b", 2));
-  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"b", 2}})));
-  std::filesystem::remove_all(path());
-  EXPECT_TRUE(here->synchronize());
-  EXPECT_EQ(here->contents()->count(), 0U);
-}
-
-TEST_F(PreferencesDomainTests, WhatTheDiskDidNotTakeIsTriedAgain) {
-  Process here(path());
-  here.save("a", 1);
-  {
-    testing::ScriptedFileSystemCalls calls;
-    calls.onFlush = [] { return testing::ScriptedFileSystemCalls::failure(EIO); };
-    EXPECT_FALSE(here.save("a", 2));
-  }
-  {
-    testing::ScriptedFileSystemCalls calls;
-    calls.onRename = [](const std::string&, const std::string&, unsigned) {
-      return testing::ScriptedFileSystemCalls::failure(EDQUOT);
-    };
-    EXPECT_FALSE(here->synchronize());
-  }
-  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", 1}})));
-  EXPECT_TRUE(here->synchronize());
-  EXPECT_THAT(onDisk(), Is(NSDictionary::of({{"a", 2}})));
-  EXPECT_THAT(names(), ElementsAre("org.example.Editor.lock", "org.example.Editor.plist"));
-  EXPECT_THAT(log_.lines(),
-              ElementsAre("The preferences of org.example.Editor cannot be written and wait in "
-                          "memory: the file cannot be written: Input/output error",
-                          "The preferences of org.example.Editor cannot be written and wait in "
-                          "memory: the file cannot be replaced: Disk quota exceeded"));
-}
-
-TEST_F(PreferencesDomainTests, WhatAKilledWriterLeftIsNoHindrance) {
-  place_.write("kestova/org.example.Editor.plist.new", "half a fi");
-  EXPECT_TRUE(Process(path()).save("a", 1));
-  EXPECT_THAT(names(), ElementsAre("org.example.Editor.lock", "org.example.Editor.plist"));
 }
 
 TEST_F(PreferencesDomainTests, AClockThatJumpsChangesNothing) {

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "preferences/PreferencesDomain.h"
 #include "preferences/PreferencesStore.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -15,6 +13,7 @@
 #include "AllocationFaults.h"
 #include "CapturedLog.h"
 #include "FileFaults.h"
+#include "PreferencesFiles.h"
 #include "TemporaryFolder.h"
 
 namespace kestova {
@@ -24,25 +23,12 @@ using testing::FaultyCall;
 using testing::FileFault;
 using ::testing::IsSupersetOf;
 using testing::MetCalls;
+using Process = testing::PreferencesProcess;
 using testing::TemporaryFolder;
 using testing::walkAllocations;
 using testing::walkFileFaults;
 
 using Names = std::set<std::string>;
-
-/// What one process has of the preferences.
-class Process {
- public:
-  explicit Process(const std::string& path)
-      : folder_(path, ::geteuid()), domain_("org.example.Editor", folder_, changes_) {}
-
-  PreferencesDomain* operator->() { return &domain_; }
-
- private:
-  std::atomic<std::uint64_t> changes_{0};
-  PreferencesFolder folder_;
-  PreferencesDomain domain_;
-};
 
 class PreferencesDomainFaultsTests : public ::testing::Test {
  protected:
