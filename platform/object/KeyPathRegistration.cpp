@@ -9,6 +9,7 @@
 #include "object/ObjectExtras.h"
 
 #include <atomic>
+#include <mutex>
 #include <utility>
 
 namespace kestova {
@@ -34,14 +35,17 @@ KeyPathRegistration::KeyPathRegistration(NSObject& root, NSObject& observer,
       context_(context),
       number_(nextNumber()) {}
 
+KeyPathRegistration::~KeyPathRegistration() = default;
+
 void KeyPathRegistration::begin() {
-  const auto first = KeyPathStep::first(shared_from_this(), root_, keyPath_);
+  const auto first =
+      make<KeyPathStep>(Ref(this), root_, KeyPathStep::Key::firstOf(keyPath_), nullptr);
   first_ = first;
   // Ending it shares both, also where there was no memory for what it needs of them.
   ObjectExtras::letShare(root_);
   ObjectExtras::letShare(observer_);
   try {
-    ObjectExtras::of(observer_).observing.add(shared_from_this());
+    ObjectExtras::of(observer_).observing.add(Ref(this));
     first->enter();
     first->follow();
     tellInitialValue();
@@ -54,7 +58,7 @@ void KeyPathRegistration::begin() {
 void KeyPathRegistration::end() {
   id root;
   id observer;
-  std::shared_ptr<KeyPathStep> first;
+  Ref<KeyPathStep> first;
   {
     const std::scoped_lock lock(mutex_);
     if (std::exchange(ended_, true)) {
@@ -66,7 +70,7 @@ void KeyPathRegistration::end() {
   }
   first->leave(root);
   if (ObjectExtras* extras = observer ? ObjectExtras::existing(*observer) : nullptr) {
-    extras->observing.remove(shared_from_this());
+    extras->observing.remove(*this);
   }
 }
 
@@ -101,10 +105,14 @@ id KeyPathRegistration::oldValue(const id& changed) const {
 Ref<ObservedChange> KeyPathRegistration::changeToTell(ChangeMoment moment,
                                                       const id& oldValue) const {
   const bool hasNewValue = moment == ChangeMoment::After && asksFor(NSKeyValueObservingOptionNew);
-  return oldValue || hasNewValue ? make<ObservedChange>(moment, oldValue) : observedChange(moment);
+  if (oldValue || hasNewValue) {
+    return make<ObservedChange>(moment, oldValue);
+  }
+  changeWithoutValues(moment);  // made here the first time, where memory may be missing
+  return nullptr;
 }
 
-void KeyPathRegistration::tell(ChangeMoment moment, const Ref<ObservedChange>& change,
+void KeyPathRegistration::tell(ChangeMoment moment, Ref<ObservedChange> change,
                                const id& changed) const {
   withRoot(changed, [&](const id& root) {
     const id observer = live(observer_);
@@ -114,8 +122,17 @@ void KeyPathRegistration::tell(ChangeMoment moment, const Ref<ObservedChange>& c
     if (moment == ChangeMoment::After && asksFor(NSKeyValueObservingOptionNew)) {
       change->setNewValue(orNull(valueIn(*root)));
     }
-    observer->observeValueForKeyPath_ofObject_change_context(keyPath_, root, change, context_);
+    if (change) {
+      call(*observer, root, std::move(change));
+    } else {
+      call(*observer, root, changeWithoutValues(moment));
+    }
   });
+}
+
+void KeyPathRegistration::call(NSObject& observer, const id& root,
+                               const Ref<NSDictionary>& change) const {
+  observer.observeValueForKeyPath_ofObject_change_context(keyPath_, root, change, context_);
 }
 
 void KeyPathRegistration::tellInitialValue() const {

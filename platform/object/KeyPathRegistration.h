@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <KestovaPlatform/BriefMutex.h>
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSString.h>
 
 #include "object/ObservedChange.h"
+#include "object/Shared.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <mutex>
 
 namespace kestova {
 
@@ -19,10 +20,11 @@ class KeyPathStep;
 /// Root and observer are unowned. Each ends the registration when it goes, and ending takes the
 /// mutex: under it, and as long as the registration has not ended, both can be looked at and
 /// shared, unless they have begun to go.
-class KeyPathRegistration : public std::enable_shared_from_this<KeyPathRegistration> {
+class KeyPathRegistration : public Shared<KeyPathRegistration> {
  public:
   KeyPathRegistration(NSObject& root, NSObject& observer, const Ref<NSString>& keyPath,
                       NSUInteger options, void* context);
+  ~KeyPathRegistration();
 
   /// Enters it along its path, and tells the observer at once when it asked for that. What throws
   /// ends it.
@@ -49,14 +51,19 @@ class KeyPathRegistration : public std::enable_shared_from_this<KeyPathRegistrat
   /// Whether the observer wants to be told before changes, too.
   bool asksForBefore() const noexcept { return asksFor(NSKeyValueObservingOptionPrior); }
 
-  /// What the observer is to be told at that moment.
+  /// Whether the observer has to do with a change before it is made.
+  bool takesPartBefore() const noexcept {
+    return asksFor(NSKeyValueObservingOptionPrior | NSKeyValueObservingOptionOld);
+  }
+
+  /// What the observer is to be told at that moment; null for a change without values.
   Ref<ObservedChange> changeToTell(ChangeMoment moment, const id& oldValue) const;
 
   /// Tells the observer, with the value that is there by now when the change has been made.
-  void tell(ChangeMoment moment, const Ref<ObservedChange>& change, const id& changed) const;
+  void tell(ChangeMoment moment, Ref<ObservedChange> change, const id& changed) const;
 
   /// Guards what can change here and in the steps; never held while other code runs.
-  std::mutex& mutex() const noexcept { return mutex_; }
+  BriefMutex& mutex() const noexcept { return mutex_; }
 
  private:
   bool asksFor(NSUInteger option) const noexcept { return (options_ & option) != 0; }
@@ -65,6 +72,7 @@ class KeyPathRegistration : public std::enable_shared_from_this<KeyPathRegistrat
   void tellInitialValue() const;
   template <class Tell>
   void withRoot(const id& changed, const Tell& tell) const;
+  void call(NSObject& observer, const id& root, const Ref<NSDictionary>& change) const;
 
   NSObject& root_;
   NSObject& observer_;
@@ -74,9 +82,12 @@ class KeyPathRegistration : public std::enable_shared_from_this<KeyPathRegistrat
   void* const context_;
   const std::uint64_t number_;
 
-  mutable std::mutex mutex_;
+  mutable BriefMutex mutex_;
   bool ended_ = false;
-  std::shared_ptr<KeyPathStep> first_;
+  Ref<KeyPathStep> first_;
+
+  friend class ObservingTable;
+  std::size_t place_ = 0;  // in the observer's table, which guards it
 };
 
 }  // namespace kestova

@@ -2,13 +2,11 @@
 #include "object/KeyPathStep.h"
 
 #include <KestovaPlatform/FirstException.h>
-#include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSSet.h>
 
-#include "object/KeyText.h"
 #include "object/ObjectExtras.h"
 
-#include <string_view>
+#include <mutex>
 #include <utility>
 
 namespace kestova {
@@ -17,21 +15,6 @@ namespace {
 Ref<NSString> firstKeyOf(const Ref<NSString>& keyPath) {
   const NSUInteger stop = endOfFirstKey(keyPath);
   return stop == NSNotFound ? keyPath : keyPath->substringToIndex(stop);
-}
-
-KeyPathStep::Keys keysOf(const Ref<NSString>& keyPath) {
-  std::vector<KeyPathStep::Key> keys;
-  const auto add = [&](const Ref<NSString>& key) {
-    keys.push_back({key, std::string(std::string_view(KeyText(key)))});
-  };
-  if (endOfFirstKey(keyPath) == NSNotFound) {
-    add(keyPath);
-  } else {
-    for (const id& key : keyPath->componentsSeparatedByString(".")) {
-      add(cast<NSString>(key));
-    }
-  }
-  return std::make_shared<const std::vector<KeyPathStep::Key>>(std::move(keys));
 }
 
 /// The paths that a key depends on, also by way of others, each once.
@@ -56,31 +39,35 @@ Ref<NSArray> pathsAffecting(const NSObject& object, const Ref<NSString>& key) {
 
 }  // namespace
 
-KeyPathStep::KeyPathStep(std::shared_ptr<KeyPathRegistration> registration, NSObject& object,
-                         Keys keys, std::size_t index, std::shared_ptr<KeyPathStep> owner)
+KeyPathStep::Key KeyPathStep::Key::firstOf(const Ref<NSString>& keyPath) {
+  if (endOfFirstKey(keyPath) == NSNotFound) {
+    return {keyPath, nullptr};
+  }
+  const auto path = keyPath->componentsSeparatedByString(".");
+  return {cast<NSString>(path->objectAtIndex(0)), path};
+}
+
+KeyPathStep::Key KeyPathStep::Key::next() const {
+  return {cast<NSString>(path->objectAtIndex(index + 1)), path, index + 1};
+}
+
+KeyPathStep::KeyPathStep(Ref<KeyPathRegistration> registration, NSObject& object, Key key,
+                         Ref<KeyPathStep> owner)
     : registration_(std::move(registration)),
       object_(object),
       held_(registration_->isRoot(object) ? nullptr : &object),
-      keys_(std::move(keys)),
-      index_(index),
+      key_(std::move(key)),
       owner_(std::move(owner)) {}
 
-std::shared_ptr<KeyPathStep> KeyPathStep::first(std::shared_ptr<KeyPathRegistration> registration,
-                                                NSObject& object, const Ref<NSString>& keyPath,
-                                                std::shared_ptr<KeyPathStep> owner) {
-  return std::make_shared<KeyPathStep>(std::move(registration), object, keysOf(keyPath), 0,
-                                       std::move(owner));
-}
-
-void KeyPathStep::link() { ObjectExtras::of(object_).observers.link(shared_from_this()); }
+void KeyPathStep::link() { ObjectExtras::of(object_).observers.link(Ref(this)); }
 
 void KeyPathStep::enter() {
   link();
   if (isOneOfItsOwners()) {
     return;  // properties that depend on each other
   }
-  if (object_.keyPathsForValuesAffectingValueForKey(key().name)) {
-    for (const id& path : pathsAffecting(object_, key().name)) {
+  if (object_.keyPathsForValuesAffectingValueForKey(key_.name)) {
+    for (const id& path : pathsAffecting(object_, key_.name)) {
       enterAffecting(cast<NSString>(path));
     }
   }
@@ -88,7 +75,8 @@ void KeyPathStep::enter() {
 
 /// Nothing may fail between the linking of a step and its being known to the one that it affects.
 void KeyPathStep::enterAffecting(const Ref<NSString>& keyPath) {
-  const auto step = first(registration_, object_, keyPath, shared_from_this());
+  const auto step =
+      make<KeyPathStep>(registration_, object_, Key::firstOf(copyOf(keyPath)), Ref(this));
   const auto present = affecting();
   auto grown = present ? std::make_shared<Steps>(*present) : std::make_shared<Steps>();
   grown->push_back(step);
@@ -118,15 +106,15 @@ bool KeyPathStep::isOneOfItsOwners() const {
 }
 
 void KeyPathStep::follow() {
-  for (auto step = shared_from_this(); step;) {
+  for (auto step = attachNext(); step;) {
     step = step->attachNext();
   }
 }
 
 /// Puts a step at the value of the key and answers it; null at the end, or when the key changed
 /// since: whoever changed it last attaches what it reads then.
-std::shared_ptr<KeyPathStep> KeyPathStep::attachNext() {
-  if (isLast()) {
+Ref<KeyPathStep> KeyPathStep::attachNext() {
+  if (key_.isLast()) {
     return nullptr;
   }
   std::uint64_t change = 0;
@@ -134,18 +122,18 @@ std::shared_ptr<KeyPathStep> KeyPathStep::attachNext() {
     const std::scoped_lock lock(registration_->mutex());
     change = ++changes_;
   }
-  const id value = object_.valueForKey(key().name);
+  const id value = object_.valueForKey(key_.name);
   if (!value) {
     return nullptr;
   }
-  const auto next = std::make_shared<KeyPathStep>(registration_, *value, keys_, index_ + 1, owner_);
+  const auto next = make<KeyPathStep>(registration_, *value, key_.next(), owner_);
   try {
     next->enter();
   } catch (...) {
     next->leave(registration_->liveRoot());
     throw;
   }
-  std::shared_ptr<KeyPathStep> superfluous = next;  // or the one that it takes the place of
+  Ref<KeyPathStep> superfluous = next;  // or the one that it takes the place of
   bool isCurrent = false;
   {
     const std::scoped_lock lock(registration_->mutex());
@@ -161,7 +149,7 @@ std::shared_ptr<KeyPathStep> KeyPathStep::attachNext() {
 }
 
 void KeyPathStep::leave(const id& root) noexcept {
-  for (auto step = shared_from_this(); step;) {
+  for (auto step = leaveAlone(root); step;) {
     step = step->leaveAlone(root);
   }
 }
@@ -176,9 +164,9 @@ void KeyPathStep::forEach(const std::shared_ptr<const Steps>& steps, const Visit
 }
 
 /// Leaves with all that affects it, and answers the step behind, for which the same is to be done.
-std::shared_ptr<KeyPathStep> KeyPathStep::leaveAlone(const id& root) noexcept {
+Ref<KeyPathStep> KeyPathStep::leaveAlone(const id& root) noexcept {
   std::shared_ptr<const Steps> affecting;
-  std::shared_ptr<KeyPathStep> next;
+  Ref<KeyPathStep> next;
   {
     const std::scoped_lock lock(registration_->mutex());
     hasLeft_ = true;
@@ -196,9 +184,9 @@ std::shared_ptr<KeyPathStep> KeyPathStep::leaveAlone(const id& root) noexcept {
 /// same key may do so by way of each other.
 template <class Visit>
 void KeyPathStep::forAllThatChange(const Visit& visit) {
-  for (auto step = shared_from_this(); step; step = step->owner_) {
+  for (Ref<KeyPathStep> step(this); step; step = step->owner_) {
     visit(*step);
-    if (step->index_ == 0 && step->owner_) {
+    if (step->key_.isFirst() && step->owner_) {
       forEach(step->owner_->affecting(), [&](KeyPathStep& sibling) {
         if (&sibling != step.get()) {
           visit(sibling);
@@ -214,13 +202,13 @@ std::shared_ptr<const KeyPathStep::Steps> KeyPathStep::affecting() const noexcep
 }
 
 void KeyPathStep::willChange() noexcept {
-  if (owner_ || !isLast()) {
+  if (owner_ || !key_.isLast()) {
     forAllThatChange([](KeyPathStep& step) { step.dropNext(); });
   }
 }
 
 void KeyPathStep::didChange() {
-  if (owner_ || !isLast()) {
+  if (owner_ || !key_.isLast()) {
     FirstException failure;
     forAllThatChange([&](KeyPathStep& step) { failure.attempt([&] { step.follow(); }); });
     failure.rethrow();
@@ -228,7 +216,7 @@ void KeyPathStep::didChange() {
 }
 
 void KeyPathStep::dropNext() noexcept {
-  std::shared_ptr<KeyPathStep> dropped;
+  Ref<KeyPathStep> dropped;
   {
     const std::scoped_lock lock(registration_->mutex());
     ++changes_;

@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <KestovaPlatform/NSArray.h>
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSString.h>
+#include <KestovaPlatform/NSTypes.h>
 
 #include "object/KeyPathRegistration.h"
+#include "object/KeyText.h"
+#include "object/Shared.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace kestova {
@@ -24,27 +27,28 @@ namespace kestova {
 ///
 /// A step holds its object, unless that is the registration's root: so a link from an object's
 /// table to a step never dangles, and no registration keeps its own root alive.
-class KeyPathStep : public std::enable_shared_from_this<KeyPathStep> {
+class KeyPathStep : public Shared<KeyPathStep> {
  public:
+  /// A key and where it stands in its path. Neither ever changes.
   struct Key {
     Ref<NSString> name;
-    std::string text;  // by which tables know it
+    Ref<NSArray> path;  // null for a path of one key
+    NSUInteger index = 0;
+
+    static Key firstOf(const Ref<NSString>& keyPath);
+    Key next() const;
+    bool isFirst() const noexcept { return index == 0; }
+    bool isLast() const noexcept { return !path || index + 1 == path->count(); }
   };
-  using Keys = std::shared_ptr<const std::vector<Key>>;
 
-  /// The first step of a path.
-  static std::shared_ptr<KeyPathStep> first(std::shared_ptr<KeyPathRegistration> registration,
-                                            NSObject& object, const Ref<NSString>& keyPath,
-                                            std::shared_ptr<KeyPathStep> owner = nullptr);
-
-  KeyPathStep(std::shared_ptr<KeyPathRegistration> registration, NSObject& object, Keys keys,
-              std::size_t index, std::shared_ptr<KeyPathStep> owner);
+  KeyPathStep(Ref<KeyPathRegistration> registration, NSObject& object, Key key,
+              Ref<KeyPathStep> owner);
 
   KeyPathRegistration& registration() const noexcept { return *registration_; }
-  const std::string& keyText() const noexcept { return key().text; }
+  std::string_view keyText() const noexcept { return text_; }
 
   /// Whether the registration begins here.
-  bool isFirstOfRegistration() const noexcept { return index_ == 0 && !owner_; }
+  bool isFirstOfRegistration() const noexcept { return key_.isFirst() && !owner_; }
 
   /// Stands in the object's table from now on, with all that its key depends on.
   void enter();
@@ -63,15 +67,13 @@ class KeyPathStep : public std::enable_shared_from_this<KeyPathStep> {
   void didChange();
 
  private:
-  using Steps = std::vector<std::shared_ptr<KeyPathStep>>;
+  using Steps = std::vector<Ref<KeyPathStep>>;
 
-  const Key& key() const noexcept { return (*keys_)[index_]; }
-  bool isLast() const noexcept { return index_ + 1 == keys_->size(); }
   bool isOneOfItsOwners() const;
   void link();
   void enterAffecting(const Ref<NSString>& keyPath);
-  std::shared_ptr<KeyPathStep> attachNext();
-  std::shared_ptr<KeyPathStep> leaveAlone(const id& root) noexcept;
+  Ref<KeyPathStep> attachNext();
+  Ref<KeyPathStep> leaveAlone(const id& root) noexcept;
   void dropNext() noexcept;
   std::shared_ptr<const Steps> affecting() const noexcept;
   template <class Visit>
@@ -79,15 +81,15 @@ class KeyPathStep : public std::enable_shared_from_this<KeyPathStep> {
   template <class Visit>
   void forAllThatChange(const Visit& visit);
 
-  const std::shared_ptr<KeyPathRegistration> registration_;
+  const Ref<KeyPathRegistration> registration_;
   NSObject& object_;
   const id held_;  // the object, null when it is the root
-  const Keys keys_;
-  const std::size_t index_;
-  const std::shared_ptr<KeyPathStep> owner_;
+  const Key key_;
+  const KeyText text_{key_.name};
+  const Ref<KeyPathStep> owner_;
 
   // Guarded by the registration's mutex.
-  std::shared_ptr<KeyPathStep> next_;
+  Ref<KeyPathStep> next_;
   std::shared_ptr<const Steps> affecting_;  // null for none; replaced, not changed
   std::uint64_t changes_ = 0;               // tells whether a value that was read may be an old one
   bool hasLeft_ = false;

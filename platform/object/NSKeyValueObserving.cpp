@@ -12,7 +12,6 @@
 #include "values/RangeCheck.h"
 
 #include <exception>
-#include <memory>
 
 namespace kestova {
 
@@ -28,7 +27,7 @@ void endRegistration(NSObject& object, const NSObject* observer, const Ref<NSStr
   ObjectExtras* extras = ObjectExtras::existing(object);
   const auto registration =
       extras == nullptr || !keyPath ? nullptr : extras->observers.find(observer, keyPath, context);
-  if (registration == nullptr) {
+  if (!registration) {
     throw NSException(NSRangeException,
                       NSString::stringWithFormat("%p does not observe the key path \"%@\" of %p.",
                                                  static_cast<const void*>(observer), keyPath,
@@ -52,7 +51,7 @@ void NSObject::addObserver_forKeyPath_options_context(NSObject* observer,
     throw NSException(NSInvalidArgumentException,
                       "an observer needs to be there and a key path to observe");
   }
-  std::make_shared<KeyPathRegistration>(*this, *observer, keyPath, options, context)->begin();
+  make<KeyPathRegistration>(*this, *observer, keyPath, options, context)->begin();
 }
 
 void NSObject::removeObserver_forKeyPath(NSObject* observer, const Ref<NSString>& keyPath) {

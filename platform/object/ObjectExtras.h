@@ -26,7 +26,10 @@ class ObjectExtras {
   /// them does.
   static void letShare(const NSObject& object) noexcept {
     std::uint32_t none = 0;
-    object.extras_.compare_exchange_strong(none, ExtrasTable::kNoneYet, std::memory_order_relaxed);
+    if (object.extras_.load(std::memory_order_relaxed) == none) {
+      object.extras_.compare_exchange_strong(none, ExtrasTable::kNoneYet,
+                                             std::memory_order_relaxed);
+    }
   }
 
   /// Shares an object that may be on its way out, whose destructor can't have come far: the caller

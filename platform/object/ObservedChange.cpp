@@ -63,11 +63,11 @@ id ObservedChange::objectUnder(const StringConstant& key) const {
   return moment_ == ChangeMoment::Before ? id(true) : id();
 }
 
-const Ref<ObservedChange>& observedChange(ChangeMoment moment) {
+const Ref<NSDictionary>& changeWithoutValues(ChangeMoment moment) {
   static const auto& before =
-      *new Ref<ObservedChange>(make<ObservedChange>(ChangeMoment::Before, nullptr));
+      *new Ref<NSDictionary>(make<ObservedChange>(ChangeMoment::Before, nullptr));
   static const auto& after =
-      *new Ref<ObservedChange>(make<ObservedChange>(ChangeMoment::After, nullptr));
+      *new Ref<NSDictionary>(make<ObservedChange>(ChangeMoment::After, nullptr));
   return moment == ChangeMoment::Before ? before : after;
 }
 

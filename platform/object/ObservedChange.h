@@ -37,6 +37,6 @@ class ObservedChange final : public NSDictionary {
 };
 
 /// One without values, which is one object for all changes.
-const Ref<ObservedChange>& observedChange(ChangeMoment moment);
+const Ref<NSDictionary>& changeWithoutValues(ChangeMoment moment);
 
 }  // namespace kestova

@@ -10,9 +10,7 @@
 namespace kestova {
 namespace {
 
-std::uint64_t numberOf(const std::shared_ptr<KeyPathStep>& step) {
-  return step->registration().number();
-}
+std::uint64_t numberOf(const Ref<KeyPathStep>& step) { return step->registration().number(); }
 
 }  // namespace
 
@@ -29,16 +27,16 @@ ObserverTable::~ObserverTable() {
   }
 }
 
-void ObserverTable::link(std::shared_ptr<KeyPathStep> step) {
+void ObserverTable::link(Ref<KeyPathStep> step) {
   const std::scoped_lock lock(mutex_);
-  auto& steps = steps_[step->keyText()];
+  auto& steps = steps_[std::string(step->keyText())];
   const auto place = std::ranges::upper_bound(steps, step->registration().number(), {}, numberOf);
   steps.insert(place, std::move(step));
-  count_.fetch_add(1, std::memory_order_release);
+  setCount(count_ + 1);
 }
 
 void ObserverTable::unlink(const KeyPathStep& step) noexcept {
-  std::shared_ptr<KeyPathStep> removed;  // goes after the lock is released
+  Ref<KeyPathStep> removed;  // goes after the lock is released
   const std::scoped_lock lock(mutex_);
   const auto entry = steps_.find(step.keyText());
   if (entry == steps_.end()) {
@@ -46,24 +44,22 @@ void ObserverTable::unlink(const KeyPathStep& step) noexcept {
   }
   auto& steps = entry->second;
   const auto first = std::ranges::lower_bound(steps, step.registration().number(), {}, numberOf);
-  const auto found =
-      std::ranges::find(first, steps.end(), &step, &std::shared_ptr<KeyPathStep>::get);
+  const auto found = std::ranges::find(first, steps.end(), &step, &Ref<KeyPathStep>::get);
   if (found != steps.end()) {
     removed = std::move(*found);
     steps.erase(found);
-    count_.fetch_sub(1, std::memory_order_release);
+    setCount(count_ - 1);
   }
   if (steps.empty()) {
     steps_.erase(entry);
   }
 }
 
-std::shared_ptr<KeyPathRegistration> ObserverTable::find(const NSObject* observer,
-                                                         const Ref<NSString>& keyPath,
-                                                         void* const* context) {
+Ref<KeyPathRegistration> ObserverTable::find(const NSObject* observer, const Ref<NSString>& keyPath,
+                                             void* const* context) {
   const KeyText path(keyPath);
   const std::string_view text = path;
-  const auto isMeant = [&](const std::shared_ptr<KeyPathStep>& step) {
+  const auto isMeant = [&](const Ref<KeyPathStep>& step) {
     const KeyPathRegistration& registration = step->registration();
     return step->isFirstOfRegistration() && registration.matches(observer, keyPath) &&
            (context == nullptr || registration.context() == *context);
@@ -74,7 +70,7 @@ std::shared_ptr<KeyPathRegistration> ObserverTable::find(const NSObject* observe
     return nullptr;
   }
   const auto latest = std::find_if(entry->second.rbegin(), entry->second.rend(), isMeant);
-  return latest == entry->second.rend() ? nullptr : (*latest)->registration().shared_from_this();
+  return latest == entry->second.rend() ? nullptr : Ref(&(*latest)->registration());
 }
 
 ObservingTable::~ObservingTable() {
@@ -88,14 +84,23 @@ ObservingTable::~ObservingTable() {
   }
 }
 
-void ObservingTable::add(std::shared_ptr<KeyPathRegistration> registration) {
+void ObservingTable::add(Ref<KeyPathRegistration> registration) {
   const std::scoped_lock lock(mutex_);
-  registrations_.insert(std::move(registration));
+  registration->place_ = registrations_.size();
+  registrations_.push_back(std::move(registration));
 }
 
-void ObservingTable::remove(const std::shared_ptr<KeyPathRegistration>& registration) {
+/// The last one takes its place. One that there was no memory for isn't there.
+void ObservingTable::remove(const KeyPathRegistration& registration) noexcept {
+  Ref<KeyPathRegistration> removed;  // goes after the lock is released
   const std::scoped_lock lock(mutex_);
-  registrations_.erase(registration);
+  const std::size_t place = registration.place_;
+  if (place < registrations_.size() && registrations_[place].get() == &registration) {
+    std::swap(registrations_[place], registrations_.back());
+    registrations_[place]->place_ = place;
+    removed = std::move(registrations_.back());
+    registrations_.pop_back();
+  }
 }
 
 }  // namespace kestova

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <KestovaPlatform/BriefMutex.h>
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSString.h>
 
@@ -9,12 +10,10 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace kestova {
@@ -25,13 +24,13 @@ class ObserverTable {
   /// Ends the registrations that are left: all have this object as their root.
   ~ObserverTable();
 
-  void link(std::shared_ptr<KeyPathStep> step);
+  void link(Ref<KeyPathStep> step);
   void unlink(const KeyPathStep& step) noexcept;
 
   /// The latest registration with this object as its root for the observer and path, and for the
   /// context where one is given; null when there is none.
-  std::shared_ptr<KeyPathRegistration> find(const NSObject* observer, const Ref<NSString>& keyPath,
-                                            void* const* context);
+  Ref<KeyPathRegistration> find(const NSObject* observer, const Ref<NSString>& keyPath,
+                                void* const* context);
 
   /// Calls the function with each step at the key, in the order of registration. It is told with
   /// the table locked.
@@ -55,11 +54,13 @@ class ObserverTable {
       return std::hash<std::string_view>()(key);
     }
   };
-  using Steps = std::vector<std::shared_ptr<KeyPathStep>>;
+  using Steps = std::vector<Ref<KeyPathStep>>;
 
-  mutable std::mutex mutex_;  // guards the steps; never held while other code runs
+  void setCount(std::size_t count) noexcept { count_.store(count, std::memory_order_release); }
+
+  mutable BriefMutex mutex_;  // guards the steps; never held while other code runs
   std::unordered_map<std::string, Steps, Hash, std::equal_to<>> steps_;
-  std::atomic<std::size_t> count_{0};
+  std::atomic<std::size_t> count_{0};  // set under the mutex
 };
 
 /// The registrations in which one object is the observer. They end with it.
@@ -67,12 +68,12 @@ class ObservingTable {
  public:
   ~ObservingTable();
 
-  void add(std::shared_ptr<KeyPathRegistration> registration);
-  void remove(const std::shared_ptr<KeyPathRegistration>& registration);
+  void add(Ref<KeyPathRegistration> registration);
+  void remove(const KeyPathRegistration& registration) noexcept;
 
  private:
-  std::mutex mutex_;  // guards the registrations; never held while other code runs
-  std::unordered_set<std::shared_ptr<KeyPathRegistration>> registrations_;
+  BriefMutex mutex_;  // guards the registrations; never held while other code runs
+  std::vector<Ref<KeyPathRegistration>> registrations_;
 };
 
 }  // namespace kestova

@@ -77,28 +77,36 @@ std::uint64_t PendingChanges::willChange(NSObject& object, std::string_view key)
   change.object = &object;
   change.key = key;
   change.number = ++lastNumber_;
-  ObjectExtras::of(object).observers.stepsAt(key, [&](const std::shared_ptr<KeyPathStep>& step) {
-    change.told.push_back({step, nullptr});
+  ObjectExtras::of(object).observers.stepsAt(key, [&](const Ref<KeyPathStep>& step) {
+    change.told.push_back({step, std::nullopt});
   });
   if (change.told.empty()) {
     return 0;
   }
-  tellBefore(ObjectExtras::share(object), change);
+  tellBefore(object, change);
   announced_.splice(announced_.end(), lent.list);
   return change.number;
 }
 
+/// Whether an observer is to be told before, or a value to be kept.
+bool PendingChanges::Change::hasPartBefore() const noexcept {
+  return std::ranges::any_of(
+      told, [](const Told& one) { return one.step->registration().takesPartBefore(); });
+}
+
 /// All are told before anything is taken away. Nobody is told of an object that goes; it is null
-/// here.
-void PendingChanges::tellBefore(const id& object, Change& change) {
+/// then.
+void PendingChanges::tellBefore(NSObject& object, Change& change) {
+  const bool hasPart = change.hasPartBefore();
+  const id shared = hasPart ? ObjectExtras::share(object) : id();
   try {
-    for (std::size_t index = 0; object && index < change.told.size(); ++index) {
+    for (std::size_t index = 0; (shared || !hasPart) && index < change.told.size(); ++index) {
       if (change.isFirstOfItsRegistration(index)) {
-        tellBefore(object, change.told[index]);
+        tellBefore(shared, change.told[index]);
       }
     }
   } catch (...) {
-    takeBack(object, change);
+    takeBack(shared, change);
     throw;
   }
   for (const Told& told : change.told) {
@@ -120,12 +128,13 @@ void PendingChanges::tellBefore(const id& object, Told& told) {
 
 /// The change is not made. Who was told that it would be is told of its end; more than that can't
 /// be done for one who throws now.
-void PendingChanges::takeBack(const id& object, const Change& change) noexcept {
+void PendingChanges::takeBack(const id& object, Change& change) noexcept {
   FirstException unheard;
-  for (const Told& told : change.told) {
+  for (Told& told : change.told) {
     const KeyPathRegistration& registration = told.step->registration();
     if (told.end && registration.asksForBefore()) {
-      unheard.attempt([&] { registration.tell(ChangeMoment::After, told.end, object); });
+      unheard.attempt(
+          [&] { registration.tell(ChangeMoment::After, *std::move(told.end), object); });
     }
   }
 }
@@ -149,15 +158,16 @@ void PendingChanges::endLatest(NSObject& object, const IsMeant& isMeant) {
   }
 }
 
-void PendingChanges::tellAfter(const id& object, const Change& change) {
+void PendingChanges::tellAfter(const id& object, Change& change) {
   FirstException failure;
   for (const Told& told : change.told) {
     failure.attempt([&] { told.step->didChange(); });
   }
-  for (const Told& told : change.told) {
+  for (Told& told : change.told) {
     if (object && told.end) {
-      failure.attempt(
-          [&] { told.step->registration().tell(ChangeMoment::After, told.end, object); });
+      failure.attempt([&] {
+        told.step->registration().tell(ChangeMoment::After, *std::move(told.end), object);
+      });
     }
   }
   failure.rethrow();

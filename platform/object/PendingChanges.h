@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <list>
-#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,9 +38,10 @@ class PendingChanges {
 
  private:
   struct Told {
-    std::shared_ptr<KeyPathStep> step;
-    /// What is told of the end; null where another one of the same registration stands before.
-    Ref<ObservedChange> end;
+    Ref<KeyPathStep> step;
+    /// What is told of the end, null for a change without values; nothing where the observer isn't
+    /// told of it: where another step of the same registration stands before this one.
+    std::optional<Ref<ObservedChange>> end;
   };
   struct Change {
     const NSObject* object = nullptr;
@@ -49,15 +50,16 @@ class PendingChanges {
     std::vector<Told> told;  // in the order of registration
 
     bool isFirstOfItsRegistration(std::size_t index) const noexcept;
+    bool hasPartBefore() const noexcept;
   };
   class Lent;
 
   template <class IsMeant>
   void endLatest(NSObject& object, const IsMeant& isMeant);
-  static void tellBefore(const id& object, Change& change);
+  static void tellBefore(NSObject& object, Change& change);
   static void tellBefore(const id& object, Told& told);
-  static void takeBack(const id& object, const Change& change) noexcept;
-  static void tellAfter(const id& object, const Change& change);
+  static void takeBack(const id& object, Change& change) noexcept;
+  static void tellAfter(const id& object, Change& change);
 
   std::list<Change> announced_;
   std::list<Change> spare_;
