@@ -3,6 +3,7 @@
 #include <KestovaPlatform/Class.h>
 #include <KestovaPlatform/Contract.h>
 
+#include <atomic>
 #include <utility>
 
 #include "LatestRequest.h"
@@ -11,7 +12,9 @@ namespace kestova {
 
 KESTOVA_DEFINE_CLASS(GCDCoalescer)
 
-GCDCoalescer::GCDCoalescer() : latest_(std::make_shared<LatestRequest>()) {}
+GCDCoalescer::GCDCoalescer()
+    : latest_(std::make_shared<LatestRequest>(
+          [this] { return std::atomic_ref(count).load(std::memory_order_relaxed); })) {}
 
 GCDCoalescer::~GCDCoalescer() = default;
 
@@ -20,13 +23,7 @@ Ref<GCDCoalescer> GCDCoalescer::init() { return make<GCDCoalescer>(); }
 void GCDCoalescer::dispatchOn_after_block(dispatch_queue_t queue, NSTimeInterval delay,
                                           Block<void()> block) {
   require(block != nullptr, "block != nil");
-  Block<void(NSUInteger)> runIfLatest = [this, block = std::move(block)](NSUInteger number) {
-    if (count.load(std::memory_order_relaxed) <= number) {
-      block();
-    }
-  };
-  latest_->prepareFor(delay);
-  latest_->replace({++count, DispatchQueue(queue), std::move(runIfLatest)}, delay, *this);
+  latest_->replace({DispatchQueue(queue), std::move(block)}, std::atomic_ref(count), delay, *this);
 }
 
 }  // namespace kestova

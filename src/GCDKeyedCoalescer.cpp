@@ -32,14 +32,8 @@ void GCDKeyedCoalescer::dispatch_on_after_block(const id& key, dispatch_queue_t 
                                                 NSTimeInterval delay, Block<void()> block) {
   require(block != nullptr, "block != nil");
   const NSUInteger slot = slotOf(key);
-  Block<void(NSUInteger)> runIfLatest = [this, slot, block = std::move(block)](NSUInteger number) {
-    if (countAt(slot) <= number) {
-      block();
-    }
-  };
-  const auto latest = latest_[slot];
-  latest->prepareFor(delay);
-  latest->replace({increment(slot), DispatchQueue(queue), std::move(runIfLatest)}, delay, *this);
+  latest_[slot]->replace({DispatchQueue(queue), std::move(block)}, std::atomic_ref(_counts[slot]),
+                         delay, *this);
 }
 
 NSUInteger GCDKeyedCoalescer::slotOf(const id& key) {
@@ -50,7 +44,8 @@ NSUInteger GCDKeyedCoalescer::slotOf(const id& key) {
   if (_numCounts == _capacity) {
     grow();
   }
-  latest_.push_back(std::make_shared<LatestRequest>());
+  latest_.push_back(
+      std::make_shared<LatestRequest>([this, slot = _numCounts] { return countAt(slot); }));
   try {
     _keys->addObject(key);
   } catch (...) {
@@ -67,10 +62,6 @@ void GCDKeyedCoalescer::grow() {
   std::copy_n(_counts.get(), _numCounts, larger.get());
   _counts = std::move(larger);
   _capacity += kSlots;
-}
-
-NSUInteger GCDKeyedCoalescer::increment(NSUInteger slot) {
-  return ++std::atomic_ref<NSUInteger>(_counts[slot]);
 }
 
 NSUInteger GCDKeyedCoalescer::countAt(NSUInteger slot) {

@@ -8,52 +8,50 @@
 #include <utility>
 
 namespace kestova {
-namespace {
 
-void submit(LatestRequest::Request request, id owner) {
-  if (request.block) {
-    dispatch_async(request.queue, [owner = std::move(owner), number = request.number,
-                                   block = std::move(request.block)] { block(number); });
-  }
-}
-
-}  // namespace
-
-void LatestRequest::prepareFor(NSTimeInterval delay) {
-  if (dispatchNanoseconds(delay) > 0) {
-    const std::lock_guard lock(mutex_);
-    makeTimer();
-  }
-}
-
-void LatestRequest::replace(Request request, NSTimeInterval delay, NSObject& owner) {
+/// The timer comes first: a number that nothing is replaced for would make the request before it
+/// one that isn't the latest.
+void LatestRequest::replace(Request request, std::atomic_ref<NSUInteger> counter,
+                            NSTimeInterval delay, NSObject& owner) {
   require(request.queue != nullptr, "queue != nil");
   const dispatch_time_t due = dispatchTimeAfter(delay);
   const bool isDue = dispatchNanoseconds(delay) <= 0;
   const bool waits = !isDue && due != DISPATCH_TIME_FOREVER;
+  NSUInteger number = 0;
   Request taken;
   {
     const std::lock_guard lock(mutex_);
-    if (request.number > latest_.number) {
-      std::swap(latest_, request);
-      due_ = due;
-      if (!waits) {
-        taken = take();
-      }
+    if (waits) {
+      makeTimer();
     }
+    number = ++counter;
+    number_ = number;
+    due_ = due;
+    std::swap(latest_, request);
     if (waits) {
       keep(owner, due);
+    } else {
+      taken = take();
     }
   }
   if (isDue) {
-    submit(std::move(taken), id(&owner));
+    submit(std::move(taken), number, id(&owner));
   }
 }
 
-/// The number stays: what comes late is told by it.
 LatestRequest::Request LatestRequest::take() noexcept {
-  return {latest_.number, std::exchange(latest_.queue, nullptr),
-          std::exchange(latest_.block, nullptr)};
+  return {std::exchange(latest_.queue, nullptr), std::exchange(latest_.block, nullptr)};
+}
+
+void LatestRequest::submit(Request request, NSUInteger number, id owner) {
+  if (request.block) {
+    dispatch_async(request.queue,
+                   [this, number, owner = std::move(owner), block = std::move(request.block)] {
+                     if (count_() <= number) {
+                       block();
+                     }
+                   });
+  }
 }
 
 void LatestRequest::keep(NSObject& owner, dispatch_time_t until) {
@@ -81,16 +79,17 @@ void LatestRequest::makeTimer() {
 }
 
 void LatestRequest::arm(dispatch_time_t moment) {
-  makeTimer();
   armedFor_ = moment;
   timer_->setTimer(moment);
 }
 
 void LatestRequest::wake() {
   Request taken;
+  NSUInteger number = 0;
   id owner;
   {
     const std::lock_guard lock(mutex_);
+    number = number_;
     const dispatch_time_t now = dispatch_time(DISPATCH_TIME_NOW, 0);
     if (latest_.block && due_ <= now) {
       taken = take();
@@ -103,7 +102,7 @@ void LatestRequest::wake() {
       armedFor_ = DISPATCH_TIME_FOREVER;
     }
   }
-  submit(std::move(taken), std::move(owner));
+  submit(std::move(taken), number, std::move(owner));
 }
 
 }  // namespace kestova

@@ -7,7 +7,9 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSTypes.h>
 
+#include <atomic>
 #include <memory>
+#include <utility>
 
 namespace kestova {
 
@@ -19,29 +21,33 @@ namespace kestova {
 class LatestRequest : public std::enable_shared_from_this<LatestRequest> {
  public:
   struct Request {
-    NSUInteger number = 0;
     DispatchQueue queue;
-    Block<void(NSUInteger number)> block;
+    Block<void()> block;
   };
 
-  /// What a request of that delay needs memory for, before its number is taken: a number that
-  /// nobody replaces anything for would make the request before it one that isn't the latest.
-  void prepareFor(NSTimeInterval delay);
+  /// `count` answers how many requests there have been. It is asked for while the owner is kept,
+  /// who keeps this object.
+  explicit LatestRequest(Block<NSUInteger()> count) : count_(std::move(count)) {}
 
-  /// Submits the block when the delay is over, unless a request of a higher number comes until
-  /// then; the block of a lower one goes here. Whichever it is, the owner is kept until that delay
-  /// is over; an endless one counts as none.
-  void replace(Request request, NSTimeInterval delay, NSObject& owner);
+  /// Counts the request, and submits its block when the delay is over, unless another one comes
+  /// until then; the block of the one before goes here. The block then runs unless more requests
+  /// have been counted by now. Whichever it is, the owner is kept until that delay is over; an
+  /// endless one counts as none. Where no memory is left for waiting, nothing has happened.
+  void replace(Request request, std::atomic_ref<NSUInteger> counter, NSTimeInterval delay,
+               NSObject& owner);
 
  private:
   Request take() noexcept;
+  void submit(Request request, NSUInteger number, id owner);
   void keep(NSObject& owner, dispatch_time_t until);
   void arm(dispatch_time_t moment);
   void makeTimer();
   void wake();
 
+  const Block<NSUInteger()> count_;
   BriefMutex mutex_;  // guards what follows; no block or owner goes with it held
   Request latest_;
+  NSUInteger number_ = 0;  // of the latest
   dispatch_time_t due_ = 0;
   id owner_;
   dispatch_time_t ownerIsKeptUntil_ = 0;

@@ -7,7 +7,6 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSTypes.h>
 
-#include <atomic>
 #include <memory>
 
 namespace kestova {
@@ -48,8 +47,8 @@ class KESTOVA_FOUNDATION_EXPORT GCDCoalescer : public NSObject {
   ~GCDCoalescer() override;
 
  private:
-  /// How many requests have been made.
-  std::atomic<NSUInteger> count{0};
+  /// How many requests have been made; used as an atomic.
+  NSUInteger count = 0;
   const std::shared_ptr<LatestRequest> latest_;
 };
 

@@ -54,7 +54,6 @@ class KESTOVA_FOUNDATION_EXPORT GCDKeyedCoalescer : public NSObject {
 
   NSUInteger slotOf(const id& key);
   void grow();
-  NSUInteger increment(NSUInteger slot);
   NSUInteger countAt(NSUInteger slot);
 
   /// Keeps `_counts` where it is while a task that is due reads there.
