@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <KestovaFoundation/OVEnqueueCoalescedBlock.h>
+#include <KestovaPlatform/BriefMutex.h>
 #include <KestovaPlatform/NSException.h>
 
+#include <mutex>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -14,10 +16,11 @@ struct EnqueuedBlock {
   Block<void()> block;
 };
 
-/// What waits and what runs, for the life of the process. Both containers are used on the queue
-/// only; no block is let go of there, for its end may run code of others.
+/// What waits and what runs, for the life of the process. Both containers are used in turn only; no
+/// block is let go of there, for its end may run code of others.
 struct EnqueuedBlocks {
-  const DispatchQueue __OVEnqueueQueue = dispatchSerialQueue();
+  /// Where threads wait for their turn.
+  BriefMutex __OVEnqueueQueue;
   std::unordered_map<const void*, EnqueuedBlock> __OVEnqueueTable;
   std::unordered_set<const void*> __OVEnqueueRunningSet;
 
@@ -26,9 +29,11 @@ struct EnqueuedBlocks {
     return blocks;
   }
 
+  /// An exception ends the process: what waits would be neither there nor gone.
   template <class Operation>
-  void onQueue(const Operation& operation) {
-    dispatch_sync(__OVEnqueueQueue, operation);
+  void inTurn(const Operation& operation) noexcept {
+    const std::lock_guard lock(__OVEnqueueQueue);
+    operation();
   }
 };
 
@@ -43,7 +48,7 @@ void OVEnqueue_runEnqueuedBlockForKey(const void* key) {
   blocks.__OVEnqueueRunningSet.insert(key);
   dispatch_async(pending.mapped().queue, [key, block = std::move(pending.mapped().block)] {
     block();
-    EnqueuedBlocks::shared().onQueue([key] { OVEnqueue_doneRunningEnqueuedBlockForKey(key); });
+    EnqueuedBlocks::shared().inTurn([key] { OVEnqueue_doneRunningEnqueuedBlockForKey(key); });
   });
 }
 
@@ -67,7 +72,7 @@ void OVEnqueueCoalescedBlock(const void* key, dispatch_queue_t queue, Block<void
   requireArgument(block != nullptr, "OVEnqueueCoalescedBlock block cannot be nil");
   EnqueuedBlocks& blocks = EnqueuedBlocks::shared();
   EnqueuedBlock request{DispatchQueue(queue), std::move(block)};
-  blocks.onQueue([&] {
+  blocks.inTurn([&] {
     std::swap(blocks.__OVEnqueueTable[key], request);
     if (!blocks.__OVEnqueueRunningSet.contains(key)) {
       OVEnqueue_runEnqueuedBlockForKey(key);
@@ -78,7 +83,7 @@ void OVEnqueueCoalescedBlock(const void* key, dispatch_queue_t queue, Block<void
 void OVCancelEnqueuedBlock(const void* key) {
   EnqueuedBlocks& blocks = EnqueuedBlocks::shared();
   decltype(blocks.__OVEnqueueTable)::node_type dropped;
-  blocks.onQueue([&] { dropped = blocks.__OVEnqueueTable.extract(key); });
+  blocks.inTurn([&] { dropped = blocks.__OVEnqueueTable.extract(key); });
 }
 
 }  // namespace kestova

@@ -22,8 +22,8 @@
 /// they were enqueued for, with no lock held; those of different keys run side by side where their
 /// queues allow. A block that is dropped goes on the thread that drops it.
 ///
-/// Cost: a short stay on one serial queue of the process for each call and each end of a block. A
-/// key that has no block takes no memory.
+/// Cost: a short turn, one thread at a time in the whole process, for each call and each end of a
+/// block. A key that has no block takes no memory.
 
 namespace kestova {
 
