@@ -41,7 +41,7 @@ void NSNotificationCenter::addObserver_selector_name_object(NSObject* observer, 
   require(observer != nullptr, "observer != nil");
   require(selector != nullptr, "selector != nil");
   require(selector->isAnsweredBy(*observer), "the observer has the operation");
-  index_->add(registrationOf(observer, selector), {copyOf(name), object});
+  index_->add(registrationOf(observer, selector), name, object);
 }
 
 id NSNotificationCenter::addObserverForName_object_queue_usingBlock(
@@ -49,7 +49,7 @@ id NSNotificationCenter::addObserverForName_object_queue_usingBlock(
     Callback block) {
   require(block != nullptr, "block != nil");
   const id token = make<ObserverToken>();
-  index_->add(registrationOf(token, queue, std::move(block)), {copyOf(name), object});
+  index_->add(registrationOf(token, queue, std::move(block)), name, object);
   return token;
 }
 

@@ -73,25 +73,59 @@ void Audience::deliverMerged(const Ref<NSNotification>& notification) const {
   }
 }
 
+/// Registrations that are in no list any more. Whoever has the mutex lets go of them after it.
+class ObserverIndex::Removed {
+ public:
+  Removed() = default;
+  ~Removed() {
+    while (latest_ != nullptr) {
+      const auto removed = Ref<ObserverRegistration>::adopt(latest_);
+      latest_ = removed->next_;
+    }
+  }
+  Removed(const Removed&) = delete;
+  Removed& operator=(const Removed&) = delete;
+
+  void add(Ref<ObserverRegistration> registration) noexcept {
+    registration->next_ = latest_;
+    latest_ = registration.leak();
+  }
+
+ private:
+  ObserverRegistration* latest_ = nullptr;
+};
+
 /// Whoever finds no memory leaves nothing behind.
-void ObserverIndex::add(Ref<ObserverRegistration> registration, Interest interest) {
+void ObserverIndex::add(Ref<ObserverRegistration> registration, const Ref<NSString>& name,
+                        const NSObject* object) {
   const std::lock_guard lock(mutex_);
-  registration->number_ = ++lastNumber_;
-  addToChannel(*registration, std::move(interest));
+  ObserverRegistration& added = *registration;
+  added.number_ = ++lastNumber_;
+  addToChannel(std::move(registration), name, object);
   try {
-    addToObserver(*registration);
+    addToObserver(added);
   } catch (...) {
-    static_cast<void>(takeFromChannel(*registration));
+    static_cast<void>(takeFromChannel(added));
     throw;
   }
 }
 
-void ObserverIndex::addToChannel(ObserverRegistration& registration, Interest interest) {
-  const auto place = channels_.try_emplace(std::move(interest)).first;
+/// The channel for exactly that, made if there is none.
+ObserverIndex::Channels::iterator ObserverIndex::channelOf(const Ref<NSString>& name,
+                                                           const NSObject* object) {
+  const auto found = channels_.find(InterestView{name.get(), object});
+  return found != channels_.end() ? found
+                                  : channels_.try_emplace(Interest{copyOf(name), object}).first;
+}
+
+void ObserverIndex::addToChannel(Ref<ObserverRegistration> registration, const Ref<NSString>& name,
+                                 const NSObject* object) {
+  const auto place = channelOf(name, object);
   ObserverChannel& channel = place->second;
+  ObserverRegistration& added = *registration;
   try {
     makeChangeable(channel);
-    channel.list->members.emplace_back(&registration);
+    channel.list->members.push_back(std::move(registration));
   } catch (...) {
     if (channel.count == 0) {
       channels_.erase(place);
@@ -99,8 +133,8 @@ void ObserverIndex::addToChannel(ObserverRegistration& registration, Interest in
     throw;
   }
   channel.interest = &place->first;
-  registration.channel_ = &channel;
-  registration.place_ = channel.list->members.size() - 1;
+  added.channel_ = &channel;
+  added.place_ = channel.list->members.size() - 1;
   if (channel.count++ == 0) {
     filter_.add(place->first);
   }
@@ -115,25 +149,35 @@ void ObserverIndex::addToObserver(ObserverRegistration& registration) {
   latest = &registration;
 }
 
-/// What needs memory comes first: all that are meant are removed or none.
-void ObserverIndex::remove(const NSObject* observer, InterestView interest) {
-  Registrations removed;  // let go of after the mutex
-  const std::lock_guard lock(mutex_);
+/// Visits the registrations of an observer that asked for that, null meaning anything. A visit may
+/// take its own one away.
+template <class Visit>
+void ObserverIndex::forEachMeant(const NSObject* observer, InterestView interest,
+                                 const Visit& visit) {
   const auto found = byObserver_.find(observer);
   ObserverRegistration* next = found == byObserver_.end() ? nullptr : found->second;
-  for (; next != nullptr; next = next->next_) {
-    const InterestView own = *next->channel_->interest;
+  while (next != nullptr) {
+    ObserverRegistration& registration = *std::exchange(next, next->next_);
+    const InterestView own = *registration.channel_->interest;
     if ((interest.name == nullptr || SameInterest::isSameName(own.name, interest.name)) &&
         (interest.object == nullptr || own.object == interest.object)) {
-      makeChangeable(*next->channel_);
-      removed.emplace_back(next);
+      visit(registration);
     }
   }
-  for (const auto& registration : removed) {
-    registration->removed_.store(true, std::memory_order_release);
-    takeFromObserver(*registration);
-    static_cast<void>(takeFromChannel(*registration));
-  }
+}
+
+/// What needs memory comes first: all that are meant are removed or none.
+void ObserverIndex::remove(const NSObject* observer, InterestView interest) {
+  Removed removed;
+  const std::lock_guard lock(mutex_);
+  forEachMeant(observer, interest, [](const ObserverRegistration& registration) {
+    makeChangeable(*registration.channel_);
+  });
+  forEachMeant(observer, interest, [&](ObserverRegistration& registration) {
+    registration.removed_.store(true, std::memory_order_release);
+    takeFromObserver(registration);
+    removed.add(takeFromChannel(registration));
+  });
 }
 
 void ObserverIndex::takeFromObserver(ObserverRegistration& registration) noexcept {

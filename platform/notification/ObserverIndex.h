@@ -179,17 +179,23 @@ class InterestFilter {
 /// Finds observers: those of a notification, and the registrations of an observer.
 class ObserverIndex {
  public:
-  void add(Ref<ObserverRegistration> registration, Interest interest);
+  void add(Ref<ObserverRegistration> registration, const Ref<NSString>& name,
+           const NSObject* object);
   void remove(const NSObject* observer, InterestView interest);
   Audience audienceOf(InterestView told);
 
  private:
-  using Registrations = std::vector<Ref<ObserverRegistration>>;
+  using Channels = std::unordered_map<Interest, ObserverChannel, InterestHash, SameInterest>;
+  class Removed;
 
-  void addToChannel(ObserverRegistration& registration, Interest interest);
+  Channels::iterator channelOf(const Ref<NSString>& name, const NSObject* object);
+  void addToChannel(Ref<ObserverRegistration> registration, const Ref<NSString>& name,
+                    const NSObject* object);
   void addToObserver(ObserverRegistration& registration);
   Ref<ObserverRegistration> takeFromChannel(ObserverRegistration& registration);
   void takeFromObserver(ObserverRegistration& registration) noexcept;
+  template <class Visit>
+  void forEachMeant(const NSObject* observer, InterestView interest, const Visit& visit);
   void addChannel(Audience& audience, const HashedInterest& interest);
   static void makeChangeable(ObserverChannel& channel);
   static void closeGaps(ObserverChannel& channel);
@@ -197,7 +203,7 @@ class ObserverIndex {
   InterestFilter filter_;  // of the channels
   BriefMutex mutex_;       // guards what follows; never held while other code runs
   std::uint64_t lastNumber_ = 0;
-  std::unordered_map<Interest, ObserverChannel, InterestHash, SameInterest> channels_;
+  Channels channels_;
   /// The latest registration of each observer; the others follow it.
   std::unordered_map<const NSObject*, ObserverRegistration*> byObserver_;
 };
