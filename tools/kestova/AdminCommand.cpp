@@ -191,6 +191,11 @@ class AdminCommand : public Command {
  protected:
   using Command::Command;
 
+  /// Puts in front of what the help of all of them says.
+  static void explain(CLI::App& arguments, const std::string& text) {
+    arguments.footer(text + '\n' + arguments.get_footer());
+  }
+
   virtual int runWith(const AdminRights& rights) = 0;
 };
 
@@ -214,7 +219,7 @@ class RemoveCommand final : public AdminCommand {
  public:
   explicit RemoveCommand(CLI::App* arguments) : AdminCommand(arguments) {
     arguments->add_option("PATH", paths_, "Files and folders")->required();
-    arguments->footer("Folders go with all that is beneath them, symbolic links by themselves.");
+    explain(*arguments, "Folders go with all that is beneath them, symbolic links by themselves.");
   }
 
  private:
@@ -240,12 +245,12 @@ std::string targetFor(const std::string& source, const std::string& destination)
 class MoveCommand final : public AdminCommand {
  public:
   explicit MoveCommand(CLI::App* arguments) : AdminCommand(arguments) {
-    arguments->add_option("paths", paths_, "What to take, and last where to put it")
+    arguments->add_option("PATH", paths_, "What to take, and last where to put it")
         ->required()
         ->expected(2, -1)
         ->option_text("SRC... DEST");
     arguments->add_flag("--overwrite", overwrites_, "Replace a file that is there");
-    arguments->footer("Into DEST under the source's name where DEST is a folder, else as DEST.");
+    explain(*arguments, "Into DEST under the source's name where DEST is a folder, else as DEST.");
   }
 
  private:
@@ -305,10 +310,10 @@ void addAdminCommand(CLI::App& app, Commands& commands) {
       app.add_subcommand("admin", "Change files with an administrator's rights");
   admin->require_subcommand(1);
   admin->footer(
-      "polkit decides, and may have the desktop or the terminal ask for a password. The command "
+      "polkit decides, and may have the desktop or the terminal ask for a password. The command\n"
       "ends when what it started has ended, which tells of its failures by itself.\n"
-      "Exit status: 0 success, 1 failure, 2 wrong use, 3 denied, 4 the question was dismissed, 5 "
-      "nobody to ask: no agent, no polkit or no policy.");
+      "Exit status: 0 success, 1 failure, 2 wrong use, 3 denied, 4 the question was dismissed,\n"
+      "5 nobody to ask: no agent, no polkit or no policy.");
   commands.push_back(std::make_unique<MakeFoldersCommand>(
       admin->add_subcommand("mkdir", "Make folders, and those that lead to them")));
   commands.push_back(std::make_unique<MoveCommand>(

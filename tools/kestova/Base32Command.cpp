@@ -22,11 +22,10 @@ using Bytes = std::span<const std::byte>;
 class Base32Command final : public Command {
  public:
   explicit Base32Command(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("file", path_, "What to read; - or nothing is the standard input")
-        ->option_text("[FILE]");
+    arguments->add_option("FILE", path_, "What to read; - or nothing is the standard input");
     arguments->add_flag("-d,--decode", decodes_, "Turn symbols into bytes");
     arguments->footer(
-        "The symbols are 0-9 and A-Z without I, L, O and U, the lowest bits first. Reading takes "
+        "The symbols are 0-9 and A-Z without I, L, O and U, the lowest bits first. Reading takes\n"
         "both cases and passes over line ends, blanks and hyphens.");
   }
 

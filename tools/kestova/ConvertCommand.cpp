@@ -200,9 +200,9 @@ class ConvertCommand final : public Command {
         ->option_text("lf|cr|crlf");
     arguments->add_flag("--lossy", options_.isLossy,
                         "Put ? for what the output's encoding does not have");
-    arguments->add_option("in", options_.input, "What to read; - is the standard input")
+    arguments->add_option("IN", options_.input, "What to read; - is the standard input")
         ->required();
-    arguments->add_option("out", options_.output, "What to write; - is the standard output")
+    arguments->add_option("OUT", options_.output, "What to write; - is the standard output")
         ->required();
     arguments->footer(
         "ENC is a name as utf-8, utf-16le, iso-8859-1, windows-1252, macintosh or shift_jis.\n"

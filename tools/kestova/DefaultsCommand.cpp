@@ -5,6 +5,7 @@
 #include "DefaultsValue.h"
 #include "DefaultsWatcher.h"
 #include "FileFailure.h"
+#include "HelpFormatter.h"
 #include "InputFile.h"
 #include "InterruptSignal.h"
 #include "OutputFile.h"
@@ -143,9 +144,9 @@ class ReadCommand final : public KeyCommand {
 class WriteCommand final : public DefaultsCommand {
  public:
   explicit WriteCommand(CLI::App* arguments) : DefaultsCommand(arguments), arguments_(arguments) {
-    arguments->prefix_command();
+    setWords(*arguments, "DOMAIN KEY VALUE");
     arguments->footer(
-        "Arguments: DOMAIN KEY VALUE, or DOMAIN KEY and one of\n"
+        "VALUE is a text, or one of\n"
         "  -string TEXT    -int N    -float N    -bool true|false|yes|no|1|0\n"
         "  -date 2001-01-31T12:00:00Z    -data HEX    -array TEXT...    -dict KEY TEXT...\n"
         "All programs that have the domain as a suite are told.");
@@ -256,9 +257,7 @@ class ImportCommand final : public DomainCommand {
 class WatchDefaultsCommand final : public DefaultsCommand {
  public:
   explicit WatchDefaultsCommand(CLI::App* arguments) : DefaultsCommand(arguments) {
-    arguments->add_option("DOMAIN", domains_, "Bundle identifiers of programs")
-        ->option_text("DOMAIN...")
-        ->required();
+    arguments->add_option("DOMAIN", domains_, "Bundle identifiers of programs")->required();
     arguments->footer(
         "Prints \"DOMAIN KEY: OLD -> NEW (SENDER)\" for each key that changes. What a program\n"
         "removes without announcing it shows with the next change. Ctrl-C ends it.");

@@ -29,9 +29,7 @@ int formatAll(const std::vector<std::string>& values, const Format& format) {
 class TimeFormatCommand final : public Command {
  public:
   explicit TimeFormatCommand(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("value", values_, "Durations in seconds")
-        ->option_text("VALUE...")
-        ->required();
+    arguments->add_option("VALUE", values_, "Durations in seconds")->required();
     arguments->add_option("--style", style_, "0 to 3: units, shortest to longest; 4: colons")
         ->option_text("N")
         ->check(CLI::Range(0, 4))
@@ -75,9 +73,7 @@ class TimeFormatCommand final : public Command {
 class ByteFormatCommand final : public Command {
  public:
   explicit ByteFormatCommand(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("value", values_, "Counts of bytes, or texts to read")
-        ->option_text("VALUE...")
-        ->required();
+    arguments->add_option("VALUE", values_, "Counts of bytes, or texts to read")->required();
     arguments->add_flag("--parse", parses_, "Print the count that each text stands for");
     arguments->footer("A text without a unit counts megabytes.");
   }

@@ -70,8 +70,7 @@ void refuseCount(const InputFile& input, std::uint64_t count, const char* what) 
 class HexCommand final : public Command {
  public:
   explicit HexCommand(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("file", path_, "What to read; - or nothing is the standard input")
-        ->option_text("[FILE]");
+    arguments->add_option("FILE", path_, "What to read; - or nothing is the standard input");
     auto* decodes = arguments->add_flag("-d,--decode", decodes_, "Turn hex digits into bytes");
     arguments
         ->add_flag("--lenient", isLenient_,

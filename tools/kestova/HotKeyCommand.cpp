@@ -3,6 +3,7 @@
 
 #include "CommandRunner.h"
 #include "FileFailure.h"
+#include "HelpFormatter.h"
 #include "HotKeyCombination.h"
 #include "InterruptSignal.h"
 
@@ -108,10 +109,9 @@ class HotKeyCommand final : public Command {
     arguments->add_flag("--list-keys", listsKeys_, "Print the names of all keys");
     arguments->add_flag("--check", checks_,
                         "Only tell whether combinations are free, and who would serve them");
-    arguments->prefix_command();
+    setWords(*arguments, "COMBINATION -- COMMAND [ARGUMENT...] [--and COMBINATION -- ...]");
     arguments->footer(
-        "After the options: COMBINATION -- COMMAND [ARGUMENT...] [--and COMBINATION -- ...]\n"
-        "or, with --check, COMBINATION...\n"
+        "With --check nothing but COMBINATION..., with --list-keys nothing at all.\n"
         "An argument --and of COMMAND's own is said twice: --and --and.\n"
         "Runs COMMAND whenever the combination is released, whichever program is in front.\n"
         "COMBINATION is a key behind any of Control+, Alt+, Shift+ and Super+. A combination that\n"

@@ -69,8 +69,7 @@ void warn(std::size_t count, const char* one, const char* several) {
 class MD5Command final : public Command {
  public:
   explicit MD5Command(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("files", paths_, "What to read; - or nothing is the standard input")
-        ->option_text("[FILE...]");
+    arguments->add_option("FILE", paths_, "What to read; - or nothing is the standard input");
     arguments->add_flag("-c,--check", checks_, "Read lists of sums and names, and check the files");
   }
 

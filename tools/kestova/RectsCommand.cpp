@@ -66,12 +66,11 @@ class RectsCommand : public Command {
 
  protected:
   explicit RectsCommand(CLI::App* arguments) : Command(arguments), title_(arguments->get_name()) {
-    arguments->add_option("file", path_, "What to read; - or nothing is the standard input")
-        ->option_text("[FILE]");
+    arguments->add_option("FILE", path_, "What to read; - or nothing is the standard input");
     arguments->add_option("--svg", drawingPath_, "Draw the rectangles before and after")
         ->option_text("OUT");
     arguments->footer(
-        "Rectangles are given as x,y,width,height on a line each, or as a JSON array of arrays of "
+        "Rectangles are given as x,y,width,height on a line each, or as a JSON array of arrays of\n"
         "four numbers, and are printed the same way.");
   }
 

@@ -94,14 +94,17 @@ void refuseIrregular(const InputFile& input) {
 class ReplaceCommand final : public Command {
  public:
   explicit ReplaceCommand(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("--bytes", pattern_, "The bytes to look for")->required()->check(kHex);
+    arguments->add_option("--bytes", pattern_, "The bytes to look for")
+        ->required()
+        ->option_text("HEX")
+        ->check(kHex);
     arguments
         ->add_option("--with", replacement_, "The bytes to put in their place; \"\" deletes them")
         ->required()
+        ->option_text("HEX")
         ->check(kHex);
-    arguments->add_option("files", paths_, "What to change; - filters the standard input")
-        ->required()
-        ->option_text("FILE...");
+    arguments->add_option("FILE", paths_, "What to change; - filters the standard input")
+        ->required();
     arguments->footer("Matches are taken from the front on. A file without one is not touched.");
   }
 

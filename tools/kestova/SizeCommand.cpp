@@ -55,7 +55,7 @@ class SizeCommand final : public ReportCommand {
       : ReportCommand(arguments, "PATH", "Files and folders") {
     arguments->add_flag("--physical", physical_, "What is allocated, not how long files are");
     arguments->footer(
-        "Folders themselves count nothing, symbolic links their own size, and a file with several "
+        "Folders themselves count nothing, symbolic links their own size, and a file with several\n"
         "names each time that it is met.");
   }
 

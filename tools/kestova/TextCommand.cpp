@@ -46,8 +46,8 @@ class TextCommand final : public ReportCommand {
   explicit TextCommand(CLI::App* arguments)
       : ReportCommand(arguments, "FILE", "Text files; - is the standard input") {
     arguments->footer(
-        "The line ending is that of the last line. Lines and words are counted as lineCount and "
-        "wordCount count them.");
+        "The line ending is that of the last line. Lines and words are counted as the library's\n"
+        "lineCount and wordCount count them.");
   }
 
  private:

@@ -39,8 +39,7 @@ void print(const Ref<NSTimeZone>& zone) { std::puts(zone->name()->displayUTF8().
 class TimezoneCommand final : public Command {
  public:
   explicit TimezoneCommand(CLI::App* arguments) : Command(arguments) {
-    arguments->add_option("name", name_, "A zone's standard or summer name, long or short")
-        ->option_text("NAME")
+    arguments->add_option("NAME", name_, "A zone's standard or summer name, long or short")
         ->required();
     arguments->add_option("--locale", locale_, "The language of the name, such as de_DE")
         ->option_text("L");

@@ -7,12 +7,15 @@
 #include "DefaultsCommand.h"
 #include "FileCommands.h"
 #include "FormatCommand.h"
+#include "HelpFormatter.h"
 #include "HotKeyCommand.h"
 #include "RectsCommand.h"
 #include "TextCommand.h"
 #include "TimezoneCommand.h"
 #include "TransferCommand.h"
 #include "WatchCommand.h"
+
+#include <memory>
 
 namespace kestova::tool {
 namespace {
@@ -37,7 +40,7 @@ Tool::Tool() : arguments_("KestovaFoundation from the command line", "kestova") 
   arguments_.set_version_flag("--version", "kestova " KESTOVA_VERSION);
   arguments_.require_subcommand(1);
   arguments_.failure_message(failureMessage);
-  arguments_.footer("Exit status: 0 success, 1 failure, 2 wrong use, 130 interrupted.");
+  arguments_.formatter(std::make_shared<HelpFormatter>());
   addTransferCommands(arguments_, commands_);
   addAdminCommand(arguments_, commands_);
   addTextCommand(arguments_, commands_);

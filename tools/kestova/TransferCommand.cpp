@@ -143,7 +143,7 @@ class Transfer final : private OVFileOperationDelegate {
 class TransferCommand final : public Command {
  public:
   TransferCommand(CLI::App* arguments, TransferKind kind) : Command(arguments), kind_(kind) {
-    arguments->add_option("paths", options_.paths, "What to take, and last where to put it")
+    arguments->add_option("PATH", options_.paths, "What to take, and last where to put it")
         ->required()
         ->expected(2, -1)
         ->option_text("SRC... DEST");

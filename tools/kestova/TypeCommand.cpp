@@ -53,7 +53,7 @@ class TypeCommand final : public Command {
 
 void addTypeCommand(CLI::App& app, Commands& commands) {
   commands.push_back(std::make_unique<TypeCommand>(
-      app.add_subcommand("type", "Tell what a file is, by the program file")));
+      app.add_subcommand("type", "Tell what a file is, as the program file does")));
 }
 
 }  // namespace kestova::tool

@@ -74,7 +74,7 @@ class VolumeCommand final : public ReportCommand {
   explicit VolumeCommand(CLI::App* arguments)
       : ReportCommand(arguments, "PATH", "Files and folders, there already or not") {
     arguments->footer(
-        "A line has the volume's name, a tab, and the folder that it is mounted on. What is not "
+        "A line has the volume's name, a tab, and the folder that it is mounted on. What is not\n"
         "there yet is on the volume of the nearest folder above.");
   }
 

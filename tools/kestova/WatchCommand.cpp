@@ -4,6 +4,7 @@
 #include "CommandRunner.h"
 #include "FileFailure.h"
 #include "FileWatcher.h"
+#include "HelpFormatter.h"
 #include "InterruptSignal.h"
 
 #include <KestovaFoundation/OVThrottlingDispatcher.h>
@@ -76,17 +77,15 @@ class WatchCommand final : public Command {
         ->check(checkInterval);
     arguments
         ->add_option("--mode", mode_,
-                     "What the interval lies between: \"execution\", from the end of a run to the "
-                     "start of the next one (default), or \"starts\", so that a slow run may be "
-                     "joined by the next one")
-        ->option_text("MODE")
+                     "From where the interval counts: a run's end (default) or its start")
+        ->option_text("execution|starts")
         ->check(CLI::IsMember({"starts", "execution"}));
-    arguments->prefix_command();
+    setWords(*arguments, "FILE... -- COMMAND [ARGUMENT...]");
     arguments->footer(
-        "After the options: FILE... -- COMMAND [ARGUMENT...]\n"
         "Runs COMMAND when a FILE, or what lies in a folder FILE, is written, replaced, renamed,\n"
         "made or removed; a FILE need not exist yet. Changes that come too fast for the interval\n"
-        "make one run. Ctrl-C ends it, and the command with it.");
+        "make one run; with --mode starts a slow run may be joined by the next one. Ctrl-C ends\n"
+        "it, and the command with it.");
   }
 
   int run() override {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Explained.h"
 
+#include "HelpFormatter.h"
+
 namespace kestova::manual {
 namespace {
 
@@ -12,15 +14,8 @@ std::vector<std::string> withDashes(const std::vector<std::string>& names, const
   return dashed;
 }
 
-/// What the help shows for the value: the words that the command chose, or the kind of the value.
 std::string valueOf(const CLI::Option& option) {
-  if (option.get_items_expected_max() == 0) {
-    return {};
-  }
-  if (!option.get_option_text().empty()) {
-    return option.get_option_text();
-  }
-  return option.get_positional() ? option.get_name(true, false) : option.get_type_name();
+  return option.get_items_expected_max() == 0 ? "" : tool::placeholderOf(option);
 }
 
 ExplainedArgument explain(const CLI::Option& option) {
@@ -47,7 +42,8 @@ void addArguments(ExplainedCommand& command, const CLI::App& app) {
 
 ExplainedCommand explain(const CLI::App& app, std::vector<std::string> path) {
   path.push_back(app.get_name());
-  ExplainedCommand command{app.get_name(), path, app.get_description(), app.get_footer(), {}, {}};
+  ExplainedCommand command{
+      app.get_name(), path, app.get_description(), app.get_footer(), tool::wordsOf(app), {}, {}};
   addArguments(command, app);
   for (const auto* inner : innerOf(app)) {
     if (!inner->get_name().empty()) {

@@ -28,6 +28,8 @@ struct ExplainedCommand {
   std::vector<std::string> path;
   std::string description;
   std::string footer;
+  /// What stands for the words that it reads by itself; mostly empty.
+  std::string words;
   std::vector<ExplainedArgument> arguments;
   std::vector<ExplainedCommand> commands;
 };

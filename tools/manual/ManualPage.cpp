@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ManualPage.h"
 
+#include "HelpFormatter.h"
+
+#include <algorithm>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -65,42 +68,55 @@ std::string headingOf(const ExplainedArgument& argument) {
   return joined(names, ", ");
 }
 
-/// The lines of a footer, each on a line of its own as the help shows them.
+/// A footer: its sentences go on where the help breaks them, what it sets apart stays so.
 void writeLines(std::ostream& output, const std::string& text) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
-    output << (line.empty() ? ".PP" : plain(line) + "\n.br") << '\n';
+    const bool isWhole = line.ends_with('.') || line.starts_with(' ');
+    output << (line.empty() ? ".PP" : plain(line) + (isWhole ? "\n.br" : "")) << '\n';
   }
 }
 
-void writeArguments(std::ostream& output, const std::vector<ExplainedArgument>& arguments) {
-  for (const auto& argument : arguments) {
-    output << ".TP\n" << headingOf(argument) << '\n' << plain(argument.description) << '\n';
-  }
+bool isHelp(const ExplainedArgument& argument) {
+  return !argument.longNames.empty() && argument.longNames.front() == "--help";
+}
+
+void writeArgument(std::ostream& output, const ExplainedArgument& argument) {
+  output << ".TP\n" << headingOf(argument) << '\n' << plain(argument.description) << '\n';
 }
 
 std::string synopsisOf(const ExplainedCommand& command) {
+  const bool hasOptions = std::ranges::any_of(command.arguments, [](const auto& argument) {
+    return !argument.isPositional() && !isHelp(argument);
+  });
   std::string synopsis = bold(joined(command.path, " "));
+  synopsis += hasOptions ? " [" + italic("OPTION") + "...]" : "";
   for (const auto& argument : command.arguments) {
-    if (argument.isPositional()) {
-      synopsis += ' ' + italic(argument.value);
-    }
+    synopsis += argument.isPositional() ? ' ' + italic(argument.value) : "";
   }
-  return synopsis;
+  synopsis += command.words.empty() ? "" : ' ' + italic(command.words);
+  return command.commands.empty() ? synopsis : synopsis + ' ' + italic("COMMAND");
 }
 
-void writeCommand(std::ostream& output, const ExplainedCommand& command,
-                  const std::string& common) {
+/// A command's options are its own: --help is told once, with the tool's. `common` is what the
+/// command around it has said already at the end of its own footer.
+void writeCommand(std::ostream& output, const ExplainedCommand& command, std::string_view common) {
   output << ".SS \"" << plain(joined(command.path, " ")) << "\"\n"
          << plain(command.description) << "\n.PP\n"
          << synopsisOf(command) << '\n';
-  writeArguments(output, command.arguments);
-  if (!command.footer.empty() && command.footer != common) {
+  for (const auto& argument : command.arguments) {
+    if (!isHelp(argument)) {
+      writeArgument(output, argument);
+    }
+  }
+  std::string_view own = command.footer;
+  own.remove_suffix(own.ends_with(common) ? common.size() : 0);
+  if (!own.empty()) {
     output << ".PP\n";
-    writeLines(output, command.footer);
+    writeLines(output, std::string(own));
   }
   for (const auto& inner : command.commands) {
-    writeCommand(output, inner, common);
+    writeCommand(output, inner, command.footer);
   }
 }
 
@@ -117,13 +133,15 @@ void writeManualPage(std::ostream& output, const ExplainedCommand& tool, std::st
          << ".SH DESCRIPTION\n"
          << plain(tool.description) << '\n'
          << ".SH OPTIONS\n";
-  writeArguments(output, tool.arguments);
+  for (const auto& argument : tool.arguments) {
+    writeArgument(output, argument);
+  }
   output << ".SH COMMANDS\n";
   for (const auto& command : tool.commands) {
-    writeCommand(output, command, tool.footer);
+    writeCommand(output, command, "");
   }
   output << ".SH EXIT STATUS\n";
-  writeLines(output, tool.footer);
+  writeLines(output, tool::kExitStatus);
   output << ".SH ENVIRONMENT\n"
             ".TP\nTERM\n"
             "Where it is dumb or nothing, progress is told in plain lines.\n"
