@@ -23,7 +23,7 @@ Ref<GCDCoalescer> GCDCoalescer::init() { return make<GCDCoalescer>(); }
 void GCDCoalescer::dispatchOn_after_block(dispatch_queue_t queue, NSTimeInterval delay,
                                           Block<void()> block) {
   require(block != nullptr, "block != nil");
-  latest_->replace({DispatchQueue(queue), std::move(block)}, std::atomic_ref(count), delay, *this);
+  latest_->replace(queue, std::move(block), std::atomic_ref(count), delay, *this);
 }
 
 }  // namespace kestova

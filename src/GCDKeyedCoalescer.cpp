@@ -32,8 +32,7 @@ void GCDKeyedCoalescer::dispatch_on_after_block(const id& key, dispatch_queue_t 
                                                 NSTimeInterval delay, Block<void()> block) {
   require(block != nullptr, "block != nil");
   const NSUInteger slot = slotOf(key);
-  latest_[slot]->replace({DispatchQueue(queue), std::move(block)}, std::atomic_ref(_counts[slot]),
-                         delay, *this);
+  latest_[slot]->replace(queue, std::move(block), std::atomic_ref(_counts[slot]), delay, *this);
 }
 
 NSUInteger GCDKeyedCoalescer::slotOf(const id& key) {

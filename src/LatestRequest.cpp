@@ -11,14 +11,16 @@ namespace kestova {
 
 /// The timer comes first: a number that nothing is replaced for would make the request before it
 /// one that isn't the latest.
-void LatestRequest::replace(Request request, std::atomic_ref<NSUInteger> counter,
-                            NSTimeInterval delay, NSObject& owner) {
-  require(request.queue != nullptr, "queue != nil");
+void LatestRequest::replace(dispatch_queue_t queue, Block<void()> block,
+                            std::atomic_ref<NSUInteger> counter, NSTimeInterval delay,
+                            NSObject& owner) {
+  require(queue != nullptr, "queue != nil");
   const dispatch_time_t due = dispatchTimeAfter(delay);
   const bool isDue = dispatchNanoseconds(delay) <= 0;
   const bool waits = !isDue && due != DISPATCH_TIME_FOREVER;
   NSUInteger number = 0;
-  Request taken;
+  QueuedBlock superseded;
+  QueuedBlock taken;
   {
     const std::lock_guard lock(mutex_);
     if (waits) {
@@ -27,7 +29,7 @@ void LatestRequest::replace(Request request, std::atomic_ref<NSUInteger> counter
     number = ++counter;
     number_ = number;
     due_ = due;
-    std::swap(latest_, request);
+    superseded = latest_.replace(queue, std::move(block));
     if (waits) {
       keep(owner, due);
     } else {
@@ -39,11 +41,11 @@ void LatestRequest::replace(Request request, std::atomic_ref<NSUInteger> counter
   }
 }
 
-LatestRequest::Request LatestRequest::take() noexcept {
+QueuedBlock LatestRequest::take() noexcept {
   return {std::exchange(latest_.queue, nullptr), std::exchange(latest_.block, nullptr)};
 }
 
-void LatestRequest::submit(Request request, NSUInteger number, id owner) {
+void LatestRequest::submit(QueuedBlock request, NSUInteger number, id owner) {
   if (request.block) {
     dispatch_async(request.queue,
                    [this, number, owner = std::move(owner), block = std::move(request.block)] {
@@ -84,7 +86,7 @@ void LatestRequest::arm(dispatch_time_t moment) {
 }
 
 void LatestRequest::wake() {
-  Request taken;
+  QueuedBlock taken;
   NSUInteger number = 0;
   id owner;
   {

@@ -7,6 +7,8 @@
 #include <KestovaPlatform/NSObject.h>
 #include <KestovaPlatform/NSTypes.h>
 
+#include "QueuedBlock.h"
+
 #include <atomic>
 #include <memory>
 #include <utility>
@@ -20,11 +22,6 @@ namespace kestova {
 /// touch it.
 class LatestRequest : public std::enable_shared_from_this<LatestRequest> {
  public:
-  struct Request {
-    DispatchQueue queue;
-    Block<void()> block;
-  };
-
   /// `count` answers how many requests there have been. It is asked for while the owner is kept,
   /// who keeps this object.
   explicit LatestRequest(Block<NSUInteger()> count) : count_(std::move(count)) {}
@@ -33,12 +30,12 @@ class LatestRequest : public std::enable_shared_from_this<LatestRequest> {
   /// until then; the block of the one before goes here. The block then runs unless more requests
   /// have been counted by now. Whichever it is, the owner is kept until that delay is over; an
   /// endless one counts as none. Where no memory is left for waiting, nothing has happened.
-  void replace(Request request, std::atomic_ref<NSUInteger> counter, NSTimeInterval delay,
-               NSObject& owner);
+  void replace(dispatch_queue_t queue, Block<void()> block, std::atomic_ref<NSUInteger> counter,
+               NSTimeInterval delay, NSObject& owner);
 
  private:
-  Request take() noexcept;
-  void submit(Request request, NSUInteger number, id owner);
+  QueuedBlock take() noexcept;
+  void submit(QueuedBlock request, NSUInteger number, id owner);
   void keep(NSObject& owner, dispatch_time_t until);
   void arm(dispatch_time_t moment);
   void makeTimer();
@@ -46,7 +43,7 @@ class LatestRequest : public std::enable_shared_from_this<LatestRequest> {
 
   const Block<NSUInteger()> count_;
   BriefMutex mutex_;  // guards what follows; no block or owner goes with it held
-  Request latest_;
+  QueuedBlock latest_;
   NSUInteger number_ = 0;  // of the latest
   dispatch_time_t due_ = 0;
   id owner_;

@@ -8,20 +8,17 @@
 #include <unordered_set>
 #include <utility>
 
+#include "QueuedBlock.h"
+
 namespace kestova {
 namespace {
-
-struct EnqueuedBlock {
-  DispatchQueue queue;
-  Block<void()> block;
-};
 
 /// What waits and what runs, for the life of the process. Both containers are used in turn only; no
 /// block is let go of there, for its end may run code of others.
 struct EnqueuedBlocks {
   /// Where threads wait for their turn.
   BriefMutex __OVEnqueueQueue;
-  std::unordered_map<const void*, EnqueuedBlock> __OVEnqueueTable;
+  std::unordered_map<const void*, QueuedBlock> __OVEnqueueTable;
   std::unordered_set<const void*> __OVEnqueueRunningSet;
 
   static EnqueuedBlocks& shared() {
@@ -71,9 +68,9 @@ void OVEnqueueCoalescedBlock(const void* key, dispatch_queue_t queue, Block<void
   requireArgument(queue != nullptr, "OVEnqueueCoalescedBlock queue cannot be nil");
   requireArgument(block != nullptr, "OVEnqueueCoalescedBlock block cannot be nil");
   EnqueuedBlocks& blocks = EnqueuedBlocks::shared();
-  EnqueuedBlock request{DispatchQueue(queue), std::move(block)};
+  QueuedBlock superseded;
   blocks.inTurn([&] {
-    std::swap(blocks.__OVEnqueueTable[key], request);
+    superseded = blocks.__OVEnqueueTable[key].replace(queue, std::move(block));
     if (!blocks.__OVEnqueueRunningSet.contains(key)) {
       OVEnqueue_runEnqueuedBlockForKey(key);
     }
