@@ -115,9 +115,9 @@ TEST_F(RectsCommandTests, ResultsThatAreNoNumbersFail) {
 TEST_F(RectsCommandTests, WrongArgumentsAreTold) {
   EXPECT_EQ(run("break", "0,0,1,1\n").errors, "kestova: break: needs two rectangles, not 1\n");
   EXPECT_THAT(run("clip --to 1,2,3", "").errors,
-              StartsWith("--to: 1,2,3: not four finite numbers with commas between\n"));
+              StartsWith("kestova: --to: 1,2,3: not four finite numbers with commas between\n"));
   EXPECT_THAT(run("offset --by 1", "").errors,
-              StartsWith("--by: 1: not two finite numbers with a comma between\n"));
+              StartsWith("kestova: --by: 1: not two finite numbers with a comma between\n"));
   EXPECT_EQ(runTool({"rects", "merge", "/nowhere"}).exitStatus, 1);
   for (const char* arguments : {"", "clip", "offset", "flip", "flip --height x", "spin",
                                 "clip --to 1,2,3", "offset --by x,1"}) {

@@ -33,7 +33,7 @@ TEST(ToolTests, AWordThatIsNoCommandIsNamed) {
 TEST(ToolTests, WithoutACommandOneIsAskedFor) {
   const ToolResult nothing = runTool({});
   EXPECT_EQ(nothing.exitStatus, 2);
-  EXPECT_EQ(nothing.errors, std::string("A subcommand is required\n") + kHint);
+  EXPECT_EQ(nothing.errors, std::string("kestova: A subcommand is required\n") + kHint);
 }
 
 TEST(ToolTests, WhatACommandLacksIsSaidByIt) {

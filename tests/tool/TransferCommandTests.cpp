@@ -136,7 +136,7 @@ TEST_F(TransferCommandTests, WithoutATerminalThereArePlainLines) {
   const auto lines = result.lines();
   ASSERT_GE(lines.size(), 2U);
   EXPECT_EQ(lines.front(), "Copying " + at("a") + " to " + at("into/a"));
-  EXPECT_EQ(lines.back(), "Copied 1 objects, 2.0 KiB");
+  EXPECT_EQ(lines.back(), "Copied 1 object, 2.0 KiB");
   EXPECT_EQ(result.output.find('\033'), std::string::npos);
   EXPECT_EQ(result.output.find('\r'), std::string::npos);
 }

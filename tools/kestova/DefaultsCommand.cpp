@@ -2,6 +2,7 @@
 #include "DefaultsCommand.h"
 
 #include "ArgumentValue.h"
+#include "Counted.h"
 #include "DefaultsValue.h"
 #include "DefaultsWatcher.h"
 #include "FileFailure.h"
@@ -273,8 +274,7 @@ class WatchDefaultsCommand final : public DefaultsCommand {
     for (const std::string& domain : domains_) {
       watcher->watch(textIn(domain));
     }
-    printLine("watching " + std::to_string(domains_.size()) +
-              (domains_.size() == 1 ? " domain" : " domains"));
+    printLine("watching " + counted(domains_.size(), "domain"));
     while (!isInterrupted) {
       CFRunLoopRunInMode(kCFRunLoopDefaultMode, kForever, true);
     }

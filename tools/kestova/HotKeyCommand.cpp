@@ -2,6 +2,7 @@
 #include "HotKeyCommand.h"
 
 #include "CommandRunner.h"
+#include "Counted.h"
 #include "FileFailure.h"
 #include "HelpFormatter.h"
 #include "HotKeyCombination.h"
@@ -184,7 +185,7 @@ class HotKeyCommand final : public Command {
     }
     log.speak();
     const auto service = HotKeyService::shared();
-    std::printf("%zu hot key%s, served by %s\n", bindings.size(), bindings.size() == 1 ? "" : "s",
+    std::printf("%s, served by %s\n", counted(bindings.size(), "hot key").c_str(),
                 service->name().c_str());
     std::fflush(stdout);
     while (!isInterrupted && service->isLive()) {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Counted.h"
 #include "TransferReporter.h"
 #include "TransferText.h"
 
@@ -30,8 +31,8 @@ class PlainReporter final : public TransferReporter {
 
   void ended(const TransferItem& item, const OVFileOperation& operation, OSStatus status) override {
     if (status == noErr) {
-      std::printf("%s %llu objects, %s\n", item.kind == TransferKind::kCopy ? "Copied" : "Moved",
-                  static_cast<unsigned long long>(operation.objectsComplete()),
+      std::printf("%s %s, %s\n", item.kind == TransferKind::kCopy ? "Copied" : "Moved",
+                  counted(operation.objectsComplete(), "object").c_str(),
                   byteText(static_cast<double>(operation.bytesComplete())).c_str());
       std::fflush(stdout);
     }

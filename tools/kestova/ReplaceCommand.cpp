@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ByteCommands.h"
 
+#include "Counted.h"
 #include "EachArgument.h"
 #include "FileFailure.h"
 #include "InputFile.h"
@@ -123,8 +124,7 @@ class ReplaceCommand final : public Command {
 
  private:
   static void report(std::FILE* stream, const std::string& name, std::uint64_t count) {
-    std::fprintf(stream, "%s: %llu replacement%s\n", name.c_str(),
-                 static_cast<unsigned long long>(count), count == 1 ? "" : "s");
+    std::fprintf(stream, "%s: %s\n", name.c_str(), counted(count, "replacement").c_str());
   }
 
   static std::uint64_t replace(InputFile& input, OutputFile& output, MatchWalk& walk,

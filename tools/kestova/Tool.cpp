@@ -21,6 +21,7 @@ namespace kestova::tool {
 namespace {
 
 /// The word that stands where a command is wanted; otherwise what is wrong as the parser says it.
+/// Who is speaking comes first, as with every other failure.
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
   const CLI::App* innermost = app;
   while (!innermost->get_subcommands().empty()) {
@@ -28,7 +29,7 @@ std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
   }
   const auto unknown = app->remaining(true);
   if (innermost->get_require_subcommand_min() == 0 || unknown.empty()) {
-    return CLI::FailureMessage::simple(app, error);
+    return "kestova: " + CLI::FailureMessage::simple(app, error);
   }
   return "kestova: There is no command \"" + unknown.front() +
          "\"\nRun with --help for more information.\n";

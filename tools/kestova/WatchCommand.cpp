@@ -2,6 +2,7 @@
 #include "WatchCommand.h"
 
 #include "CommandRunner.h"
+#include "Counted.h"
 #include "FileFailure.h"
 #include "FileWatcher.h"
 #include "HelpFormatter.h"
@@ -22,10 +23,6 @@
 
 namespace kestova::tool {
 namespace {
-
-std::string counted(std::size_t count, const char* what) {
-  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
 
 void printLine(const std::string& line) {
   std::printf("%s\n", line.c_str());
