@@ -7,8 +7,10 @@
 #include "files/FileError.h"
 #include "files/FileSystemCalls.h"
 #include "files/FileTransfer.h"
+#include "files/FolderMaking.h"
 #include "files/NativePath.h"
 #include "files/PathText.h"
+#include "files/StatusForErrno.h"
 #include "files/TreeRemover.h"
 
 #include <fcntl.h>
@@ -129,44 +131,6 @@ std::optional<mode_t> permissionsIn(const Ref<NSDictionary>& attributes) {
                 : std::nullopt;
 }
 
-/// Makes one folder, for now with permissions that let its owner go on in it. 0 or the error
-/// number.
-int makeFolder(const std::string& path, std::optional<mode_t> permissions) {
-  const mode_t mode = permissions ? (*permissions & 0777) | 0300 : 0777;
-  return mkdir(path.c_str(), mode) == 0 ? 0 : errno;
-}
-
-/// Gives the folders that were made their permissions, from the inside out, for these may forbid to
-/// go on. 0 or the first error number.
-int finishFolders(const std::vector<std::string>& made, std::optional<mode_t> permissions) {
-  int error = 0;
-  for (auto folder = made.rbegin(); permissions && folder != made.rend(); ++folder) {
-    if (chmod(folder->c_str(), *permissions) != 0 && error == 0) {
-      error = errno;
-    }
-  }
-  return error;
-}
-
-/// Makes a folder and those that lead to it. Each is first made and only then looked at, because
-/// another process may make it at any instant. 0 or the error number.
-int makeFolders(const std::string& path, std::optional<mode_t> permissions) {
-  std::vector<std::string> made;
-  int error = 0;
-  for (std::size_t end = 0; end != path.npos && error == 0;) {
-    end = path.find('/', end + 1);
-    const std::string folder = path.substr(0, end);
-    error = makeFolder(folder, permissions);
-    if (error == 0) {
-      made.push_back(folder);
-    } else if (isFolder(folder)) {
-      error = 0;
-    }
-  }
-  const int finishing = finishFolders(made, permissions);
-  return error != 0 ? error : finishing;
-}
-
 int removeAt(const Place& place) {
   if (!place.isChangeable()) {
     return EINVAL;
@@ -178,40 +142,6 @@ int removeAt(const Place& place) {
 
 bool succeedOrFail(int number, const Ref<NSString>& path, Ref<NSError>* error) {
   return number == 0 || failWith(error, fileError(FileAccess::writing, path, number));
-}
-
-/// The system's number that a file transfer's status stands for.
-int numberOf(OSStatus status) {
-  switch (status) {
-    case fnfErr:
-    case dirNFErr:
-      return ENOENT;
-    case dupFNErr:
-      return EEXIST;
-    case afpAccessDenied:
-      return EACCES;
-    case permErr:
-      return EPERM;
-    case dskFulErr:
-      return ENOSPC;
-    case wPrErr:
-      return EROFS;
-    case bdNamErr:
-      return ENAMETOOLONG;
-    case paramErr:
-    case badMovErr:
-      return EINVAL;
-    case memFullErr:
-      return ENOMEM;
-    case fBsyErr:
-      return EBUSY;
-    case tmfoErr:
-      return EMFILE;
-    case fileBoundsErr:
-      return EFBIG;
-    default:
-      return status > kPOSIXErrorBase ? status - kPOSIXErrorBase : EIO;
-  }
 }
 
 bool transfer(TransferKind kind, const Ref<NSString>& path, const Ref<NSString>& toPath,
@@ -226,7 +156,7 @@ bool transfer(TransferKind kind, const Ref<NSString>& path, const Ref<NSString>&
   OSStatus status = transfer.start();
   status = status == noErr ? transfer.wait() : status;
   return status == noErr ||
-         succeedOrFail(numberOf(status), status == dupFNErr ? toPath : path, error);
+         succeedOrFail(errnoForStatus(status), status == dupFNErr ? toPath : path, error);
 }
 
 /// The home folder of this process's account, as the account says.
@@ -353,9 +283,7 @@ bool NSFileManager::createDirectoryAtPath_withIntermediateDirectories_attributes
   if (withIntermediateDirectories) {
     return succeedOrFail(makeFolders(withoutTrailingSlashes(*native), permissions), path, error);
   }
-  int failure = makeFolder(*native, permissions);
-  failure = failure == 0 ? finishFolders({*native}, permissions) : failure;
-  return succeedOrFail(failure, path, error);
+  return succeedOrFail(makeFolder(*native, permissions), path, error);
 }
 
 bool NSFileManager::createSymbolicLinkAtPath_withDestinationPath_error(

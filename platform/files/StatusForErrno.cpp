@@ -50,4 +50,37 @@ OSStatus statusForErrno(int error) {
   }
 }
 
+int errnoForStatus(OSStatus status) {
+  switch (status) {
+    case fnfErr:
+    case dirNFErr:
+      return ENOENT;
+    case dupFNErr:
+      return EEXIST;
+    case afpAccessDenied:
+      return EACCES;
+    case permErr:
+      return EPERM;
+    case dskFulErr:
+      return ENOSPC;
+    case wPrErr:
+      return EROFS;
+    case bdNamErr:
+      return ENAMETOOLONG;
+    case paramErr:
+    case badMovErr:
+      return EINVAL;
+    case memFullErr:
+      return ENOMEM;
+    case fBsyErr:
+      return EBUSY;
+    case tmfoErr:
+      return EMFILE;
+    case fileBoundsErr:
+      return EFBIG;
+    default:
+      return status > kPOSIXErrorBase ? status - kPOSIXErrorBase : EIO;
+  }
+}
+
 }  // namespace kestova

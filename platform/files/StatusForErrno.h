@@ -9,4 +9,7 @@ namespace kestova {
 /// A number without a status of its own becomes `kPOSIXErrorBase` plus the number.
 OSStatus statusForErrno(int error);
 
+/// The error number that such a status (not `noErr`) stands for; `EIO` where it is none of them.
+int errnoForStatus(OSStatus status);
+
 }  // namespace kestova

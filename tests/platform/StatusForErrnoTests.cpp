@@ -28,5 +28,15 @@ TEST(StatusForErrnoTest, OtherErrorsKeepTheirNumber) {
   EXPECT_EQ(statusForErrno(4095), 104095);
 }
 
+TEST(StatusForErrnoTest, AStatusGoesBackToTheErrorThatItStandsFor) {
+  for (const int error : {ENOENT, EEXIST, EACCES, EPERM, ENOSPC, EROFS, ENAMETOOLONG, EMFILE,
+                          ENOMEM, EBUSY, EFBIG, EINVAL, EIO, EMLINK}) {
+    EXPECT_EQ(errnoForStatus(statusForErrno(error)), error);
+  }
+  EXPECT_EQ(errnoForStatus(dirNFErr), ENOENT);
+  EXPECT_EQ(errnoForStatus(badMovErr), EINVAL);
+  EXPECT_EQ(errnoForStatus(-12345), EIO);
+}
+
 }  // namespace
 }  // namespace kestova
