@@ -6,6 +6,7 @@
 #include <KestovaPlatform/NSNotificationCenter.h>
 #include <KestovaPlatform/NSUserDefaults.h>
 
+#include "preferences/PropertyListCopy.h"
 #include "preferences/SearchList.h"
 
 #include <atomic>

@@ -5,11 +5,9 @@
 #include <KestovaPlatform/NSDate.h>
 #include <KestovaPlatform/NSException.h>
 #include <KestovaPlatform/NSLog.h>
-#include <KestovaPlatform/NSPropertyListSerialization.h>
 
-#include "preferences/BinaryPropertyListReader.h"
-#include "preferences/BinaryPropertyListWriter.h"
 #include "preferences/PreferencesFault.h"
+#include "preferences/PropertyListCopy.h"
 #include "preferences/PropertyListFault.h"
 #include "preferences/ReplacedFiles.h"
 
@@ -66,12 +64,6 @@ Ref<NSString> stringFromKey(const id& key) {
   return string;
 }
 
-bool isLeaf(const NSObject& value) {
-  return dynamic_cast<const NSString*>(&value) != nullptr ||
-         dynamic_cast<const NSNumber*>(&value) != nullptr ||
-         dynamic_cast<const NSData*>(&value) != nullptr;
-}
-
 /// The entries of `contents` that are not the very ones of `known`, as copies; keys that are only
 /// there with null.
 ObjectMap differences(const Ref<NSDictionary>& known, const Ref<NSDictionary>& contents) {
@@ -123,19 +115,6 @@ class PreferencesDomain::Writing {
   PreferencesDomain& domain_;
   bool isDone_ = false;
 };
-
-id propertyListCopy(const id& value, const Ref<NSString>& key) {
-  if (value && key && isLeaf(*value)) {
-    return value->copy();
-  }
-  try {
-    const auto bytes = BinaryPropertyListWriter::write(NSDictionary::of({{key, value}}));
-    const auto copy = BinaryPropertyListReader::read(bytes->span(), NSPropertyListImmutable);
-    return cast<NSDictionary>(copy)->objectForKey(key);
-  } catch (const PropertyListFault& fault) {
-    throw NSException(NSInvalidArgumentException, fault.problem);
-  }
-}
 
 PreferencesDomain::PreferencesDomain(const Ref<NSString>& name, const PreferencesFolder& folder,
                                      std::atomic<std::uint64_t>& changes)

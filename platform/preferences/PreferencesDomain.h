@@ -123,8 +123,4 @@ class PreferencesDomain {
   ChangedKeys inWriting_;
 };
 
-/// An immutable copy of a property list, down to its leaves, that can be kept under the key. Throws
-/// NSInvalidArgumentException, with the reason and the place, for what is none, and for null.
-id propertyListCopy(const id& value, const Ref<NSString>& key);
-
 }  // namespace kestova

@@ -8,6 +8,7 @@
 #include "CapturedLog.h"
 #include "TemporaryFolder.h"
 #include "preferences/PreferencesDomain.h"
+#include "preferences/PropertyListCopy.h"
 
 #include <unistd.h>
 
