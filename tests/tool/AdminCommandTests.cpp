@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <link.h>
 #include <pty.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -12,7 +13,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
@@ -33,17 +33,26 @@ using Agent = PolkitSandbox::Agent;
 using Services = PolkitSandbox::Services;
 using Words = std::vector<std::string>;
 
+/// The files of the libraries of this process.
+std::vector<fs::path> loadedLibraries() {
+  std::vector<fs::path> files;
+  const auto add = [](dl_phdr_info* library, std::size_t, void* list) {
+    static_cast<std::vector<fs::path>*>(list)->emplace_back(library->dlpi_name);
+    return 0;
+  };
+  ::dl_iterate_phdr(add, &files);
+  return files;
+}
+
 /// Puts the tool and the libraries of this build where a person without rights reaches them.
 void copyToolIntoSandbox() {
   fs::create_directory("/run/kestova");
   fs::copy(KESTOVA_TOOL_PATH, "/run/kestova/kestova");
-  std::ifstream maps("/proc/self/maps");
-  for (std::string line; std::getline(maps, line);) {
-    const fs::path file = line.substr(std::min(line.find('/'), line.size()));
+  for (const fs::path& file : loadedLibraries()) {
     const std::string name = file.filename();
     if (name.starts_with("libKestova") || name.starts_with("libdispatch") ||
         name.starts_with("libBlocksRuntime")) {
-      fs::copy(file, "/run/kestova", fs::copy_options::skip_existing);
+      fs::copy(file, "/run/kestova");
     }
   }
 }
