@@ -21,6 +21,7 @@ class KESTOVA_FOUNDATION_EXPORT OVByteFormatter : public NSFormatter {
   KESTOVA_CLASS(OVByteFormatter, NSFormatter)
 
  public:
+  /// One with the pattern that comes first below.
   static Ref<OVByteFormatter> init();
 
   /// The pattern of the number, as NSNumberFormatter has them, of which a copy is kept. Null, as at

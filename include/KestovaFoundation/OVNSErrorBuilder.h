@@ -52,10 +52,11 @@ class KESTOVA_FOUNDATION_EXPORT OVNSErrorBuilder : public NSObject {
   /// each text and object below that is not nothing, under its key. The builder stays as it is.
   Ref<NSError> error() const;
 
-  /// What the code is a number of.
+  /// What the code is a number of, such as `NSPOSIXErrorDomain`.
   Ref<NSString> domain() const;
   void setDomain(const Ref<NSString>& domain);
 
+  /// The number, of which the domain tells the meaning.
   NSInteger code() const;
   void setCode(NSInteger code);
 

@@ -56,6 +56,7 @@ class KESTOVA_FOUNDATION_EXPORT OVUserDefaults : public NSUserDefaults {
   /// The shared instance, the same every time; made when it is first asked for.
   static Ref<OVUserDefaults> standardUserDefaults();
 
+  /// One beside the shared one, of the current user.
   static Ref<OVUserDefaults> init();
 
   /// One of the user with that account name; null for the current one. Answers null when there is

@@ -36,6 +36,7 @@ class KESTOVA_PLATFORM_EXPORT NSSet : public NSObject {
   /// The empty set.
   static Ref<NSSet> set();
 
+  /// One member, or those of an array.
   static Ref<NSSet> setWithObject(const id& object);
   static Ref<NSSet> setWithArray(const Ref<NSArray>& array);
 
@@ -58,6 +59,7 @@ class KESTOVA_PLATFORM_EXPORT NSSet : public NSObject {
   /// The member that is equal to the object; nothing when there is none, and for null. A primitive.
   virtual id member(const id& object) const = 0;
 
+  /// Whether an equal object is a member; false for null.
   virtual bool containsObject(const id& object) const;
 
   /// The members in an array.
@@ -157,6 +159,7 @@ class KESTOVA_PLATFORM_EXPORT NSMutableSet : public NSSet {
   /// An empty one with room for that many members.
   static Ref<NSMutableSet> setWithCapacity(NSUInteger capacity);
 
+  /// The same as of the immutable class, each a new set.
   static Ref<NSMutableSet> setWithObject(const id& object);
   static Ref<NSMutableSet> setWithArray(const Ref<NSArray>& array);
   static Ref<NSMutableSet> setWithSet(const Ref<NSSet>& set);
@@ -174,6 +177,8 @@ class KESTOVA_PLATFORM_EXPORT NSMutableSet : public NSSet {
   virtual void removeObject(const id& object) = 0;
 
   virtual void removeAllObjects();
+
+  /// Adds each of them; when one can't be added, none is. Null adds nothing.
   virtual void addObjectsFromArray(const Ref<NSArray>& other);
 
   /// \name Putting sets together

@@ -42,6 +42,7 @@ class KESTOVA_PLATFORM_EXPORT NSTask : public NSObject {
   KESTOVA_CLASS(NSTask, NSObject)
 
  public:
+  /// One that is to be told what to run.
   static Ref<NSTask> init();
 
   /// \name Before it is launched

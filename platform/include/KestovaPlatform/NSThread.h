@@ -35,7 +35,11 @@ class KESTOVA_PLATFORM_EXPORT NSThread : public NSObject {
   KESTOVA_CLASS(NSThread, NSObject)
 
  public:
+  /// The thread that asks; the same object as long as it lives. A thread that was not started here
+  /// has one as well, made when it first asks.
   static Ref<NSThread> currentThread();
+
+  /// The thread that loaded the library, as a rule that of `main`.
   static Ref<NSThread> mainThread();
 
   /// Whether the caller is on the main thread.

@@ -75,12 +75,14 @@ class KESTOVA_PLATFORM_EXPORT NSTimeZone : public NSObject {
   /// Without a date: now, as Clock.h says it. A null date is now.
   /// @{
 
+  /// The name that it was found or made by.
   const Ref<NSString>& name() const noexcept { return name_; }
 
   /// How far the zone's clocks are ahead of GMT, daylight saving included.
   NSInteger secondsFromGMT() const;
   NSInteger secondsFromGMTForDate(const Ref<NSDate>& date) const;
 
+  /// Whether any of the distance is daylight saving.
   bool isDaylightSavingTime() const;
   bool isDaylightSavingTimeForDate(const Ref<NSDate>& date) const;
 

@@ -80,6 +80,7 @@ class KESTOVA_PLATFORM_EXPORT NSTimer : public NSObject {
   /// nothing.
   void invalidate();
 
+  /// Whether it may still fire.
   bool isValid() const;
 
   /// When it fires next, or would have when it is invalid; seen through the settable clock, so it

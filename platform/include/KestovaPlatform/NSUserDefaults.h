@@ -103,6 +103,7 @@ class KESTOVA_PLATFORM_EXPORT NSUserDefaults : public NSObject {
   /// Null, 0 or false where there is nothing under the key, or nothing of that kind.
   /// @{
 
+  /// The value, of whatever kind, from the first domain in the order above that has one.
   virtual id objectForKey(const Ref<NSString>& key);
 
   /// A string, or a number as text.
@@ -133,11 +134,14 @@ class KESTOVA_PLATFORM_EXPORT NSUserDefaults : public NSObject {
   /// \name Changing the application's domain
   /// @{
 
+  /// Keeps a copy of a property list under the key. It counts at once, and is written later or by
+  /// `synchronize`. A null key, and what is no property list, throws NSInvalidArgumentException.
   virtual void setObject_forKey(const id& value, const Ref<NSString>& key);
 
   /// Removes it there: what other domains have shows then. A null key is not there.
   virtual void removeObjectForKey(const Ref<NSString>& key);
 
+  /// The same with a number.
   void setInteger_forKey(NSInteger value, const Ref<NSString>& key);
   void setFloat_forKey(float value, const Ref<NSString>& key);
   void setDouble_forKey(double value, const Ref<NSString>& key);
@@ -165,6 +169,7 @@ class KESTOVA_PLATFORM_EXPORT NSUserDefaults : public NSObject {
   /// NSArgumentDomain and NSRegistrationDomain are; others are found by name only.
   /// @{
 
+  /// Their names, in no order that is promised.
   Ref<NSArray> volatileDomainNames();
 
   /// Null where there is none.
