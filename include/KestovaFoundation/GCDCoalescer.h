@@ -35,7 +35,7 @@ class KESTOVA_FOUNDATION_EXPORT GCDCoalescer : public NSObject {
   KESTOVA_CLASS(GCDCoalescer, NSObject)
 
  public:
-  static Ref<GCDCoalescer> init();
+  static Ref<GCDCoalescer> init();  ///< One without a request.
 
   /// Runs the block on the queue after so many seconds, unless another request is made until then.
   /// A delay that is not above 0, or no number, is over at once; an infinite one supersedes the

@@ -37,7 +37,7 @@ class KESTOVA_FOUNDATION_EXPORT GCDKeyedCoalescer : public NSObject {
   KESTOVA_CLASS(GCDKeyedCoalescer, NSObject)
 
  public:
-  static Ref<GCDKeyedCoalescer> init();
+  static Ref<GCDKeyedCoalescer> init();  ///< One without a request.
 
   /// Runs the block on the queue after so many seconds, unless another request with an equal key is
   /// made until then. Delays are those of GCDCoalescer. A null key throws

@@ -139,7 +139,7 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// \name Reading
   /// @{
 
-  NSUInteger length() const noexcept;
+  NSUInteger length() const noexcept;  ///< In UTF-16 units.
 
   /// The unit at an index; throws NSRangeException past the end.
   unichar characterAtIndex(NSUInteger index) const;
@@ -192,7 +192,7 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   NSComparisonResult compare_options_range(const Ref<NSString>& other, NSUInteger options,
                                            NSRange range) const;
 
-  NSComparisonResult caseInsensitiveCompare(const Ref<NSString>& other) const;
+  NSComparisonResult caseInsensitiveCompare(const Ref<NSString>& other) const;  ///< Without case.
 
   /// As readers order, by the conventions of the current locale; the last one as file managers list
   /// names: without case, and numbers by their value.
@@ -213,7 +213,7 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   Ref<NSString> commonPrefixWithString_options(const Ref<NSString>& other,
                                                NSUInteger options) const;
 
-  bool isEqual(const id& other) const override;
+  bool isEqual(const id& other) const override;  ///< Whether it has the same units.
   NSUInteger hash() const override;
 
   /// @}
@@ -224,7 +224,7 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// Ranges past the end throw NSRangeException, null throws NSInvalidArgumentException.
   /// @{
 
-  NSRange rangeOfString(const Ref<NSString>& other) const;
+  NSRange rangeOfString(const Ref<NSString>& other) const;  ///< Where it is first.
   NSRange rangeOfString_options(const Ref<NSString>& other, NSUInteger options) const;
 
   /// Searches a range. What is whole characters is decided in the whole text: a range that cuts
@@ -237,7 +237,7 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   NSRange rangeOfString_options_range_locale(const Ref<NSString>& other, NSUInteger options,
                                              NSRange range, const Ref<NSLocale>& locale) const;
 
-  bool containsString(const Ref<NSString>& other) const;
+  bool containsString(const Ref<NSString>& other) const;  ///< Whether it is found.
 
   /// The first character of a set: one unit, or both of a surrogate pair. Of the options,
   /// NSBackwardsSearch and NSAnchoredSearch count.
@@ -260,8 +260,8 @@ class KESTOVA_PLATFORM_EXPORT NSString : public NSObject {
   /// @{
 
   Ref<NSString> substringWithRange(NSRange range) const;
-  Ref<NSString> substringFromIndex(NSUInteger index) const;
-  Ref<NSString> substringToIndex(NSUInteger index) const;
+  Ref<NSString> substringFromIndex(NSUInteger index) const;  ///< The unit there and all behind it.
+  Ref<NSString> substringToIndex(NSUInteger index) const;    ///< All units before it.
 
   /// This text followed by the other.
   Ref<NSString> stringByAppendingString(const Ref<NSString>& other) const;
@@ -549,7 +549,7 @@ class KESTOVA_PLATFORM_EXPORT NSMutableString : public detail::BufferedString {
   /// One with that text; null for null.
   static Ref<NSMutableString> stringWithString(const Ref<NSString>& string);
 
-  void appendString(const Ref<NSString>& string);
+  void appendString(const Ref<NSString>& string);  ///< At the end.
 
   template <class... Arguments>
   void appendFormat(const Ref<NSString>& format, const Arguments&... arguments) {
@@ -560,9 +560,9 @@ class KESTOVA_PLATFORM_EXPORT NSMutableString : public detail::BufferedString {
   /// throws NSInvalidArgumentException, a range past the end NSRangeException.
   void replaceCharactersInRange_withString(NSRange range, const Ref<NSString>& string);
 
-  void insertString_atIndex(const Ref<NSString>& string, NSUInteger index);
+  void insertString_atIndex(const Ref<NSString>& string, NSUInteger index);  ///< Before that unit.
   void deleteCharactersInRange(NSRange range);
-  void setString(const Ref<NSString>& string);
+  void setString(const Ref<NSString>& string);  ///< In place of all.
 
   /// Replaces every match in a range, as `stringByReplacingOccurrencesOfString` does, and answers
   /// how many there were. Null throws NSInvalidArgumentException, a range past the end
