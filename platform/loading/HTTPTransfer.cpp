@@ -103,6 +103,10 @@ NSInteger codeFor(CURLcode result, long systemError, long verification) {
       return NSURLErrorBadServerResponse;
     case CURLE_BAD_CONTENT_ENCODING:
       return NSURLErrorCannotDecodeContentData;
+#if LIBCURL_VERSION_NUM >= 0x080600
+    case CURLE_TOO_LARGE:  // more fields than libcurl itself takes
+      return NSURLErrorDataLengthExceedsMaximum;
+#endif
     case CURLE_PEER_FAILED_VERIFICATION:
       return codeForCertificate(verification);
     case CURLE_SSL_CLIENTCERT:

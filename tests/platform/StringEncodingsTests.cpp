@@ -493,14 +493,17 @@ TEST(StringEncodingsTests, AllOfUnicodeGoesRoundThroughEveryUnicodeEncoding) {
   for (char32_t c = 0; c <= 0x10FFFF; ++c) {
     all += c >= 0xD800 && c <= 0xDFFF ? u"" : inUTF16(c);
   }
-  const auto string = NSString::stringWithUTF16Storage(all);
+  // Newer versions of ICU know the GB18030 of 2022, which has no place for some of private use.
+  std::u16string withoutPrivateUse = all;
+  std::erase_if(withoutPrivateUse, [](char16_t unit) { return unit >= 0xE000 && unit <= 0xF8FF; });
   for (const CFStringEncoding encoding :
        {kCFStringEncodingUTF8, kCFStringEncodingUTF16, kCFStringEncodingUTF16BE,
         kCFStringEncodingUTF16LE, kCFStringEncodingUTF32, kCFStringEncodingUTF32BE,
         kCFStringEncodingUTF32LE, kCFStringEncodingGB_18030_2000, kCFStringEncodingUTF7}) {
-    const Bytes bytes = bytesOf(string, encoding);
-    EXPECT_EQ(bytes.unitsConverted, all.size());
-    EXPECT_TRUE(textOf(bytes.bytes, encoding, Representation::kInternal) == all) << encoding;
+    const auto& text = encoding == kCFStringEncodingGB_18030_2000 ? withoutPrivateUse : all;
+    const Bytes bytes = bytesOf(NSString::stringWithUTF16Storage(text), encoding);
+    EXPECT_EQ(bytes.unitsConverted, text.size());
+    EXPECT_TRUE(textOf(bytes.bytes, encoding, Representation::kInternal) == text) << encoding;
   }
 }
 

@@ -149,6 +149,9 @@ class PolkitSandbox {
     if (!cover("/run/actions", actions)) return false;
     if (!coverByEmptyFolder("/etc/polkit-1")) return false;
     fs::create_directory("/etc/polkit-1/rules.d");
+    // Root is who can be asked for, whoever else is an administrator of this machine.
+    write("/etc/polkit-1/rules.d/00-administrator.rules",
+          "polkit.addAdminRule(function(action, subject) { return [\"unix-user:0\"]; });\n");
     if (!rule.empty()) {
       write("/etc/polkit-1/rules.d/10-test.rules",
             std::string("polkit.addRule(function(action, subject) { if (action.id == \"") +
@@ -303,9 +306,12 @@ class PolkitSandbox {
       const char* cookie = nullptr;
       sd_bus_message_skip(call, "sssa{ss}");
       sd_bus_message_read(call, "s", &cookie);
-      sd_bus_call_method(bus, kPolkit, kAuthority, kInterface, "AuthenticationAgentResponse2",
-                         nullptr, nullptr, "us(sa{sv})", 0U, cookie, "unix-user", 1, "uid", "u",
-                         0U);
+      // The agent is root's, who registered it, or the person's in newer versions of polkit.
+      for (const std::uint32_t owner : {std::uint32_t{0}, std::uint32_t{kNobody}}) {
+        sd_bus_call_method(bus, kPolkit, kAuthority, kInterface, "AuthenticationAgentResponse2",
+                           nullptr, nullptr, "us(sa{sv})", owner, cookie, "unix-user", 1, "uid",
+                           "u", 0U);
+      }
     }
     return sd_bus_reply_method_return(call, nullptr);
   }

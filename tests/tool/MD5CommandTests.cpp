@@ -5,12 +5,35 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <sstream>
+#include <string>
+#include <utility>
+
 namespace kestova {
 namespace {
 
 using testing::RandomRun;
 using testing::runTool;
 using testing::ToolResult;
+
+/// Newer versions of md5sum escape backslashes and carriage returns also in the names of files that
+/// they have checked, where others escape line feeds alone.
+std::string withFewerEscapes(const std::string& output) {
+  std::istringstream lines(output);
+  std::string result;
+  for (std::string line; std::getline(lines, line); result += line + '\n') {
+    const bool isChecked = line.ends_with(": OK") || line.find(": FAILED") != std::string::npos;
+    if (isChecked && line.starts_with('\\') && line.find("\\n") == std::string::npos) {
+      line.erase(0, 1);
+      for (const auto& [escaped, plain] : {std::pair("\\\\", "\\"), std::pair("\\r", "\r")}) {
+        if (const auto place = line.find(escaped); place != std::string::npos) {
+          line.replace(place, 2, plain);
+        }
+      }
+    }
+  }
+  return result;
+}
 
 class MD5CommandTests : public testing::ByteCommandFixture {
  protected:
@@ -20,7 +43,7 @@ class MD5CommandTests : public testing::ByteCommandFixture {
     const ToolResult other = shell("LC_ALL=C md5sum " + arguments + " 2>err; status=$?; " +
                                    "sed \"s/^md5sum:/kestova:/; s/'standard input'/standard "
                                    "input/\" err >&2; exit $status");
-    EXPECT_EQ(tool.output, other.output) << arguments;
+    EXPECT_EQ(tool.output, withFewerEscapes(other.output)) << arguments;
     EXPECT_EQ(tool.errors, other.errors) << arguments;
     EXPECT_EQ(tool.exitStatus, other.exitStatus) << arguments;
   }

@@ -9,6 +9,7 @@
 #include "AllocationFaults.h"
 #include "ChangeCounter.h"
 #include "ObservedAccount.h"
+#include "Watcher.h"
 
 using namespace kestova;
 using namespace kestova::testing;
@@ -28,16 +29,6 @@ class CountedAccount final : public ObservedAccount {
                ? NSSet::of("name", "owner.name")
                : ObservedAccount::keyPathsForValuesAffectingValueForKey(key);
   }
-};
-
-/// Counts what it is told.
-class Watcher final : public NSObject {
- public:
-  void observeValueForKeyPath_ofObject_change_context(const Ref<NSString>&, const id&,
-                                                      const Ref<NSDictionary>&, void*) override {
-    ++told;
-  }
-  int told = 0;
 };
 
 const Ref<NSString> kLongName = "a name that is too long for any place in place";

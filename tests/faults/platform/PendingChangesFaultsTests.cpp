@@ -6,22 +6,10 @@
 
 #include "Faults.h"
 #include "ObservedAccount.h"
+#include "Watcher.h"
 
 using namespace kestova;
 using namespace kestova::testing;
-
-namespace {
-
-class Watcher final : public NSObject {
- public:
-  void observeValueForKeyPath_ofObject_change_context(const Ref<NSString>&, const id&,
-                                                      const Ref<NSDictionary>&, void*) override {
-    ++told;
-  }
-  int told = 0;
-};
-
-}  // namespace
 
 // The first change in its process, where nothing was made by one before.
 TEST(PendingChangesFaults, TheEndOfTheFirstChangeNeedsNoMemory) {
